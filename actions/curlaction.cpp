@@ -1,0 +1,221 @@
+#include "actions/curlaction.h"
+
+#include "actions/error.h"
+#include "actions/httpreply.h"
+#include "actions/interfacestate.h"
+#include "actions/outcomereport.h"
+#include "actions/version.h"
+#include "vadro/string/replace.h"
+#include "vadro/sysloglevel.h"
+
+#include <algorithm>
+#include <curl/curl.h>
+#include <exception>
+#include <utility>
+
+namespace quorvad
+{
+
+namespace
+{
+
+constexpr long s_iTransferSeconds = 10;
+
+} // namespace
+
+CurlAction::CurlAction(const std::string& a_strUrl,
+                       const std::string& a_strIpAddr,
+                       const std::string& a_strIpAddr6,
+                       const std::string& a_strDomain,
+                       const std::string& a_strUsername,
+                       const std::string& a_strPassword,
+                       const std::string& a_strSerialNo,
+                       const std::string& a_strExpectedResultSubString,
+                       const std::string& a_strInterface,
+                       const std::string& a_strNameservers,
+                       int a_iDynDnsId)
+    : m_pCurl(curl_easy_init(), curl_easy_cleanup), m_strIpAddr(a_strIpAddr), m_strIpAddr6(a_strIpAddr6),
+      m_strDomain(a_strDomain), m_strUsername(a_strUsername), m_strPassword(a_strPassword),
+      m_strSerialNo(a_strSerialNo), m_strExpectedResultSubString(a_strExpectedResultSubString),
+      m_strInterface(a_strInterface), m_iDynDnsId(a_iDynDnsId)
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "CurlAction");
+    if (a_strNameservers.empty())
+    {
+        throw Error(Error::EmptyNameserverList);
+    }
+    UpdatePlaceholders(a_strUrl);
+    if (!m_pCurl)
+    {
+        VADRO_Sysloglevel_error(m_iModuleId, "curlaction", __LINE__, "curl_easy_init() failed");
+        throw Error(Error::CurlEasyInitFailed);
+    }
+    configureHandle(a_strNameservers);
+}
+
+CurlAction::~CurlAction() = default;
+
+std::string CurlAction::getUrl()
+{
+    return m_strUrl;
+}
+
+void CurlAction::UpdatePlaceholders(const std::string& a_strUrl)
+{
+    // In this order: a value that holds a later placeholder is substituted again.
+    const std::pair<const char*, const std::string&> aoPlaceholders[] = {{"<ipaddr>", m_strIpAddr},
+                                                                         {"<ipaddr6>", m_strIpAddr6},
+                                                                         {"<domain>", m_strDomain},
+                                                                         {"<username>", m_strUsername},
+                                                                         {"<password>", m_strPassword},
+                                                                         {"<serial>", m_strSerialNo}};
+    m_strUrl = a_strUrl;
+    for (const auto& [pName, strValue] : aoPlaceholders)
+    {
+        m_strUrl = vadro::string::replaceAllOccurrences(m_strUrl, pName, strValue);
+    }
+}
+
+void CurlAction::configureHandle(const std::string& a_strNameservers)
+{
+    CURL* pCurl = m_pCurl.get();
+    curl_easy_setopt(pCurl, CURLOPT_URL, m_strUrl.c_str());
+    curl_easy_setopt(pCurl, CURLOPT_WRITEFUNCTION, writeCallback);
+    curl_easy_setopt(pCurl, CURLOPT_WRITEDATA, &m_strResponse);
+    curl_easy_setopt(pCurl, CURLOPT_NOSIGNAL, 1L); // worker threads must not get SIGALRM
+    curl_easy_setopt(pCurl, CURLOPT_TIMEOUT, s_iTransferSeconds);
+    if (!m_strUsername.empty())
+    {
+        curl_easy_setopt(pCurl, CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
+        curl_easy_setopt(pCurl, CURLOPT_USERNAME, m_strUsername.c_str());
+    }
+    if (!m_strPassword.empty())
+    {
+        curl_easy_setopt(pCurl, CURLOPT_PASSWORD, m_strPassword.c_str());
+    }
+    curl_easy_setopt(pCurl, CURLOPT_INTERFACE, m_strInterface.c_str());
+    curl_easy_setopt(pCurl, CURLOPT_DNS_INTERFACE, m_strInterface.c_str());
+    setNameservers(a_strNameservers);
+    curl_easy_setopt(pCurl, CURLOPT_USERAGENT, g_acUserAgent);
+}
+
+void CurlAction::setNameservers(const std::string& a_strNameservers)
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, VAStr("DNS servers: '%s'", a_strNameservers.c_str()));
+    const CURLcode eCode = curl_easy_setopt(m_pCurl.get(), CURLOPT_DNS_SERVERS, a_strNameservers.c_str());
+    if (eCode != CURLE_OK)
+    {
+        // The transfer then works through the system's resolver, which nobody would notice without this line.
+        VADRO_Sysloglevel_warning(m_iModuleId,
+                                  "curlaction",
+                                  __LINE__,
+                                  VAStr("Setting the DNS servers '%s' for interface '%s' was refused: '%s'. The system "
+                                        "resolver is used; check the DNS servers of this interface.",
+                                        a_strNameservers.c_str(),
+                                        m_strInterface.c_str(),
+                                        curl_easy_strerror(eCode)));
+    }
+}
+
+bool CurlAction::execute()
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "execute");
+    if (!isInterfaceRunning(m_strInterface))
+    {
+        VADRO_Sysloglevel_error(m_iModuleId,
+                                "curlaction",
+                                __LINE__,
+                                VAStr("Interface '%s' is down, cannot send HTTPS update.", m_strInterface.c_str()));
+        return false;
+    }
+    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, VAStr("URL: '%s'", m_strUrl.c_str()));
+    performTransfer();
+    const long iStatus = readStatus();
+    VADRO_Sysloglevel_info(
+        m_iModuleId, "curlaction", __LINE__, VAStr("HTTPS response code: %i", static_cast<int>(iStatus)));
+
+    removeLineFeeds(m_strResponse);
+    const bool bSuccess = isAccepted(iStatus);
+    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "Save DynDNS log and status");
+    logResponse(bSuccess, static_cast<int>(iStatus), reportExcerpt(m_strResponse));
+    return bSuccess;
+}
+
+void CurlAction::performTransfer()
+{
+    m_strResponse.clear();
+    const CURLcode eCode = curl_easy_perform(m_pCurl.get());
+    if (eCode != CURLE_OK)
+    {
+        const std::string strReason = curl_easy_strerror(eCode);
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "curlaction", __LINE__, VAStr("curl_easy_perform() failed: '%s'", strReason.c_str()));
+        logResponse(false, 0, "Connection error: " + strReason);
+        throw Error(Error::CurlEasyPerformFailed);
+    }
+    VADRO_Sysloglevel_info(m_iModuleId, "curlaction", __LINE__, "HTTPS update sent");
+}
+
+long CurlAction::readStatus()
+{
+    long iStatus = 0;
+    const CURLcode eCode = curl_easy_getinfo(m_pCurl.get(), CURLINFO_RESPONSE_CODE, &iStatus);
+    if (eCode != CURLE_OK)
+    {
+        VADRO_Sysloglevel_error(m_iModuleId, "curlaction", __LINE__, "Failed to get HTTPS response code");
+        logResponse(false, 0, std::string("Connection error: ") + curl_easy_strerror(eCode));
+        throw Error(Error::CurlEasyGetinfoFailed);
+    }
+    return iStatus;
+}
+
+bool CurlAction::isAccepted(long a_iStatus) const
+{
+    const std::string strExcerpt = shortExcerpt(m_strResponse);
+    switch (judgeReply(a_iStatus, m_strResponse, m_strExpectedResultSubString))
+    {
+    case EHttpVerdict::eStatusOk:
+        return true;
+    case EHttpVerdict::eStatusRefused:
+        return false;
+    case EHttpVerdict::eEmptyBody:
+        VADRO_Sysloglevel_error(m_iModuleId, "curlaction", __LINE__, "HTTPS response is empty");
+        return false;
+    case EHttpVerdict::eTextFound:
+        VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, VAStr("HTTPS response: '%s'", strExcerpt.c_str()));
+        return true;
+    case EHttpVerdict::eTextMissing:
+        VADRO_Sysloglevel_warning(m_iModuleId,
+                                  "curlaction",
+                                  __LINE__,
+                                  VAStr("HTTPS response body does not contain expected substring (%s)",
+                                        m_strExpectedResultSubString.c_str()));
+        VADRO_Sysloglevel_info(m_iModuleId, "curlaction", __LINE__, VAStr("Received: '%s'", strExcerpt.c_str()));
+        return false;
+    }
+    return false;
+}
+
+void CurlAction::logResponse(bool a_bSuccess, int a_iResponseCode, const std::string& a_strResponse)
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "logResponse");
+    reportOutcome(m_iDynDnsId, a_bSuccess, a_iResponseCode, a_strResponse);
+}
+
+std::size_t CurlAction::writeCallback(char* a_pData, std::size_t a_uiSize, std::size_t a_uiCount, void* a_pTarget)
+{
+    const std::size_t uiBytes = a_uiSize * a_uiCount;
+    auto& strTarget = *static_cast<std::string*>(a_pTarget);
+    const std::size_t uiRoom = s_uiMaxResponseBytes - std::min(strTarget.size(), s_uiMaxResponseBytes);
+    try
+    {
+        strTarget.append(a_pData, std::min(uiBytes, uiRoom));
+    }
+    catch (const std::exception&)
+    {
+        // Out of memory: what is there already decides. No exception may pass through libcurl.
+    }
+    return uiBytes;
+}
+
+} // namespace quorvad

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "actions/action.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace quorvad
+{
+
+/// Update by one HTTP(S) GET of a URL made from the user's template. The request leaves through the account's
+/// interface; its host name is resolved through the given DNS servers.
+class CurlAction : public Action
+{
+public:
+    /// What is kept of a reply's body; the rest is read and dropped, so that an endless body can't take the memory.
+    static constexpr std::size_t s_uiMaxResponseBytes = std::size_t{1024} * 1024;
+
+    /// @param a_strUrl template with the placeholders "<ipaddr>", "<ipaddr6>", "<domain>", "<username>", "<password>"
+    ///                 and "<serial>"; the values go in as they are
+    /// @param a_strIpAddr6 may be empty
+    /// @param a_strExpectedResultSubString text that an accepting reply contains; empty: status 200 decides
+    /// @param a_strNameservers DNS servers, separated by commas; empty throws Error(EmptyNameserverList)
+    /// Throws Error(CurlEasyInitFailed) when libcurl gives no handle. Needs a LibWrapper to exist.
+    CurlAction(const std::string& a_strUrl,
+               const std::string& a_strIpAddr,
+               const std::string& a_strIpAddr6,
+               const std::string& a_strDomain,
+               const std::string& a_strUsername,
+               const std::string& a_strPassword,
+               const std::string& a_strSerialNo,
+               const std::string& a_strExpectedResultSubString,
+               const std::string& a_strInterface,
+               const std::string& a_strNameservers,
+               int a_iDynDnsId);
+    ~CurlAction() override;
+
+    /// Blocks for at most 10 seconds. Throws Error (CurlEasyPerformFailed, CurlEasyGetinfoFailed) after the outcome
+    /// was reported. An interface that is not up and running gives false without a report.
+    [[nodiscard]] bool execute() override;
+    [[nodiscard]] std::string getUrl() override;
+
+    void UpdatePlaceholders(const std::string& a_strUrl);
+    void logResponse(bool a_bSuccess, int a_iResponseCode, const std::string& a_strResponse);
+
+    /// libcurl's write function; a_pTarget is a std::string. Always takes all bytes, keeps what the limit allows.
+    static std::size_t writeCallback(char* a_pData, std::size_t a_uiSize, std::size_t a_uiCount, void* a_pTarget);
+
+    std::unique_ptr<void, void (*)(void*)> m_pCurl;
+    std::string m_strResponse;
+    std::string m_strIpAddr;
+    std::string m_strIpAddr6;
+    std::string m_strDomain;
+    std::string m_strUsername;
+    std::string m_strPassword;
+    std::string m_strSerialNo;
+    std::string m_strUrl;
+    std::string m_strExpectedResultSubString;
+    std::string m_strInterface;
+    int m_iDynDnsId;
+
+private:
+    void configureHandle(const std::string& a_strNameservers);
+    void setNameservers(const std::string& a_strNameservers);
+    void performTransfer();
+    [[nodiscard]] long readStatus();
+    [[nodiscard]] bool isAccepted(long a_iStatus) const;
+};
+
+} // namespace quorvad

@@ -1,0 +1,300 @@
+#include "actions/gnudipaction.h"
+
+#include "actions/error.h"
+#include "actions/gnudipprotocol.h"
+#include "actions/outcomereport.h"
+#include "actions/socketwait.h"
+#include "resolver/dnsresolver.h"
+#include "vadro/sysloglevel.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cerrno>
+#include <iterator>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace quorvad
+{
+
+namespace
+{
+
+constexpr std::uint16_t s_uiGnudipPort = 3495;
+constexpr int s_iWaitMs = 10000;
+
+/// The system's reason, as strerror has it, but safe in threads.
+std::string reason(int a_iError)
+{
+    return std::generic_category().message(a_iError);
+}
+
+using AddressList = std::unique_ptr<addrinfo, void (*)(addrinfo*)>;
+
+} // namespace
+
+GnudipAction::GnudipAction(const std::string& a_strServer,
+                           const std::string& a_strInterface,
+                           const std::string& a_strLocalAddr,
+                           const std::string& a_strHostname,
+                           const std::string& a_strUsername,
+                           const std::string& a_strPassword,
+                           const std::string& a_strNameservers,
+                           int a_iDynDnsId)
+    : m_strUsername(a_strUsername), m_strPassword(a_strPassword), m_strHostname(a_strHostname),
+      m_strServer(a_strServer), m_strLocalAddr(a_strLocalAddr), m_iSocket(-1), m_acBuffer{}, m_iDynDnsId(a_iDynDnsId)
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "GnudipAction");
+    if (a_strNameservers.empty())
+    {
+        throw Error(Error::EmptyNameserverList);
+    }
+    if (!isUserPartOfHost(m_strUsername, m_strHostname))
+    {
+        throw Error(Error::GnudipDomainTooShort);
+    }
+    m_pResolver = std::make_unique<DnsResolver>(a_strInterface, a_strNameservers);
+}
+
+GnudipAction::~GnudipAction()
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "~GnudipAction");
+    closeSocket();
+}
+
+/// Closes the socket however an attempt ends, memory running out included.
+class GnudipAction::SocketGuard
+{
+public:
+    explicit SocketGuard(GnudipAction& a_oAction) : m_oAction(a_oAction) {}
+    ~SocketGuard() { m_oAction.closeSocket(); }
+    SocketGuard(const SocketGuard&) = delete;
+    SocketGuard& operator=(const SocketGuard&) = delete;
+
+private:
+    GnudipAction& m_oAction;
+};
+
+void GnudipAction::closeSocket()
+{
+    if (m_iSocket != -1)
+    {
+        close(m_iSocket);
+        m_iSocket = -1;
+    }
+}
+
+bool GnudipAction::connectToServer()
+{
+    m_iSocket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (m_iSocket == -1)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("Failed to create socket: %s", reason(errno).c_str()));
+        return false;
+    }
+    if (!bindSocket() || !connectSocket())
+    {
+        closeSocket();
+        return false;
+    }
+    return true;
+}
+
+bool GnudipAction::bindSocket()
+{
+    sockaddr_in oLocal = {};
+    oLocal.sin_family = AF_INET;
+    if (inet_pton(AF_INET, m_strLocalAddr.c_str(), &oLocal.sin_addr) != 1)
+    {
+        oLocal.sin_addr.s_addr = INADDR_ANY; // an unreadable address leaves the choice to the routing table
+    }
+    VADRO_Sysloglevel_debug(
+        m_iModuleId, "gnudipaction", __LINE__, VAStr("Binding socket to '%s'", m_strLocalAddr.c_str()));
+    if (bind(m_iSocket, reinterpret_cast<const sockaddr*>(&oLocal), sizeof(oLocal)) != 0)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("Failed to bind: %s", reason(errno).c_str()));
+        return false;
+    }
+    return true;
+}
+
+bool GnudipAction::connectSocket()
+{
+    addrinfo* pFound = nullptr;
+    const int iResult = m_pResolver->getaddrinfo(m_strServer, &pFound);
+    const AddressList pAddresses(pFound, freeaddrinfo);
+    if (iResult != 0)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("getaddrinfo failed: %s", gai_strerror(iResult)));
+        return false;
+    }
+    auto* pServer = reinterpret_cast<sockaddr_in*>(pAddresses->ai_addr);
+    char acAddress[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &pServer->sin_addr, acAddress, sizeof(acAddress));
+    VADRO_Sysloglevel_info(
+        m_iModuleId,
+        "gnudipaction",
+        __LINE__,
+        VAStr("Connecting to '%s:%s' (%s)", m_strServer.c_str(), std::to_string(s_uiGnudipPort).c_str(), acAddress));
+    pServer->sin_port = htons(s_uiGnudipPort);
+    if (!connectSocketTo(m_iSocket, pAddresses->ai_addr, pAddresses->ai_addrlen))
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("Failed to connect GnuDIP server: %s", reason(errno).c_str()));
+        return false;
+    }
+    return true;
+}
+
+void GnudipAction::sendToServer(const std::string& a_strText)
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "sendToServer");
+    const int iEvents = waitForSocket(m_iSocket, POLLOUT, s_iWaitMs);
+    if (iEvents < 0)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("select() error '%s'", reason(errno).c_str()));
+    }
+    else if (iEvents == 0)
+    {
+        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Timeout. No data received in 5 seconds.");
+    }
+    else if ((iEvents & (POLLOUT | POLLERR)) == 0)
+    {
+        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Socket is not ready for writing");
+    }
+    else if (send(m_iSocket, a_strText.data(), a_strText.size(), 0) < 0)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("send() failed (%s)", reason(errno).c_str()));
+    }
+    else
+    {
+        VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "Sent OK");
+    }
+}
+
+int GnudipAction::receiveFromServer()
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "receiveFromServer");
+    const int iEvents = waitForSocket(m_iSocket, POLLIN, s_iWaitMs);
+    if (iEvents < 0)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("select() error '%s'", reason(errno).c_str()));
+        return 0;
+    }
+    if (iEvents == 0)
+    {
+        VADRO_Sysloglevel_info(m_iModuleId, "gnudipaction", __LINE__, "Timeout. No data received from server.");
+        return 0;
+    }
+    std::fill(std::begin(m_acBuffer), std::end(m_acBuffer), '\0');
+    const ssize_t iBytes = recv(m_iSocket, m_acBuffer, sizeof(m_acBuffer) - 1, 0);
+    if (iBytes < 0)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "gnudipaction", __LINE__, VAStr("recv() failed (%s)", reason(errno).c_str()));
+        return 0;
+    }
+    if (iBytes == 0)
+    {
+        VADRO_Sysloglevel_info(m_iModuleId, "gnudipaction", __LINE__, "Connection closed by the server.");
+        return 0;
+    }
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, VAStr("Received: '%s'", m_acBuffer));
+    return static_cast<int>(iBytes);
+}
+
+bool GnudipAction::execute()
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "execute");
+    m_iSocket = -1;
+    const SocketGuard oGuard(*this);
+    if (!connectToServer())
+    {
+        return false;
+    }
+    const int iSaltBytes = receiveFromServer();
+    if (iSaltBytes <= 0)
+    {
+        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "No salt received from GnuDIP server.");
+        closeSocket();
+        return false;
+    }
+    logReceived(iSaltBytes);
+    sendRequest(trimSalt(std::string(m_acBuffer, static_cast<std::size_t>(iSaltBytes))));
+    const int iAnswerBytes = receiveFromServer();
+    closeSocket();
+    if (iAnswerBytes <= 0)
+    {
+        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Empty response from server");
+        logResponse(s_iGnudipConnectionError);
+        return false;
+    }
+    logReceived(iAnswerBytes);
+    return evaluateAnswer(m_acBuffer);
+}
+
+void GnudipAction::logReceived(int a_iBytes)
+{
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, VAStr("bytes: %d", a_iBytes));
+    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, VAStr("Server reponse: '%s'", m_acBuffer));
+}
+
+void GnudipAction::sendRequest(const std::string& a_strSalt)
+{
+    const std::string strInput = makeHashInput(m_strPassword, a_strSalt);
+    const std::string strHash = md5Hex(strInput);
+    VADRO_Sysloglevel_debug(m_iModuleId,
+                            "gnudipaction",
+                            __LINE__,
+                            VAStr("string to hash: '%s', hash: '%s'", strInput.c_str(), strHash.c_str()));
+    const std::string strRequest = makeGnudipRequest(m_strUsername, strHash, m_strHostname);
+    VADRO_Sysloglevel_debug(
+        m_iModuleId, "gnudipaction", __LINE__, VAStr("Sending: '%s' to server", strRequest.c_str()));
+    sendToServer(strRequest + "\n");
+}
+
+bool GnudipAction::evaluateAnswer(const std::string& a_strAnswer)
+{
+    int iCode = s_iGnudipConnectionError;
+    switch (parseGnudipAnswer(a_strAnswer, iCode))
+    {
+    case EGnudipAnswer::eNoNumber:
+        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Failed to parse response from server");
+        logResponse(s_iGnudipConnectionError);
+        return false;
+    case EGnudipAnswer::eOutOfRange:
+        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Parsed response code is out of integer range.");
+        logResponse(s_iGnudipConnectionError);
+        return false;
+    case EGnudipAnswer::eCode:
+        break;
+    }
+    logResponse(iCode);
+    if (iCode != 0)
+    {
+        VADRO_Sysloglevel_error(m_iModuleId,
+                                "gnudipaction",
+                                __LINE__,
+                                VAStr("GnuDIP update failed with code %i (%s)", iCode, gnudipResponseText(iCode)));
+        return false;
+    }
+    VADRO_Sysloglevel_info(m_iModuleId, "gnudipaction", __LINE__, "GnuDIP update sent OK.");
+    return true;
+}
+
+void GnudipAction::logResponse(int a_iResponseCode)
+{
+    reportOutcome(m_iDynDnsId, a_iResponseCode == 0, a_iResponseCode, gnudipResponseText(a_iResponseCode));
+}
+
+} // namespace quorvad

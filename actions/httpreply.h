@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+namespace quorvad
+{
+
+/// What a provider's HTTP answer means for the update.
+enum class EHttpVerdict
+{
+    eStatusOk,      ///< accepted: no text was expected and the status is 200
+    eStatusRefused, ///< no text was expected and the status is another one
+    eEmptyBody,     ///< a text was expected, nothing came
+    eTextFound,     ///< accepted: the expected text is in the body
+    eTextMissing    ///< a text was expected and is not in the body
+};
+
+// Pure functions on a reply's bytes, which may be anything.
+
+/// Removes every line feed; carriage returns and zero bytes stay.
+void removeLineFeeds(std::string& a_strBody);
+/// The body's first 100 bytes, for the log.
+[[nodiscard]] std::string shortExcerpt(const std::string& a_strBody);
+/// The body's first 200 bytes with the five characters special to HTML escaped, for the result table, whose reader may
+/// be a web page.
+[[nodiscard]] std::string reportExcerpt(const std::string& a_strBody);
+/// @param a_strBody without its line feeds
+[[nodiscard]] EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const std::string& a_strExpected);
+
+} // namespace quorvad

@@ -1,0 +1,306 @@
+"""What runs inside a sandbox: python3 -m bench.scenarios NAME BIN OUT [WORD]. Writes raw figures as JSON to OUT."""
+
+import json
+import os
+import re
+import resource
+import subprocess
+import sys
+import threading
+import time
+from collections import Counter
+from pathlib import Path
+
+from bench import probes
+from sandbox.keys import trust
+from sandbox.machine import Clock
+from sandbox.processes import wait_for
+from sandbox.router import GNUDIP, GNUDIP_HOST, HTTPS_HOST, SOCKET, Router, ip
+
+PAGE = f"https://{HTTPS_HOST}/plain/page"
+STEP = 90  # seconds that the clock is stepped to end every start period
+MINUTE = 60
+MANY = {"seconds": 600}
+
+
+def machine_certificates():
+    """As many as on a real machine: an HTTPS update is to find one among them."""
+    return [path.read_text() for path in sorted(Path("/usr/share/ca-certificates").rglob("*.crt"))]
+
+
+def account(number, **columns):
+    return {"Id": number, "Interface": "ppp0", "ServiceType": "update-url", "ServerAddr": f"{PAGE}?{number}=<ipaddr>",
+            "Hostname": f"h{number}.example.org", "AccountUserName": "user", "Password": "word",
+            "ExpectedResultSubString": "good", "Retry": 5, **columns}
+
+
+class Bench:
+    def __init__(self, bin_dir, store=True):
+        most = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
+        resource.setrlimit(resource.RLIMIT_NOFILE, (min(most, 65536), most))  # for the provider
+        self.router = Router(bin_dir)
+        self.bin = Path(bin_dir)
+        self.steps = 0
+        self.clock = Clock(self.router.folder)
+        self.router.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}},
+                                   pages={"page": "good\n"})
+        # The floors know no interface: they get their way to the servers from the routes.
+        ip("route", "add", "10.99.0.0/24", "via", self.router.ppp0.peer, "dev", "ppp0")
+        if store:
+            trust([self.router.authority.root, *machine_certificates()])
+        self.router.start_service()
+        self.router.describe()
+
+    def fill(self, accounts, **tables):
+        path = self.router.folder / "accounts.json"
+        path.write_text(json.dumps({"DynDns": accounts, **tables}))
+        self.router.ctl("import", path, **MANY)
+        path.unlink()
+
+    def start_daemon(self, *options):
+        return self.router.start_daemon(*(options or ("-f",)), env=self.clock.env)
+
+    def pass_start_period(self):
+        """The daemon's clock jumps, so that all pending updates are due within four seconds."""
+        self.steps += STEP
+        self.clock.step(self.steps)
+
+    def update_all(self, requests):
+        """All pending updates happen within some seconds. requests: how many the provider has seen then."""
+        self.pass_start_period()
+        self.finish(requests, 120)
+
+    def finish(self, requests, seconds):
+        """Waits until all updates happened, were written and reaped."""
+        log = self.router.isp.folder / "requests.log"
+        wait_for(f"{requests} requests", lambda: log.exists() and log.read_bytes().count(b"\n") >= requests, seconds)
+        daemon = self.router.daemon
+        wait_for("all workers done", lambda: probes.threads(daemon.pid) == 1, 60)
+        for _ in range(2):  # the first pass writes, the second reaps what was still ending
+            self.router.nudge()
+            self.settle(daemon.pid)
+
+    @staticmethod
+    def settle(pid):
+        """Until the process has done nothing for a second."""
+        def quiet():
+            before = probes.cpu_seconds(pid)
+            time.sleep(1)
+            return probes.cpu_seconds(pid) == before
+        wait_for("quiet", quiet, 60)
+
+    def client(self, *words, **options):
+        return probes.ask(self.bin / "bench_service", *words, **options)
+
+
+def idle(bin_dir, number):
+    """What daemon and service hold and do once all updates are through. In real time: the start periods spread them."""
+    bench, number = Bench(bin_dir), int(number)
+    bench.fill([account(each) for each in range(1, number + 1)])
+    daemon = bench.router.start_daemon("-f")
+    wait_for("pending updates", lambda: probes.threads(daemon.pid) == 1 + number, 60)
+    time.sleep(2)
+    found = {"pending": probes.memory(daemon.pid)}
+    bench.finish(number, 240)
+    pids = {"daemon": daemon.pid, "service": bench.router.service.pid}
+    before = {name: (probes.wakeups(pid), probes.cpu_seconds(pid)) for name, pid in pids.items()}
+    time.sleep(2 * MINUTE)
+    for name, pid in pids.items():
+        found[name] = {**probes.memory(pid), "threads": probes.threads(pid),
+                       "wakeups": (probes.wakeups(pid) - before[name][0]) / 2,
+                       "cpu_ms": (probes.cpu_seconds(pid) - before[name][1]) * 1e3 / 2}
+    return found
+
+
+def watcher(bin_dir):
+    """What the watcher holds and does while nothing changes."""
+    router = Router(bin_dir)
+    router.start_service()
+    program = router._program("netifwatch", [router.bin / "netifwatch", "--foreground", "--state", router.folder / "rows"])
+    wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="ppp0"), 40)
+    Bench.settle(program.pid)
+    before = probes.wakeups(program.pid), probes.cpu_seconds(program.pid)
+    time.sleep(2 * MINUTE)
+    return {**probes.memory(program.pid), "wakeups": (probes.wakeups(program.pid) - before[0]) / 2,
+            "cpu_ms": (probes.cpu_seconds(program.pid) - before[1]) * 1e3 / 2}
+
+
+def updates(bin_dir):
+    """500 HTTPS updates of 25 accounts: what each costs the whole daemon, and what it holds after each round."""
+    bench, accounts, rounds = Bench(bin_dir), 25, 20
+    bench.fill([account(each) for each in range(1, accounts + 1)])
+    daemon = bench.start_daemon()
+    wait_for("pending updates", lambda: probes.threads(daemon.pid) == 1 + accounts, 60)
+    service = bench.router.service.pid
+    memory, cpu, written = [], [], []
+    for number in range(1, rounds + 1):
+        before = probes.cpu_seconds(daemon.pid), probes.written(service)
+        bench.update_all(number * accounts)
+        cpu.append((probes.cpu_seconds(daemon.pid) - before[0]) * 1e6 / accounts)
+        written.append((probes.written(service) - before[1]))
+        memory.append(probes.memory(daemon.pid))
+        if number < rounds:
+            bench.router.move(f"10.64.0.{10 + number}")
+            wait_for("pending updates", lambda: probes.threads(daemon.pid) == 1 + accounts, 60)
+    return {"memory": memory, "cpu_us": cpu, "written": written}
+
+
+def classes(bin_dir):
+    """One update by the daemon's own classes, beside its floor."""
+    bench = Bench(bin_dir)
+    certificate = bench.router.folder / "root.pem"
+    certificate.write_text(bench.router.authority.root)
+    update = bench.bin / "bench_update"
+    dns = "10.99.0.53"
+    words = ("https", PAGE, certificate, "ppp0", dns, 15, 20)
+    bundle = {**os.environ, "BENCH_KEEP_STORE": "1", "SSL_CERT_FILE": "/etc/ssl/certs/ca-certificates.crt",
+              "SSL_CERT_DIR": ""}
+    gnudip = ("ppp0", dns, bench.router.ppp0.address, 15, 40)
+    return {"folder": probes.ask(update, *words), "bundle": probes.ask(update, *words, env=bundle),
+            "gnudip_name": probes.ask(update, "gnudip", GNUDIP_HOST, GNUDIP, *gnudip),
+            "gnudip_address": probes.ask(update, "gnudip", GNUDIP, GNUDIP, *gnudip)}
+
+
+class Watcher:
+    """The daemon, its lines read the moment they come."""
+
+    def __init__(self, bench, line):
+        self.process = subprocess.Popen([bench.bin / "quorvad", "-f"], stdin=subprocess.DEVNULL,
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        self.line, self.times = line, []
+        threading.Thread(target=self._read, daemon=True).start()
+
+    def _read(self):
+        for text in self.process.stderr:
+            if self.line in text:
+                self.times.append(time.monotonic())
+
+    def wait(self, number):
+        wait_for(f"{number} lines", lambda: len(self.times) >= number, 60, pause=0.01)
+        return self.times[number - 1]
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait(30)
+
+
+def moves(bench, number, retry):
+    """Times from commit to the last scheduler, microseconds, and the daemon's processor time for one."""
+    bench.fill([account(each, Retry=retry) for each in range(1, number + 1)])
+    watcher, times, rounds = Watcher(bench, b"HTTPS update will be scheduled"), [], 15
+    watcher.wait(number)
+    pid = watcher.process.pid
+    before = probes.cpu_seconds(pid)
+    for each in range(1, rounds + 1):
+        time.sleep(0.1)
+        moved = bench.client("move", "ppp0", f"10.64.0.{100 + each}")
+        times.append(watcher.wait(number * (each + 1)) * 1e6 - moved["before"][0])
+    cpu = (probes.cpu_seconds(pid) - before) * 1e6 / rounds
+    watcher.stop()
+    return {"wall": times, "cpu": cpu}
+
+
+def trigger(bin_dir):
+    """From a commit of an interface's new address to the last scheduler, with all accounts on it: of accounts at rest
+    (no tries: their workers end at once), and of accounts whose pending updates are replaced."""
+    bench = Bench(bin_dir)
+    found = {f"{kind} {number}": moves(bench, number, retry) for kind, retry in (("rest", 0), ("pending", 5))
+             for number in (1, 10, 100, 1000)}
+    return {**found, "floor": bench.client("load", 15)["roundtrip_wall"]}
+
+
+def load(bin_dir):
+    """The daemon's first load; the same bytes in one transfer over a socket of the same kind."""
+    bench, found = Bench(bin_dir, store=False), {}
+    for number in (10, 100, 1000, 10000):
+        bench.fill([account(each) for each in range(1, number + 1)])
+        runs = [bench.client("load-once", 1) for _ in range(9)]
+        found[number] = {"wall": [run["wall"][0] for run in runs], "cpu": [run["cpu"][0] for run in runs],
+                         **bench.client("load", 9)}
+    names = [f"if{each}" for each in range(1, 1001)]
+    bench.fill([account(each, Interface=name) for each, name in enumerate(names, 1)],
+               StatusNetifWatch=[{"Name": name, "Addr": "10.0.0.1", "IsUp": 1} for name in names],
+               StatusNetIfIPv6Addresses=[{"Name": name, "Addr": "fd00::1"} for name in names])
+    runs = [bench.client("load-once", 1) for _ in range(9)]
+    found["interfaces"] = {"wall": [run["wall"][0] for run in runs], **bench.client("load", 9)}
+    return found
+
+
+NGINX = """
+    server {{ listen {address}:443 ssl backlog=4096; ssl_certificate {chain}; ssl_certificate_key {key};
+        location / {{ proxy_pass http://127.0.0.1:8080; }} }}
+"""
+
+
+def crowd(bin_dir, hanging):
+    """1000 accounts due within one of their looks at the clock; the provider takes 100 ms, or every tenth never ends."""
+    number, hung = 1000, int(hanging)
+    bench = Bench(bin_dir)
+    router, slow = bench.router, "10.99.0.90"
+    isp = router.isp
+    chain, key = router.authority.server("slow.example.net")
+    isp.add_address(slow)
+    config = (isp.folder / "nginx.conf").read_text().replace("nginx.pid", "slow.pid")
+    config = config.replace("requests.log", "slow.log")
+    head = config[:config.index("    server {")]
+    (isp.folder / "slow.conf").write_text(head + NGINX.format(address=slow, chain=chain, key=key) + "}\n")
+    isp._start("slow", [sys.executable, "-m", "bench.slowprovider", "127.0.0.1", "8080", "100"])
+    isp._start("slow-nginx", ["nginx", "-e", "stderr", "-p", isp.folder, "-c", "slow.conf"])
+    isp.start_dns("10.99.0.55", {"slow.example.net": slow, "hung.example.net": "10.97.0.1"})
+    router.ctl("set", "DNSClientServer", "Interface=ppp0", "IPAddress=10.99.0.55")
+    bench.fill([account(each, Retry=1, ServerAddr=f"https://{'hung' if hung and each % 10 == 0 else 'slow'}.example.net/")
+                for each in range(1, number + 1)])
+    daemon = bench.start_daemon()
+    wait_for("pending updates", lambda: probes.threads(daemon.pid) == 1 + number, 60)
+    time.sleep(2)
+    pending, cpu = probes.memory(daemon.pid), probes.cpu_seconds(daemon.pid)
+    expected, log = number - (number // 10 if hung else 0), isp.folder / "slow.log"
+    peak = probes.Peak(daemon.pid, descriptors=probes.descriptors, unique=lambda pid: probes.memory(pid)["unique"])
+    bench.pass_start_period()
+
+    def all_answered():
+        peak.look()
+        return probes.threads(daemon.pid) == 1
+    wait_for("all workers done", all_answered, 180, pause=0.05)
+    answers = [json.loads(line) for line in log.read_text().splitlines()]
+    good = sorted(float(answer["time"]) for answer in answers if answer["status"] == "200")
+    reasons = Counter(re.findall(r"curl_easy_perform\(\) failed: '(.*)'", daemon.log()))
+    return {"pending": pending, "peak": peak.most, "failures": dict(reasons), "answered": len(good), "expected": expected,
+            "seconds": good[-1] - good[0] + 0.1 if good else 0,
+            "cpu_us": (probes.cpu_seconds(daemon.pid) - cpu) * 1e6 / number}
+
+
+def service(bin_dir):
+    """Transactions, reads, bytes on the disk, start-up."""
+    bench, found = Bench(bin_dir, store=False), {}
+    bench.fill([account(1)])
+    found["commits"], found["sqlite"] = [], []
+    for number in range(5):  # by turns
+        found["commits"] += bench.client("commits", 3)["commit_wall"]
+        found["sqlite"] += probes.ask(bench.bin / "bench_sqlite", bench.router.folder / f"alone{number}.db", 3,
+                                      20)["commit_wall"]
+    found["written"] = []
+    for _ in range(5):
+        before = probes.written(bench.router.service.pid)
+        bench.client("outcomes", 200)
+        found["written"].append((probes.written(bench.router.service.pid) - before) / 200)
+    bench.fill([account(each) for each in range(1, 10001)])
+    found["reads"] = bench.client("rows", 5)
+    found["start"] = []
+    for _ in range(5):
+        bench.router.service.stop()
+        begin = time.monotonic()
+        bench.router.service.start()
+        wait_for("socket", SOCKET.exists, 20, pause=0.001)
+        wait_for("answer", lambda: bench.router.ctl("tables", check=False).returncode == 0, 20, pause=0.001)
+        found["start"].append((time.monotonic() - begin) * 1e3)
+    found["memory"] = probes.memory(bench.router.service.pid)
+    return found
+
+
+def main(name, bin_dir, out, *words):
+    Path(out).write_text(json.dumps(globals()[name](bin_dir, *words)))
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])

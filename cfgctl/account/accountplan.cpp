@@ -1,0 +1,278 @@
+#include "cfgctl/account/accountplan.h"
+
+#include "cfgctl/account/names.h"
+#include "cfgctl/account/urltemplate.h"
+#include "cfgctl/errors.h"
+
+namespace cfgctl
+{
+
+namespace
+{
+
+void require(const std::string& a_strFault, const std::string& a_strSubject)
+{
+    if (!a_strFault.empty())
+    {
+        throw Failure(a_strSubject + " " + a_strFault);
+    }
+}
+
+/// A value as it can stand in a URL.
+std::string encode(const std::string& a_strWhat,
+                   const std::string& a_strValue,
+                   const AccountPlan& a_oPlan,
+                   std::vector<std::string>& a_oNotes)
+{
+    std::string strEncoded = percentEncode(a_strValue);
+    if (strEncoded == a_strValue)
+    {
+        return strEncoded;
+    }
+    if (!a_oPlan.m_bEncode)
+    {
+        throw Failure("The " + a_strWhat +
+                      " has characters that would break the update URL. This provider hands out none with other "
+                      "characters than letters, digits, '-', '.', '_' and '~': look whether it was copied whole and "
+                      "without anything around it");
+    }
+    a_oNotes.push_back("The " + a_strWhat +
+                       " has characters that would break the update URL; it is stored percent-encoded, which the "
+                       "provider decodes.");
+    return strEncoded;
+}
+
+std::string chooseTemplate(const Provider& a_oProvider, const AccountWish& a_oWish)
+{
+    if (!a_oWish.m_bDual)
+    {
+        return a_oProvider.m_strUrl;
+    }
+    if (a_oProvider.m_strUrlDual.empty())
+    {
+        throw Failure(a_oProvider.m_strName + " takes one address per request: leave --dual out");
+    }
+    return a_oProvider.m_strUrlDual;
+}
+
+/// The label of a host below a zone; "@" for the zone itself, as providers write it.
+std::string labelOf(const AccountWish& a_oWish, const Provider& a_oProvider)
+{
+    if (a_oWish.m_strZone.empty())
+    {
+        throw Failure(a_oProvider.m_strName +
+                      " wants the label and the zone of the host apart: give the zone with --zone, such as "
+                      "--host home.example.org --zone example.org");
+    }
+    require(findHostFault(a_oWish.m_strZone), "The zone '" + a_oWish.m_strZone + "'");
+    const std::string& strHost = a_oWish.m_strHost;
+    const std::string strEnd = "." + a_oWish.m_strZone;
+    if (strHost == a_oWish.m_strZone)
+    {
+        return "@";
+    }
+    if (strHost.size() <= strEnd.size() || strHost.substr(strHost.size() - strEnd.size()) != strEnd)
+    {
+        throw Failure("The host '" + strHost + "' is not below the zone '" + a_oWish.m_strZone + "'");
+    }
+    return strHost.substr(0, strHost.size() - strEnd.size());
+}
+
+std::string chooseUser(const Provider& a_oProvider, const AccountWish& a_oWish, bool a_bWanted, AccountPlan& a_oPlan)
+{
+    if (!a_bWanted)
+    {
+        if (!a_oWish.m_strUser.empty())
+        {
+            a_oPlan.m_oNotes.push_back("The user name is left out: " + a_oProvider.m_strName +
+                                       " takes none, and with one Basic authentication would be sent as well.");
+        }
+        return {};
+    }
+    const std::string& strUser =
+        a_oWish.m_strUser.empty() && a_oProvider.m_bUserIsHost ? a_oWish.m_strHost : a_oWish.m_strUser;
+    if (strUser.empty())
+    {
+        const std::string strHint =
+            a_oProvider.m_strUserHint.empty() ? std::string() : " (" + a_oProvider.m_strUserHint + ")";
+        throw Failure(a_oProvider.m_strName + " wants a user name" + strHint + ": give it with --user");
+    }
+    require(findTextFault(strUser), "The user name");
+    return strUser;
+}
+
+std::string explainUnchanged(const Provider& a_oProvider, int a_iRetry)
+{
+    const std::string strTries = a_iRetry == 1 ? "1 try per change of address."
+                                               : std::to_string(a_iRetry) +
+                                                     " tries per change of address, the second some two minutes after "
+                                                     "the first, in case that got lost.";
+    const std::string strAbuse = a_oProvider.m_strUnchanged == "nochg" ? ", and who repeats that gets blocked" : "";
+    return a_oProvider.m_strName + " answers an unchanged address with \"" + a_oProvider.m_strUnchanged +
+           "\", which counts as a failed try here" + strAbuse + ".\nHence " + strTries;
+}
+
+void addProviderNotes(const Provider& a_oProvider, int a_iRetry, AccountPlan& a_oPlan)
+{
+    if (!a_oProvider.m_strUnchanged.empty())
+    {
+        a_oPlan.m_oNotes.push_back(explainUnchanged(a_oProvider, a_iRetry));
+    }
+    if (!a_oProvider.m_strNotes.empty())
+    {
+        a_oPlan.m_oNotes.push_back(a_oProvider.m_strNotes);
+    }
+}
+
+korrin::Value makeText(const std::string& a_strText)
+{
+    return {korrin::eValueText, a_strText};
+}
+
+void fillRow(const Provider& a_oProvider,
+             const AccountWish& a_oWish,
+             const std::string& a_strServer,
+             const std::string& a_strUser,
+             AccountPlan& a_oPlan)
+{
+    const bool bGnudip = a_oProvider.m_eSignIn == SignIn::Gnudip;
+    const std::string strExpect = a_oWish.m_strExpect.value_or(a_oProvider.m_strExpect);
+    require(findTextFault(strExpect), "The expected text");
+    const int iRetry = a_oWish.m_iRetry.value_or(a_oProvider.m_iRetry);
+    korrin::ValueList& oRow = a_oPlan.m_oRow;
+    oRow.add("Enable", korrin::Value(korrin::eValueInteger, a_oWish.m_bEnable ? 1 : 0));
+    oRow.add("Interface", makeText(a_oWish.m_strInterface));
+    oRow.add("ServiceType", makeText(bGnudip ? "gnudip" : "update-url"));
+    oRow.add("ServerAddr", makeText(a_strServer));
+    oRow.add("Hostname", makeText(a_oWish.m_strHost));
+    oRow.add("AccountUserName", makeText(a_strUser));
+    oRow.add("ExpectedResultSubString", makeText(bGnudip ? std::string() : strExpect));
+    oRow.add("Retry", korrin::Value(korrin::eValueInteger, iRetry));
+    addProviderNotes(a_oProvider, iRetry, a_oPlan);
+}
+
+AccountPlan planGnudip(const Provider& a_oProvider, const AccountWish& a_oWish)
+{
+    AccountPlan oPlan;
+    const std::string strUser = chooseUser(a_oProvider, a_oWish, true, oPlan);
+    if (strUser.find_first_of(": ") != std::string::npos)
+    {
+        throw Failure("The user name can't have a ':' or a blank in it: they would break the GnuDIP request");
+    }
+    if (a_oWish.m_strHost.compare(0, strUser.size() + 1, strUser + ".") != 0 ||
+        a_oWish.m_strHost.size() < strUser.size() + 2)
+    {
+        throw Failure("With GnuDIP the host is the user name, a dot and the server's domain, such as --user alice "
+                      "--host alice.dyn.example.org; '" +
+                      a_oWish.m_strHost + "' doesn't begin with '" + strUser + ".'");
+    }
+    if (a_oWish.m_bDual || !a_oWish.m_strZone.empty())
+    {
+        throw Failure(a_oWish.m_bDual ? "GnuDIP announces an IPv4 address only: leave --dual out"
+                                      : "GnuDIP takes no zone: leave --zone out");
+    }
+    fillRow(a_oProvider, a_oWish, a_oProvider.m_strUrl, strUser, oPlan);
+    oPlan.m_bPasswordInHeader = true;
+    return oPlan;
+}
+
+AccountPlan planUrl(const Provider& a_oProvider, const AccountWish& a_oWish)
+{
+    AccountPlan oPlan;
+    oPlan.m_bEncode = a_oProvider.m_bEncode;
+    std::string strUrl = chooseTemplate(a_oProvider, a_oWish);
+    const bool bLabel = hasPlaceholder(strUrl, "<label>") || hasPlaceholder(strUrl, "<zone>");
+    if (!bLabel && !a_oWish.m_strZone.empty())
+    {
+        throw Failure(a_oProvider.m_strName + " takes the host whole: leave --zone out");
+    }
+    const bool bUserInUrl = hasPlaceholder(strUrl, "<username>");
+    const bool bBasic = a_oProvider.m_eSignIn == SignIn::Basic;
+    const std::string strUser = chooseUser(a_oProvider, a_oWish, bUserInUrl || bBasic, oPlan);
+    if (bBasic && strUser.find(':') != std::string::npos)
+    {
+        throw Failure("The user name can't have a ':' in it: Basic authentication takes what follows it as password");
+    }
+    if (bLabel)
+    {
+        strUrl = fillIn(strUrl, {{"<label>", labelOf(a_oWish, a_oProvider)}, {"<zone>", a_oWish.m_strZone}});
+    }
+    if (bUserInUrl)
+    {
+        strUrl = fillIn(strUrl, {{"<username>", encode("user name", strUser, oPlan, oPlan.m_oNotes)}});
+    }
+    oPlan.m_bPasswordInUrl = hasPlaceholder(strUrl, "<password>");
+    oPlan.m_bPasswordInHeader = bBasic;
+    fillRow(a_oProvider, a_oWish, strUrl, bBasic ? strUser : std::string(), oPlan);
+    return oPlan;
+}
+
+} // namespace
+
+Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser)
+{
+    require(findUrlFault(a_strTemplate, getPlaceholders()), "The URL can't be used:");
+    Provider oProvider;
+    oProvider.m_strName = urlHost(a_strTemplate);
+    oProvider.m_bSure = true;
+    oProvider.m_strUrl = a_strTemplate;
+    oProvider.m_eSignIn = a_bUser && !hasPlaceholder(a_strTemplate, "<username>") ? SignIn::Basic : SignIn::Url;
+    return oProvider;
+}
+
+Provider makeGnudipProvider(const std::string& a_strServer)
+{
+    require(findServerFault(a_strServer), "The GnuDIP server '" + a_strServer + "'");
+    Provider oProvider;
+    oProvider.m_strName = a_strServer;
+    oProvider.m_bSure = true;
+    oProvider.m_strUrl = a_strServer;
+    oProvider.m_eSignIn = SignIn::Gnudip;
+    return oProvider;
+}
+
+AccountPlan planAccount(const Provider& a_oProvider, const AccountWish& a_oWish)
+{
+    require(findHostFault(a_oWish.m_strHost), "The host '" + a_oWish.m_strHost + "'");
+    require(findInterfaceFault(a_oWish.m_strInterface), "The interface '" + a_oWish.m_strInterface + "'");
+    AccountPlan oPlan =
+        a_oProvider.m_eSignIn == SignIn::Gnudip ? planGnudip(a_oProvider, a_oWish) : planUrl(a_oProvider, a_oWish);
+    if (oPlan.m_bPasswordInUrl || oPlan.m_bPasswordInHeader)
+    {
+        oPlan.m_strPasswordHint = a_oProvider.m_strPasswordHint.empty() ? "password" : a_oProvider.m_strPasswordHint;
+    }
+    return oPlan;
+}
+
+std::string
+preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, std::vector<std::string>& a_oNotes)
+{
+    if (a_strPassword.empty())
+    {
+        throw Failure("The password is empty; nothing was written");
+    }
+    require(findTextFault(a_strPassword), "The password");
+    if (!a_oPlan.m_bPasswordInUrl)
+    {
+        return a_strPassword;
+    }
+    if (a_oPlan.m_bPasswordInHeader && percentEncode(a_strPassword) != a_strPassword)
+    {
+        throw Failure("The password goes both into the URL, where it would have to be percent-encoded, and into the "
+                      "request's header, where it must not: choose one with letters, digits, '-', '.', '_' and '~' "
+                      "only, or a template without <password>");
+    }
+    return encode("password", a_strPassword, a_oPlan, a_oNotes);
+}
+
+AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider)
+{
+    AccountPlan oPlan;
+    const bool bGnudip = a_oRow.getValue("ServiceType").getText() == "gnudip";
+    oPlan.m_bPasswordInUrl = !bGnudip && hasPlaceholder(a_oRow.getValue("ServerAddr").getText(), "<password>");
+    oPlan.m_bPasswordInHeader = !a_oRow.getValue("AccountUserName").getText().empty();
+    oPlan.m_bEncode = a_pProvider == nullptr || a_pProvider->m_bEncode;
+    return oPlan;
+}
+
+} // namespace cfgctl

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "cfgctl/account/provider.h"
+#include "korrin/valuelist.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cfgctl
+{
+
+/// What a person asks for.
+struct AccountWish
+{
+    std::string m_strHost;
+    std::string m_strUser;
+    std::string m_strInterface;
+    std::string m_strZone;                  ///< for providers that want label and zone apart
+    std::optional<std::string> m_strExpect; ///< instead of the provider's
+    std::optional<int> m_iRetry;            ///< instead of the provider's
+    bool m_bDual = false;
+    bool m_bEnable = true;
+};
+
+/// The row that comes of it, all but its password, and what the person should know.
+struct AccountPlan
+{
+    korrin::ValueList m_oRow;
+    std::string m_strPasswordHint; ///< what to ask for; empty: the row needs no password
+    bool m_bPasswordInUrl = false;
+    bool m_bPasswordInHeader = false; ///< of the request; GnuDIP: in the hash
+    bool m_bEncode = true;            ///< the provider decodes percent-encoded values
+    std::vector<std::string> m_oNotes;
+};
+
+/// A provider made of a template or a GnuDIP server that stands in no file. The user name goes into the URL where that
+/// has a place for it, else into the request's header. Throws Failure where the template can't be used.
+[[nodiscard]] Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser);
+[[nodiscard]] Provider makeGnudipProvider(const std::string& a_strServer);
+
+/// The daemon puts values into the URL as they are. So what would break it is percent-encoded here, with a note, or
+/// refused where the provider decodes nothing. User name, label and zone are written into the template; the column
+/// AccountUserName stays empty unless the provider wants Basic authentication, which the daemon sends whenever it is
+/// not. The password keeps to its column, which is hidden everywhere. Pure. Throws Failure that says which value can't
+/// be used, why, and what would do.
+[[nodiscard]] AccountPlan planAccount(const Provider& a_oProvider, const AccountWish& a_oWish);
+
+/// The password as it belongs into the row; a_oNotes gets a line where it was changed. Pure. Throws Failure, whose text
+/// holds nothing of it.
+[[nodiscard]] std::string
+preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, std::vector<std::string>& a_oNotes);
+
+/// How the password of a row that exists is used; hint and notes stay empty. Pure.
+[[nodiscard]] AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider);
+
+} // namespace cfgctl

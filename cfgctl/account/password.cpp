@@ -1,0 +1,182 @@
+#include "cfgctl/account/password.h"
+
+#include "cfgctl/errors.h"
+#include "cfgctl/inputfile.h"
+#include "cfgctl/output.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace cfgctl
+{
+
+namespace
+{
+
+constexpr std::array s_aiSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
+constexpr std::size_t s_uiLongest = 4096;
+
+volatile std::sig_atomic_t s_iSignal = 0;
+
+extern "C" void noteSignal(int a_iSignal)
+{
+    s_iSignal = a_iSignal;
+}
+
+/// The signals are noted, and come only while the program waits for input; those that were ignored stay ignored.
+class SignalsNoted
+{
+public:
+    SignalsNoted()
+    {
+        sigset_t oSet;
+        sigemptyset(&oSet);
+        for (const int iSignal : s_aiSignals)
+        {
+            sigaddset(&oSet, iSignal);
+        }
+        sigprocmask(SIG_BLOCK, &oSet, &m_oMask);
+        s_iSignal = 0;
+        for (std::size_t uiAt = 0; uiAt < s_aiSignals.size(); ++uiAt)
+        {
+            struct sigaction oAction = {};
+            oAction.sa_handler = noteSignal;
+            sigaction(s_aiSignals.at(uiAt), nullptr, &m_aoOld.at(uiAt));
+            if (m_aoOld.at(uiAt).sa_handler != SIG_IGN)
+            {
+                sigaction(s_aiSignals.at(uiAt), &oAction, nullptr);
+            }
+        }
+    }
+    ~SignalsNoted()
+    {
+        for (std::size_t uiAt = 0; uiAt < s_aiSignals.size(); ++uiAt)
+        {
+            sigaction(s_aiSignals.at(uiAt), &m_aoOld.at(uiAt), nullptr);
+        }
+        sigprocmask(SIG_SETMASK, &m_oMask, nullptr);
+    }
+    SignalsNoted(const SignalsNoted&) = delete;
+    SignalsNoted& operator=(const SignalsNoted&) = delete;
+
+    /// Waits for input with the signals let through; false when one came.
+    [[nodiscard]] bool waitForInput() const
+    {
+        pollfd oInput{STDIN_FILENO, POLLIN, 0};
+        while (s_iSignal == 0 && ppoll(&oInput, 1, nullptr, &m_oMask) < 0 && errno == EINTR)
+        {
+        }
+        return s_iSignal == 0;
+    }
+
+private:
+    sigset_t m_oMask{};
+    std::array<struct sigaction, s_aiSignals.size()> m_aoOld{};
+};
+
+/// The terminal shows nothing of what is typed but the line's end.
+class EchoOff
+{
+public:
+    EchoOff()
+    {
+        if (tcgetattr(STDIN_FILENO, &m_oOld) != 0)
+        {
+            throw Failure(std::string("Can't ask on the terminal: ") + std::strerror(errno));
+        }
+        termios oQuiet = m_oOld;
+        oQuiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        oQuiet.c_lflag |= ICANON | ECHONL;
+        oQuiet.c_iflag |= ICRNL;
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &oQuiet);
+    }
+    ~EchoOff() { tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_oOld); }
+    EchoOff(const EchoOff&) = delete;
+    EchoOff& operator=(const EchoOff&) = delete;
+
+private:
+    termios m_oOld{};
+};
+
+/// One line of the terminal; false when a signal came first. Throws Failure at the end of the input.
+bool readLine(const SignalsNoted& a_oSignals, std::string& a_strLine)
+{
+    a_strLine.clear();
+    while (a_strLine.empty() || a_strLine.back() != '\n')
+    {
+        if (!a_oSignals.waitForInput())
+        {
+            return false;
+        }
+        std::array<char, 512> oBuffer{};
+        const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
+        if (iRead == 0 || (iRead < 0 && errno != EINTR))
+        {
+            throw Failure("No password was typed; nothing was written");
+        }
+        a_strLine.append(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));
+        if (a_strLine.size() > s_uiLongest)
+        {
+            throw Failure("The password is longer than 4096 bytes: give it with --password-file");
+        }
+    }
+    a_strLine.pop_back();
+    return true;
+}
+
+bool askOnce(const std::string& a_strQuestion, std::string& a_strLine)
+{
+    const SignalsNoted oSignals;
+    const EchoOff oEchoOff;
+    static_cast<void>(writeAll(STDERR_FILENO, a_strQuestion));
+    return readLine(oSignals, a_strLine);
+}
+
+/// A signal does what it would have done, with the terminal as it was; after one that only stopped the program for a
+/// while, the question is asked again.
+std::string ask(const std::string& a_strQuestion)
+{
+    std::string strLine;
+    while (!askOnce(a_strQuestion, strLine))
+    {
+        static_cast<void>(writeAll(STDERR_FILENO, "\n"));
+        static_cast<void>(std::raise(s_iSignal));
+    }
+    return strLine;
+}
+
+} // namespace
+
+std::string readPassword(const std::string& a_strFile, const std::string& a_strQuestion)
+{
+    if (!a_strFile.empty())
+    {
+        return readValue(a_strFile);
+    }
+    if (isatty(STDIN_FILENO) == 0)
+    {
+        throw Failure("There is no terminal to ask for the password on: give it with --password-file FILE, or with "
+                      "'--password-file -' for standard input");
+    }
+    return ask(a_strQuestion);
+}
+
+bool confirm(const std::string& a_strQuestion, const std::string& a_strInstead)
+{
+    if (isatty(STDIN_FILENO) == 0)
+    {
+        throw Failure("There is no terminal to ask on; " + a_strInstead + " says yes");
+    }
+    static_cast<void>(writeAll(STDERR_FILENO, a_strQuestion + " [y/N] "));
+    std::array<char, 64> oBuffer{};
+    const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
+    const std::string strAnswer(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));
+    return strAnswer == "y\n" || strAnswer == "Y\n" || strAnswer == "yes\n";
+}
+
+} // namespace cfgctl

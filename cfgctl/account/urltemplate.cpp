@@ -1,0 +1,180 @@
+#include "cfgctl/account/urltemplate.h"
+
+#include <algorithm>
+#include <array>
+
+namespace cfgctl
+{
+
+namespace
+{
+
+constexpr std::string_view s_strUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+constexpr std::string_view s_strReserved = ":/?[]@!$&'()*+,;=";
+constexpr std::string_view s_strHex = "0123456789ABCDEFabcdef";
+
+bool isIn(char a_cCharacter, std::string_view a_strSet)
+{
+    return a_strSet.find(a_cCharacter) != std::string_view::npos;
+}
+
+std::size_t afterScheme(std::string_view a_strUrl)
+{
+    for (const std::string_view strScheme : {"https://", "http://"})
+    {
+        if (a_strUrl.substr(0, strScheme.size()) == strScheme)
+        {
+            return strScheme.size();
+        }
+    }
+    return 0;
+}
+
+std::string describeCharacter(char a_cCharacter)
+{
+    constexpr std::string_view strDigits = "0123456789abcdef";
+    const auto uiByte = static_cast<unsigned char>(a_cCharacter);
+    if (uiByte > 0x20 && uiByte < 0x7f)
+    {
+        return std::string("the character '") + a_cCharacter + "'";
+    }
+    return uiByte == 0x20 ? "a blank" : std::string("the byte 0x") + strDigits[uiByte >> 4U] + strDigits[uiByte & 15U];
+}
+
+std::string join(const std::vector<std::string>& a_oTexts)
+{
+    std::string strResult;
+    for (const std::string& strText : a_oTexts)
+    {
+        strResult += (strResult.empty() ? "" : " ") + strText;
+    }
+    return strResult;
+}
+
+std::string findCharacterFault(std::string_view a_strUrl)
+{
+    for (std::size_t uiAt = 0; uiAt < a_strUrl.size(); ++uiAt)
+    {
+        const char cCharacter = a_strUrl[uiAt];
+        const bool bEncoded = cCharacter == '%' && uiAt + 2 < a_strUrl.size() && isIn(a_strUrl[uiAt + 1], s_strHex) &&
+                              isIn(a_strUrl[uiAt + 2], s_strHex);
+        if (cCharacter == '%' && !bEncoded)
+        {
+            return "it has a '%' without two hexadecimal digits behind it";
+        }
+        if (cCharacter == '#')
+        {
+            return "it has a '#', and what follows that is never sent";
+        }
+        if (!bEncoded && !isIn(cCharacter, s_strUnreserved) && !isIn(cCharacter, s_strReserved))
+        {
+            return "it has " + describeCharacter(cCharacter) + ", which a URL can hold only as %XX";
+        }
+    }
+    return {};
+}
+
+/// A text in angle brackets that isn't one of the allowed ones.
+std::string findUnknownPlaceholder(const std::string& a_strUrl)
+{
+    const std::size_t uiStart = a_strUrl.find('<');
+    const std::size_t uiEnd = a_strUrl.find('>', uiStart == std::string::npos ? 0 : uiStart);
+    const bool bFound = uiStart != std::string::npos && uiEnd != std::string::npos;
+    const std::string strName = bFound ? a_strUrl.substr(uiStart + 1, uiEnd - uiStart - 1) : std::string();
+    const bool bName = !strName.empty() && strName.size() < 32 &&
+                       std::all_of(strName.begin(), strName.end(), [](char a_c) { return isIn(a_c, s_strUnreserved); });
+    return bName ? "<" + strName + ">" : std::string();
+}
+
+} // namespace
+
+const std::vector<std::string>& getPlaceholders()
+{
+    static const std::vector<std::string> s_oPlaceholders{
+        "<ipaddr>", "<ipaddr6>", "<domain>", "<username>", "<password>", "<serial>"};
+    return s_oPlaceholders;
+}
+
+bool hasPlaceholder(const std::string& a_strTemplate, std::string_view a_strPlaceholder)
+{
+    return a_strTemplate.find(a_strPlaceholder) != std::string::npos;
+}
+
+std::string replaceAll(const std::string& a_strText, std::string_view a_strWhat, std::string_view a_strWith)
+{
+    std::string strResult;
+    std::size_t uiFrom = 0;
+    std::size_t uiFound = 0;
+    while ((uiFound = a_strText.find(a_strWhat, uiFrom)) != std::string::npos)
+    {
+        strResult.append(a_strText, uiFrom, uiFound - uiFrom).append(a_strWith);
+        uiFrom = uiFound + a_strWhat.size();
+    }
+    return strResult.append(a_strText, uiFrom, std::string::npos);
+}
+
+std::string fillIn(std::string a_strTemplate, const Replacements& a_oReplacements)
+{
+    for (const auto& [strPlaceholder, strValue] : a_oReplacements)
+    {
+        a_strTemplate = replaceAll(a_strTemplate, strPlaceholder, strValue);
+    }
+    return a_strTemplate;
+}
+
+std::string findUrlFault(const std::string& a_strTemplate, const std::vector<std::string>& a_oAllowed)
+{
+    if (afterScheme(a_strTemplate) == 0)
+    {
+        return "it doesn't begin with https://";
+    }
+    std::string strUrl = a_strTemplate;
+    for (const std::string& strPlaceholder : a_oAllowed)
+    {
+        strUrl = replaceAll(strUrl, strPlaceholder, "x");
+    }
+    const std::string strUnknown = findUnknownPlaceholder(strUrl);
+    if (!strUnknown.empty())
+    {
+        return "nobody fills in " + strUnknown +
+               (a_oAllowed.empty() ? std::string() : "; the placeholders are " + join(a_oAllowed));
+    }
+    const std::string strHost = urlHost(a_strTemplate);
+    const bool bHost =
+        !strHost.empty() && std::all_of(strHost.begin(),
+                                        strHost.end(),
+                                        [](char a_cCharacter) { return isIn(a_cCharacter, s_strUnreserved); });
+    return bHost ? findCharacterFault(strUrl) : "it names no server behind the '://'";
+}
+
+std::string urlBase(const std::string& a_strUrl)
+{
+    return a_strUrl.substr(0, a_strUrl.find('?'));
+}
+
+std::string urlHost(const std::string& a_strUrl)
+{
+    const std::size_t uiStart = afterScheme(a_strUrl);
+    const std::string strAuthority = a_strUrl.substr(uiStart, a_strUrl.find_first_of("/?#", uiStart) - uiStart);
+    const std::size_t uiAt = strAuthority.rfind('@');
+    const std::string strHost = uiAt == std::string::npos ? strAuthority : strAuthority.substr(uiAt + 1);
+    return strHost.substr(0, strHost.find(':'));
+}
+
+std::string percentEncode(std::string_view a_strText)
+{
+    std::string strResult;
+    for (const char cCharacter : a_strText)
+    {
+        if (isIn(cCharacter, s_strUnreserved))
+        {
+            strResult += cCharacter;
+            continue;
+        }
+        const auto uiByte = static_cast<unsigned char>(cCharacter);
+        strResult += {'%', s_strHex[uiByte >> 4U], s_strHex[uiByte & 15U]};
+    }
+    return strResult;
+}
+
+} // namespace cfgctl

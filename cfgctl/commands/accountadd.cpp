@@ -1,0 +1,145 @@
+#include "cfgctl/account/obstacles.h"
+#include "cfgctl/account/password.h"
+#include "cfgctl/account/providerfile.h"
+#include "cfgctl/account/urltemplate.h"
+#include "cfgctl/commands/accounts.h"
+#include "cfgctl/commands/commands.h"
+#include "cfgctl/errors.h"
+#include "cfgctl/output.h"
+#include "cfgctl/secrets.h"
+
+namespace cfgctl
+{
+
+namespace
+{
+
+/// A file with a fault ends this: the provider might be taken from another file than the one meant.
+Provider chooseProvider(const AccountOptions& a_oOptions)
+{
+    if (!a_oOptions.m_strUrl.empty())
+    {
+        return makeOwnProvider(a_oOptions.m_strUrl, !a_oOptions.m_oWish.m_strUser.empty());
+    }
+    if (!a_oOptions.m_strServer.empty())
+    {
+        return makeGnudipProvider(a_oOptions.m_strServer);
+    }
+    const ProviderList oList = loadProviders(a_oOptions.m_strProviders);
+    if (!oList.m_oComplaints.empty())
+    {
+        throw Failure(oList.m_oComplaints.front());
+    }
+    const Provider* pProvider = findProvider(oList.m_oProviders, a_oOptions.m_strProvider);
+    if (pProvider == nullptr)
+    {
+        throw Failure("There is no provider '" + a_oOptions.m_strProvider +
+                      "': 'cfgctl providers' lists them; for another one give its update URL with --url, or its GnuDIP "
+                      "server with --server");
+    }
+    return *pProvider;
+}
+
+std::vector<std::string>
+findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const StatusSources& a_oSources)
+{
+    std::vector<std::string> oWarnings;
+    if (!a_oProvider.m_bSure)
+    {
+        oWarnings.push_back("What is known of " + a_oProvider.m_strName + " is not confirmed by its own pages (" +
+                            a_oProvider.m_strDoubt + "): look at the first answers with 'cfgctl log'");
+    }
+    for (const korrin::ValueList& oOther : a_oSources.m_oAccounts)
+    {
+        const bool bSameServer =
+            oOther.getValue("ServiceType") == a_oRow.getValue("ServiceType") &&
+            urlHost(oOther.getValue("ServerAddr").getText()) == urlHost(a_oRow.getValue("ServerAddr").getText());
+        if (bSameServer && oOther.getValue("Hostname") == a_oRow.getValue("Hostname"))
+        {
+            oWarnings.push_back("There is " + nameAccount(oOther) +
+                                " at the same provider already: the two will overwrite each other's address");
+        }
+    }
+    const InterfaceState eState = readInterfaceState(a_oRow.getValue("Interface").getText());
+    for (const Obstacle& oObstacle : findObstacles(a_oRow, a_oSources, eState))
+    {
+        oWarnings.push_back(oObstacle.m_strWhat + ": " + oObstacle.m_strNext);
+    }
+    return oWarnings;
+}
+
+std::string showRow(const korrin::ValueList& a_oRow, bool a_bShowSecrets)
+{
+    Table oTable{{"Column", "Value"}, {}};
+    for (const auto& [strColumn, oValue] : a_oRow)
+    {
+        const bool bHide = strColumn == "Password" && !a_bShowSecrets && !oValue.getText().empty();
+        oTable.m_oRows.push_back({{strColumn}, {bHide ? std::string(g_strHidden) : oValue.getText()}});
+    }
+    return renderTable(oTable, {}) + "Nothing was written.\n";
+}
+
+std::string askPassword(const AccountPlan& a_oPlan, const Provider& a_oProvider, const AccountOptions& a_oOptions)
+{
+    if (a_oPlan.m_strPasswordHint.empty() || (a_oOptions.m_bDryRun && a_oOptions.m_strPasswordFile.empty()))
+    {
+        return {};
+    }
+    return readPassword(a_oOptions.m_strPasswordFile,
+                        a_oOptions.m_oWish.m_strHost + " at " + a_oProvider.m_strName + ", " +
+                            a_oPlan.m_strPasswordHint + ": ");
+}
+
+korrin::Value store(Database& a_oDatabase, const korrin::ValueList& a_oRow, const Options& a_oOptions)
+{
+    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    a_oDatabase.insertRow("DynDns", a_oRow);
+    korrin::Value oId(korrin::eValueInteger, a_oDatabase.getLastId("DynDns"));
+    a_oDatabase.commit();
+    return oId;
+}
+
+} // namespace
+
+std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
+{
+    const AccountOptions& oAccount = a_oOptions.m_oAccount;
+    const Provider oProvider = chooseProvider(oAccount);
+    AccountPlan oPlan = planAccount(oProvider, oAccount.m_oWish);
+    const std::string strPassword = askPassword(oPlan, oProvider, oAccount);
+    const bool bDryWithout = oAccount.m_bDryRun && oAccount.m_strPasswordFile.empty();
+    if (!oPlan.m_strPasswordHint.empty() && !bDryWithout)
+    {
+        oPlan.m_oRow.add("Password",
+                         korrin::Value(korrin::eValueText, preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
+    }
+    const StatusSources oSources = readSources(a_oDatabase);
+    const korrin::Value oId =
+        oAccount.m_bDryRun ? korrin::Value(korrin::eValueNull, 0) : store(a_oDatabase, oPlan.m_oRow, a_oOptions);
+    korrin::ValueList oRow = oPlan.m_oRow;
+    oRow.add("Id", oId);
+    if (bDryWithout)
+    {
+        oRow.add("Password", korrin::Value(korrin::eValueText, std::string(g_strHidden))); // the one to come
+    }
+    for (const std::string& strWarning : findWarnings(oProvider, oRow, oSources))
+    {
+        complain(strWarning);
+    }
+    if (a_oOptions.m_bJson)
+    {
+        korrin::ValueList oResult;
+        oResult.add("Id", oId);
+        return rowToJson(oResult) + "\n";
+    }
+    std::string strText = oAccount.m_bDryRun ? showRow(oPlan.m_oRow, a_oOptions.m_bShowSecrets)
+                                             : "Added " + nameAccount(oRow) + " at " + oProvider.m_strName +
+                                                   ", through " + oAccount.m_oWish.m_strInterface + ".\n";
+    for (const std::string& strNote : oPlan.m_oNotes)
+    {
+        strText += strNote + "\n";
+    }
+    return strText;
+}
+
+} // namespace cfgctl

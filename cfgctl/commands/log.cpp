@@ -1,0 +1,113 @@
+#include "cfgctl/commands/accounts.h"
+#include "cfgctl/commands/commands.h"
+#include "cfgctl/commands/follow.h"
+#include "cfgctl/errors.h"
+#include "cfgctl/logrows.h"
+#include "cfgctl/output.h"
+#include "cfgctl/session.h"
+
+#include <ctime>
+#include <iterator>
+
+namespace cfgctl
+{
+
+namespace
+{
+
+/// Prints what it has not printed yet.
+class LogPrinter
+{
+public:
+    explicit LogPrinter(const Options& a_oOptions) : m_oOptions(a_oOptions) {}
+
+    void printNewest(Database& a_oDatabase)
+    {
+        Rows oRows = read(a_oDatabase);
+        while (oRows.size() > m_oOptions.m_uiLines)
+        {
+            oRows.pop_front();
+        }
+        if (m_oOptions.m_bFollow)
+        {
+            printLines(oRows);
+        }
+        else if (m_oOptions.m_bJson)
+        {
+            writeOut(rowsToJson(oRows) + "\n");
+        }
+        else
+        {
+            writeOut(renderTable(makeLogTable(oRows), m_oOptions.m_oLayout));
+        }
+    }
+    /// What can't be read is read at the next change, or when the service is back.
+    void printNew(Database& a_oDatabase)
+    {
+        Rows oRows;
+        try
+        {
+            oRows = read(a_oDatabase);
+        }
+        catch (const Failure& oError)
+        {
+            complain(oError.what());
+        }
+        printLines(oRows);
+    }
+
+private:
+    [[nodiscard]] int account() const
+    {
+        return m_oOptions.m_oAccount.m_oIds.empty() ? 0 : m_oOptions.m_oAccount.m_oIds.front();
+    }
+    Rows read(Database& a_oDatabase)
+    {
+        const Rows oAccounts = a_oDatabase.getRows("DynDns");
+        Rows oRows = makeLogRows(oAccounts, a_oDatabase.getRows("DynDnsLog"), account(), m_iLast, std::time(nullptr));
+        if (!oRows.empty())
+        {
+            m_iLast = oRows.back().getValue("Id").getInteger();
+        }
+        return oRows;
+    }
+    void printLines(const Rows& a_oRows) const
+    {
+        for (const korrin::ValueList& oRow : a_oRows)
+        {
+            writeOut(m_oOptions.m_bJson ? rowToJson(oRow) + "\n" : makeLogLine(oRow, m_oOptions.m_oLayout));
+        }
+    }
+
+    const Options& m_oOptions;
+    int m_iLast = 0; // Ids only grow
+};
+
+} // namespace
+
+void runLog(const Options& a_oOptions)
+{
+    LogPrinter oPrinter(a_oOptions);
+    {
+        Session oSession(a_oOptions.m_strSocket);
+        Database oDatabase(oSession.getClient());
+        if (!a_oOptions.m_oAccount.m_oIds.empty())
+        {
+            static_cast<void>(readAccounts(oDatabase, a_oOptions.m_oAccount.m_oIds)); // an unknown one fails here
+        }
+        oPrinter.printNewest(oDatabase);
+    }
+    if (a_oOptions.m_bFollow)
+    {
+        Follower oFollower;
+        oFollower.m_oTables = {"DynDnsLog"};
+        oFollower.m_oOnChange = [&](vadro::cfg::common::IConfigClient& a_oClient, const std::string&, bool)
+        {
+            Database oDatabase(a_oClient);
+            oPrinter.printNew(oDatabase);
+        };
+        static_cast<void>(follow(a_oOptions, oFollower));
+    }
+}
+
+} // namespace cfgctl

@@ -1,0 +1,79 @@
+#include "cfgctl/account/providerfile.h"
+#include "cfgctl/commands/accounts.h"
+#include "cfgctl/commands/commands.h"
+#include "cfgctl/errors.h"
+#include "cfgctl/output.h"
+
+namespace cfgctl
+{
+
+namespace
+{
+
+std::string showDetails(const Provider& a_oProvider)
+{
+    const std::vector<std::pair<std::string, std::string>> oDetails{
+        {"Key", a_oProvider.m_strKey},
+        {"Name", a_oProvider.m_strName},
+        {"Confirmed", a_oProvider.m_bSure ? "yes" : "no: " + a_oProvider.m_strDoubt},
+        {"Sign-in", nameSignIn(a_oProvider.m_eSignIn)},
+        {"URL", a_oProvider.m_strUrl},
+        {"With IPv6", a_oProvider.m_strUrlDual},
+        {"User name", a_oProvider.m_strUserHint},
+        {"Password", a_oProvider.m_strPasswordHint},
+        {"Success is", a_oProvider.m_strExpect.empty() ? "HTTP status 200" : a_oProvider.m_strExpect},
+        {"If unchanged", a_oProvider.m_strUnchanged},
+        {"Tries", std::to_string(a_oProvider.m_iRetry)},
+        {"Notes", a_oProvider.m_strNotes},
+        {"See", a_oProvider.m_strDoc}};
+    std::string strText;
+    for (const auto& [strName, strDetail] : oDetails)
+    {
+        if (!strDetail.empty())
+        {
+            strText.append(strName).append(14 - strName.size(), ' ').append(strDetail).append("\n");
+        }
+    }
+    return strText;
+}
+
+std::string showList(const Providers& a_oProviders, const Layout& a_oLayout)
+{
+    Table oTable;
+    oTable.m_oHeadings = {"Key", "Name", "Sign-in", "IPv6", "Confirmed"};
+    for (const Provider& oProvider : a_oProviders)
+    {
+        oTable.m_oRows.push_back({{oProvider.m_strKey},
+                                  {oProvider.m_strName},
+                                  {nameSignIn(oProvider.m_eSignIn)},
+                                  {oProvider.m_strUrlDual.empty() ? "" : "--dual"},
+                                  {oProvider.m_bSure ? "yes" : "no: " + oProvider.m_strDoubt,
+                                   oProvider.m_bSure ? Style::Plain : Style::Faint}});
+    }
+    return renderTable(oTable, a_oLayout);
+}
+
+} // namespace
+
+void runProviders(const Options& a_oOptions)
+{
+    Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
+    const std::string& strKey = a_oOptions.m_oAccount.m_strProvider;
+    if (!strKey.empty())
+    {
+        const Provider* pProvider = findProvider(oProviders, strKey);
+        if (pProvider == nullptr)
+        {
+            throw Failure("There is no provider '" + strKey + "'; 'cfgctl providers' lists them");
+        }
+        oProviders = {Provider(*pProvider)};
+    }
+    if (a_oOptions.m_bJson)
+    {
+        writeOut(providersToJson(oProviders));
+        return;
+    }
+    writeOut(strKey.empty() ? showList(oProviders, a_oOptions.m_oLayout) : showDetails(oProviders.front()));
+}
+
+} // namespace cfgctl

@@ -1,0 +1,175 @@
+#include "cfgctl/importplan.h"
+
+#include "cfgctl/errors.h"
+#include "cfgctl/secrets.h"
+
+#include <algorithm>
+#include <map>
+
+namespace cfgctl
+{
+
+namespace
+{
+
+std::string nameRow(const std::string& a_strTable, const korrin::ValueList& a_oRow)
+{
+    return a_oRow.hasValue("Id") ? a_strTable + " row with Id " + a_oRow.getValue("Id").getText()
+                                 : "A " + a_strTable + " row without Id";
+}
+
+/// The value that the file means for one column of a row, which a_pPresent is the stored form of, if there is one.
+korrin::Value wantedValue(const std::string& a_strTable,
+                          const std::string& a_strColumn,
+                          const korrin::Value& a_oDefault,
+                          const korrin::ValueList& a_oWanted,
+                          const korrin::ValueList* a_pPresent)
+{
+    if (!a_oWanted.hasValue(a_strColumn))
+    {
+        const bool bKept = a_pPresent != nullptr && a_strColumn == "Password";
+        return bKept ? a_pPresent->getValue(a_strColumn) : a_oDefault;
+    }
+    const korrin::Value& oWanted = a_oWanted.getValue(a_strColumn);
+    if (!hasHiddenPart(a_strTable, a_strColumn, oWanted.getText()))
+    {
+        return oWanted;
+    }
+    if (a_pPresent != nullptr)
+    {
+        const korrin::Value& oPresent = a_pPresent->getValue(a_strColumn);
+        if (hideSecret(a_strTable, a_strColumn, oPresent.getText()) == oWanted.getText())
+        {
+            return oPresent;
+        }
+    }
+    throw Failure(nameRow(a_strTable, a_oWanted) + ": " + a_strColumn + " has a part hidden as \"" +
+                  std::string(g_strHidden) +
+                  "\", which no stored row completes; write the secret there, or export with --show-secrets");
+}
+
+korrin::ValueList completeRow(const std::string& a_strTable,
+                              const korrin::ValueList& a_oColumns,
+                              const korrin::ValueList& a_oWanted,
+                              const korrin::ValueList* a_pPresent)
+{
+    korrin::ValueList oRow;
+    for (const auto& [strColumn, oDefault] : a_oColumns)
+    {
+        if (strColumn != "Id")
+        {
+            oRow.add(strColumn, wantedValue(a_strTable, strColumn, oDefault, a_oWanted, a_pPresent));
+        }
+        else if (a_oWanted.hasValue("Id"))
+        {
+            oRow.add("Id", a_oWanted.getValue("Id"));
+        }
+    }
+    return oRow;
+}
+
+/// Rows by their Id.
+class RowIndex
+{
+public:
+    explicit RowIndex(const Rows& a_oRows)
+    {
+        for (const korrin::ValueList& oRow : a_oRows)
+        {
+            m_oRows.emplace(oRow.getValue("Id").getInteger(), &oRow);
+        }
+    }
+    /// The row of the same Id, or null.
+    [[nodiscard]] const korrin::ValueList* find(const korrin::ValueList& a_oRow) const
+    {
+        const auto it = a_oRow.hasValue("Id") ? m_oRows.find(a_oRow.getValue("Id").getInteger()) : m_oRows.end();
+        return it == m_oRows.end() ? nullptr : it->second;
+    }
+    [[nodiscard]] std::size_t getSize() const { return m_oRows.size(); }
+
+private:
+    std::map<int, const korrin::ValueList*> m_oRows;
+};
+
+Rows completeRows(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const RowIndex& a_oPresent)
+{
+    Rows oNamed;
+    Rows oNew; // they are given Ids past all that are taken, the file's own included
+    for (const korrin::ValueList& oWanted : a_oWanted.m_oRows)
+    {
+        Rows& oRows = oWanted.hasValue("Id") ? oNamed : oNew;
+        oRows.push_back(completeRow(a_oWanted.m_strTable, a_oColumns, oWanted, a_oPresent.find(oWanted)));
+    }
+    oNamed.splice(oNamed.end(), oNew);
+    return oNamed;
+}
+
+void count(TablePlan& a_oPlan, const Rows& a_oRows, const RowIndex& a_oPresent)
+{
+    for (const korrin::ValueList& oRow : a_oRows)
+    {
+        const korrin::ValueList* pPresent = a_oPresent.find(oRow);
+        const bool bSame = pPresent != nullptr && *pPresent == oRow;
+        ++(pPresent == nullptr ? a_oPlan.m_uiAdded : bSame ? a_oPlan.m_uiUnchanged : a_oPlan.m_uiChanged);
+    }
+    a_oPlan.m_uiDeleted = static_cast<unsigned>(a_oPresent.getSize()) - a_oPlan.m_uiChanged - a_oPlan.m_uiUnchanged;
+}
+
+TablePlan planFixedRow(ImportedTable a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
+{
+    const std::string strOnlyRow = "Table " + a_oWanted.m_strTable + " always has exactly one row";
+    if (a_oWanted.m_oRows.size() != 1)
+    {
+        throw Failure(strOnlyRow + ", but the file gives it " + std::to_string(a_oWanted.m_oRows.size()));
+    }
+    korrin::ValueList& oWanted = a_oWanted.m_oRows.front();
+    if (!oWanted.hasValue("Id") && !a_oPresent.empty())
+    {
+        oWanted.add("Id", a_oPresent.front().getValue("Id"));
+    }
+    const RowIndex oIndex(a_oPresent);
+    if (oIndex.find(oWanted) == nullptr)
+    {
+        throw Failure(strOnlyRow + " with an Id of its own; leave the Id out");
+    }
+    TablePlan oPlan;
+    oPlan.m_strTable = a_oWanted.m_strTable;
+    Rows oRows = completeRows(a_oWanted, a_oColumns, oIndex);
+    count(oPlan, oRows, oIndex);
+    if (oPlan.m_uiChanged > 0)
+    {
+        oPlan.m_oUpdates = std::move(oRows);
+    }
+    return oPlan;
+}
+
+} // namespace
+
+bool hasFixedRow(const std::string& a_strTable)
+{
+    return a_strTable == "DNSRelay" || a_strTable == "etl";
+}
+
+TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
+{
+    if (hasFixedRow(a_oWanted.m_strTable))
+    {
+        return planFixedRow(a_oWanted, a_oColumns, a_oPresent);
+    }
+    TablePlan oPlan;
+    oPlan.m_strTable = a_oWanted.m_strTable;
+    const RowIndex oIndex(a_oPresent);
+    const Rows oRows = completeRows(a_oWanted, a_oColumns, oIndex);
+    count(oPlan, oRows, oIndex);
+    // From the first difference on everything is taken out and put in again: rows are only ever appended, and no key
+    // of a row that is still to change can be in the way of another one.
+    const auto [itPresent, itWanted] = std::mismatch(a_oPresent.begin(), a_oPresent.end(), oRows.begin(), oRows.end());
+    for (auto it = itPresent; it != a_oPresent.end(); ++it)
+    {
+        oPlan.m_oDeletes.push_back(it->getValue("Id").getText());
+    }
+    oPlan.m_oInserts.assign(itWanted, oRows.end());
+    return oPlan;
+}
+
+} // namespace cfgctl

@@ -1,0 +1,70 @@
+#include "cfgctl/arguments.h"
+#include "cfgctl/errors.h"
+#include "cfgctl/inputfile.h"
+#include "cfgctl/output.h"
+#include "cfgctl/session.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// A standard descriptor that was closed would be given to the connection, and what is printed would go to the service.
+/// This way reading and writing it fails, as it does with a closed one.
+void occupyStandardDescriptors()
+{
+    for (const int iFd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    {
+        if (fcntl(iFd, F_GETFD) < 0)
+        {
+            static_cast<void>(open("/dev/null", iFd == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+        }
+    }
+}
+
+void run(int a_iCount, const char* const* a_ppArguments)
+{
+    cfgctl::Request oRequest = cfgctl::parseArguments(a_iCount, a_ppArguments);
+    if (!oRequest.m_strText.empty())
+    {
+        cfgctl::writeOut(oRequest.m_strText);
+        return;
+    }
+    cfgctl::Options& oOptions = oRequest.m_oOptions;
+    oOptions.m_oLayout = cfgctl::layoutOfStandardOutput();
+    if (oRequest.m_oLongCommand)
+    {
+        oRequest.m_oLongCommand(oOptions);
+        return;
+    }
+    cfgctl::readValues(oOptions.m_oKey); // before the connection: standard input may take its time
+    cfgctl::readValues(oOptions.m_oValues);
+    cfgctl::Session oSession(oOptions.m_strSocket);
+    cfgctl::Database oDatabase(oSession.getClient());
+    cfgctl::writeOut(oRequest.m_oCommand(oDatabase, oOptions));
+}
+
+} // namespace
+
+int main(int a_iCount, char** a_ppArguments)
+{
+    occupyStandardDescriptors();
+    std::signal(SIGPIPE, SIG_DFL); // 'cfgctl export | head' ends without a word, whatever this was started with
+    try
+    {
+        run(a_iCount, a_ppArguments);
+        return 0;
+    }
+    catch (const cfgctl::UsageError& oError)
+    {
+        cfgctl::complain(oError.what());
+        return 2;
+    }
+    catch (const std::exception& oError)
+    {
+        cfgctl::complain(oError.what());
+        return 1;
+    }
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "korrin/valuelist.h"
+
+#include <string>
+#include <string_view>
+
+namespace cfgctl
+{
+
+/// What is shown in the place of a secret.
+constexpr std::string_view g_strHidden = "********";
+
+/// The value as it may be shown. Of table DynDns, a password that is not empty is hidden whole; of an update URL, what
+/// identifies the user before '@' and every part of the query that isn't just placeholders, since providers hand out
+/// keys there.
+/// A key in a URL's path can't be told from a path. Everything else stays. Pure.
+[[nodiscard]] std::string
+hideSecret(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strValue);
+
+/// Hides the secrets of a row in place. Pure.
+void hideSecrets(const std::string& a_strTable, korrin::ValueList& a_oRow);
+
+/// True for a value of a column with secrets in which something was hidden. Pure.
+[[nodiscard]] bool
+hasHiddenPart(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strValue);
+
+} // namespace cfgctl

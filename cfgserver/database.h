@@ -1,0 +1,53 @@
+#pragma once
+
+#include "cfgserver/table.h"
+
+#include <SQLiteCpp/Database.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cfgserver
+{
+
+/// A table before and after a transaction.
+struct TableChange
+{
+    const Table& m_oBefore;
+    const Table& m_oAfter;
+};
+
+/// The tables on disk: one SQLite file that belongs to this process alone while it is open. One thread; must not be
+/// carried over a fork, which would lose the lock.
+class Database
+{
+public:
+    /// Opens or creates the file, mode 0600, and brings it to the present schema; ":memory:" keeps nothing. Throws
+    /// std::runtime_error that names the file, the reason and what to do: no folder, no permission, used by another
+    /// process, damaged, not ours, written by a newer service. A file that is refused stays as it was, mode included;
+    /// until accept() the log beside it isn't written into it either.
+    explicit Database(const std::string& a_strPath);
+
+    /// The stored rows of a table. Throws std::runtime_error when they break the rules of the schema.
+    [[nodiscard]] Table load(const TableSchema& a_oSchema);
+
+    /// All that was loaded is sound.
+    void accept();
+
+    /// Writes the rows that differ, all tables in one transaction, and returns once they would survive a loss of power.
+    /// Throws Refusal (StorageFailed), with nothing written. No change costs nothing.
+    void save(const std::vector<TableChange>& a_oChanges);
+
+private:
+    void configure();
+    void createMissing();
+    void writeRows(const TableChange& a_oChange);
+    void writeHighestId(const TableChange& a_oChange);
+    void overwriteRefused();
+
+    std::string m_strPath;
+    std::unique_ptr<SQLite::Database> m_pDatabase;
+};
+
+} // namespace cfgserver

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "cfgserver/options.h"
+
+namespace cfgserver
+{
+
+/// Runs the service until SIGINT, SIGTERM or SIGQUIT (in the foreground also SIGHUP) and returns the exit status: 0, or
+/// 1 when it could not start or go on, with one line on standard error and in syslog that says why. In the background
+/// it returns in the caller's process as soon as the service is ready or has failed. Main thread, once per process.
+[[nodiscard]] int runProcess(const Options& a_oOptions);
+
+} // namespace cfgserver

@@ -1,0 +1,302 @@
+#include "cfgserver/server.h"
+
+#include "vadro/sysloglevel.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <limits>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace cfgserver
+{
+
+namespace
+{
+
+using vadro::base::Descriptor;
+
+// Few at a time: those that are here get their turn in between, whatever arrives.
+constexpr int s_iAcceptsPerTurn = 8;
+constexpr std::chrono::seconds s_oAcceptPause(1);
+
+int openReserve()
+{
+    return ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+} // namespace
+
+Server::Server(korrin::net::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits)
+    : m_oLoop(a_oLoop), m_oSocket(a_oSocket), m_oLimits(a_oLimits), m_oService(a_oStore, a_oLimits.m_oAccess),
+      m_oWarnings(VADRO_Sysloglevel_registerModul("cfgserver")),
+      m_uiModuleId(VADRO_Sysloglevel_registerModul("cfgserver")),
+      m_pReserve(std::make_unique<Descriptor>(openReserve()))
+{
+    m_oLoop.add(m_oSocket.getFd(), EPOLLIN, [this](std::uint32_t) { acceptSome(); });
+}
+
+Server::~Server()
+{
+    m_oLoop.remove(m_oSocket.getFd());
+    while (!m_oSessions.empty())
+    {
+        disconnect(m_oSessions.begin());
+    }
+}
+
+void Server::runOnce()
+{
+    m_oLoop.wait(getTimeout());
+    takeTurns();
+    m_oService.expire(Clock::now());
+    removeEnded();
+    resumeAccepting();
+}
+
+int Server::getTimeout() const
+{
+    Clock::time_point oDeadline = m_oService.getDeadline().value_or(Clock::time_point::max());
+    oDeadline = std::min(oDeadline, m_oAcceptAgain.value_or(Clock::time_point::max()));
+    for (const auto& [iFd, pSession] : m_oSessions)
+    {
+        if (pSession->hasWork())
+        {
+            return 0;
+        }
+        oDeadline = std::min(oDeadline, pSession->getDeadline());
+    }
+    if (oDeadline == Clock::time_point::max())
+    {
+        return -1;
+    }
+    // Rounded up: a wait that ends just before its time would be followed by idle rounds.
+    const auto iLeft = std::chrono::ceil<std::chrono::milliseconds>(oDeadline - Clock::now()).count();
+    return static_cast<int>(std::clamp<long long>(iLeft, 0, std::numeric_limits<int>::max()));
+}
+
+void Server::acceptSome()
+{
+    for (int i = 0; i < s_iAcceptsPerTurn && acceptOne(); ++i)
+    {
+    }
+}
+
+bool Server::acceptOne()
+{
+    const int iFd = ::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (iFd >= 0)
+    {
+        admit(iFd);
+        return true;
+    }
+    const int iError = errno;
+    if ((iError == EMFILE || iError == ENFILE) && m_pReserve->isOpen())
+    {
+        refuseOne();
+    }
+    else if (iError != EAGAIN && iError != EINTR && iError != ECONNABORTED)
+    {
+        pauseAccepting(iError);
+    }
+    return false;
+}
+
+void Server::refuseOne()
+{
+    m_pReserve->reset();
+    Descriptor oRefused(::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_CLOEXEC));
+    oRefused.reset();
+    m_pReserve = std::make_unique<Descriptor>(openReserve());
+    m_oWarnings.write(Clock::now(), __LINE__, "A client was refused: this process has no descriptors left");
+}
+
+void Server::pauseAccepting(int a_iError)
+{
+    m_oWarnings.write(
+        Clock::now(), __LINE__, "Accepting clients failed, pausing: " + std::generic_category().message(a_iError));
+    m_oLoop.modify(m_oSocket.getFd(), 0);
+    m_oAcceptAgain = Clock::now() + s_oAcceptPause;
+}
+
+void Server::resumeAccepting()
+{
+    if (m_oAcceptAgain && Clock::now() >= *m_oAcceptAgain)
+    {
+        if (!m_pReserve->isOpen())
+        {
+            m_pReserve = std::make_unique<Descriptor>(openReserve());
+        }
+        m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
+        m_oAcceptAgain.reset();
+    }
+}
+
+void Server::admit(int a_iFd)
+{
+    const Clock::time_point oNow = Clock::now();
+    Descriptor oSocket(a_iFd); // until the session has it
+    const Peer oPeer = readPeer(a_iFd);
+    if (!mayConnect(a_iFd, oPeer, m_oSocket.getGroup()))
+    {
+        m_oWarnings.write(oNow, __LINE__, "Refused a client without permission (" + oPeer.describe() + ")");
+        return;
+    }
+    limitStrangers();
+    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oPatience, oNow);
+    oSocket.release();
+    const std::uint32_t uiInterest = pSession->getInterest();
+    const auto itSession = m_oSessions.emplace(a_iFd, std::move(pSession)).first;
+    try
+    {
+        m_oInterest[a_iFd] = uiInterest;
+        m_oLoop.add(a_iFd, uiInterest, [this, a_iFd](std::uint32_t a_uiEvents) { onEvents(a_iFd, a_uiEvents); });
+    }
+    catch (...)
+    {
+        m_oInterest.erase(a_iFd);
+        m_oSessions.erase(itSession);
+        throw;
+    }
+}
+
+void Server::limitStrangers()
+{
+    // Connections that say nothing push each other out: however many there are, one that says Hello gets through.
+    std::size_t uiStrangers = 0;
+    auto itOldest = m_oSessions.end();
+    for (auto it = m_oSessions.begin(); it != m_oSessions.end(); ++it)
+    {
+        if (!it->second->getClient().m_bGreeted)
+        {
+            ++uiStrangers;
+            const bool bOlder = itOldest == m_oSessions.end() || it->second->getStart() < itOldest->second->getStart();
+            itOldest = bOlder ? it : itOldest;
+        }
+    }
+    if (uiStrangers > 0 && uiStrangers >= m_oLimits.m_uiStrangers)
+    {
+        m_oWarnings.write(Clock::now(),
+                          __LINE__,
+                          "Too many clients: closing " + itOldest->second->describe() + ", which said no Hello yet");
+        disconnect(itOldest);
+    }
+}
+
+void Server::onEvents(int a_iFd, std::uint32_t a_uiEvents)
+{
+    // Also after a hang-up: what was sent before it is still served, and the end is then read.
+    if ((a_uiEvents & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
+    {
+        m_oSessions.at(a_iFd)->receive(Clock::now());
+    }
+}
+
+void Server::takeTurns()
+{
+    forEach(
+        [this](Session& a_oSession) {
+            a_oSession.serve([&](const wire::Request& a_oRequest) { return answer(a_oSession, a_oRequest); },
+                             Clock::now());
+        });
+    // After all were served, so that a commit's notifications leave in the turn of the commit.
+    forEach(
+        [](Session& a_oSession)
+        {
+            a_oSession.flush(Clock::now());
+            a_oSession.expire(Clock::now());
+        });
+}
+
+void Server::forEach(const std::function<void(Session&)>& a_oAction)
+{
+    for (const auto& [iFd, pSession] : m_oSessions)
+    {
+        try
+        {
+            a_oAction(*pSession);
+        }
+        catch (const std::exception& oError)
+        {
+            pSession->end(std::string("could not be served: ") + oError.what());
+        }
+    }
+}
+
+wire::Reply Server::refuse(Session& a_oSession, const wire::Request& a_oHello, const std::string& a_strReason)
+{
+    m_oWarnings.write(
+        Clock::now(), __LINE__, "Refused a client (" + a_oSession.getPeer().describe() + "): " + a_strReason);
+    a_oSession.endAfterReplies();
+    wire::Reply oReply;
+    oReply.m_uiSequence = a_oHello.m_uiSequence;
+    oReply.m_eResult = wire::Result::TooLarge;
+    oReply.m_strError = "too many clients: " + a_strReason + "; end some, or try again later";
+    return oReply;
+}
+
+wire::Reply Server::answer(Session& a_oSession, const wire::Request& a_oRequest)
+{
+    if (!a_oSession.getClient().m_bGreeted && a_oRequest.m_eOperation == wire::Operation::Hello)
+    {
+        const std::string strReason = makeRoom(m_oSessions, m_oService, m_oLimits, a_oSession.getPeer());
+        if (!strReason.empty())
+        {
+            return refuse(a_oSession, a_oRequest, strReason);
+        }
+    }
+    Service::Answer oAnswer = m_oService.answer(a_oSession.getClient(), a_oRequest, Clock::now());
+    for (const std::size_t uiTable : oAnswer.m_oChanged)
+    {
+        for (const auto& [iFd, pSession] : m_oSessions)
+        {
+            const Client& oClient = pSession->getClient();
+            if (oClient.m_bGreeted && oClient.m_oWatched[uiTable] &&
+                (pSession.get() != &a_oSession || oClient.m_bNotifyOwnChanges))
+            {
+                pSession->markChanged(uiTable);
+            }
+        }
+    }
+    return std::move(oAnswer.m_oReply);
+}
+
+void Server::removeEnded()
+{
+    for (auto it = m_oSessions.begin(); it != m_oSessions.end();)
+    {
+        const auto itThis = it++;
+        const Session& oSession = *itThis->second;
+        if (oSession.isOver())
+        {
+            disconnect(itThis);
+        }
+        else if (oSession.getInterest() != m_oInterest[itThis->first])
+        {
+            m_oInterest[itThis->first] = oSession.getInterest();
+            m_oLoop.modify(itThis->first, oSession.getInterest());
+        }
+    }
+}
+
+void Server::disconnect(Sessions::iterator a_itSession)
+{
+    const Session& oSession = *a_itSession->second;
+    if (!oSession.getFault().empty())
+    {
+        m_oWarnings.write(Clock::now(), __LINE__, "Closed " + oSession.describe() + ": it " + oSession.getFault());
+    }
+    else
+    {
+        VADRO_Sysloglevel_debug(m_uiModuleId, "server", __LINE__, ("Left: " + oSession.describe()).c_str());
+    }
+    m_oService.forget(oSession.getClient());
+    m_oLoop.remove(a_itSession->first);
+    m_oInterest.erase(a_itSession->first);
+    m_oSessions.erase(a_itSession);
+}
+
+} // namespace cfgserver

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "cfgserver/admission.h"
+#include "cfgserver/servicesocket.h"
+#include "cfgserver/warnings.h"
+#include "platform/base/eventloop.h"
+
+#include <map>
+#include <memory>
+
+namespace cfgserver
+{
+
+/// Serves all clients on one thread. Loop, store and socket outlive it.
+class Server
+{
+public:
+    /// Throws std::system_error when the kernel grants no descriptor.
+    Server(korrin::net::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits);
+    /// Disconnects everybody; uncommitted writes vanish.
+    ~Server();
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    /// Waits for something to do and gives every client one turn. Returns soon when the loop is woken up. What goes
+    /// wrong with one client ends that client only.
+    void runOnce();
+
+private:
+    void acceptSome();
+    [[nodiscard]] bool acceptOne();
+    void refuseOne();
+    void pauseAccepting(int a_iError);
+    void resumeAccepting();
+    void admit(int a_iFd);
+    void limitStrangers();
+    [[nodiscard]] wire::Reply
+    refuse(Session& a_oSession, const wire::Request& a_oHello, const std::string& a_strReason);
+    void onEvents(int a_iFd, std::uint32_t a_uiEvents);
+    void takeTurns();
+    void forEach(const std::function<void(Session&)>& a_oAction);
+    [[nodiscard]] wire::Reply answer(Session& a_oSession, const wire::Request& a_oRequest);
+    void disconnect(Sessions::iterator a_itSession);
+    void removeEnded();
+    [[nodiscard]] int getTimeout() const;
+
+    korrin::net::EventLoop& m_oLoop;
+    ServiceSocket& m_oSocket;
+    Limits m_oLimits;
+    Service m_oService;
+    Warnings m_oWarnings;
+    uint32_t m_uiModuleId;
+    Sessions m_oSessions;
+    std::map<int, std::uint32_t> m_oInterest;            // what the loop waits for
+    std::unique_ptr<vadro::base::Descriptor> m_pReserve; // given up to refuse a client when there are no others left
+    std::optional<Clock::time_point> m_oAcceptAgain;     // accepting is paused until then
+};
+
+} // namespace cfgserver

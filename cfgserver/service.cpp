@@ -1,0 +1,292 @@
+#include "cfgserver/service.h"
+
+#include "cfgserver/refusal.h"
+#include "cfgserver/rowreader.h"
+#include "platform/base/visible.h"
+#include "vadro/sysloglevel.h"
+
+#include <algorithm>
+
+namespace cfgserver
+{
+
+using wire::Operation;
+using wire::Result;
+
+namespace
+{
+
+constexpr std::size_t s_uiClientNameBytes = 64;
+
+std::size_t requireTable(const std::string& a_strName)
+{
+    const auto oTable = findTable(a_strName);
+    if (!oTable)
+    {
+        throw Refusal(Result::UnknownTable, "there is no table " + quoted(a_strName));
+    }
+    return *oTable;
+}
+
+void checkVersion(const wire::Request& a_oHello)
+{
+    if (a_oHello.m_uiNumber != wire::g_uiProtocolVersion)
+    {
+        throw Refusal(Result::NotSupported,
+                      "client speaks protocol version " + std::to_string(a_oHello.m_uiNumber) + ", this service " +
+                          std::to_string(wire::g_uiProtocolVersion) + "; use programs of one release");
+    }
+}
+
+long long toSeconds(std::chrono::milliseconds a_oTime)
+{
+    return std::chrono::duration_cast<std::chrono::seconds>(a_oTime).count();
+}
+
+void listTables(wire::Reply& a_oReply)
+{
+    for (const TableSchema& oSchema : getSchema())
+    {
+        a_oReply.m_oNames.add(oSchema.m_strName);
+    }
+}
+
+} // namespace
+
+Service::Service(Store& a_oStore, const AccessLimits& a_oLimits)
+    : m_oStore(a_oStore), m_oLimits(a_oLimits), m_uiModuleId(VADRO_Sysloglevel_registerModul("cfgserver"))
+{
+}
+
+Service::Answer Service::answer(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow)
+{
+    Answer oAnswer;
+    try
+    {
+        carryOut(a_oClient, a_oRequest, a_oNow, oAnswer);
+    }
+    catch (const Refusal& oRefusal)
+    {
+        oAnswer.m_oReply = {};
+        oAnswer.m_oReply.m_eResult = oRefusal.getResult();
+        oAnswer.m_oReply.m_strError = oRefusal.what();
+    }
+    catch (const std::bad_alloc&)
+    {
+        // Whatever was being written is in an unknown state; what is committed never is.
+        forget(a_oClient);
+        oAnswer.m_oReply = {};
+        oAnswer.m_oReply.m_eResult = Result::TooLarge;
+        oAnswer.m_oReply.m_strError = "the service is out of memory; uncommitted writes of this client are gone";
+    }
+    oAnswer.m_oReply.m_uiSequence = a_oRequest.m_uiSequence;
+    if (holdsAccess(a_oClient))
+    {
+        m_oLastUse = a_oNow;
+    }
+    return oAnswer;
+}
+
+void Service::carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow, Answer& a_oAnswer)
+{
+    if (a_oClient.m_bGreeted == (a_oRequest.m_eOperation == Operation::Hello))
+    {
+        throw Refusal(Result::BadRequest, "Hello is the first request, and the first only");
+    }
+    switch (a_oRequest.m_eOperation)
+    {
+    case Operation::Hello:
+        return greet(a_oClient, a_oRequest, a_oAnswer.m_oReply);
+    case Operation::GetTables:
+        return listTables(a_oAnswer.m_oReply);
+    case Operation::GetColumns:
+    case Operation::GetRowCount:
+    case Operation::GetRow:
+    case Operation::GetRowByKey:
+    case Operation::GetRows:
+        return read(a_oClient, a_oRequest, a_oAnswer.m_oReply);
+    case Operation::InsertRow:
+    case Operation::UpdateKey:
+    case Operation::DeleteRow:
+    case Operation::DeleteKey:
+        return write(a_oClient, a_oRequest);
+    case Operation::GetAccess:
+        return takeAccess(a_oClient, a_oNow);
+    case Operation::DropAccess:
+        return forget(a_oClient);
+    case Operation::Commit:
+        a_oAnswer.m_oChanged = commit(a_oClient);
+        return;
+    }
+    throw Refusal(Result::NotSupported, "this service knows no such operation");
+}
+
+void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply)
+{
+    checkVersion(a_oRequest);
+    std::vector<bool> oWatched(getSchema().size());
+    for (const std::string& strTable : a_oRequest.m_oNames)
+    {
+        oWatched[requireTable(strTable)] = true;
+    }
+    a_oClient.m_strName = vadro::base::makeVisible(a_oRequest.m_strTable, s_uiClientNameBytes);
+    a_oClient.m_bNotifyOwnChanges = a_oRequest.m_oValues.getValue("NotifyOwnChanges").getInteger() != 0;
+    a_oClient.m_bReadOnly = a_oRequest.m_oValues.getValue("ReadOnly").getInteger() != 0;
+    a_oClient.m_oWatched = std::move(oWatched);
+    korrin::ValueList oAbout;
+    oAbout.add("Service", korrin::Value(korrin::eValueText, "cfgserver"));
+    oAbout.add("Version", korrin::Value(korrin::eValueText, QUORVAD_VERSION));
+    a_oReply.m_oRows.push_back(std::move(oAbout));
+    a_oClient.m_bGreeted = true;
+}
+
+void Service::read(const Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply) const
+{
+    const Table& oTable = viewTable(a_oClient, a_oRequest.m_strTable);
+    switch (a_oRequest.m_eOperation)
+    {
+    case Operation::GetColumns:
+        a_oReply.m_oRows.push_back(describeColumns(oTable.getSchema()));
+        break;
+    case Operation::GetRowCount:
+        a_oReply.m_uiNumber = static_cast<std::uint32_t>(oTable.getRows().size());
+        break;
+    case Operation::GetRows:
+        RowReader(oTable, a_oRequest.m_oNames).readPage(a_oRequest.m_uiNumber, a_oReply);
+        break;
+    case Operation::GetRow:
+        a_oReply.m_oRows.push_back(RowReader(oTable, a_oRequest.m_oNames).read(oTable.getRow(a_oRequest.m_uiNumber)));
+        break;
+    default: // GetRowByKey
+        a_oReply.m_oRows.push_back(RowReader(oTable, a_oRequest.m_oNames)
+                                       .read(oTable.getRow(a_oRequest.m_strKeyColumn, a_oRequest.m_strKeyValue)));
+        break;
+    }
+}
+
+void Service::write(const Client& a_oClient, const wire::Request& a_oRequest)
+{
+    requireAccess(a_oClient);
+    Table& oTable = m_oWrites->edit(requireTable(a_oRequest.m_strTable));
+    switch (a_oRequest.m_eOperation)
+    {
+    case Operation::InsertRow:
+        return oTable.insert(a_oRequest.m_oValues);
+    case Operation::UpdateKey:
+        return oTable.update(a_oRequest.m_strKeyColumn, a_oRequest.m_strKeyValue, a_oRequest.m_oValues);
+    case Operation::DeleteRow:
+        return oTable.erase(a_oRequest.m_uiNumber);
+    default: // DeleteKey
+        return oTable.erase(a_oRequest.m_strKeyColumn, a_oRequest.m_strKeyValue);
+    }
+}
+
+void Service::takeAccess(const Client& a_oClient, Clock::time_point a_oNow)
+{
+    if (a_oClient.m_bReadOnly)
+    {
+        throw Refusal(Result::NoAccess, "this client said that it only reads");
+    }
+    if (m_pHolder != nullptr && !holdsAccess(a_oClient))
+    {
+        throw Refusal(Result::AccessTaken,
+                      "client '" + m_pHolder->m_strName + "' is writing; try again when it has committed");
+    }
+    if (m_pHolder == nullptr)
+    {
+        m_oWrites.emplace(m_oStore);
+        m_pHolder = &a_oClient;
+        m_oTaken = a_oNow;
+    }
+}
+
+void Service::releaseAccess()
+{
+    m_pHolder = nullptr;
+    m_oWrites.reset();
+}
+
+void Service::requireAccess(const Client& a_oClient) const
+{
+    if (!holdsAccess(a_oClient))
+    {
+        throw Refusal(Result::NoAccess,
+                      "no write access: ask for it first; it ends with a commit, after " +
+                          std::to_string(toSeconds(m_oLimits.m_oIdle)) + " s without a request and after " +
+                          std::to_string(toSeconds(m_oLimits.m_oTotal)) + " s in all");
+    }
+}
+
+std::vector<std::size_t> Service::commit(const Client& a_oClient)
+{
+    requireAccess(a_oClient);
+    // The access ends with every outcome: a client that goes on after a failure starts from what is committed.
+    Transaction oWrites = std::move(*m_oWrites);
+    releaseAccess();
+    try
+    {
+        return m_oStore.commit(oWrites);
+    }
+    catch (const Refusal& oRefusal)
+    {
+        VADRO_Sysloglevel_error(
+            m_uiModuleId,
+            "service",
+            __LINE__,
+            VAStr("Commit of client '%s' failed: %s", a_oClient.m_strName.c_str(), oRefusal.what()));
+        throw;
+    }
+}
+
+const Table& Service::viewTable(const Client& a_oClient, const std::string& a_strName) const
+{
+    const std::size_t uiTable = requireTable(a_strName);
+    return holdsAccess(a_oClient) ? m_oWrites->getTable(uiTable) : m_oStore.getTable(uiTable);
+}
+
+void Service::forget(const Client& a_oClient)
+{
+    if (holdsAccess(a_oClient))
+    {
+        releaseAccess();
+    }
+}
+
+void Service::expire(Clock::time_point a_oNow)
+{
+    if (m_pHolder == nullptr || a_oNow < *getDeadline())
+    {
+        return;
+    }
+    const char* pName = m_pHolder->m_strName.c_str();
+    if (a_oNow >= m_oLastUse + m_oLimits.m_oIdle)
+    {
+        VADRO_Sysloglevel_warning(m_uiModuleId,
+                                  "service",
+                                  __LINE__,
+                                  VAStr("Client '%s' held write access for %lld s without a request: taken back, its "
+                                        "uncommitted writes are gone",
+                                        pName,
+                                        toSeconds(m_oLimits.m_oIdle)));
+    }
+    else
+    {
+        VADRO_Sysloglevel_warning(m_uiModuleId,
+                                  "service",
+                                  __LINE__,
+                                  VAStr("Client '%s' held write access for %lld s without a commit: taken back, its "
+                                        "uncommitted writes are gone",
+                                        pName,
+                                        toSeconds(m_oLimits.m_oTotal)));
+    }
+    releaseAccess();
+}
+
+std::optional<Clock::time_point> Service::getDeadline() const
+{
+    return m_pHolder != nullptr
+               ? std::make_optional(std::min(m_oLastUse + m_oLimits.m_oIdle, m_oTaken + m_oLimits.m_oTotal))
+               : std::nullopt;
+}
+
+} // namespace cfgserver

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "cfgserver/store.h"
+#include "wire/message.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace cfgserver
+{
+
+using Clock = std::chrono::steady_clock;
+
+/// What the service knows of one client. Filled by its Hello.
+struct Client
+{
+    bool m_bGreeted = false;
+    std::string m_strName; ///< visible characters only, bounded
+    bool m_bReadOnly = false;
+    bool m_bNotifyOwnChanges = false;
+    std::vector<bool> m_oWatched; ///< by position in the schema; empty before Hello
+};
+
+/// How long write access may be held. Who asks for more in time keeps it for a while, but not for ever.
+struct AccessLimits
+{
+    std::chrono::milliseconds m_oIdle = std::chrono::seconds(30); ///< without a request
+    std::chrono::milliseconds m_oTotal = std::chrono::minutes(5); ///< in all
+};
+
+/// Answers the requests of all clients: reads, the one write access, commits. Knows no sockets. One thread; the store
+/// outlives it, and a client must be forgotten before it is destroyed.
+class Service
+{
+public:
+    struct Answer
+    {
+        wire::Reply m_oReply;
+        std::vector<std::size_t> m_oChanged; ///< tables whose committed content is another now
+    };
+
+    Service(Store& a_oStore, const AccessLimits& a_oLimits);
+
+    /// Never throws for anything that a request can say; a refused one is a reply with its reason. Blocks only for a
+    /// commit, for as long as the disk takes.
+    [[nodiscard]] Answer answer(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow);
+
+    /// The client is gone: its write access ends and its uncommitted writes vanish.
+    void forget(const Client& a_oClient);
+
+    [[nodiscard]] bool holdsAccess(const Client& a_oClient) const { return m_pHolder == &a_oClient; }
+
+    /// Takes write access from a holder that has been idle, or has held it, too long.
+    void expire(Clock::time_point a_oNow);
+    /// When expire() would do something next.
+    [[nodiscard]] std::optional<Clock::time_point> getDeadline() const;
+
+private:
+    void carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow, Answer& a_oAnswer);
+    void greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply);
+    void read(const Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply) const;
+    void write(const Client& a_oClient, const wire::Request& a_oRequest);
+    void takeAccess(const Client& a_oClient, Clock::time_point a_oNow);
+    void releaseAccess();
+    void requireAccess(const Client& a_oClient) const;
+    [[nodiscard]] std::vector<std::size_t> commit(const Client& a_oClient);
+    [[nodiscard]] const Table& viewTable(const Client& a_oClient, const std::string& a_strName) const;
+
+    Store& m_oStore;
+    AccessLimits m_oLimits;
+    uint32_t m_uiModuleId;
+    const Client* m_pHolder = nullptr; // of the write access; m_oWrites is set along with it
+    std::optional<Transaction> m_oWrites;
+    Clock::time_point m_oTaken;   // the write access
+    Clock::time_point m_oLastUse; // of it
+};
+
+} // namespace cfgserver

@@ -1,0 +1,229 @@
+#include "cfgserver/servicesocket.h"
+
+#include "cfgserver/peer.h"
+#include "platform/client/credentials.h"
+#include "vadro/sysloglevel.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace cfgserver
+{
+
+namespace
+{
+
+using vadro::base::Descriptor;
+
+constexpr int s_iBacklog = 64;
+
+[[noreturn]] void fail(const std::string& a_strPath, const std::string& a_strReason)
+{
+    throw std::runtime_error("socket " + a_strPath + ": " + a_strReason);
+}
+
+[[noreturn]] void failWith(const std::string& a_strPath, const char* a_pWhat, int a_iError)
+{
+    fail(a_strPath, std::string(a_pWhat) + ": " + std::generic_category().message(a_iError));
+}
+
+sockaddr_un makeAddress(const std::string& a_strPath)
+{
+    sockaddr_un oAddress = {};
+    if (a_strPath.empty() || a_strPath.size() >= sizeof oAddress.sun_path)
+    {
+        fail(a_strPath, "the path must have 1 to " + std::to_string(sizeof oAddress.sun_path - 1) + " bytes");
+    }
+    oAddress.sun_family = AF_UNIX;
+    std::memcpy(oAddress.sun_path, a_strPath.data(), a_strPath.size());
+    return oAddress;
+}
+
+const sockaddr* generic(const sockaddr_un& a_oAddress)
+{
+    return reinterpret_cast<const sockaddr*>(&a_oAddress);
+}
+
+int makeSocket(const std::string& a_strPath)
+{
+    const int iFd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (iFd < 0)
+    {
+        failWith(a_strPath, "can't be created", errno);
+    }
+    return iFd;
+}
+
+/// The user and process behind the path; none when nobody listens there.
+std::optional<Peer> findListener(const std::string& a_strPath)
+{
+    const Descriptor oProbe(makeSocket(a_strPath));
+    const sockaddr_un oAddress = makeAddress(a_strPath);
+    if (::connect(oProbe.get(), generic(oAddress), sizeof oAddress) == 0)
+    {
+        return readPeer(oProbe.get());
+    }
+    struct stat oStatus = {};
+    if (errno == EAGAIN && ::lstat(a_strPath.c_str(), &oStatus) == 0)
+    {
+        return Peer{0, oStatus.st_uid, oStatus.st_gid}; // its queue is full: the socket's owner is known at least
+    }
+    if (errno != ECONNREFUSED && errno != ENOENT)
+    {
+        failWith(a_strPath, "can't tell whether it is in use", errno);
+    }
+    return std::nullopt;
+}
+
+/// In a folder that everybody may write to, anybody could keep root's service from starting. Clients trust no such
+/// listener, so it has nothing to lose.
+bool isSquatter(const Peer& a_oPeer)
+{
+    return ::geteuid() == 0 && !vadro::cfg::isTrustedUser(a_oPeer.m_uiUser);
+}
+
+/// Returns whoever listens there without being entitled to.
+std::optional<Peer> checkNobodyListens(const std::string& a_strPath)
+{
+    const std::optional<Peer> oListener = findListener(a_strPath);
+    if (!oListener || isSquatter(*oListener))
+    {
+        return oListener;
+    }
+    if (oListener->m_iPid == 0)
+    {
+        fail(a_strPath, "in use by a process that is too busy to answer; stop that one first");
+    }
+    fail(a_strPath, "in use by process " + std::to_string(oListener->m_iPid) + "; stop that one first");
+}
+
+void warnOfSquatter(const std::string& a_strPath, const Peer& a_oListener)
+{
+    VADRO_Sysloglevel_warning(VADRO_Sysloglevel_registerModul("cfgserver"),
+                              "servicesocket",
+                              __LINE__,
+                              VAStr("Another user's process listened at %s (%s): its socket is replaced",
+                                    a_strPath.c_str(),
+                                    a_oListener.describe().c_str()));
+}
+
+void removeStale(const std::string& a_strPath)
+{
+    struct stat oStatus = {};
+    if (::lstat(a_strPath.c_str(), &oStatus) != 0)
+    {
+        if (errno != ENOENT)
+        {
+            failWith(a_strPath, "can't be looked at", errno);
+        }
+        return;
+    }
+    if (!S_ISSOCK(oStatus.st_mode))
+    {
+        fail(a_strPath, "something that is no socket stands there; remove it or choose another path");
+    }
+    if (const auto oSquatter = checkNobodyListens(a_strPath))
+    {
+        warnOfSquatter(a_strPath, *oSquatter);
+    }
+    if (oStatus.st_uid != ::geteuid() && ::geteuid() != 0)
+    {
+        fail(a_strPath, "a socket of user " + std::to_string(oStatus.st_uid) + " stands there; remove it");
+    }
+    if (::unlink(a_strPath.c_str()) != 0 && errno != ENOENT)
+    {
+        failWith(a_strPath, "a socket that nobody serves can't be removed", errno);
+    }
+}
+
+/// The lock of the path. A service that answers there is named, rather than the lock that it holds.
+std::string lockName(const std::string& a_strPath)
+{
+    static_cast<void>(checkNobodyListens(a_strPath));
+    return a_strPath + ".lock";
+}
+
+/// Takes every right from others while it lives.
+class PrivateUmask
+{
+public:
+    PrivateUmask() : m_uiOld(::umask(S_IXUSR | S_IRWXG | S_IRWXO)) {}
+    ~PrivateUmask() { ::umask(m_uiOld); }
+    PrivateUmask(const PrivateUmask&) = delete;
+    PrivateUmask& operator=(const PrivateUmask&) = delete;
+
+private:
+    mode_t m_uiOld;
+};
+
+} // namespace
+
+ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> a_oGroup)
+    : m_strPath(a_strPath), m_oGroup(a_oGroup), m_oLock(lockName(a_strPath), 0), m_oSocket(makeSocket(a_strPath))
+{
+    if (!m_oLock.isHeld())
+    {
+        throw std::runtime_error(m_oLock.getFailure());
+    }
+    try
+    {
+        removeStale(m_strPath);
+        bindAndListen();
+    }
+    catch (...)
+    {
+        removeOurs();
+        throw;
+    }
+}
+
+void ServiceSocket::bindAndListen()
+{
+    const sockaddr_un oAddress = makeAddress(m_strPath);
+    {
+        const PrivateUmask oUmask;
+        if (::bind(m_oSocket.get(), generic(oAddress), sizeof oAddress) != 0)
+        {
+            failWith(m_strPath, "can't be bound", errno);
+        }
+    }
+    struct stat oStatus = {};
+    if (::lstat(m_strPath.c_str(), &oStatus) != 0)
+    {
+        failWith(m_strPath, "can't be looked at", errno);
+    }
+    m_uiDevice = oStatus.st_dev;
+    m_uiInode = oStatus.st_ino;
+    if (m_oGroup && (::lchown(m_strPath.c_str(), static_cast<uid_t>(-1), *m_oGroup) != 0 ||
+                     ::chmod(m_strPath.c_str(), S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP) != 0))
+    {
+        failWith(m_strPath, "can't be given to the group", errno);
+    }
+    if (::listen(m_oSocket.get(), s_iBacklog) != 0)
+    {
+        failWith(m_strPath, "can't be listened at", errno);
+    }
+}
+
+void ServiceSocket::removeOurs() noexcept
+{
+    struct stat oStatus = {};
+    if (m_uiInode != 0 && ::lstat(m_strPath.c_str(), &oStatus) == 0 && oStatus.st_dev == m_uiDevice &&
+        oStatus.st_ino == m_uiInode)
+    {
+        ::unlink(m_strPath.c_str());
+    }
+}
+
+ServiceSocket::~ServiceSocket()
+{
+    removeOurs();
+}
+
+} // namespace cfgserver

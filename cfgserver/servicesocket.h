@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/base/descriptor.h"
+#include "platform/base/lockfile.h"
+
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+namespace cfgserver
+{
+
+/// The listening Unix socket of the service, made for a folder that everybody may write to. The process's umask is
+/// changed while it is constructed: no other thread may create files then.
+class ServiceSocket
+{
+public:
+    /// Listens at a_strPath, mode 0600 from the first moment; with a group that group's, mode 0660. A socket that a
+    /// dead service left is taken away if it is the caller's (or the caller is root). Root also takes away one that
+    /// somebody serves whom clients don't trust, with a warning. Throws std::runtime_error that
+    /// names the path and the reason: used by a living process (with its id), not ours, not a socket, path too long.
+    ServiceSocket(const std::string& a_strPath, std::optional<gid_t> a_oGroup);
+    /// Removes the socket unless the path names another one by now.
+    ~ServiceSocket();
+    ServiceSocket(const ServiceSocket&) = delete;
+    ServiceSocket& operator=(const ServiceSocket&) = delete;
+
+    [[nodiscard]] int getFd() const { return m_oSocket.get(); }
+    [[nodiscard]] const std::string& getPath() const { return m_strPath; }
+    [[nodiscard]] std::optional<gid_t> getGroup() const { return m_oGroup; }
+
+private:
+    void bindAndListen();
+    void removeOurs() noexcept;
+
+    std::string m_strPath;
+    std::optional<gid_t> m_oGroup;
+    vadro::base::LockFile m_oLock; // held as long as the socket is ours
+    vadro::base::Descriptor m_oSocket;
+    dev_t m_uiDevice = 0;
+    ino_t m_uiInode = 0;
+};
+
+} // namespace cfgserver

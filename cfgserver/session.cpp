@@ -1,0 +1,214 @@
+#include "cfgserver/session.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <system_error>
+
+namespace cfgserver
+{
+
+namespace
+{
+
+constexpr std::size_t s_uiReadBytes = 64UL * 1024UL;
+
+} // namespace
+
+Session::Session(int a_iFd, const Peer& a_oPeer, const Patience& a_oPatience, Clock::time_point a_oNow)
+    : m_oSocket(a_iFd), m_oPeer(a_oPeer), m_oPatience(a_oPatience), m_oStart(a_oNow), m_oInputSince(a_oNow),
+      m_oOutputSince(a_oNow), m_oChanged(getSchema().size())
+{
+}
+
+std::string Session::describe() const
+{
+    return (m_oClient.m_bGreeted ? "client '" + m_oClient.m_strName + "' (" : "client (") + m_oPeer.describe() + ")";
+}
+
+void Session::receive(Clock::time_point a_oNow)
+{
+    if (m_bUnread || m_bEnded || m_bLeaving || isFull())
+    {
+        return;
+    }
+    std::array<char, s_uiReadBytes> oBuffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by recv
+    const ssize_t iRead = ::recv(m_oSocket.get(), oBuffer.data(), oBuffer.size(), MSG_DONTWAIT);
+    if (iRead < 0)
+    {
+        if (errno != EAGAIN && errno != EINTR)
+        {
+            end();
+        }
+        return;
+    }
+    m_bEnded = iRead == 0;
+    if (m_oReader.getBuffered() == 0)
+    {
+        m_oInputSince = a_oNow;
+    }
+    m_oReader.feed(oBuffer.data(), static_cast<std::size_t>(iRead));
+    m_bUnread = true;
+}
+
+void Session::serve(const Answer& a_oAnswer, Clock::time_point a_oNow)
+{
+    for (int i = 0; i < g_iRequestsPerTurn && hasWork(); ++i)
+    {
+        m_bUnread = serveOne(a_oAnswer, a_oNow);
+    }
+}
+
+bool Session::serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow)
+{
+    std::string strPayload;
+    switch (m_oReader.next(strPayload))
+    {
+    case wire::FrameReader::State::NeedMore:
+        return false;
+    case wire::FrameReader::State::Broken:
+        end("sent a frame of " + std::to_string(m_oReader.getRefusedLength()) + " bytes");
+        return false;
+    case wire::FrameReader::State::Payload:
+        break;
+    }
+    m_oInputSince = a_oNow;
+    try
+    {
+        const wire::Message oMessage = wire::decode(strPayload);
+        if (const auto* pRequest = std::get_if<wire::Request>(&oMessage))
+        {
+            queue(a_oAnswer(*pRequest), a_oNow);
+            return true;
+        }
+        end("sent something that is no request");
+    }
+    catch (const wire::DecodeError& oError)
+    {
+        end(std::string("sent garbage: ") + oError.what());
+    }
+    return false;
+}
+
+void Session::markChanged(std::size_t a_uiTable)
+{
+    m_oChanged[a_uiTable] = true;
+}
+
+void Session::queue(const wire::Message& a_oMessage, Clock::time_point a_oNow)
+{
+    if (getWaiting() == 0)
+    {
+        m_oOutputSince = a_oNow;
+    }
+    if (m_uiSent >= g_uiFullOutput) // a client that always leaves something unread would make it grow for ever
+    {
+        m_strOutput.erase(0, m_uiSent);
+        m_uiSent = 0;
+    }
+    m_strOutput += wire::encodeFrame(wire::encode(a_oMessage));
+}
+
+bool Session::queueNotifications(Clock::time_point a_oNow)
+{
+    bool bAny = false;
+    for (std::size_t uiTable = 0; uiTable < m_oChanged.size(); ++uiTable)
+    {
+        if (m_oChanged[uiTable])
+        {
+            m_oChanged[uiTable] = false;
+            queue(wire::Notification{getSchema()[uiTable].m_strName}, a_oNow);
+            bAny = true;
+        }
+    }
+    return bAny;
+}
+
+void Session::flush(Clock::time_point a_oNow)
+{
+    // Notifications wait until the rest has left: until then the same table needs telling only once.
+    while (!m_bOver && (getWaiting() > 0 ? sendSome(a_oNow) : queueNotifications(a_oNow)))
+    {
+    }
+    if (!m_bOver && ((m_bEnded && !m_bUnread) || m_bLeaving) && getWaiting() == 0)
+    {
+        end();
+    }
+}
+
+bool Session::sendSome(Clock::time_point a_oNow)
+{
+    const ssize_t iSent =
+        ::send(m_oSocket.get(), m_strOutput.data() + m_uiSent, getWaiting(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (iSent < 0)
+    {
+        if (errno != EAGAIN && errno != EINTR)
+        {
+            end();
+        }
+        return false;
+    }
+    m_oOutputSince = a_oNow;
+    m_uiSent += static_cast<std::size_t>(iSent);
+    if (getWaiting() == 0)
+    {
+        m_strOutput = std::string(); // gives the memory of a large reply back
+        m_uiSent = 0;
+    }
+    return true;
+}
+
+void Session::expire(Clock::time_point a_oNow)
+{
+    if (m_bOver || a_oNow < getDeadline())
+    {
+        return;
+    }
+    if (getWaiting() > 0 && a_oNow >= m_oOutputSince + m_oPatience.m_oStalled)
+    {
+        end("does not read its replies");
+    }
+    else
+    {
+        end(m_oClient.m_bGreeted ? "sent half a request and no more" : "did not say Hello in time");
+    }
+}
+
+std::uint32_t Session::getInterest() const
+{
+    const std::uint32_t uiRead = m_bEnded || m_bLeaving || isFull() ? 0U : static_cast<std::uint32_t>(EPOLLIN);
+    return uiRead | (getWaiting() > 0 ? static_cast<std::uint32_t>(EPOLLOUT) : 0U);
+}
+
+Clock::time_point Session::getDeadline() const
+{
+    Clock::time_point oDeadline = Clock::time_point::max();
+    if (!m_oClient.m_bGreeted)
+    {
+        oDeadline = m_oStart + m_oPatience.m_oHello;
+    }
+    if (getWaiting() > 0)
+    {
+        return std::min(oDeadline, m_oOutputSince + m_oPatience.m_oStalled);
+    }
+    if (!m_bUnread && m_oReader.getBuffered() > 0)
+    {
+        return std::min(oDeadline, m_oInputSince + m_oPatience.m_oStalled);
+    }
+    return oDeadline;
+}
+
+void Session::endAfterReplies()
+{
+    m_bLeaving = true;
+}
+
+void Session::end(const std::string& a_strFault)
+{
+    m_bOver = true;
+    m_strFault = a_strFault;
+}
+
+} // namespace cfgserver

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "cfgserver/peer.h"
+#include "cfgserver/service.h"
+#include "platform/base/descriptor.h"
+#include "wire/frame.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace cfgserver
+{
+
+/// How long a client may take.
+struct Patience
+{
+    std::chrono::milliseconds m_oHello = std::chrono::seconds(5);    ///< from connecting to its Hello
+    std::chrono::milliseconds m_oStalled = std::chrono::seconds(30); ///< for half a request, or for reading its replies
+};
+
+/// Output that waits for a client from which on no more of its requests are served, bytes.
+constexpr std::size_t g_uiFullOutput = 1024UL * 1024UL;
+/// Requests of one client served in one turn; then the others have theirs.
+constexpr int g_iRequestsPerTurn = 16;
+
+/// One connection: bytes in, requests to whoever answers them, replies and notifications out. Never blocks, and holds
+/// at most one request, g_uiFullOutput and one reply. A table that changed several times before the client could be
+/// told is told once.
+class Session
+{
+public:
+    using Answer = std::function<wire::Reply(const wire::Request& a_oRequest)>;
+
+    /// Takes over the descriptor, a connected non-blocking socket.
+    Session(int a_iFd, const Peer& a_oPeer, const Patience& a_oPatience, Clock::time_point a_oNow);
+
+    [[nodiscard]] int getFd() const { return m_oSocket.get(); }
+    [[nodiscard]] Client& getClient() { return m_oClient; }
+    [[nodiscard]] const Client& getClient() const { return m_oClient; }
+    [[nodiscard]] const Peer& getPeer() const { return m_oPeer; }
+    [[nodiscard]] Clock::time_point getStart() const { return m_oStart; }
+    /// When the last request came, or began to.
+    [[nodiscard]] Clock::time_point getLastUse() const { return m_oInputSince; }
+    /// No request is under way, not even a part of one, and no reply.
+    [[nodiscard]] bool isIdle() const { return !m_bUnread && m_oReader.getBuffered() == 0 && getWaiting() == 0; }
+    /// "client 'x' (pid 1, uid 0)".
+    [[nodiscard]] std::string describe() const;
+
+    /// Takes in what has arrived, at most 64 KiB.
+    void receive(Clock::time_point a_oNow);
+    /// Answers up to g_iRequestsPerTurn whole requests.
+    void serve(const Answer& a_oAnswer, Clock::time_point a_oNow);
+    /// Notes a notification.
+    void markChanged(std::size_t a_uiTable);
+    /// Sends what the socket takes.
+    void flush(Clock::time_point a_oNow);
+    /// Ends the connection of a client that takes too long.
+    void expire(Clock::time_point a_oNow);
+
+    /// Has the connection closed; a_strFault is what the client did wrong.
+    void end(const std::string& a_strFault = std::string());
+    /// The same once the replies have left; no more requests are served.
+    void endAfterReplies();
+
+    /// The epoll events to wait for.
+    [[nodiscard]] std::uint32_t getInterest() const;
+    /// Whole requests are waiting that could be served now.
+    [[nodiscard]] bool hasWork() const { return m_bUnread && !isFull() && !m_bOver && !m_bLeaving; }
+    /// When expire() would end it; the far future when nothing is late.
+    [[nodiscard]] Clock::time_point getDeadline() const;
+    /// To be closed.
+    [[nodiscard]] bool isOver() const { return m_bOver; }
+    /// What the client did wrong; empty for an orderly end.
+    [[nodiscard]] const std::string& getFault() const { return m_strFault; }
+
+private:
+    [[nodiscard]] std::size_t getWaiting() const { return m_strOutput.size() - m_uiSent; }
+    [[nodiscard]] bool isFull() const { return getWaiting() >= g_uiFullOutput; }
+    [[nodiscard]] bool serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow);
+    [[nodiscard]] bool sendSome(Clock::time_point a_oNow);
+    [[nodiscard]] bool queueNotifications(Clock::time_point a_oNow);
+    void queue(const wire::Message& a_oMessage, Clock::time_point a_oNow);
+
+    vadro::base::Descriptor m_oSocket;
+    Peer m_oPeer;
+    Patience m_oPatience;
+    Client m_oClient;
+    Clock::time_point m_oStart;
+    wire::FrameReader m_oReader;
+    Clock::time_point m_oInputSince; // when the request that is only half here began
+    std::string m_strOutput;
+    std::size_t m_uiSent = 0;         // bytes of m_strOutput
+    Clock::time_point m_oOutputSince; // when the client last took something, or waiting began
+    std::vector<bool> m_oChanged;     // notifications not yet queued, by position in the schema
+    bool m_bUnread = false;           // m_oReader may hold a whole request
+    bool m_bEnded = false;            // the client sends no more
+    bool m_bLeaving = false;          // closed once the replies have left
+    bool m_bOver = false;
+    std::string m_strFault;
+};
+
+} // namespace cfgserver

@@ -1,0 +1,12 @@
+# QUORVAD_RUN_DIR: the folder of the programs as tests start them. Those of another architecture stand there as scripts
+# that start the emulator, since only the emulator's first program runs by itself.
+set(QUORVAD_RUN_DIR ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+if(CMAKE_CROSSCOMPILING_EMULATOR)
+    set(QUORVAD_RUN_DIR ${PROJECT_BINARY_DIR}/run)
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR "' '" emulator)
+    foreach(program IN LISTS QUORVAD_PROGRAMS)
+        file(GENERATE OUTPUT ${QUORVAD_RUN_DIR}/${program}
+            CONTENT "#!/bin/sh\nexec '${emulator}' '$<TARGET_FILE:${program}>' \"$@\"\n"
+            FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+    endforeach()
+endif()

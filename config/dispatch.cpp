@@ -1,0 +1,176 @@
+#include "actions/curlaction.h"
+#include "actions/error.h"
+#include "actions/gnudipaction.h"
+#include "config/columns.h"
+#include "config/confighandler.h"
+#include "config/rowlookup.h"
+#include "vadro/sysloglevel.h"
+
+namespace quorvad
+{
+
+namespace
+{
+
+std::string textColumn(const ConfigObject& a_oRow, const char* a_pColumn)
+{
+    return a_oRow.getValue(a_pColumn).getText();
+}
+
+} // namespace
+
+void ConfigHandler::dispatch(int a_iId)
+{
+    if (m_oSchedulers.count(a_iId) != 0)
+    {
+        VADRO_Sysloglevel_debug(
+            m_iModuleId, "confighandler", __LINE__, VAStr("Remove old scheduler for config id '%d'.", a_iId));
+        m_oSchedulers.erase(a_iId);
+    }
+    ConfigObject& oAccount = *m_oDynDnsCfgs.at(a_iId);
+    const std::string strInterface = textOf(oAccount, dbm::Interface);
+    const ConfigObject* pRow6 = findRow(m_oNetifIPv6, strInterface);
+    const std::string strAddr6 = pRow6 != nullptr ? textColumn(*pRow6, dbm::Addr) : std::string();
+    const std::string strType = textColumn(oAccount, "ServiceType");
+    const bool bHttps = strType == "update-url";
+    if (!bHttps && strType != "gnudip")
+    {
+        return;
+    }
+    const ConfigObject* pWatch = findRow(m_oNetifWatch, strInterface);
+    if (pWatch == nullptr)
+    {
+        // DNS changes name accounts whose interface nobody knows; they are kept until its row exists.
+        logMissingInterface(strInterface);
+        oAccount.m_bChanged = true;
+        return;
+    }
+    if (bHttps)
+    {
+        sendHttps(a_iId, oAccount, *pWatch, strAddr6);
+    }
+    else
+    {
+        sendGnudip(a_iId, oAccount, *pWatch);
+    }
+}
+
+void ConfigHandler::sendHttps(int a_iId,
+                              const ConfigObject& a_oAccount,
+                              const ConfigObject& a_oWatch,
+                              const std::string& a_strAddr6)
+{
+    const std::string strHostname = textColumn(a_oAccount, "Hostname");
+    VADRO_Sysloglevel_debug(m_iModuleId,
+                            "confighandler",
+                            __LINE__,
+                            VAStr("Send update for '%s' on interface '%s'...",
+                                  strHostname.c_str(),
+                                  textOf(a_oAccount, dbm::Interface).c_str()));
+    try
+    {
+        std::shared_ptr<Action> pAction = makeHttpsAction(a_iId, a_oAccount, a_oWatch, a_strAddr6);
+        VADRO_Sysloglevel_info(m_iModuleId, "confighandler", __LINE__, "HTTPS update will be scheduled...");
+        startScheduler(a_iId, a_oAccount, std::move(pAction));
+    }
+    catch (const Error& oError)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "confighandler", __LINE__, VAStr("Failed to send HTTPS update: '%s'", oError.what()));
+    }
+}
+
+void ConfigHandler::sendGnudip(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch)
+{
+    const std::string strHostname = textColumn(a_oAccount, "Hostname");
+    VADRO_Sysloglevel_debug(m_iModuleId,
+                            "confighandler",
+                            __LINE__,
+                            VAStr("Send gnudip update for '%s' on interface '%s'...",
+                                  strHostname.c_str(),
+                                  textOf(a_oAccount, dbm::Interface).c_str()));
+    try
+    {
+        std::shared_ptr<Action> pAction = makeGnudipAction(a_iId, a_oAccount, a_oWatch);
+        VADRO_Sysloglevel_info(m_iModuleId, "confighandler", __LINE__, "GnuDIP update will be scheduled...");
+        startScheduler(a_iId, a_oAccount, std::move(pAction));
+    }
+    catch (const Error& oError)
+    {
+        VADRO_Sysloglevel_error(
+            m_iModuleId, "confighandler", __LINE__, VAStr("Failed to send GnuDIP update (%s)", oError.what()));
+    }
+}
+
+// The columns are read one by one, so that it is defined which missing one is reported.
+std::shared_ptr<Action> ConfigHandler::makeHttpsAction(int a_iId,
+                                                       const ConfigObject& a_oAccount,
+                                                       const ConfigObject& a_oWatch,
+                                                       const std::string& a_strAddr6) const
+{
+    const std::string strServer = textColumn(a_oAccount, "ServerAddr");
+    const std::string strAddr = textColumn(a_oWatch, dbm::Addr);
+    const std::string strHostname = textColumn(a_oAccount, "Hostname");
+    const std::string strUser = textColumn(a_oAccount, "AccountUserName");
+    const std::string strPassword = textColumn(a_oAccount, "Password");
+    const std::string strExpected = textColumn(a_oAccount, "ExpectedResultSubString");
+    const std::string strInterface = textOf(a_oAccount, dbm::Interface);
+    const std::string strServers = getNameservers(strInterface);
+    return std::make_shared<CurlAction>(strServer,
+                                        strAddr,
+                                        a_strAddr6,
+                                        strHostname,
+                                        strUser,
+                                        strPassword,
+                                        m_strSerialNo,
+                                        strExpected,
+                                        strInterface,
+                                        strServers,
+                                        a_iId);
+}
+
+std::shared_ptr<Action>
+ConfigHandler::makeGnudipAction(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch) const
+{
+    const std::string strServer = textColumn(a_oAccount, "ServerAddr");
+    const std::string strInterface = textOf(a_oAccount, dbm::Interface);
+    const std::string strAddr = textColumn(a_oWatch, dbm::Addr);
+    const std::string strHostname = textColumn(a_oAccount, "Hostname");
+    const std::string strUser = textColumn(a_oAccount, "AccountUserName");
+    const std::string strPassword = textColumn(a_oAccount, "Password");
+    const std::string strServers = getNameservers(strInterface);
+    return std::make_shared<GnudipAction>(
+        strServer, strInterface, strAddr, strHostname, strUser, strPassword, strServers, a_iId);
+}
+
+void ConfigHandler::startScheduler(int a_iId, const ConfigObject& a_oAccount, std::shared_ptr<Action> a_pAction)
+{
+    const int iRetries = a_oAccount.getValue("Retry").getInteger();
+    const int iStartPeriodSec = getRandomStartPeriodSec();
+    auto pScheduler = std::make_unique<Scheduler>(iStartPeriodSec, iRetries, std::move(a_pAction));
+    m_oSchedulers.insert_or_assign(a_iId, std::move(pScheduler));
+}
+
+int ConfigHandler::getRandomStartPeriodSec() const
+{
+    return 50 + static_cast<int>(getRandomUint(20));
+}
+
+void ConfigHandler::removeFinishedSchedulers()
+{
+    for (auto it = m_oSchedulers.begin(); it != m_oSchedulers.end();)
+    {
+        if (it->second->m_bFinished.load())
+        {
+            VADRO_Sysloglevel_debug(
+                m_iModuleId, "confighandler", __LINE__, VAStr("Scheduled Action id %d finished", it->first));
+            it = m_oSchedulers.erase(it);
+        }
+        else
+        {
+            ++it;
+        }
+    }
+}
+
+} // namespace quorvad

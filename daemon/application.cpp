@@ -1,0 +1,170 @@
+#include "daemon/application.h"
+
+#include "actions/error.h"
+#include "config/confighandler.h"
+#include "daemon/certificates.h"
+#include "daemon/environment.h"
+#include "daemon/options.h"
+#include "daemon/signals.h"
+#include "korrin/net/eventdispatcher.h"
+#include "status/statusinfolog.h"
+#include "vadro/basic/singletonadapter.h"
+#include "vadro/cfg/notificationhandler.h"
+#include "vadro/daemon.h"
+#include "vadro/error/defaultasserthook.h"
+#include "vadro/lock/nullmutex.h"
+#include "vadro/sysloglevel.h"
+
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+
+namespace quorvad
+{
+
+namespace
+{
+
+constexpr char s_acProgram[] = "quorvad";
+constexpr char s_acPidFolder[] = "/run";
+constexpr std::uint32_t s_uiAllTraceLevels = 1023;
+constexpr unsigned s_uiWaitMs = 60000;
+
+void startLogging(const Options& a_oOptions, vadro::error::DefaultAssertHook& a_oHook, const char* a_pProgram)
+{
+    if (VADRO_Sysloglevel_construct2("", s_acProgram) == 0)
+    {
+        std::cerr << "syslog init failed for " << a_pProgram << std::endl;
+    }
+    g_iModuleId = VADRO_Sysloglevel_registerModul(s_acProgram);
+    a_oHook.setSyslog(a_oOptions.m_bDaemonize);
+    VADRO_Sysloglevel_set(a_oOptions.m_bDaemonize ? 1 : 0);
+    if (a_oOptions.m_bDebug)
+    {
+        VADRO_Sysloglevel_changeTracelevelAll(s_uiAllTraceLevels);
+    }
+    VADRO_Sysloglevel_info(
+        g_iModuleId, "main", __LINE__, VAStr("--- %s generated at: %s, %s", s_acProgram, __DATE__, __TIME__));
+}
+
+void exitIfRunning(const VADRO_Daemon& a_oDaemon)
+{
+    if (VADRO_Daemon_occupiedPidFile(&a_oDaemon) != 0)
+    {
+        VADRO_Sysloglevel_error(
+            g_iModuleId, "main", __LINE__, VAStr("quorvad (%s) is already running. Exiting ...", s_acProgram));
+        std::exit(EXIT_FAILURE); // NOLINT(concurrency-mt-unsafe): no other thread yet
+    }
+}
+
+/// The detaching and the PID file are for the convenience of others: where one fails, the kit has logged why and the
+/// updates go on without it. Only another instance that was faster ends this one.
+void detach(const VADRO_Daemon& a_oDaemon)
+{
+    VADRO_Daemon_daemonize(&a_oDaemon);
+    VADRO_Daemon_deletePidFile(&a_oDaemon);
+    if (VADRO_Daemon_createPidFile(&a_oDaemon) == 0)
+    {
+        exitIfRunning(a_oDaemon);
+    }
+}
+
+void becomeSingleInstance(const Options& a_oOptions, VADRO_Daemon& a_oDaemon)
+{
+    VADRO_Daemon_construct(&a_oDaemon, s_acProgram, s_acPidFolder);
+    exitIfRunning(a_oDaemon);
+    if (a_oOptions.m_bDaemonize)
+    {
+        detach(a_oDaemon);
+    }
+}
+
+void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
+             vadro::cfg::NotificationHandler& a_oNotifications,
+             ConfigHandler& a_oHandler)
+{
+    using StatusStore = vadro::basic::SingletonAdapter<StatusInfoLog, vadro::lock::NullMutex>;
+    vadro::cfg::common::IConfigClient& oClient = a_oNotifications.getConfigClient();
+    VADRO_Sysloglevel_debug(g_iModuleId, "main", __LINE__, "Init completed...");
+    while (!g_bTerminate)
+    {
+        logRecordedSignals(); // a wait elsewhere may have taken the wake-up
+        a_oDispatcher.handleEvents(s_uiWaitMs);
+        logRecordedSignals();
+        a_oNotifications.process();
+        VADRO_Sysloglevel_debug(g_iModuleId, "main", __LINE__, "Poll.");
+        const std::size_t uiUpdates = a_oHandler.m_oSchedulers.size();
+        a_oHandler.process();
+        StatusStore::instance().commitChanges(oClient);
+        if (a_oHandler.m_oSchedulers.size() < uiUpdates)
+        {
+            returnFreeMemory(); // a try takes more than the daemon holds otherwise, and the next may be weeks away
+        }
+    }
+    logRecordedSignals();
+}
+
+/// Owns what needs the connection; all of it is gone when this returns or throws.
+void serve(const Options& a_oOptions)
+{
+    korrin::net::EventDispatcher oDispatcher;
+    const DispatcherWakeUp oWakeUp(oDispatcher);
+    vadro::cfg::NotificationHandler oNotifications(
+        a_oOptions.m_strCfgSocket.c_str(), oDispatcher, s_acProgram, false, 60, 500, true, false);
+    ConfigHandler oHandler;
+    oNotifications.registerConfigHandler(&oHandler);
+    oNotifications.initialize();
+    runLoop(oDispatcher, oNotifications, oHandler);
+}
+
+int runGuarded(const Options& a_oOptions)
+{
+    try
+    {
+        serve(a_oOptions);
+        return EXIT_SUCCESS;
+    }
+    catch (const Error& oError)
+    {
+        VADRO_Sysloglevel_error(g_iModuleId, "main", __LINE__, oError.what());
+    }
+    catch (const std::exception& oException)
+    {
+        VADRO_Sysloglevel_error(g_iModuleId, "main", __LINE__, oException.what());
+    }
+    catch (...)
+    {
+        VADRO_Sysloglevel_error(g_iModuleId, "main", __LINE__, "Unknown exception");
+    }
+    return EXIT_FAILURE;
+}
+
+} // namespace
+
+int runDaemon(int a_iArgc, char** a_ppArgv)
+{
+    vadro::error::DefaultAssertHook oHook;
+    Options oOptions;
+    VADRO_Daemon oDaemon = {};
+    {
+        // A stop signal that comes early waits for its handler; else it would end the process and leave the PID file.
+        const StopSignalBlock oBlock;
+        parseOptions(oOptions, a_iArgc, a_ppArgv);
+        occupyStandardDescriptors();
+        cleanEnvironment();
+        chooseCertificates();
+        raiseDescriptorLimit();
+        keepMemoryPrivate();
+        useOneHeap();
+        useSmallStacks();
+        startLogging(oOptions, oHook, a_ppArgv[0]);
+        becomeSingleInstance(oOptions, oDaemon);
+        installSignalHandlers();
+    }
+    const int iStatus = runGuarded(oOptions);
+    logRecordedSignals(); // those that came during shutdown or before an exception
+    VADRO_Daemon_deletePidFile(&oDaemon);
+    return iStatus;
+}
+
+} // namespace quorvad

@@ -1,0 +1,96 @@
+#include "daemon/certificates.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string_view>
+#include <system_error>
+
+namespace quorvad
+{
+
+namespace
+{
+
+constexpr std::string_view s_strBegin = "-----BEGIN ";
+constexpr std::string_view s_strEnd = "-----END ";
+
+/// Eight digits of the hash, a dot, a number among those of the same hash.
+bool isHashedName(const std::string& a_strName)
+{
+    constexpr std::size_t uiDigits = 8;
+    const auto isHex = [](unsigned char a_cOne) { return std::isxdigit(a_cOne) != 0; };
+    const auto isDigit = [](unsigned char a_cOne) { return std::isdigit(a_cOne) != 0; };
+    return a_strName.size() > uiDigits + 1 && a_strName[uiDigits] == '.' &&
+           std::all_of(a_strName.begin(), a_strName.begin() + uiDigits, isHex) &&
+           std::all_of(a_strName.begin() + uiDigits + 1, a_strName.end(), isDigit);
+}
+
+/// Adds the certificates of a file, each as the text between its marks, which is the same wherever it stands.
+void readCertificates(const std::string& a_strFile, std::set<std::string>& a_oCertificates)
+{
+    std::ifstream oFile(a_strFile);
+    std::string strBody;
+    bool bInside = false;
+    for (std::string strLine; std::getline(oFile, strLine);)
+    {
+        if (strLine.compare(0, s_strBegin.size(), s_strBegin) == 0)
+        {
+            strBody.clear();
+            bInside = true;
+        }
+        else if (bInside && strLine.compare(0, s_strEnd.size(), s_strEnd) == 0)
+        {
+            a_oCertificates.insert(strBody);
+            bInside = false;
+        }
+        else if (bInside)
+        {
+            strBody += strLine.substr(0, strLine.find_last_not_of("\r ") + 1);
+        }
+    }
+}
+
+std::set<std::string> readFolder(const std::string& a_strFolder)
+{
+    std::set<std::string> oCertificates;
+    std::error_code oError;
+    for (std::filesystem::directory_iterator it(a_strFolder, oError); !oError && it != std::filesystem::end(it);
+         it.increment(oError))
+    {
+        if (isHashedName(it->path().filename().string()))
+        {
+            readCertificates(it->path().string(), oCertificates);
+        }
+    }
+    return oCertificates;
+}
+
+// An empty text stops OpenSSL from looking in the places that were compiled into it.
+void set(const char* a_pVariable, const std::string& a_strPath)
+{
+    setenv(a_pVariable, a_strPath.c_str(), 1); // NOLINT(concurrency-mt-unsafe): no other thread yet
+}
+
+} // namespace
+
+CertificateStore findCertificates(const std::string& a_strFolder, const std::string& a_strBundle)
+{
+    const std::set<std::string> oFolder = readFolder(a_strFolder);
+    std::set<std::string> oBundle;
+    readCertificates(a_strBundle, oBundle);
+    return !oFolder.empty() && (oBundle.empty() || oFolder == oBundle) ? CertificateStore{a_strFolder, ""}
+                                                                       : CertificateStore{"", a_strBundle};
+}
+
+void chooseCertificates()
+{
+    const CertificateStore oStore = findCertificates(QUORVAD_CERTIFICATE_FOLDER, QUORVAD_CERTIFICATE_BUNDLE);
+    set("SSL_CERT_DIR", oStore.m_strFolder);
+    set("SSL_CERT_FILE", oStore.m_strBundle);
+}
+
+} // namespace quorvad

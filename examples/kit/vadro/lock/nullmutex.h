@@ -1,0 +1,10 @@
+#pragma once
+
+namespace vadro::lock
+{
+
+class NullMutex
+{
+};
+
+} // namespace vadro::lock

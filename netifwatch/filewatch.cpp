@@ -1,0 +1,134 @@
+#include "netifwatch/filewatch.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <sys/epoll.h>
+#include <sys/inotify.h>
+#include <system_error>
+#include <utility>
+
+namespace netifwatch
+{
+
+namespace
+{
+
+constexpr int s_iMaxLinks = 8;
+constexpr std::uint32_t s_uiFolderEvents =
+    IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE | IN_ONLYDIR;
+constexpr std::uint32_t s_uiFileEvents = IN_MODIFY | IN_CLOSE_WRITE | IN_MOVE_SELF | IN_DELETE_SELF | IN_DONT_FOLLOW;
+
+} // namespace
+
+FileWatch::FileWatch(korrin::net::EventLoop& a_oLoop, std::vector<std::string> a_oPaths, std::function<void()> a_oHint)
+    : m_oLoop(a_oLoop), m_oPaths(std::move(a_oPaths)), m_oHint(std::move(a_oHint)),
+      m_oInotify(inotify_init1(IN_CLOEXEC | IN_NONBLOCK))
+{
+    if (!m_oInotify.isOpen())
+    {
+        throw std::system_error(errno, std::generic_category(), "can't follow changes of resolv.conf");
+    }
+    watchAll();
+    m_oLoop.add(m_oInotify.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+}
+
+FileWatch::~FileWatch()
+{
+    m_oLoop.remove(m_oInotify.get());
+}
+
+void FileWatch::watchAll()
+{
+    std::set<int> oWatches;
+    m_oNames.clear();
+    for (const std::string& strPath : m_oPaths)
+    {
+        watchPath(strPath, oWatches);
+    }
+    for (const int iWatch : m_oWatches)
+    {
+        if (oWatches.count(iWatch) == 0)
+        {
+            inotify_rm_watch(m_oInotify.get(), iWatch);
+        }
+    }
+    m_oWatches = std::move(oWatches);
+}
+
+/// Every link on the way, the file itself and the folder of each; where a folder is missing, the nearest one above it.
+void FileWatch::watchPath(std::string a_strPath, std::set<int>& a_oWatches)
+{
+    std::error_code oError;
+    for (int iLink = 0; iLink <= s_iMaxLinks; ++iLink)
+    {
+        std::filesystem::path oPath(a_strPath);
+        while (oPath.has_relative_path() && !std::filesystem::is_directory(oPath.parent_path(), oError))
+        {
+            oPath = oPath.parent_path();
+        }
+        m_oNames.insert(oPath.filename().string());
+        watch(oPath.parent_path().string(), s_uiFolderEvents, a_oWatches);
+        watch(a_strPath, s_uiFileEvents, a_oWatches);
+        const std::filesystem::path oTarget = std::filesystem::read_symlink(a_strPath, oError);
+        if (oError)
+        {
+            return;
+        }
+        a_strPath = (std::filesystem::path(a_strPath).parent_path() / oTarget).lexically_normal().string();
+    }
+}
+
+void FileWatch::watch(const std::string& a_strPath, std::uint32_t a_uiEvents, std::set<int>& a_oWatches)
+{
+    const int iWatch = inotify_add_watch(m_oInotify.get(), a_strPath.c_str(), a_uiEvents | IN_MASK_ADD);
+    if (iWatch >= 0)
+    {
+        a_oWatches.insert(iWatch);
+    }
+}
+
+/// A folder may be busy with other names. Without a name it is about what is watched itself; the end of a watch counts
+/// unless it was ended here.
+bool FileWatch::concernsUs(const inotify_event& a_oEvent, const char* a_pName) const
+{
+    if ((a_oEvent.mask & IN_IGNORED) != 0)
+    {
+        return m_oWatches.count(a_oEvent.wd) > 0;
+    }
+    return a_oEvent.len == 0 || m_oNames.count(std::string(a_pName, strnlen(a_pName, a_oEvent.len))) > 0;
+}
+
+void FileWatch::onReadable()
+{
+    alignas(inotify_event) std::array<char, 4096> oBuffer = {};
+    bool bHint = false;
+    for (;;)
+    {
+        const ssize_t iSize = read(m_oInotify.get(), oBuffer.data(), oBuffer.size());
+        if (iSize < 0 && errno == EINTR)
+        {
+            continue;
+        }
+        if (iSize <= 0)
+        {
+            break;
+        }
+        for (ssize_t iAt = 0; iAt < iSize;)
+        {
+            inotify_event oEvent = {};
+            std::memcpy(&oEvent, oBuffer.data() + iAt, sizeof oEvent);
+            const char* pName = oBuffer.data() + iAt + sizeof oEvent;
+            bHint = bHint || concernsUs(oEvent, pName);
+            iAt += static_cast<ssize_t>(sizeof oEvent + oEvent.len);
+        }
+    }
+    if (bHint)
+    {
+        watchAll();
+        m_oHint();
+    }
+}
+
+} // namespace netifwatch

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "platform/base/descriptor.h"
+#include "platform/base/eventloop.h"
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+struct inotify_event;
+
+namespace netifwatch
+{
+
+/// Tells when the content of files may have changed, whichever way: written to, replaced by rename, made, removed,
+/// mounted over and written from behind, or the same with a link on the way to them. Best effort: what the kernel
+/// doesn't tell (network file systems) goes unseen.
+class FileWatch
+{
+public:
+    /// Calls back from within the loop, which must outlive this. Throws std::system_error when the kernel grants no
+    /// descriptor.
+    FileWatch(korrin::net::EventLoop& a_oLoop, std::vector<std::string> a_oPaths, std::function<void()> a_oHint);
+    ~FileWatch();
+    FileWatch(const FileWatch&) = delete;
+    FileWatch& operator=(const FileWatch&) = delete;
+
+private:
+    void watchAll();
+    void watchPath(std::string a_strPath, std::set<int>& a_oWatches);
+    void watch(const std::string& a_strPath, std::uint32_t a_uiEvents, std::set<int>& a_oWatches);
+    [[nodiscard]] bool concernsUs(const inotify_event& a_oEvent, const char* a_pName) const;
+    void onReadable();
+
+    korrin::net::EventLoop& m_oLoop;
+    std::vector<std::string> m_oPaths;
+    std::function<void()> m_oHint;
+    vadro::base::Descriptor m_oInotify;
+    std::set<int> m_oWatches;
+    std::set<std::string> m_oNames; // of files and folders on the way
+};
+
+} // namespace netifwatch

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/base/descriptor.h"
+#include "platform/base/eventloop.h"
+
+#include <functional>
+
+namespace netifwatch
+{
+
+/// Tells that something about interfaces, addresses or default routes changed, or may have: events are hints, nothing
+/// is learnt from them. When there were more of them than the socket's buffer holds, that is a hint, too.
+class KernelEvents
+{
+public:
+    /// Calls back from within the loop, which must outlive this. a_bRoutes: hear of routes as well. a_iBufferBytes:
+    /// room for events that wait, 0 for the system's default. Throws std::system_error when the kernel grants no
+    /// socket.
+    KernelEvents(korrin::net::EventLoop& a_oLoop, bool a_bRoutes, int a_iBufferBytes, std::function<void()> a_oHint);
+    ~KernelEvents();
+    KernelEvents(const KernelEvents&) = delete;
+    KernelEvents& operator=(const KernelEvents&) = delete;
+
+private:
+    void onReadable();
+
+    korrin::net::EventLoop& m_oLoop;
+    std::function<void()> m_oHint;
+    vadro::base::Descriptor m_oSocket;
+    std::uint32_t m_uiModuleId;
+};
+
+} // namespace netifwatch

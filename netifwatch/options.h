@@ -1,0 +1,31 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace netifwatch
+{
+
+/// The command line.
+struct Options
+{
+    std::string m_strSocket = "/tmp/cfgserver.socket";
+    std::vector<std::string> m_oInterfaces; ///< names or patterns; empty: all but the loopback
+    std::vector<std::string> m_oExcluded;
+    std::string m_strResolvConf = "/etc/resolv.conf";
+    std::string m_strState = "/var/lib/netifwatch/dns-rows";
+    int m_iEventBuffer = 0; ///< bytes; 0: the system's default
+    bool m_bDns = true;
+    bool m_bOnce = false;
+    bool m_bPrint = false;
+    bool m_bJson = false;
+    bool m_bForeground = false;
+    bool m_bDebug = false;
+};
+
+/// Reads the command line; paths come back absolute. Where there is nothing to run it has written the help, the version
+/// (standard output) or what was wrong (standard error) and returns the exit status, 0 or 2.
+[[nodiscard]] std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, Options& a_oOptions);
+
+} // namespace netifwatch

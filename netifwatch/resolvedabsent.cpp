@@ -1,0 +1,11 @@
+#include "netifwatch/resolved.h"
+
+namespace netifwatch
+{
+
+std::optional<DnsSources> askResolved()
+{
+    return std::nullopt;
+}
+
+} // namespace netifwatch

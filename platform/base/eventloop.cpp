@@ -1,0 +1,141 @@
+#include "platform/base/eventloop.h"
+
+#include "platform/base/errnokeeper.h"
+#include "vadro/sysloglevel.h"
+
+#include <array>
+#include <system_error>
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace korrin::net
+{
+
+namespace
+{
+
+[[noreturn]] void throwSystemError(const char* a_pWhat)
+{
+    throw std::system_error(errno, std::generic_category(), a_pWhat);
+}
+
+int control(int a_iEpollFd, int a_iOperation, int a_iFd, std::uint32_t a_uiEvents, std::uint32_t a_uiNumber)
+{
+    epoll_event oEvent{};
+    oEvent.events = a_uiEvents;
+    oEvent.data.u64 = static_cast<std::uint64_t>(a_uiNumber) << 32U | static_cast<std::uint32_t>(a_iFd);
+    return epoll_ctl(a_iEpollFd, a_iOperation, a_iFd, &oEvent);
+}
+
+} // namespace
+
+EventLoop::EventLoop()
+    : m_oEpollFd(epoll_create1(EPOLL_CLOEXEC)), m_oWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      m_uiModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
+{
+    if (!m_oEpollFd.isOpen() || !m_oWakeFd.isOpen())
+    {
+        throwSystemError("event loop: no descriptor granted");
+    }
+    if (control(m_oEpollFd.get(), EPOLL_CTL_ADD, m_oWakeFd.get(), EPOLLIN, 0) != 0)
+    {
+        throwSystemError("event loop: can't watch its own wake-up");
+    }
+}
+
+EventLoop::~EventLoop() = default;
+
+void EventLoop::add(int a_iFd, std::uint32_t a_uiEvents, Handler a_oHandler)
+{
+    Watch oWatch{++m_uiLastNumber, std::make_shared<Handler>(std::move(a_oHandler))};
+    const auto [it, bNew] = m_oWatches.try_emplace(a_iFd); // before the kernel knows it: this may run out of memory
+    if (control(m_oEpollFd.get(), EPOLL_CTL_ADD, a_iFd, a_uiEvents, oWatch.m_uiNumber) != 0)
+    {
+        const int iReason = errno;
+        if (bNew)
+        {
+            m_oWatches.erase(it);
+        }
+        errno = iReason;
+        throwSystemError("event loop: can't watch a descriptor");
+    }
+    it->second = std::move(oWatch);
+}
+
+void EventLoop::modify(int a_iFd, std::uint32_t a_uiEvents)
+{
+    const auto it = m_oWatches.find(a_iFd);
+    const std::uint32_t uiNumber = it != m_oWatches.end() ? it->second.m_uiNumber : 0;
+    if (control(m_oEpollFd.get(), EPOLL_CTL_MOD, a_iFd, a_uiEvents, uiNumber) != 0)
+    {
+        throwSystemError("event loop: can't change what is waited for");
+    }
+}
+
+void EventLoop::remove(int a_iFd)
+{
+    if (m_oWatches.erase(a_iFd) > 0)
+    {
+        const vadro::base::ErrnoKeeper oErrno;
+        control(m_oEpollFd.get(), EPOLL_CTL_DEL, a_iFd, 0, 0);
+    }
+}
+
+bool EventLoop::wait(int a_iTimeoutMs)
+{
+    std::array<epoll_event, 32> aoEvents;
+    const int iCount = epoll_wait(m_oEpollFd.get(), aoEvents.data(), static_cast<int>(aoEvents.size()), a_iTimeoutMs);
+    if (iCount < 0 && errno != EINTR)
+    {
+        throwSystemError("event loop: can't wait");
+    }
+    // Whatever ended the wait: after EINTR, too, the signal's handler may have called wakeUp().
+    const bool bWoken = drainWakeUps();
+    for (int iIndex = 0; iIndex < iCount; ++iIndex)
+    {
+        dispatch(aoEvents[static_cast<std::size_t>(iIndex)]);
+    }
+    return bWoken;
+}
+
+void EventLoop::dispatch(const epoll_event& a_oEvent)
+{
+    const auto it = m_oWatches.find(static_cast<int>(static_cast<std::uint32_t>(a_oEvent.data.u64)));
+    if (it == m_oWatches.end() || it->second.m_uiNumber != a_oEvent.data.u64 >> 32U)
+    {
+        return; // the wake-up, or removed by a handler of this round
+    }
+    const std::shared_ptr<Handler> pHandler = it->second.m_pHandler;
+    try
+    {
+        (*pHandler)(a_oEvent.events);
+    }
+    catch (const std::exception& oException)
+    {
+        VADRO_Sysloglevel_error(
+            m_uiModuleId, "eventloop", __LINE__, VAStr("Event handler failed: %s", oException.what()));
+    }
+    catch (...)
+    {
+        VADRO_Sysloglevel_error(m_uiModuleId, "eventloop", __LINE__, "Event handler failed: unknown exception");
+    }
+}
+
+void EventLoop::wakeUp() noexcept
+{
+    const vadro::base::ErrnoKeeper oErrno;
+    const std::uint64_t uiOne = 1;
+    // Fails only when the counter is full, which wakes as well.
+    [[maybe_unused]] const ssize_t iWritten = ::write(m_oWakeFd.get(), &uiOne, sizeof uiOne);
+}
+
+bool EventLoop::drainWakeUps() noexcept
+{
+    const vadro::base::ErrnoKeeper oErrno;
+    std::uint64_t uiCount = 0;
+    return ::read(m_oWakeFd.get(), &uiCount, sizeof uiCount) == static_cast<ssize_t>(sizeof uiCount);
+}
+
+} // namespace korrin::net

@@ -1,0 +1,129 @@
+#include "platform/base/lockfile.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <system_error>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vadro::base
+{
+
+namespace
+{
+
+constexpr int s_iTries = 5;
+constexpr std::chrono::milliseconds s_oPause{10};
+
+/// O_CREAT only together with O_EXCL: the kernel refuses root O_CREAT on the file of another user in a sticky folder.
+int openOrCreate(const std::string& a_strFile)
+{
+    constexpr int iFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    const int iFd = ::open(a_strFile.c_str(), iFlags);
+    if (iFd >= 0 || errno != ENOENT)
+    {
+        return iFd;
+    }
+    return ::open(a_strFile.c_str(), iFlags | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR);
+}
+
+bool isOurs(const struct stat& a_oStatus)
+{
+    return S_ISREG(a_oStatus.st_mode) && a_oStatus.st_uid == ::geteuid() && a_oStatus.st_nlink <= 1;
+}
+
+/// False when the path names another file by now: whoever held the lock before has removed this one.
+bool isStillAt(const std::string& a_strFile, const struct stat& a_oStatus)
+{
+    struct stat oNow = {};
+    return ::lstat(a_strFile.c_str(), &oNow) == 0 && oNow.st_dev == a_oStatus.st_dev && oNow.st_ino == a_oStatus.st_ino;
+}
+
+} // namespace
+
+LockFile::LockFile(const std::string& a_strFile, int a_iLimitMs) : m_strFile(a_strFile)
+{
+    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(a_iLimitMs);
+    int iChanges = 0;
+    for (Outcome eOutcome = tryOnce(); eOutcome != Outcome::Held && eOutcome != Outcome::Refused; eOutcome = tryOnce())
+    {
+        const bool bLate = std::chrono::steady_clock::now() >= oEnd;
+        if (eOutcome == Outcome::Again && ++iChanges > s_iTries && bLate)
+        {
+            refuse("others keep making and removing it");
+            return;
+        }
+        if (eOutcome == Outcome::Busy && bLate)
+        {
+            refuse("held by another start");
+            return;
+        }
+        if (eOutcome == Outcome::Busy)
+        {
+            std::this_thread::sleep_for(s_oPause);
+        }
+    }
+}
+
+LockFile::~LockFile()
+{
+    if (isHeld())
+    {
+        ::unlink(m_strFile.c_str());
+    }
+}
+
+LockFile::Outcome LockFile::refuse(const std::string& a_strReason)
+{
+    m_strFailure = "lock file " + m_strFile + ": " + a_strReason;
+    return Outcome::Refused;
+}
+
+LockFile::Outcome LockFile::replaceForeign(int a_iError)
+{
+    struct stat oStatus = {};
+    if (::lstat(m_strFile.c_str(), &oStatus) != 0 || isOurs(oStatus))
+    {
+        return refuse(std::generic_category().message(a_iError));
+    }
+    // A folder goes only when it is empty, a link without what it points to.
+    const bool bMayGo = ::geteuid() == 0 && (oStatus.st_uid != 0 || S_ISREG(oStatus.st_mode));
+    if (bMayGo && std::remove(m_strFile.c_str()) == 0)
+    {
+        return Outcome::Again;
+    }
+    return refuse("what stands there is no file of this program's user (uid " + std::to_string(oStatus.st_uid) +
+                  "); remove it");
+}
+
+LockFile::Outcome LockFile::tryOnce()
+{
+    Descriptor oFile(openOrCreate(m_strFile));
+    struct stat oStatus = {};
+    if (!oFile.isOpen() || ::fstat(oFile.get(), &oStatus) != 0)
+    {
+        return errno == EEXIST ? Outcome::Again : replaceForeign(errno);
+    }
+    if (!isOurs(oStatus))
+    {
+        return replaceForeign(EPERM);
+    }
+    if (::flock(oFile.get(), LOCK_EX | LOCK_NB) != 0)
+    {
+        const bool bBusy = errno == EWOULDBLOCK || errno == EINTR;
+        return bBusy ? Outcome::Busy : refuse(std::generic_category().message(errno));
+    }
+    if (!isStillAt(m_strFile, oStatus))
+    {
+        return Outcome::Again;
+    }
+    m_oFile.take(oFile);
+    return Outcome::Held;
+}
+
+} // namespace vadro::base

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/base/descriptor.h"
+
+#include <string>
+
+namespace vadro::base
+{
+
+/// A right that only one process has at a time: an exclusively locked file, 0600, there only while somebody holds it.
+/// The kernel lets go of it with the process. Files of other users are not trusted; root replaces them.
+class LockFile
+{
+public:
+    /// Waits at most a_iLimitMs for another holder. Never throws but for want of memory.
+    LockFile(const std::string& a_strFile, int a_iLimitMs);
+    /// Removes the file while the lock is held; a process that has it open sees that it was removed.
+    ~LockFile();
+    LockFile(const LockFile&) = delete;
+    LockFile& operator=(const LockFile&) = delete;
+
+    [[nodiscard]] bool isHeld() const { return m_strFailure.empty(); }
+    /// Names the file and why the lock is not held; empty when it is.
+    [[nodiscard]] const std::string& getFailure() const { return m_strFailure; }
+
+private:
+    enum class Outcome
+    {
+        Held,
+        Busy,   ///< somebody else has it
+        Again,  ///< the file changed meanwhile
+        Refused ///< m_strFailure says why
+    };
+
+    [[nodiscard]] Outcome tryOnce();
+    Outcome refuse(const std::string& a_strReason);
+    /// For what can't be opened (with the error) or was opened and isn't ours.
+    Outcome replaceForeign(int a_iError);
+
+    std::string m_strFile;
+    Descriptor m_oFile;
+    std::string m_strFailure;
+};
+
+} // namespace vadro::base

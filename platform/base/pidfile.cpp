@@ -1,0 +1,139 @@
+#include "platform/base/pidfile.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vadro::base
+{
+
+namespace
+{
+
+constexpr int s_iReadFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+constexpr int s_iCreateFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+
+// As much as fits; a PID file never fills the buffer.
+int readSome(int a_iFd, std::array<char, 64>& a_acBuffer, std::size_t& a_uiSize)
+{
+    while (a_uiSize < a_acBuffer.size())
+    {
+        const ssize_t iRead = ::read(a_iFd, a_acBuffer.data() + a_uiSize, a_acBuffer.size() - a_uiSize);
+        if (iRead == 0)
+        {
+            return 0;
+        }
+        if (iRead > 0)
+        {
+            a_uiSize += static_cast<std::size_t>(iRead);
+        }
+        else if (errno != EINTR)
+        {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+int writeAll(int a_iFd, std::string_view a_strText)
+{
+    while (!a_strText.empty())
+    {
+        const ssize_t iWritten = ::write(a_iFd, a_strText.data(), a_strText.size());
+        if (iWritten > 0)
+        {
+            a_strText.remove_prefix(static_cast<std::size_t>(iWritten));
+        }
+        else if (iWritten == 0 || errno != EINTR)
+        {
+            return iWritten == 0 ? EIO : errno;
+        }
+    }
+    return 0;
+}
+
+int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_strText)
+{
+    Descriptor oFile(::openat(a_iDirFd, a_strName.c_str(), s_iCreateFlags, 0644));
+    if (!oFile.isOpen())
+    {
+        return errno;
+    }
+    int iError = fchmod(oFile.get(), 0644) == 0 ? 0 : errno; // readable for all, whatever the umask
+    if (iError == 0)
+    {
+        iError = writeAll(oFile.get(), a_strText);
+    }
+    if (!oFile.reset() && iError == 0)
+    {
+        iError = errno;
+    }
+    return iError;
+}
+
+} // namespace
+
+std::optional<pid_t> parsePid(std::string_view a_strContents) noexcept
+{
+    if (a_strContents.size() < 2 || a_strContents.back() != '\n')
+    {
+        return std::nullopt;
+    }
+    const char* const pEnd = a_strContents.data() + a_strContents.size() - 1;
+    pid_t iPid = 0;
+    const auto [pStop, eError] = std::from_chars(a_strContents.data(), pEnd, iPid);
+    if (eError != std::errc() || pStop != pEnd || iPid <= 0 || a_strContents.front() == '0')
+    {
+        return std::nullopt;
+    }
+    return iPid;
+}
+
+std::optional<pid_t> readPidFile(int a_iDirFd, const std::string& a_strName, int& a_iError)
+{
+    const Descriptor oFile(::openat(a_iDirFd, a_strName.c_str(), s_iReadFlags));
+    struct stat oStatus
+    {
+    };
+    if (!oFile.isOpen() || fstat(oFile.get(), &oStatus) != 0)
+    {
+        a_iError = errno == ELOOP || errno == ENXIO ? EINVAL : errno; // a link, a socket
+        return std::nullopt;
+    }
+    if (!S_ISREG(oStatus.st_mode))
+    {
+        a_iError = EINVAL;
+        return std::nullopt;
+    }
+    std::array<char, 64> acBuffer{};
+    std::size_t uiSize = 0;
+    a_iError = readSome(oFile.get(), acBuffer, uiSize);
+    return a_iError == 0 ? parsePid({acBuffer.data(), uiSize}) : std::nullopt;
+}
+
+int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool a_bLocked)
+{
+    const std::string strTemporary = a_strName + ".new";
+    if (a_bLocked)
+    {
+        unlinkat(a_iDirFd, strTemporary.c_str(), 0);
+    }
+    int iError = writeNewFile(a_iDirFd, strTemporary, std::to_string(a_iPid) + '\n');
+    if (iError == EEXIST)
+    {
+        return EBUSY; // another process is at it; its file is not ours to remove
+    }
+    // Unlike a rename, a link never replaces the file of a process that was faster.
+    if (iError == 0 && linkat(a_iDirFd, strTemporary.c_str(), a_iDirFd, a_strName.c_str(), 0) != 0)
+    {
+        iError = errno;
+    }
+    unlinkat(a_iDirFd, strTemporary.c_str(), 0);
+    return iError;
+}
+
+} // namespace vadro::base

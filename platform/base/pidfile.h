@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/base/descriptor.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <sys/types.h>
+
+// PID files as such: contents, reading, writing. Failures come back as errno values; nothing is logged here.
+namespace vadro::base
+{
+
+/// The process id that the contents of a PID file name: one positive decimal number without sign, blanks or leading
+/// zeros, in the range of a pid_t, and one line feed. Everything else names none. Pure.
+[[nodiscard]] std::optional<pid_t> parsePid(std::string_view a_strContents) noexcept;
+
+/// The process id in a file; none, and a_iError 0, when the contents name none. a_iError is ENOENT when there is no
+/// file, EINVAL when it is no regular file (a link is not followed). Never waits for a writer.
+[[nodiscard]] std::optional<pid_t> readPidFile(int a_iDirFd, const std::string& a_strName, int& a_iError);
+
+/// Writes "<pid>\n" with mode 0644 under a name that must not exist yet (EEXIST): through <name>.new, so that the file
+/// is there whole or not at all. 0 on success. a_bLocked: the caller holds the file's LockFile, so that a <name>.new
+/// can only be what a killed process left behind.
+[[nodiscard]] int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool a_bLocked);
+
+} // namespace vadro::base

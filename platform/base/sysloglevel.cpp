@@ -1,0 +1,168 @@
+#include "vadro/sysloglevel.h"
+
+#include "platform/base/errnokeeper.h"
+#include "platform/base/servicemanager.h"
+#include "platform/base/standarderror.h"
+#include "platform/base/syslogsender.h"
+#include "platform/base/visible.h"
+
+#include <atomic>
+#include <cerrno>
+#include <ctime>
+#include <exception>
+#include <forward_list>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr std::size_t s_uiTextLimit = 8192;
+
+struct Identity
+{
+    std::string m_strPrefix;
+    std::string m_strProgram; // without a name of its own, the one that the process was started under
+};
+
+// What is shared lives until the process is gone: other statics may log from their destructors.
+std::atomic<const Identity*> s_pIdentity{nullptr};
+std::atomic<uint32_t> s_uiTraceMask{0};
+std::atomic<bool> s_bForeground{false};
+
+struct Registry
+{
+    std::mutex m_oMutex;
+    std::map<std::string, uint32_t> m_oModules;
+    std::forward_list<Identity> m_oIdentities;
+};
+
+Registry& registry()
+{
+    static Registry* const s_pRegistry = new Registry;
+    return *s_pRegistry;
+}
+
+vadro::base::SyslogSender& sender()
+{
+    static auto* const s_pSender = new vadro::base::SyslogSender;
+    return *s_pSender;
+}
+
+const char* orEmpty(const char* a_pText)
+{
+    return a_pText != nullptr ? a_pText : "";
+}
+
+const char* levelName(int a_iLevel)
+{
+    switch (a_iLevel)
+    {
+    case VADRO_eError:
+        return "error";
+    case VADRO_eWarning:
+        return "warning";
+    case VADRO_eInfo:
+        return "info";
+    default:
+        return "debug";
+    }
+}
+
+// "2026-01-31 23:59:59.123": local time.
+std::string timeStamp()
+{
+    timespec oNow{};
+    clock_gettime(CLOCK_REALTIME, &oNow);
+    tm oLocal{};
+    localtime_r(&oNow.tv_sec, &oLocal);
+    char acText[64];
+    acText[std::strftime(acText, sizeof acText, "%F %T", &oLocal)] = '\0';
+    return std::string(acText) + static_cast<const char*>(VAStr(".%03ld", oNow.tv_nsec / 1000000));
+}
+
+void writeLine(const Identity* a_pIdentity, int a_iLevel, const char* a_pFile, unsigned a_uiLine, const char* a_pText)
+{
+    std::string strLine = a_pIdentity != nullptr ? a_pIdentity->m_strPrefix : std::string();
+    strLine.append(orEmpty(a_pFile)).append(1, ':').append(std::to_string(a_uiLine)).append(": ");
+    strLine.append(vadro::base::makeVisible(orEmpty(a_pText), s_uiTextLimit));
+    if (a_pIdentity != nullptr)
+    {
+        sender().send(a_iLevel, a_pIdentity->m_strProgram, strLine);
+    }
+    if (s_bForeground.load(std::memory_order_relaxed))
+    {
+        vadro::base::writeStandardError(timeStamp() + ' ' + levelName(a_iLevel) + ' ' + strLine + '\n');
+    }
+}
+
+} // namespace
+
+int VADRO_Sysloglevel_construct2(const char* a_pPrefix, const char* a_pProgram)
+{
+    const bool bNamed = a_pProgram != nullptr && *a_pProgram != '\0';
+    try
+    {
+        Registry& oRegistry = registry();
+        const std::lock_guard<std::mutex> oLock(oRegistry.m_oMutex);
+        const Identity& oIdentity = oRegistry.m_oIdentities.emplace_front(
+            Identity{orEmpty(a_pPrefix), bNamed ? a_pProgram : program_invocation_short_name});
+        s_pIdentity.store(&oIdentity, std::memory_order_release);
+    }
+    catch (const std::exception&)
+    {
+        return 0;
+    }
+    return bNamed ? 1 : 0;
+}
+
+uint32_t VADRO_Sysloglevel_registerModul(const char* a_pModule)
+{
+    try
+    {
+        Registry& oRegistry = registry();
+        const std::lock_guard<std::mutex> oLock(oRegistry.m_oMutex);
+        const auto uiNext = static_cast<uint32_t>(oRegistry.m_oModules.size() + 1);
+        return oRegistry.m_oModules.emplace(orEmpty(a_pModule), uiNext).first->second;
+    }
+    catch (const std::exception&)
+    {
+        return 0; // out of memory: as good as any other handle
+    }
+}
+
+void VADRO_Sysloglevel_set(int a_iBackground)
+{
+    const vadro::base::ErrnoKeeper oErrno;
+    // A process started without standard error gets another file under that number sooner or later: never write there.
+    // The journal has every line already, by syslog.
+    s_bForeground = a_iBackground == 0 && fcntl(STDERR_FILENO, F_GETFD) >= 0 && !vadro::base::isStandardErrorJournal();
+}
+
+void VADRO_Sysloglevel_changeTracelevelAll(uint32_t a_uiMask)
+{
+    s_uiTraceMask = a_uiMask;
+}
+
+int VADRO_Sysloglevel_enabled(uint32_t /*a_uiModule*/, int a_iLevel)
+{
+    return a_iLevel <= VADRO_eInfo || s_uiTraceMask.load(std::memory_order_relaxed) != 0 ? 1 : 0;
+}
+
+void VADRO_Sysloglevel_write(
+    uint32_t /*a_uiModule*/, int a_iLevel, const char* a_pFile, unsigned a_uiLine, const char* a_pText)
+{
+    const vadro::base::ErrnoKeeper oErrno;
+    try
+    {
+        writeLine(s_pIdentity.load(std::memory_order_acquire), a_iLevel, a_pFile, a_uiLine, a_pText);
+    }
+    catch (const std::exception&)
+    {
+        vadro::base::writeStandardError("log line lost: out of memory\n");
+    }
+}

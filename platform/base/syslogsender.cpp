@@ -1,0 +1,112 @@
+#include "platform/base/syslogsender.h"
+
+#include <cerrno>
+#include <ctime>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+
+namespace vadro::base
+{
+
+namespace
+{
+
+// A logger that is merely busy has read by then.
+constexpr int s_iPatienceMs = 500;
+
+// The header that loggers expect on the local socket: "<27>Jan 31 23:59:59 quorvad[123]: ".
+std::string makeLine(int a_iPriority, const std::string& a_strProgram, const std::string& a_strText)
+{
+    const time_t iNow = time(nullptr);
+    tm oLocal{};
+    localtime_r(&iNow, &oLocal);
+    char acTime[32];
+    acTime[std::strftime(acTime, sizeof acTime, "%b %e %T", &oLocal)] = '\0';
+    return "<" + std::to_string(a_iPriority | LOG_DAEMON) + ">" + acTime + " " + a_strProgram + "[" +
+           std::to_string(getpid()) + "]: " + a_strText;
+}
+
+bool isFull(int a_iErrno)
+{
+    return a_iErrno == EAGAIN || a_iErrno == ENOBUFS;
+}
+
+} // namespace
+
+SyslogSender::SyslogSender(std::string a_strPath) : m_strPath(std::move(a_strPath))
+{
+}
+
+void SyslogSender::send(int a_iPriority, const std::string& a_strProgram, const std::string& a_strText)
+{
+    const std::lock_guard<std::mutex> oLock(m_oMutex);
+    if (m_uiLost > 0 &&
+        deliver(
+            makeLine(LOG_WARNING, a_strProgram, std::to_string(m_uiLost) + " lines were lost: the logger stood still")))
+    {
+        m_uiLost = 0;
+    }
+    if (!deliver(makeLine(a_iPriority, a_strProgram, a_strText)) && m_bStuck)
+    {
+        ++m_uiLost;
+    }
+}
+
+bool SyslogSender::deliver(const std::string& a_strLine)
+{
+    if (m_oSocket.isOpen() && sendOnce(a_strLine))
+    {
+        m_bStuck = false;
+        return true;
+    }
+    if (!m_oSocket.isOpen() || !isFull(errno)) // a logger that was started anew has another socket
+    {
+        open();
+        m_bStuck = m_bStuck && m_oSocket.isOpen();
+        if (!m_oSocket.isOpen() || sendOnce(a_strLine))
+        {
+            return m_oSocket.isOpen();
+        }
+    }
+    m_bStuck = m_bStuck || !waitForRoom();
+    return !m_bStuck && sendOnce(a_strLine);
+}
+
+bool SyslogSender::sendOnce(const std::string& a_strLine) const
+{
+    ssize_t iSent = -1;
+    do
+    {
+        iSent = ::send(m_oSocket.get(), a_strLine.data(), a_strLine.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    } while (iSent < 0 && errno == EINTR);
+    return iSent >= 0;
+}
+
+// A signal ends the wait: stopping is more urgent than a line.
+bool SyslogSender::waitForRoom() const
+{
+    pollfd oPoll{m_oSocket.get(), POLLOUT, 0};
+    return ::poll(&oPoll, 1, s_iPatienceMs) == 1;
+}
+
+void SyslogSender::open()
+{
+    m_oSocket.reset();
+    sockaddr_un oAddress{};
+    oAddress.sun_family = AF_UNIX;
+    m_strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
+    const Descriptor oLow(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (oLow.isOpen() && ::connect(oLow.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) == 0)
+    {
+        // Detaching points the numbers of the standard descriptors elsewhere.
+        Descriptor oHigh(::fcntl(oLow.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        m_oSocket.take(oHigh);
+    }
+}
+
+} // namespace vadro::base

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/base/descriptor.h"
+
+#include <cstddef>
+#include <mutex>
+#include <string>
+
+namespace vadro::base
+{
+
+/// Hands lines to the system's logger. The C library's own way waits for as long as a logger that stands still leaves
+/// its queue full, and with it every thread that logs. Here such a logger costs half a second once; lines are then
+/// dropped until it reads again, and the first line after that says how many. Without a logger lines vanish, as ever.
+/// Any thread; never throws but for memory.
+class SyslogSender
+{
+public:
+    explicit SyslogSender(std::string a_strPath = "/dev/log");
+
+    /// One line; a_iPriority as syslog(3) takes it.
+    void send(int a_iPriority, const std::string& a_strProgram, const std::string& a_strText);
+
+private:
+    bool deliver(const std::string& a_strLine);
+    bool sendOnce(const std::string& a_strLine) const;
+    bool waitForRoom() const;
+    void open();
+
+    const std::string m_strPath;
+    std::mutex m_oMutex;
+    Descriptor m_oSocket;
+    bool m_bStuck = false;
+    std::size_t m_uiLost = 0;
+};
+
+} // namespace vadro::base

@@ -1,0 +1,90 @@
+#include "platform/client/linkreport.h"
+
+#include "vadro/sysloglevel.h"
+
+namespace vadro::cfg
+{
+
+namespace
+{
+
+unsigned toMs(std::chrono::milliseconds a_oTime)
+{
+    return static_cast<unsigned>(a_oTime.count());
+}
+
+} // namespace
+
+LinkReport::LinkReport(const std::string& a_strSocketPath)
+    : m_uiModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_strSocketPath(a_strSocketPath),
+      m_strFailure(VAStr("Not connected to the configuration service at '%s' yet", a_strSocketPath.c_str()))
+{
+}
+
+void LinkReport::connected(const std::string& a_strServiceVersion)
+{
+    m_bWarned = false;
+    VADRO_Sysloglevel_info(m_uiModuleId,
+                           "servicelink",
+                           __LINE__,
+                           VAStr("Connected to the configuration service at '%s' (%s).",
+                                 m_strSocketPath.c_str(),
+                                 a_strServiceVersion.c_str()));
+}
+
+void LinkReport::lost(const LinkError& a_oError, std::optional<std::chrono::milliseconds> a_oPause)
+{
+    const char* pPath = m_strSocketPath.c_str();
+    m_bWarned = true;
+    m_strFailure = VAStr("Connection to the configuration service at '%s' lost (%s)", pPath, a_oError.what());
+    if (a_oPause)
+    {
+        VADRO_Sysloglevel_warning(
+            m_uiModuleId,
+            "servicelink",
+            __LINE__,
+            VAStr("Connection to the configuration service at '%s' lost (%s), trying again in %u ms.",
+                  pPath,
+                  a_oError.what(),
+                  toMs(*a_oPause)));
+    }
+    else
+    {
+        VADRO_Sysloglevel_warning(
+            m_uiModuleId,
+            "servicelink",
+            __LINE__,
+            VAStr("Connection to the configuration service at '%s' lost (%s).", pPath, a_oError.what()));
+    }
+}
+
+void LinkReport::failedTry(const LinkError& a_oError, std::chrono::milliseconds a_oPause)
+{
+    const std::string strFailure = describe(a_oError);
+    // An impostor is worth a line of its own even while the service is known to be away.
+    const bool bWarn = !m_bWarned || (a_oError.getResult() == wire::Result::NoAccess && strFailure != m_strFailure);
+    m_strFailure = strFailure;
+    m_bWarned = true;
+    const VAStr oText("%s (waiting for the service, next try in %u ms)", m_strFailure.c_str(), toMs(a_oPause));
+    if (bWarn)
+    {
+        VADRO_Sysloglevel_warning(m_uiModuleId, "servicelink", __LINE__, oText);
+    }
+    else
+    {
+        VADRO_Sysloglevel_debug(m_uiModuleId, "servicelink", __LINE__, oText);
+    }
+}
+
+std::string LinkReport::describe(const LinkError& a_oError) const
+{
+    const char* pPath = m_strSocketPath.c_str();
+    if (a_oError.getResult() == wire::Result::NoAccess)
+    {
+        return std::string(
+            VAStr("The configuration service at '%s' runs as user %s, which is not trusted.", pPath, a_oError.what()));
+    }
+    return std::string(VAStr("Cannot reach the configuration service at '%s': %s", pPath, a_oError.what()));
+}
+
+} // namespace vadro::cfg

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/client/linkerror.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace vadro::cfg
+{
+
+/// What the log is told of the connection, one warning for each time without one, and the sentence that says why there
+/// is none.
+class LinkReport
+{
+public:
+    explicit LinkReport(const std::string& a_strSocketPath);
+
+    void connected(const std::string& a_strServiceVersion);
+    /// The pause is the one before the next try; none when there will be no try.
+    void lost(const LinkError& a_oError, std::optional<std::chrono::milliseconds> a_oPause);
+    void failedTry(const LinkError& a_oError, std::chrono::milliseconds a_oPause);
+
+    [[nodiscard]] const std::string& getFailure() const { return m_strFailure; }
+
+private:
+    [[nodiscard]] std::string describe(const LinkError& a_oError) const;
+
+    std::uint32_t m_uiModuleId;
+    std::string m_strSocketPath;
+    std::string m_strFailure;
+    bool m_bWarned = false; // of this time without connection
+};
+
+} // namespace vadro::cfg

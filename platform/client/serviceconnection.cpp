@@ -1,0 +1,180 @@
+#include "platform/client/serviceconnection.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace vadro::cfg
+{
+
+namespace
+{
+
+/// Sets a flag for the time of a scope, however it is left.
+class FlagScope
+{
+public:
+    explicit FlagScope(bool& a_bFlag) : m_bFlag(a_bFlag) { m_bFlag = true; }
+    ~FlagScope() { m_bFlag = false; }
+    FlagScope(const FlagScope&) = delete;
+    FlagScope& operator=(const FlagScope&) = delete;
+
+private:
+    bool& m_bFlag;
+};
+
+/// The time of one call of the handler.
+class DeliveryScope
+{
+public:
+    explicit DeliveryScope(ConfigClient& a_oClient) : m_oClient(a_oClient) { m_oClient.setDelivering(true); }
+    ~DeliveryScope() { m_oClient.setDelivering(false); }
+    DeliveryScope(const DeliveryScope&) = delete;
+    DeliveryScope& operator=(const DeliveryScope&) = delete;
+
+private:
+    ConfigClient& m_oClient;
+};
+
+} // namespace
+
+ServiceConnection::ServiceConnection(korrin::net::EventLoop& a_oLoop,
+                                     const LinkSettings& a_oSettings,
+                                     unsigned int a_uiConnectTimeoutSec,
+                                     const LinkLimits& a_oLimits)
+    : m_oLoop(a_oLoop), m_oConnectTimeout(a_uiConnectTimeoutSec),
+      m_oClient(*this, a_oSettings.m_oIntroduction.m_bReadOnly), m_oLink(a_oLoop, *this, a_oSettings, a_oLimits)
+{
+}
+
+void ServiceConnection::initialize()
+{
+    if (m_pHandler != nullptr)
+    {
+        std::list<std::string> oNames;
+        m_pHandler->getTableNames(oNames);
+        m_oPending.watch(oNames);
+        m_oLink.setWatched(m_oPending.getWatched());
+    }
+    {
+        const FlagScope oScope(m_bInitializing);
+        awaitLink();
+    }
+    wakeForDeliveries();
+}
+
+void ServiceConnection::awaitLink()
+{
+    const Deadline oDeadline(m_oConnectTimeout);
+    // The pauses grow, so the last one may reach past the deadline: one more try is made then.
+    bool bLastTry = oDeadline.hasPassed();
+    m_oLink.connect();
+    while (!m_oLink.isUp())
+    {
+        if (m_oLink.isDown() && bLastTry)
+        {
+            if (m_oLoop.wait(0))
+            {
+                return;
+            }
+            m_oLink.stop();
+            throw std::runtime_error(m_oLink.getFailure());
+        }
+        if (m_oLink.isDown() && oDeadline.hasPassed())
+        {
+            bLastTry = true;
+            m_oLink.connect();
+        }
+        else if (m_oLoop.wait(m_oLink.isDown() ? oDeadline.getRemainingMs() : -1) && !m_oLink.isUp())
+        {
+            return; // woken: the caller has something more urgent to look at
+        }
+    }
+}
+
+void ServiceConnection::process()
+{
+    if (m_pHandler == nullptr)
+    {
+        return;
+    }
+    try
+    {
+        const FlagScope oScope(m_bDelivering);
+        deliver();
+    }
+    catch (...)
+    {
+        wakeForDeliveries();
+        throw;
+    }
+    wakeForDeliveries();
+}
+
+void ServiceConnection::deliver()
+{
+    if (std::exchange(m_bServiceEvent, false))
+    {
+        m_pHandler->onServiceEvent();
+    }
+    // Without a connection a handler could read nothing and would take its rows for gone; all tables are delivered
+    // once it is back.
+    for (const std::string& strTable : m_oPending.getPending())
+    {
+        if (m_oLink.isUp() && m_oPending.take(strTable))
+        {
+            const DeliveryScope oScope(m_oClient);
+            m_pHandler->loadFromConfig(m_oClient, strTable);
+        }
+    }
+}
+
+void ServiceConnection::wakeForDeliveries()
+{
+    if (!m_bDelivering && (m_bServiceEvent || (m_oLink.isUp() && !m_oPending.isEmpty())))
+    {
+        m_oLoop.wakeUp();
+    }
+}
+
+void ServiceConnection::onLinkUp()
+{
+    if (m_bInitializing)
+    {
+        m_oPending.markFirst(); // the first delivery makes a handler load everything
+        return;
+    }
+    m_oPending.markAll();
+    m_bServiceEvent = m_pHandler != nullptr;
+}
+
+void ServiceConnection::onLinkDown()
+{
+    m_oClient.onConnectionLost();
+    m_bServiceEvent = m_pHandler != nullptr;
+}
+
+void ServiceConnection::onTableChanged(const std::string& a_strTable)
+{
+    m_oPending.mark(a_strTable);
+    m_oClient.onTableChanged(a_strTable);
+}
+
+wire::Reply ServiceConnection::request(wire::Request a_oRequest)
+{
+    // Who asks again and again without going back to the event loop, as for write access, has to find the service that
+    // came back in the meantime.
+    if (!m_oLink.isUp() && m_oLoop.wait(0))
+    {
+        m_oLoop.wakeUp(); // not for us
+    }
+    wire::Reply oReply = m_oLink.request(std::move(a_oRequest));
+    wakeForDeliveries(); // what came between request and reply must not wait for the next event
+    return oReply;
+}
+
+std::string ServiceConnection::getServiceVersion() const
+{
+    return m_oLink.isUp() ? m_oLink.getServiceVersion() : std::string();
+}
+
+} // namespace vadro::cfg

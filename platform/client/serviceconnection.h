@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/base/eventloop.h"
+#include "platform/client/configclient.h"
+#include "platform/client/pendingtables.h"
+#include "platform/client/servicelink.h"
+#include "vadro/cfg/iconfighandler.h"
+
+namespace vadro::cfg
+{
+
+/// What stands behind NotificationHandler, with the same contracts: the link to the service, the client that uses it,
+/// and the deliveries to the handler.
+class ServiceConnection : private ILinkListener, private IRequester
+{
+public:
+    ServiceConnection(korrin::net::EventLoop& a_oLoop,
+                      const LinkSettings& a_oSettings,
+                      unsigned int a_uiConnectTimeoutSec,
+                      const LinkLimits& a_oLimits = LinkLimits());
+
+    void registerConfigHandler(IConfigHandler* a_pHandler) { m_pHandler = a_pHandler; }
+    void initialize();
+    [[nodiscard]] common::IConfigClient& getConfigClient() { return m_oClient; }
+    void process();
+
+private:
+    void onLinkUp() override;
+    void onLinkDown() override;
+    void onTableChanged(const std::string& a_strTable) override;
+    wire::Reply request(wire::Request a_oRequest) override;
+    [[nodiscard]] std::string getServiceVersion() const override;
+
+    void awaitLink();
+    void deliver();
+    void wakeForDeliveries();
+
+    korrin::net::EventLoop& m_oLoop;
+    IConfigHandler* m_pHandler = nullptr;
+    std::chrono::seconds m_oConnectTimeout;
+    PendingTables m_oPending;
+    bool m_bInitializing = false;
+    bool m_bDelivering = false;
+    bool m_bServiceEvent = false; // the handler has to hear of a connection lost or found
+    ConfigClient m_oClient;
+    ServiceLink m_oLink;
+};
+
+} // namespace vadro::cfg

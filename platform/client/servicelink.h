@@ -1,0 +1,128 @@
+#pragma once
+
+#include "platform/base/eventloop.h"
+#include "platform/client/backoff.h"
+#include "platform/client/credentials.h"
+#include "platform/client/greeting.h"
+#include "platform/client/linkerror.h"
+#include "platform/client/linkreport.h"
+#include "platform/client/messagestream.h"
+#include "platform/client/timer.h"
+#include "wire/message.h"
+
+#include <chrono>
+#include <functional>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vadro::cfg
+{
+
+struct LinkSettings
+{
+    std::string m_strSocketPath;
+    Introduction m_oIntroduction;
+    bool m_bReconnect = true;
+    unsigned int m_uiRetryDelayMs = 500;
+};
+
+/// Constants of the client, in one place so that tests can shorten them.
+struct LinkLimits
+{
+    std::chrono::milliseconds m_oRequest{10000}; ///< one request or the greeting, from its first byte to the last one
+    std::chrono::milliseconds m_oMaxRetryDelay{30000};
+    std::function<bool(uid_t)> m_oIsTrusted = isTrustedUser;
+};
+
+/// Told by ServiceLink what happens on the connection, on the thread that uses it; must not call back into the link.
+class ILinkListener
+{
+public:
+    virtual ~ILinkListener() = default;
+    virtual void onLinkUp() = 0;
+    virtual void onLinkDown() = 0; ///< only after onLinkUp
+    virtual void onTableChanged(const std::string& a_strTable) = 0;
+};
+
+/// The connection to the configuration service: made, greeted, watched, and made again after a pause when it is lost.
+///
+/// Connecting and greeting go on in the event loop and never block; request() alone waits. What goes wrong on the
+/// connection closes it, so that requests and replies can't get out of step.
+class ServiceLink
+{
+public:
+    /// Loop and listener are borrowed and must outlive the link.
+    ServiceLink(korrin::net::EventLoop& a_oLoop,
+                ILinkListener& a_oListener,
+                LinkSettings a_oSettings,
+                LinkLimits a_oLimits);
+    ~ServiceLink();
+    ServiceLink(const ServiceLink&) = delete;
+    ServiceLink& operator=(const ServiceLink&) = delete;
+
+    void setWatched(const std::list<std::string>& a_oTables) { m_oSettings.m_oIntroduction.m_oWatched = a_oTables; }
+
+    /// One try now; a failed one sets the timer for the next.
+    void connect();
+    /// Closes the connection and tries no more.
+    void stop();
+
+    [[nodiscard]] bool isUp() const { return m_eState == State::Up; }
+    [[nodiscard]] bool isDown() const { return m_eState == State::Down; }
+    /// Why there is no connection, as a sentence with the socket's path.
+    [[nodiscard]] const std::string& getFailure() const { return m_oReport.getFailure(); }
+    [[nodiscard]] const std::string& getServiceVersion() const { return m_strServiceVersion; }
+
+    /// Sends a request and waits for its reply, within the limit. A failure of the connection is a reply, too, with
+    /// Disconnected, TimedOut or Garbled and the reason; without a connection it comes at once.
+    wire::Reply request(wire::Request a_oRequest);
+
+private:
+    enum class State
+    {
+        Down,
+        Greeting, ///< connected, the reply to Hello is awaited
+        Up
+    };
+
+    void openSocket();
+    void checkPeer() const;
+    [[nodiscard]] std::string makeFrame(wire::Request& a_oRequest);
+    void send(const std::string& a_strFrame, const Deadline& a_oDeadline);
+    void finishGreeting(const wire::Reply& a_oReply);
+    wire::Reply exchange(const std::string& a_strFrame);
+    wire::Reply awaitReply(const Deadline& a_oDeadline);
+
+    void onReadable();
+    void onTimer();
+    void handleMessages();
+    void handle(const wire::Request&) const;
+    void handle(const wire::Notification& a_oNotification);
+    void handle(wire::Reply& a_oReply);
+
+    void fail(const LinkError& a_oError);
+    [[nodiscard]] bool hasServed(const LinkError& a_oError) const;
+    void close();
+
+    korrin::net::EventLoop& m_oLoop;
+    ILinkListener& m_oListener;
+    LinkSettings m_oSettings;
+    LinkLimits m_oLimits;
+    Backoff m_oBackoff;
+    Timer m_oTimer; // Down: the next try; Greeting: the limit of the greeting
+    LinkReport m_oReport;
+
+    State m_eState = State::Down;
+    std::unique_ptr<MessageStream> m_pStream;
+    std::uint32_t m_uiSequence = 0;      // of the last request
+    bool m_bAwaiting = false;            // that request has no reply yet
+    std::optional<wire::Reply> m_oReply; // its reply, once it came
+    std::chrono::steady_clock::time_point m_oUpSince;
+    bool m_bProved = false; // this connection has answered a request
+
+    std::string m_strServiceVersion;
+};
+
+} // namespace vadro::cfg

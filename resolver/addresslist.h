@@ -1,0 +1,15 @@
+#pragma once
+
+#include <netdb.h>
+
+namespace quorvad
+{
+
+/// Makes the list that getaddrinfo would give from c-ares's answer, in its order: one entry per address, port 0. Each
+/// entry and its address are one block from malloc, so that freeaddrinfo releases the list.
+///
+/// Returns ARES_SUCCESS, or ARES_ENOMEM, or ARES_EBADFAMILY for addresses that are neither IPv4 nor IPv6; then, and for
+/// an answer without addresses, a_pList is null.
+[[nodiscard]] int makeAddressList(const hostent& a_oHost, addrinfo*& a_pList);
+
+} // namespace quorvad

@@ -1,0 +1,78 @@
+"""GnuDIP exchanges gone wrong, one per server address: the fault is chosen by the address that the client connects to.
+
+Part of faultprovider.py. An address without a fault is a good server for one password.
+"""
+
+import hashlib
+import socket
+import struct
+import time
+
+PORT = 3495
+NETWORK = "10.98.1."  # the address of a fault: this and its number
+SILENCE = 30  # seconds; longer than any client waits
+
+
+def digest(password, salt):
+    inner = hashlib.md5(password.encode()).hexdigest().encode()
+    return hashlib.md5(inner + b"." + salt).hexdigest().encode()
+
+
+def pause():
+    """Until what was sent has been read, and what comes next is a segment of its own."""
+    time.sleep(0.3)
+
+
+# fault: (salt as it is sent, pieces of the answer; None: judged by the hash, a text: done instead).
+FAULTS = {
+    "no-salt": (None, "silent"),
+    "close-at-once": (None, "close"),
+    "salt-1023": (b"s" * 1022 + b"\n", None),
+    "salt-5000": (b"7" * 4999 + b"\n", None),
+    "binary-salt": (b"\0\xff\x01:\x80\x1b[31m\n\n\r\n", None),
+    "two-segments": (b"salt\n", (b"0", b"\n")),
+    "torn-number": (b"salt\n", (b"2", b"9\n")),
+    "beyond-int": (b"salt\n", (b"2147483648\n",)),
+    "no-number": (b"salt\n", (b"<html>\x1b[31m no\n",)),
+    "close-after-salt": (b"salt\n", "close"),
+    "reset-after-salt": (b"salt\n", "reset"),
+    "silent-after-salt": (b"salt\n", "silent"),
+}
+ADDRESSES = {name: NETWORK + str(number) for number, name in enumerate(FAULTS, 1)}
+_GOOD = (b"salt\n", None)
+
+
+class Server:
+    """Judges hashes by one password."""
+
+    def __init__(self, password):
+        self.password = password
+
+    def converse(self, connection):
+        address = connection.getsockname()[0]
+        name = next((name for name, known in ADDRESSES.items() if known == address), "good")
+        try:
+            self._exchange(connection, *FAULTS.get(name, _GOOD))
+        except OSError as error:
+            print(name, "client left:", error, flush=True)
+        finally:
+            connection.close()
+
+    def _exchange(self, connection, salt, answer):
+        if salt is not None:
+            connection.sendall(salt)
+            if answer in ("close", "reset"):
+                pause()
+        if answer == "silent":
+            time.sleep(SILENCE)
+        elif answer == "reset":
+            connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        elif answer != "close":
+            self._answer(connection, salt, answer)
+
+    def _answer(self, connection, salt, pieces):
+        request = connection.recv(4096)
+        good = request.split(b":")[1:2] == [digest(self.password, salt.rstrip(b"\r\n"))]
+        for piece in pieces or (b"0\n" if good else b"1\n",):
+            connection.sendall(piece)
+            pause()

@@ -1,0 +1,175 @@
+"""A provider that does everything wrong: python3 faultprovider.py SETTINGS
+
+SETTINGS is a JSON file {"certificates": {kind: [chain, key]}, "password": word of the GnuDIP account, empty for no
+GnuDIP, "dns": address, "answer": address for good names}. Serves one HTTPS fault per port (PORTS), the GnuDIP faults
+(faultgnudip.py) and the DNS faults (faultdns.py) on all addresses of its namespace.
+"""
+
+import json
+import socket
+import ssl
+import struct
+import sys
+import threading
+import time
+import warnings
+from pathlib import Path
+
+from sandbox import faultdns, faultgnudip
+
+SILENCE = 30  # seconds; longer than any client waits for a reply
+MEBIBYTE = 1 << 20
+ELSEWHERE = "https://ddns.example.net/plain/elsewhere"  # where the redirect points
+
+
+def reset(connection):
+    """Ends the connection with a reset instead of an orderly close."""
+    connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    connection.close()
+
+
+def reply(status, body=b"", *headers, length=None):
+    lines = [f"HTTP/1.1 {status}", f"Content-Length: {len(body) if length is None else length}", *headers, "", ""]
+    return "\r\n".join(lines).encode() + body
+
+
+def read_request(connection):
+    data = b""
+    while b"\r\n\r\n" not in data:
+        more = connection.recv(4096)
+        if not more:
+            break
+        data += more
+
+
+def says(data):
+    """Reads the request, sends these bytes, closes."""
+    def talk(connection):
+        read_request(connection)
+        connection.sendall(data)
+    return talk
+
+
+def plain_on_tls(connection):
+    """A web server's answer to a TLS hello."""
+    connection.recv(4096)
+    connection.sendall(reply("400 Bad Request", b"no TLS here\n"))
+
+
+def silent(connection):
+    connection.recv(4096)
+    time.sleep(SILENCE)
+
+
+def drips(connection):
+    read_request(connection)
+    for byte in reply("200 OK", b"good" * 100):
+        connection.sendall(bytes((byte,)))
+        time.sleep(1)
+
+
+def splits(connection):
+    """Every byte in a record and segment of its own."""
+    read_request(connection)
+    for byte in reply("200 OK", b"good <split> reply\n"):
+        connection.sendall(bytes((byte,)))
+        time.sleep(0.002)
+
+
+def endless(start, piece):
+    """About 15 MiB a second until the client gives up."""
+    def talk(connection):
+        read_request(connection)
+        connection.sendall(start)
+        end = time.monotonic() + SILENCE
+        while time.monotonic() < end:
+            connection.sendall(piece)
+            time.sleep(0.004)
+    return talk
+
+
+NASTY = b"good\0<\xff\xfe\xc3( \xed\xa0\x80\x1b[31m\r>\n"
+_OK = reply("200 OK", b"good\n")
+# fault: (certificate, None for no TLS; what is done with the connection). The order gives the ports.
+FAULTS = {
+    "reset": (None, reset),
+    "silent": (None, silent),
+    "silent-tls": ("good", silent),
+    "drip": ("good", drips),
+    "endless-body": ("good", endless(reply("200 OK", length=1 << 50), b"x" * 65536)),
+    "endless-header": ("good", endless(b"HTTP/1.1 200 OK\r\n", b"".join(b"X-%d: y\r\n" % i for i in range(6000)))),
+    "mebibyte": ("good", says(reply("200 OK", b"&" * MEBIBYTE))),
+    "nasty-bytes": ("good", says(reply("200 OK", NASTY))),
+    "split": ("good", splits),
+    "cut": ("good", says(reply("200 OK", b"good", length=100))),
+    "wrong-host": ("other.example.net", says(_OK)),
+    "expired": ("expired", says(_OK)),
+    "unknown-ca": ("unknown", says(_OK)),
+    "old-tls": ("good", says(_OK)),
+    "redirect": ("good", says(reply("302 Found", b"moved\n", f"Location: {ELSEWHERE}"))),
+    "401": ("good", says(reply("401 Unauthorized", b"who?\n", 'WWW-Authenticate: Basic realm="x"'))),
+    "429": ("good", says(reply("429 Too Many Requests", b"abuse\n", "Retry-After: 3600"))),
+    "500": ("good", says(reply("500 Internal Server Error"))),
+    "204": ("good", says(b"HTTP/1.1 204 No Content\r\n\r\n")),
+    "http-0.9": ("good", says(b"good\n")),
+    "plain-on-tls": (None, plain_on_tls),
+    "plain": (None, says(_OK)),
+}
+PORTS = {"refused": 8000, **{name: port for port, name in enumerate(FAULTS, 8001)}}
+
+
+def context(name, certificates):
+    kind = FAULTS[name][0]
+    if kind is None:
+        return None
+    made = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+    made.load_cert_chain(*certificates[kind])
+    if name == "old-tls":
+        warnings.simplefilter("ignore", DeprecationWarning)
+        made.set_ciphers("ALL:@SECLEVEL=0")
+        made.minimum_version, made.maximum_version = ssl.TLSVersion.TLSv1, ssl.TLSVersion.TLSv1_1
+    return made
+
+
+def converse(name, connection, tls):
+    connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+    try:
+        if tls:
+            connection = tls.wrap_socket(connection, server_side=True)
+            print(name, "handshake done:", connection.version(), flush=True)
+        FAULTS[name][1](connection)
+    except OSError as error:
+        print(name, "client left:", error, flush=True)
+    finally:
+        connection.close()
+
+
+def listen(port):
+    listener = socket.create_server(("", port), backlog=128)
+    print("listening on", port, flush=True)
+    return listener
+
+
+def serve(listener, handle):
+    """Accepts for ever; each connection has a thread of its own."""
+    def run():
+        while True:
+            connection, peer = listener.accept()
+            print(listener.getsockname()[1], "accepted", *peer, flush=True)
+            threading.Thread(target=handle, args=(connection,), daemon=True).start()
+    threading.Thread(target=run, daemon=True).start()
+
+
+def main(settings):
+    settings = json.loads(Path(settings).read_text())
+    for name, port in PORTS.items():
+        if name in FAULTS and FAULTS[name][0] in (None, *settings["certificates"]):
+            tls = context(name, settings["certificates"])
+            serve(listen(port), lambda connection, name=name, tls=tls: converse(name, connection, tls))
+    if settings["password"]:
+        serve(listen(faultgnudip.PORT), faultgnudip.Server(settings["password"]).converse)
+    faultdns.Server(settings["dns"], settings["answer"]).run()
+
+
+if __name__ == "__main__":
+    main(*sys.argv[1:])

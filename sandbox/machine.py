@@ -1,0 +1,111 @@
+"""What a machine may lack, lose or get wrong: for one program by a prefix or the environment, or for the whole sandbox."""
+
+import os
+import signal
+import subprocess
+from pathlib import Path
+
+from sandbox.namespaces import ROOT, mount
+
+WITHOUT_URANDOM = ("unshare", "-m", "sh", "-c", 'mount --bind /dev/null /dev/urandom && exec "$@"', "sh")
+HAS_USERS = "4294967295" in Path("/proc/self/uid_map").read_text()  # else the sandbox maps one user only
+_REMOUNT, _READ_ONLY = 0x20, 0x1
+
+
+def as_user(number, group=1):
+    """Prefix: an ordinary user without any capability and without a way to get one."""
+    return ("setpriv", f"--reuid={number}", f"--regid={group}", "--clear-groups", "--bounding-set=-all",
+            "--inh-caps=-all", "--no-new-privs", "--")
+
+
+def limited(**limits):
+    """Prefix: hard limits by prlimit's names, for instance nproc=1."""
+    return ("prlimit", *(f"--{name}={value}" for name, value in limits.items()), "--")
+
+
+def set_descriptors(pid, most):
+    """The soft limit of a running program."""
+    subprocess.run(["prlimit", f"--pid={pid}", f"--nofile={most}:4096"], check=True)
+
+
+class SmallDisk:
+    """A disk of one MiB at a folder."""
+
+    def __init__(self, folder):
+        self.folder = Path(folder)
+        self.folder.mkdir()
+        mount("tmpfs", self.folder, "tmpfs", data="size=1m")
+
+    def fill(self):
+        with open(self.folder / "ballast", "wb", buffering=0) as out:
+            try:
+                while True:
+                    out.write(b"x" * 4096)
+            except OSError:
+                pass
+
+    def free(self):
+        (self.folder / "ballast").unlink()
+
+    def set_read_only(self, read_only):
+        """Nothing on it may be open for writing."""
+        mount("none", self.folder, None, _REMOUNT | (_READ_ONLY if read_only else 0))
+
+
+class Shim:
+    """Something of the machine that is replaced for programs started with env: NAME.c in this folder, told by a file."""
+
+    def __init__(self, folder, name):
+        library, self._state = Path(folder) / f"{name}.so", Path(folder) / name
+        subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-o", library, ROOT / "sandbox" / f"{name}.c"], check=True)
+        self.env = {"LD_PRELOAD": str(library), f"{name.upper()}_FILE": str(self._state)}
+
+    def tell(self, *numbers):
+        new = self._state.with_suffix(".new")
+        new.write_text(" ".join(map(str, numbers)) + "\n")
+        new.replace(self._state)
+
+
+class Clock(Shim):
+    """A wall clock of its own."""
+
+    def __init__(self, folder):
+        super().__init__(folder, "clockstep")
+
+    def step(self, seconds):
+        """Away from the real time by this much."""
+        self.tell(seconds)
+
+
+class FailingDisk(Shim):
+    """A disk that refuses what is to be changed in files that are open, or to keep it."""
+
+    def __init__(self, folder):
+        super().__init__(folder, "diskfault")
+
+    def fail(self, write=0, sync=0):
+        """With these error numbers from now on; 0: it works."""
+        self.tell(write, sync)
+
+
+def resident_kib(pid):
+    return int(Path(f"/proc/{pid}/statm").read_text().split()[1]) * os.sysconf("SC_PAGESIZE") // 1024
+
+
+def kill_all(name):
+    """SIGKILL to every process of that name in this sandbox, which has process ids of its own. True if there was one."""
+    found = False
+    for path in Path("/proc").glob("[0-9]*/comm"):
+        try:
+            if path.read_text() == f"{name}\n":
+                os.kill(int(path.parent.name), signal.SIGKILL)
+                found = True
+        except (FileNotFoundError, ProcessLookupError):
+            pass  # ended by itself meanwhile
+    return found
+
+
+def readable_of_processes():
+    """What anybody may learn of the running processes: their arguments (and, of those that may be traced, environment)."""
+    return "".join(path.read_text(errors="replace") for name in ("cmdline", "environ")
+                   for path in Path("/proc").glob(f"[0-9]*/{name}") if path.exists())

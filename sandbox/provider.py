@@ -1,0 +1,163 @@
+"""A provider in a network namespace of its own: DNS (dnsmasq), HTTPS (nginx), GnuDIP (gnudip.py)."""
+
+import json
+import re
+import socket
+import subprocess
+import sys
+from pathlib import Path
+
+from sandbox import gnudip
+from sandbox.processes import Program, wait_for
+
+FAULT_NETWORK, FAULT_DNS, FAULT_ANSWER = "10.98.0.1/16", "10.98.0.53", "10.98.0.80"
+
+_NGINX = """\
+user root;
+daemon off;
+master_process off;
+pid {folder}/nginx.pid;
+error_log stderr warn;
+events {{ worker_connections 4096; }}
+http {{
+    log_format record escape=json '{{"time":"$msec","source":"$remote_addr","server":"$server_addr","host":"$host",'
+        '"request":"$request","uri":"$request_uri","agent":"$http_user_agent","authorization":"$http_authorization",'
+        '"user":"$remote_user","status":"$status"}}';
+    access_log {folder}/requests.log record;
+    client_body_temp_path {folder}/body; proxy_temp_path {folder}/proxy; fastcgi_temp_path {folder}/fastcgi;
+    uwsgi_temp_path {folder}/uwsgi; scgi_temp_path {folder}/scgi;
+    default_type text/plain;
+    ssl_protocols TLSv1.2 TLSv1.3;
+{servers}}}
+"""
+_SERVER = """\
+    server {{
+        listen {address}:443 ssl;
+        ssl_certificate {chain};
+        ssl_certificate_key {key};
+        location / {{ return 404 "no such page\\n"; }}
+        location /nic/ {{
+            auth_basic "dynamic dns";
+            auth_basic_user_file {folder}/users;
+            alias {folder}/pages/;
+            try_files $uri =404;
+        }}
+        location /plain/ {{ alias {folder}/pages/; }}
+        location /broken/ {{ if (!-f {folder}/repaired) {{ return 500 "come again\\n"; }} return 200 "good\\n"; }}
+    }}
+"""
+
+
+class Provider:
+    """Servers of one namespace. Addresses are given to its loopback device; names belong to its DNS."""
+
+    def __init__(self, netns, folder):
+        self.netns = netns
+        self.folder = Path(folder) / netns
+        self.folder.mkdir()
+        self.programs = []
+        self._names = {}
+        self._servers = ""
+
+    def _start(self, name, command):
+        program = Program(name, command, self.folder, self.netns, {"PYTHONDONTWRITEBYTECODE": "1"}).start()
+        self.programs.append(program)
+        return program
+
+    def add_address(self, address):
+        """An address, or a network, all addresses of which this namespace then answers for."""
+        word = address if "/" in address else f"{address}/32"
+        subprocess.run(["ip", "-n", self.netns, "addr", "replace", word, "dev", "lo"], check=True)
+
+    def _wait_port(self, program, address, port):
+        """The listening sockets of a namespace are read from the program's own view of /proc."""
+        packed = socket.inet_aton(address)[::-1].hex().upper() + f":{port:04X}"
+
+        def listening():
+            try:
+                return packed in Path(f"/proc/{program.pid}/net/tcp").read_text()
+            except OSError:  # it has ended
+                return False
+        wait_for(f"{program.name} listening on {address}:{port}", listening, 20, [program], 0.05)
+
+    def start_dns(self, address, names):
+        """names: {host name: address}. A name that is not there does not exist. Start it again for other names."""
+        self.add_address(address)
+        command = ["dnsmasq", "--keep-in-foreground", "--conf-file=/dev/null", "--user=root", "--no-resolv",
+                   "--no-hosts", "--no-daemon", "--pid-file=", "--log-queries=extra", "--bind-interfaces",
+                   "--cache-size=0", "--local=/#/", f"--listen-address={address}"]
+        command += [f"--host-record={name},{target}" for name, target in names.items()]
+        program = self._start(f"dns-{address}", command)
+        self._wait_port(program, address, 53)
+        return program
+
+    def queries(self, address, name=None):
+        """What the DNS server at this address was asked: [(source, type, name)]."""
+        log = (self.folder / f"dns-{address}.log").read_text(errors="replace")
+        found = re.findall(r" query\[(\w+)\] (\S+) from (\S+)$", log, re.M)
+        return [(source, kind, asked) for kind, asked, source in found if name in (None, asked)]
+
+    def add_https(self, address, authority, host):
+        """A server with a certificate for one host name; start_https() starts them all."""
+        self.add_address(address)
+        chain, key = authority.server(host)
+        self._servers += _SERVER.format(address=address, chain=chain, key=key, folder=self.folder)
+        return address
+
+    def start_https(self, users, pages):
+        """users: {name: password} of /nic/; pages: {name: text} below /nic/ and /plain/. /broken/ fails until repair()."""
+        (self.folder / "users").write_text("".join(f"{name}:{{PLAIN}}{word}\n" for name, word in users.items()))
+        (self.folder / "pages").mkdir()
+        for name, text in pages.items():
+            (self.folder / "pages" / name).write_text(text)
+        (self.folder / "nginx.conf").write_text(_NGINX.format(folder=self.folder, servers=self._servers))
+        program = self._start("nginx", ["nginx", "-e", "stderr", "-p", self.folder, "-c", "nginx.conf"])
+        for address in re.findall(r"listen (\S+):443", self._servers):
+            self._wait_port(program, address, 443)
+        return program
+
+    def repair(self):
+        (self.folder / "repaired").touch()
+
+    def requests(self, text=""):
+        """The requests that nginx answered, oldest first, as dicts; only those whose request line holds the text."""
+        return [entry for entry in _json_lines(self.folder / "requests.log") if text in entry["request"]]
+
+    def start_gnudip(self, address, accounts, fault=""):
+        """accounts: {user: {"password": ..., "domain": ...}}; fault as in gnudip.py."""
+        self.add_address(address)
+        settings = self.set_gnudip(address, accounts)
+        program = self._start(f"gnudip-{address}", [sys.executable, gnudip.__file__, address, settings,
+                                                    self.folder / f"gnudip-{address}.record", fault])
+        self._wait_port(program, address, gnudip.PORT)
+        return program
+
+    def set_gnudip(self, address, accounts):
+        """Other accounts, from the next exchange on."""
+        settings = self.folder / f"gnudip-{address}.json"
+        settings.write_text(json.dumps(accounts))
+        return settings
+
+    def updates(self, address):
+        """The exchanges that the GnuDIP server at this address ended, oldest first."""
+        return _json_lines(self.folder / f"gnudip-{address}.record")
+
+    def start_faults(self, password="", certificates=None):
+        """The provider that does everything wrong: faultprovider.py; certificates as it takes them."""
+        self.add_address(FAULT_NETWORK)
+        settings = self.folder / "faults.json"
+        files = {kind: [str(path) for path in pair] for kind, pair in (certificates or {}).items()}
+        settings.write_text(json.dumps({"certificates": files, "password": password, "dns": FAULT_DNS,
+                                        "answer": FAULT_ANSWER}))
+        program = self._start("faults", [sys.executable, "-m", "sandbox.faultprovider", settings])
+        program.wait_log("DNS ready")
+        return program
+
+    def tail(self):
+        return "\n".join(program.tail() for program in self.programs)
+
+
+def _json_lines(path):
+    if not path.exists():
+        return []
+    return [json.loads(line) for line in path.read_text(errors="replace").splitlines()]

@@ -1,0 +1,178 @@
+#include "scheduler/scheduler.h"
+
+#include "actions/action.h"
+#include "scheduler/blockedsignals.h"
+#include "vadro/error/assert.h"
+#include "vadro/sysloglevel.h"
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <sys/syscall.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace quorvad
+{
+
+namespace
+{
+
+using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
+
+constexpr std::int32_t s_iSliceSec = 4;
+
+TimePoint now()
+{
+    return std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
+}
+
+// Stays at the end of time instead of wrapping into the past, which would make a far deadline due at once.
+TimePoint later(TimePoint a_oFrom, std::int32_t a_iSeconds)
+{
+    const std::chrono::microseconds oSpan = std::chrono::seconds(a_iSeconds);
+    return a_oFrom > TimePoint::max() - std::max(oSpan, std::chrono::microseconds(0)) ? TimePoint::max()
+                                                                                      : a_oFrom + oSpan;
+}
+
+std::int32_t doubled(std::int32_t a_iSeconds)
+{
+    const std::int64_t iDoubled = std::int64_t{2} * a_iSeconds;
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(iDoubled, INT32_MIN, INT32_MAX));
+}
+
+} // namespace
+
+Scheduler::Scheduler(int a_iStartPeriodSec, int a_iRetries, std::shared_ptr<Action> a_pAction)
+    : m_iPeriodSec(a_iStartPeriodSec), m_iRetries(a_iRetries), m_bStop(false), m_pAction(std::move(a_pAction)),
+      m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_bFinished(false), m_bStopAnnounced(false)
+{
+    VADRO_Sysloglevel_debug(
+        m_iModuleId,
+        "scheduler",
+        __LINE__,
+        VAStr("Built scheduler with %d retries and %d seconds as start period", m_iRetries, m_iPeriodSec));
+    const BlockedSignals oBlocked;
+    try
+    {
+        m_oThread = std::thread(task, this);
+    }
+    catch (const std::system_error& oError) // the system's reason alone says nothing about threads
+    {
+        throw std::system_error(oError.code(), "Can't start a thread for an update (limit on processes or memory?)");
+    }
+}
+
+Scheduler::~Scheduler()
+{
+    debugWithThread(__LINE__, "~Scheduler");
+    stop();
+}
+
+void Scheduler::announceStop() noexcept
+{
+    m_bStopAnnounced.store(true);
+    // Without the mutex, which a try in progress holds: a worker just about to wait misses this, and stop() finds it.
+    m_oCondition.notify_one();
+}
+
+void Scheduler::stop()
+{
+    debugWithThread(__LINE__, "stop");
+    {
+        const std::lock_guard<std::mutex> oLock(m_oMutex);
+        m_bStop = true;
+        m_oCondition.notify_one();
+    }
+    if (m_oThread.joinable())
+    {
+        m_oThread.join();
+    }
+}
+
+bool Scheduler::exec()
+{
+    debugWithThread(__LINE__, "exec");
+    if (!m_pAction)
+    {
+        vadro::error::Assert::throwBadAlloc();
+    }
+    try
+    {
+        return m_pAction->execute();
+    }
+    catch (const std::exception& oException)
+    {
+        logFailure(oException.what());
+    }
+    catch (...)
+    {
+        logFailure("unknown exception");
+    }
+    return false;
+}
+
+void Scheduler::run()
+{
+    debugWithThread(__LINE__, "run");
+    TimePoint oDeadline = later(now(), m_iPeriodSec);
+    m_iPeriodSec = doubled(m_iPeriodSec);
+    std::unique_lock<std::mutex> oLock(m_oMutex);
+    int iCount = 0;
+    while (iCount < m_iRetries && !m_bStop && !m_bStopAnnounced.load())
+    {
+        const TimePoint oSliceEnd = later(now(), s_iSliceSec);
+        if (m_oCondition.wait_until(oLock, oSliceEnd, [this] { return m_bStop || m_bStopAnnounced.load(); }))
+        {
+            debugWithThread(__LINE__, "Leave thread func...");
+            break;
+        }
+        const TimePoint oNow = now();
+        if (oNow < oDeadline)
+        {
+            continue;
+        }
+        debugWithThread(__LINE__, "Timeout => do action...");
+        if (exec())
+        {
+            VADRO_Sysloglevel_debug(
+                m_iModuleId, "scheduler", __LINE__, VAStr("Action succeeded after %d retries.", iCount + 1));
+            break;
+        }
+        oDeadline = later(oNow, m_iPeriodSec);
+        VADRO_Sysloglevel_debug(
+            m_iModuleId, "scheduler", __LINE__, VAStr("Action failed, schedule next try in %d seconds", m_iPeriodSec));
+        m_iPeriodSec = doubled(m_iPeriodSec);
+        ++iCount;
+    }
+    debugWithThread(__LINE__, "Thread complete");
+    m_bFinished.store(true);
+}
+
+// An exception that left a thread would end the process; the owner rather reaps a worker that ended early.
+void Scheduler::task(Scheduler* a_pScheduler)
+{
+    try
+    {
+        a_pScheduler->run();
+    }
+    catch (const std::exception& oException)
+    {
+        a_pScheduler->logFailure(oException.what());
+        a_pScheduler->m_bFinished.store(true);
+    }
+}
+
+void Scheduler::debugWithThread(unsigned int a_uiLine, const char* a_pText) const
+{
+    VADRO_Sysloglevel_debug(
+        m_iModuleId, "scheduler", a_uiLine, VAStr("(%li) %s", static_cast<long>(syscall(SYS_gettid)), a_pText));
+}
+
+void Scheduler::logFailure(const char* a_pReason) const
+{
+    VADRO_Sysloglevel_error(m_iModuleId, "scheduler", __LINE__, VAStr("Failed to execute action: '%s'", a_pReason));
+}
+
+} // namespace quorvad

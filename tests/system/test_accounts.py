@@ -1,0 +1,126 @@
+"""An account as a person makes one: from a provider's key to the update, what is told about it, and its removal."""
+
+import base64
+import json
+import os
+import re
+import signal
+import subprocess
+import termios
+
+from sandbox.namespaces import mount
+from sandbox.processes import wait_for
+from sandbox.router import HTTPS_HOST, SOCKET, START_PERIOD
+
+PROVIDERS = {"providers": [
+    {"key": "local", "name": "Local", "sure": True, "auth": "basic", "expect": "good", "unchanged": "nochg", "retry": 2,
+     "url": f"https://{HTTPS_HOST}/nic/update?host=<domain>&ip=<ipaddr>"},
+    {"key": "token", "auth": "url", "expect": "good",
+     "url": f"https://{HTTPS_HOST}/plain/update?host=<domain>&user=<username>&token=<password>&ip=<ipaddr>"}]}
+WORD = "p&ss w=rd<serial>%"
+
+
+class Terminal:
+    """cfgctl at a terminal of its own."""
+
+    def __init__(self, router, *words):
+        self.master, self.slave = os.openpty()
+        self.process = subprocess.Popen([router.bin / "cfgctl", *words], stdin=self.slave, stdout=self.slave,
+                                        stderr=self.slave, start_new_session=True)
+        self.text = ""
+
+    def echoes(self):
+        return bool(termios.tcgetattr(self.slave)[3] & termios.ECHO)
+
+    def wait_text(self, text):
+        def shown():
+            if os.get_blocking(self.master):
+                os.set_blocking(self.master, False)
+            try:
+                self.text += os.read(self.master, 65536).decode()
+            except BlockingIOError:
+                pass
+            return text in self.text
+        wait_for(f"'{text}' on the terminal", shown, 30, pause=0.05)
+
+    def type(self, text):
+        os.write(self.master, text.encode())
+
+
+def test_accounts(router):
+    router.start_provider(users={"alice": WORD}, pages={"update": "good\n"})
+    router.start_service()
+    providers = router.folder / "providers.json"
+    providers.write_text(json.dumps(PROVIDERS))
+    common = ("--host", "home.example.org", "-i", "ppp0", "--user", "alice", "--providers", providers)
+
+    # Nobody tells of the interface yet: it is said, with what to do, and the account is kept.
+    added = router.ctl("account", "add", "-p", "local", *common, "--password-file", "-", text=WORD + "\n")
+    assert "counts as a failed try" in added.stdout and "is netifwatch running" in added.stderr
+    tested = router.ctl("account", "test", "1", check=False)
+    assert tested.returncode == 1 and "Not ready" in tested.stdout
+    router.describe()
+    ready = router.ctl("account", "test", "1").stdout
+    assert "Ready" in ready and "10.64.0.2" in ready and "10.99.0.53" in ready and WORD not in ready
+
+    # A password is typed unseen; a signal leaves the terminal as it was.
+    mount("devpts", "/dev/pts", "devpts", data="newinstance,ptmxmode=0666")
+    os.symlink("pts/ptmx", "/dev/ptmx")
+    words = ("account", "add", "-p", "token", *common)
+    broken_off = Terminal(router, *words)
+    broken_off.wait_text("password: ")
+    assert not broken_off.echoes()
+    broken_off.process.send_signal(signal.SIGINT)
+    assert broken_off.process.wait(30) == -signal.SIGINT and broken_off.echoes()
+    typed = Terminal(router, *words)
+    typed.wait_text("password: ")
+    typed.type(WORD + "\n")
+    typed.wait_text("Added account 2")
+    assert typed.process.wait(30) == 0 and typed.echoes() and WORD not in typed.text
+    assert "percent-encoded" in typed.text
+
+    follower = subprocess.Popen([router.bin / "cfgctl", "log", "--follow", "--json"], stdout=subprocess.PIPE, text=True)
+    daemon = router.start_daemon()
+    router.wait_rows("DynDnsStatus", START_PERIOD + 15, 2, Success=1)
+    basic, = router.isp.requests("/nic/")
+    assert basic["authorization"] == "Basic " + base64.b64encode(f"alice:{WORD}".encode()).decode()
+    assert "/nic/update?host=home.example.org&ip=10.64.0.2 " in basic["request"]
+    token, = router.isp.requests("/plain/")
+    assert "&user=alice&token=p%26ss%20w%3Drd%3Cserial%3E%25&ip=10.64.0.2 " in token["request"]
+    assert token["authorization"] == ""
+
+    lines = [json.loads(follower.stdout.readline()) for _ in range(2)]
+    follower.send_signal(signal.SIGINT)
+    assert follower.wait(30) == 0
+    assert {line["DynDnsId"]: line["Outcome"] for line in lines} == {1: "ok", 2: "ok"}
+    assert len(re.findall(r" updated +200  good$", router.ctl("log", "--lines", "2").stdout, re.M)) == 2
+    status = router.ctl("status").stdout
+    assert len(re.findall(r"updated .* (ago|now) +good +nothing until the address changes$", status, re.M)) == 2
+
+    # The daemon keeps an account whose row disappears; a removed one is not updated any more all the same.
+    assert router.ctl("account", "remove", "2", check=False).returncode == 1
+    router.ctl("account", "remove", "2", "--yes")
+    assert not router.rows("DynDnsLog", DynDnsId=2) and not router.rows("DynDnsStatus", DynDnsId=2)
+    mark = router.move("10.64.0.9")
+    daemon.wait_log("DynDns cfg id 1 needs action .iface 'ppp0' Ipv4", start=mark)
+    daemon.wait_log("Built scheduler with 2 retries", start=mark)
+    assert daemon.count("DynDns cfg id 2 needs action", mark) == 0
+    assert daemon.stop() == 0
+    assert "systemctl" not in router.ctl("--socket", f"{SOCKET}.no", "status", check=False).stderr
+
+
+def test_completion(router):
+    router.start_service()
+    router.ctl("add", "DynDns", "Hostname=home.example.org")
+    router.show_interfaces()
+    script = router.folder / "complete"
+    file = os.path.abspath("cfgctl/completion/cfgctl.bash")
+    script.write_text(f'set -u; PATH="{router.bin}:$PATH"; . "{file}"; COMP_WORDS=(cfgctl "$@"); COMP_CWORD=$#\n'
+                      'COMPREPLY=(); _cfgctl; echo "${COMPREPLY[@]}"\n')
+    cases = {("acc",): "account", ("account", "re"): "remove", ("account", "add", "--pass"): "--password-file",
+             ("account", "add", "-p", "duck"): "duckdns", ("account", "test", ""): "1", ("log", "--acc"): "--account",
+             ("show", "DynDnsL"): "DynDnsLog", ("set", "DynDns", "Id=1", "Hos"): "Hostname=",
+             ("account", "add", "-i", "ppp"): "ppp0", ("set", "DynDns", "Id", "=", ""): ""}
+    for words, expected in cases.items():
+        done = subprocess.run(["bash", script, *words], capture_output=True, text=True, timeout=30)
+        assert (done.stdout.strip(), done.stderr) == (expected, ""), words

@@ -1,0 +1,124 @@
+"""The machine itself runs out of something, loses something, or its clock jumps."""
+
+import errno
+import os
+import random
+import signal
+import time
+
+import pytest
+
+from sandbox import machine
+from sandbox.processes import Failure, wait_for
+from sandbox.router import PID_FILE, START_PERIOD
+
+from test_process import QUICK, detached, gone
+
+DAY = 86400
+BUILT = "Built scheduler with"
+UPDATED = "HTTPS update sent|GnuDIP update sent OK"
+needs_users = pytest.mark.skipif(not machine.HAS_USERS, reason="needs users of its own: run it as root")
+
+
+@needs_users
+def test_limits(router):
+    """What a daemon can't live without ends it at its first accounts, with status 1 and the reason; no limit hangs it."""
+    router.start_usual("--group", "daemon")
+    for number in range(40):  # a MiB of address space for the stack of each
+        router.add_account("update-url", "https://ddns.example.net/", f"home{number}.example.org")
+    thread = "Can't start a thread for an update .*: Resource temporarily unavailable"
+    for name, prefix, reason in (
+            ("threads", (*machine.as_user(1), *machine.limited(nproc=1)), thread),
+            ("memory", machine.limited(**{"as": 32 << 20}), f"{thread}|std::bad_alloc"),
+            ("random", machine.WITHOUT_URANDOM, r"random_device::random_device\(const std::string&\)")):
+        daemon = router.start_daemon(prefix=prefix, name=name)
+        assert daemon.wait(QUICK) == 1, daemon.tail()
+        assert daemon.count(rf" error main:\d+: ({reason})\n"), daemon.tail()
+
+
+def test_descriptors(router):
+    """Tries fail for want of descriptors, say so, and succeed once there are some."""
+    router.start_usual(Retry=2)
+    daemon = router.start_daemon()
+    daemon.wait_log(BUILT, times=2)
+    machine.set_descriptors(daemon.pid, len(os.listdir(f"/proc/{daemon.pid}/fd")))
+    for reason in ("Can't read the list of interfaces, so 'ppp0' counts as down", "Failed to create socket"):
+        daemon.wait_log(f"{reason}: Too many open files", START_PERIOD)
+    machine.set_descriptors(daemon.pid, 1024)
+    router.wait_rows("DynDnsStatus", 2 * START_PERIOD, 2, Success=1)
+    assert daemon.stop() == 0
+
+
+def test_disk(router):
+    """The service's disk refuses to be written, is full, then read-only: what is refused is told and stays undone, also
+    after a crash, and all is good again after."""
+    disk, faults = machine.SmallDisk(router.folder / "disk"), machine.FailingDisk(router.folder)
+    router.database = disk.folder / "config.db"
+    router.start_service(env=faults.env)
+    router.ctl("add", "DynDns", "Id=1", "Hostname=kept")
+    for number, fault in enumerate(({"write": errno.EROFS}, {"write": errno.EIO}, {"sync": errno.EIO})):
+        router.ctl("set", "DynDns", "Id=1", f"Hostname=kept-{number}")
+        faults.fail(**fault)
+        refused = router.ctl("set", "DynDns", "Id=1", "Hostname=refused", check=False)
+        assert refused.returncode == 1 and "disk I/O error; nothing was written" in refused.stderr
+        router.ctl("add", "StatusNetifWatch", "Name=any")  # what is in memory only can be written
+        router.service.kill()
+        router.start_service()
+        assert router.rows("DynDns")[0]["Hostname"] == f"kept-{number}"
+        faults.fail()
+    router.ctl("delete", "DynDns", "Id=1")
+    router.service.stop()
+    https, _ = router.start_usual()
+    daemon = router.start_daemon()
+    daemon.wait_log(BUILT, times=2)
+    disk.fill()
+    refused = router.ctl("set", "DynDns", f"Id={https}", "Hostname=" + "h" * 60000, check=False)
+    assert refused.returncode == 1 and "database or disk is full; nothing was written" in refused.stderr
+    faults.fail(write=errno.ENOSPC)  # an outcome is small: it fits into what the log file has already
+    daemon.wait_log(UPDATED, START_PERIOD)
+    router.wait_written(router.service, "Commit of client 'quorvad' failed: database file .*full")
+    faults.fail()
+    assert router.rows("DynDnsStatus") == []
+    router.service.stop()
+    disk.set_read_only(True)
+    with pytest.raises(Failure, match="Read-only file system"):
+        router.start_service()
+    disk.set_read_only(False)
+    disk.free()
+    router.start_service()
+    assert router.rows("DynDns", Id=https)[0]["Hostname"] == "home.example.org"
+    router.show_interfaces()
+    router.wait_rows("DynDnsStatus", START_PERIOD + 45, 2, Success=1)
+
+
+def test_clock(router):
+    """Stepped forward a day a pending try is due at once; stepped back, a change is followed as ever."""
+    clock = machine.Clock(router.folder)
+    https, gnudip = router.start_usual()
+    daemon = router.start_daemon(env=clock.env)
+    daemon.wait_log(BUILT, times=2)
+    clock.step(DAY)
+    router.wait_rows("DynDnsLog", QUICK, 2)
+    clock.step(-DAY)
+    router.move("10.64.0.77")
+    stamps = [row["Timestamp"] for row in router.wait_rows("DynDnsLog", START_PERIOD + 15, 4)]
+    assert stamps[0] > stamps[-1]
+    # A certificate of today is not valid yesterday.
+    assert {row["DynDnsId"]: row["Success"] for row in router.rows("DynDnsStatus")} == {https: 0, gnudip: 1}
+    assert daemon.stop(seconds=QUICK) == 0
+
+
+def test_killed(router):
+    """SIGKILL at any moment: the next start takes over, and nothing is left half written or held."""
+    router.start_usual()
+    for _ in range(int(os.environ.get("QUORVAD_ROUNDS", "20"))):
+        parent = router.start_daemon("-d", name="parent")
+        time.sleep(random.uniform(0, 0.4))
+        wait_for("end of all", lambda: not (parent.running | machine.kill_all("quorvad")), QUICK)
+    pid = detached(router, PID_FILE.exists() and PID_FILE.read_text().strip())
+    router.ctl("set", "etl", "Id=1", "serial_no=after")  # write access is free
+    router.daemon = None  # it has detached
+    router.wait_rows("DynDnsStatus", START_PERIOD + 15, 2, Success=1)
+    os.kill(pid, signal.SIGTERM)
+    gone(pid)
+    assert not PID_FILE.exists()

@@ -1,0 +1,123 @@
+#include "actions/curlaction.h"
+
+#include "actions/error.h"
+#include "actions/libwrapper.h"
+#include "support.h"
+
+#include <gmock/gmock.h>
+
+using namespace quorvad;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace
+{
+
+constexpr int s_iId = 7;
+
+class CurlActionTest : public testing::Test
+{
+protected:
+    void SetUp() override { (void)takeReport(); }
+
+    static CurlAction action(const std::string& a_strUrl,
+                             const std::string& a_strExpected = "",
+                             const std::string& a_strUser = "",
+                             const std::string& a_strPassword = "",
+                             const std::string& a_strInterface = "lo",
+                             const std::string& a_strNameservers = "127.0.0.1")
+    {
+        return {a_strUrl,
+                "192.0.2.1",
+                "",
+                "host.example",
+                a_strUser,
+                a_strPassword,
+                "S<ipaddr>42",
+                a_strExpected,
+                a_strInterface,
+                a_strNameservers,
+                s_iId};
+    }
+
+    LibWrapper m_oLibraries;
+};
+
+} // namespace
+
+TEST_F(CurlActionTest, PlaceholdersAreFilledRawAndInOrder)
+{
+    const struct
+    {
+        const char* m_pTemplate;
+        const char* m_pUser;
+        const char* m_pUrl;
+    } aoCases[] = {{"http://h/?no=placeholder%20<IPADDR>", "", "http://h/?no=placeholder%20<IPADDR>"},
+                   {"<ipaddr>,<ipaddr>,<ipaddr6>,<domain>", "", "192.0.2.1,192.0.2.1,,host.example"},
+                   {"u=<username>&p=<password>", "bob", "u=bob&p=a&#b"}, // values go in as they are,
+                   {"<username>", "<password>", "a&#b"},                 // a later step sees them,
+                   {"<serial>", "", "S<ipaddr>42"}};                     // an earlier one doesn't
+    for (const auto& oCase : aoCases)
+    {
+        EXPECT_EQ(action(oCase.m_pTemplate, "", oCase.m_pUser, "a&#b").getUrl(), oCase.m_pUrl);
+    }
+}
+
+TEST_F(CurlActionTest, ReplyDecidesAndIsReported)
+{
+    const std::string strLong = std::string(199, 'x') + std::string(101, '<');
+    const std::string strEscaped = std::string(199, 'x') + "&lt;";
+    const struct
+    {
+        const char* m_pStatus;
+        std::string m_strBody;
+        const char* m_pExpected;
+        bool m_bSuccess;
+        std::string m_strReported;
+    } aoCases[] = {{"200 OK", "", "", true, ""},
+                   {"200 OK", strLong, "", true, strEscaped},
+                   {"403 Forbidden", "a<b", "", false, "a&lt;b"},
+                   {"302 Found\r\nLocation: /other", "moved", "", false, "moved"},
+                   {"500 Oops", "good\n 1.2.3.4\n", "good 1", true, "good 1.2.3.4"},
+                   {"200 OK", "Good", "good", false, "Good"},
+                   {"200 OK", "", "good", false, ""}};
+    for (const auto& oCase : aoCases)
+    {
+        int iRequests = 0;
+        {
+            const std::string strReply = std::string("HTTP/1.0 ") + oCase.m_pStatus + "\r\n\r\n" + oCase.m_strBody;
+            const auto oServe = [&](int a_iPeer)
+            {
+                ++iRequests;
+                readUntil(a_iPeer, "\r\n\r\n");
+                sendAll(a_iPeer, strReply);
+            };
+            const LocalServer oServer("127.0.0.1", 0, oServe);
+            auto oAction = action(oServer.url() + "/u", oCase.m_pExpected);
+            const int iStatus = std::atoi(oCase.m_pStatus);
+            for (int iTry = 0; iTry < 2; ++iTry) // an attempt leaves nothing behind for the next one
+            {
+                EXPECT_EQ(oAction.execute(), oCase.m_bSuccess) << oCase.m_pStatus;
+                EXPECT_EQ(takeReport(), expectedReport(s_iId, iStatus, oCase.m_strReported, oCase.m_bSuccess));
+            }
+        }
+        EXPECT_EQ(iRequests, 2);
+    }
+}
+
+TEST_F(CurlActionTest, InterfaceThatIsDownEndsUnreported)
+{
+    auto oAction = action("http://127.0.0.1:1/", "", "", "", "nosuchif0");
+    EXPECT_THAT(logOf([&] { EXPECT_FALSE(oAction.execute()); }),
+                HasSubstr("Interface 'nosuchif0' is down, cannot send HTTPS update."));
+    EXPECT_EQ(takeReport(), "");
+}
+
+TEST_F(CurlActionTest, NameserverListIsCheckedAtConstruction)
+{
+    EXPECT_THAT([] { action("http://h/", "", "", "", "lo", ""); },
+                testing::ThrowsMessage<Error>("Empty list of DNS nameservers"));
+    // libcurl would fall back to the system's resolver in silence.
+    EXPECT_THAT(logOf([] { action("http://h/", "", "", "", "lo", ",1.1.1.1"); }), HasSubstr("warning curlaction"));
+    EXPECT_THAT(logOf([] { action("http://h/", "", "", "", "lo", "1.1.1.1,2001:db8::1"); }), Not(HasSubstr("warning")));
+}

@@ -1,0 +1,78 @@
+#include "actions/error.h"
+#include "actions/gnudipprotocol.h"
+#include "actions/httpreply.h"
+
+#include <gtest/gtest.h>
+
+using namespace quorvad;
+
+TEST(Error, TextFollowsTheType)
+{
+    EXPECT_STREQ(Error(Error::ResolvConfLoadFailed).what(), "Failed to load DNS servers from /etc/resolv.XXX.conf");
+    EXPECT_STREQ(Error(Error::GnudipDomainTooShort).what(),
+                 "Username is part of gnuDIP domain => domain must be longer");
+    EXPECT_STREQ(Error(Error::EmptyNameserverList).what(), "Empty list of DNS nameservers");
+    EXPECT_STREQ(Error(static_cast<Error::Type>(9)).what(), "unknown error");
+    EXPECT_STREQ(Error(static_cast<Error::Type>(-1)).what(), "unknown error");
+}
+
+TEST(HttpReply, ExcerptsAreCutBeforeTheyAreEscaped)
+{
+    std::string strBody = "a<b>\r\n&\"'\n\n";
+    removeLineFeeds(strBody);
+    EXPECT_EQ(strBody, "a<b>\r&\"'");
+    EXPECT_EQ(reportExcerpt(strBody), "a&lt;b&gt;\r&amp;&quot;&#39;");
+    EXPECT_EQ(shortExcerpt(std::string(101, 'x')).size(), 100U);
+    const std::string strWithZero("a\0b", 3);
+    EXPECT_EQ(reportExcerpt(strWithZero), strWithZero);
+}
+
+TEST(Gnudip, RequestForKnownSalt)
+{
+    EXPECT_EQ(trimSalt("abc\r\n\n\r"), "abc");
+    EXPECT_EQ(trimSalt("a\nbc \n"), "a\nbc ");
+    EXPECT_EQ(trimSalt("\r\n"), "");
+    EXPECT_EQ(md5Hex(""), "d41d8cd98f00b204e9800998ecf8427e");
+    const std::string strInput = makeHashInput("secret", "XyZ12");
+    EXPECT_EQ(strInput, "5ebe2294ecd0e0f08eab7690d2a6ee69.XyZ12");
+    EXPECT_EQ(makeGnudipRequest("alice", md5Hex(strInput), "alice.dyn.example.org"),
+              "alice:5126e033c5707ed9f5713843634a245b:dyn.example.org:0");
+}
+
+TEST(Gnudip, UserNameIsAProperPrefixOfTheHostName)
+{
+    EXPECT_FALSE(isUserPartOfHost("bob", "bob"));
+    EXPECT_FALSE(isUserPartOfHost("Bob", "bob.example.org"));
+    EXPECT_FALSE(isUserPartOfHost("bob.example", "bob"));
+    EXPECT_TRUE(isUserPartOfHost("", "a"));
+    EXPECT_TRUE(isUserPartOfHost("bob", "bobby.example.org"));
+    EXPECT_EQ(makeGnudipRequest("bob", "h", "bobby.example.org"), "bob:h:y.example.org:0");
+    EXPECT_EQ(makeGnudipRequest("bob", "h", "bobX"), "bob:h::0");
+}
+
+TEST(Gnudip, AnswersAreReadLikeStoi)
+{
+    const struct
+    {
+        const char* m_pAnswer;
+        EGnudipAnswer m_eKind;
+        int m_iCode;
+    } aoCases[] = {{"0\n", EGnudipAnswer::eCode, 0},
+                   {"1", EGnudipAnswer::eCode, 1},
+                   {" \t\r\n\v\f2:host", EGnudipAnswer::eCode, 2},
+                   {"-1", EGnudipAnswer::eCode, -1},
+                   {"0x10", EGnudipAnswer::eCode, 0},
+                   {"2147483647", EGnudipAnswer::eCode, 2147483647},
+                   {"-2147483648", EGnudipAnswer::eCode, -2147483647 - 1},
+                   {"2147483648", EGnudipAnswer::eOutOfRange, 42},
+                   {"-99999999999999999999999", EGnudipAnswer::eOutOfRange, 42},
+                   {"ok", EGnudipAnswer::eNoNumber, 42},
+                   {"- 1", EGnudipAnswer::eNoNumber, 42},
+                   {"\n", EGnudipAnswer::eNoNumber, 42}};
+    for (const auto& oCase : aoCases)
+    {
+        int iCode = 42;
+        EXPECT_EQ(parseGnudipAnswer(oCase.m_pAnswer, iCode), oCase.m_eKind) << oCase.m_pAnswer;
+        EXPECT_EQ(iCode, oCase.m_iCode) << oCase.m_pAnswer;
+    }
+}

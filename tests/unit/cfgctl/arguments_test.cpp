@@ -1,0 +1,144 @@
+#include "cfgctl/arguments.h"
+#include "cfgctl/errors.h"
+#include "tests/unit/cfgctl/expect.h"
+
+#include <gmock/gmock.h>
+
+using cfgctl::parseAssignment;
+using cfgctl::UsageError;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace
+{
+
+cfgctl::Request parse(std::vector<const char*> a_oArguments)
+{
+    a_oArguments.insert(a_oArguments.begin(), "cfgctl");
+    return cfgctl::parseArguments(static_cast<int>(a_oArguments.size()), a_oArguments.data());
+}
+
+} // namespace
+
+TEST(Assignment, SplitsAtTheFirstEqualsSign)
+{
+    const struct
+    {
+        const char* m_pText;
+        const char* m_pColumn;
+        const char* m_pValue;
+        bool m_bFromFile;
+    } aoCases[] = {
+        {"Retry=5", "Retry", "5", false},
+        {"ServerAddr=https://x/?a=b&c=d", "ServerAddr", "https://x/?a=b&c=d", false},
+        {"Password=", "Password", "", false},
+        {"Password=@secret", "Password", "@secret", false},
+        {"Password==", "Password", "=", false},
+        {"Password@=-", "Password", "-", true},
+        {"Password@=a=b", "Password", "a=b", true},
+        {"_x1=\n", "_x1", "\n", false},
+    };
+    for (const auto& oCase : aoCases)
+    {
+        const cfgctl::Assignment oResult = parseAssignment(oCase.m_pText);
+        EXPECT_EQ(oResult.m_strColumn, oCase.m_pColumn) << oCase.m_pText;
+        EXPECT_EQ(oResult.m_strValue, oCase.m_pValue) << oCase.m_pText;
+        EXPECT_EQ(oResult.m_bFromFile, oCase.m_bFromFile) << oCase.m_pText;
+    }
+}
+
+TEST(Assignment, RefusesWhatIsNoneWithoutRepeatingAValue)
+{
+    for (const char* pText :
+         {"=geheim", "@=geheim", "1a=geheim", "a b=geheim", "a@@=geheim", "\xc3\xa4=geheim", "-a=geheim"})
+    {
+        EXPECT_THAT(reasonOf<UsageError>([&] { (void)parseAssignment(pText); }), Not(HasSubstr("geheim"))) << pText;
+    }
+    for (const char* pText : {"", "Retry", "Password@="})
+    {
+        EXPECT_THROW((void)parseAssignment(pText), UsageError) << pText;
+    }
+}
+
+TEST(Arguments, GlobalOptionsStandAnywhere)
+{
+    for (const auto& oArguments :
+         {std::vector<const char*>{"--socket", "/s", "--json", "--wait", "0", "show", "T", "A=1"},
+          std::vector<const char*>{"show", "T", "--json", "A=1", "--wait=0", "--socket=/s"}})
+    {
+        const cfgctl::Request oRequest = parse(oArguments);
+        EXPECT_TRUE(oRequest.m_oCommand);
+        EXPECT_TRUE(oRequest.m_oOptions.m_bJson);
+        EXPECT_EQ(oRequest.m_oOptions.m_strSocket, "/s");
+        EXPECT_EQ(oRequest.m_oOptions.m_strTable, "T");
+        EXPECT_EQ(oRequest.m_oOptions.m_oPatience.count(), 0);
+        ASSERT_EQ(oRequest.m_oOptions.m_oKey.size(), 1U);
+        EXPECT_EQ(oRequest.m_oOptions.m_oKey.front().m_strColumn, "A");
+    }
+}
+
+TEST(Arguments, KeyAndValuesAreToldApart)
+{
+    const cfgctl::Options oSet = parse({"set", "T", "Id=1", "Id=2", "B@=-"}).m_oOptions;
+    EXPECT_EQ(oSet.m_oKey.at(0).m_strValue, "1");
+    ASSERT_EQ(oSet.m_oValues.size(), 2U);
+    EXPECT_TRUE(oSet.m_oValues[1].m_bFromFile);
+    EXPECT_EQ(parse({"import", "status"}).m_oOptions.m_strFile, "status"); // a command's name as a file's
+    EXPECT_EQ(parse({"export", "A", "B"}).m_oOptions.m_strFile, "-");
+    EXPECT_TRUE(parse({"watch", "--count", "2"}).m_oLongCommand);
+    const cfgctl::AccountOptions oAccount =
+        parse({"account", "add", "-p", "a", "--host", "h", "-i", "i", "--expect", "", "--disabled"})
+            .m_oOptions.m_oAccount;
+    EXPECT_EQ(oAccount.m_oWish.m_strExpect, std::string());
+    EXPECT_FALSE(oAccount.m_oWish.m_bEnable || oAccount.m_oWish.m_iRetry);
+}
+
+TEST(Arguments, WrongUsageSaysWhereHelpIs)
+{
+    const std::vector<std::vector<const char*>> oCases = {
+        {},
+        {""},
+        {"shoow"},
+        {"--bogus"},
+        {"--socket"},
+        {"show"},
+        {"show", "T", "x"},
+        {"show", "T", "A=1", "B=1"},
+        {"add", "T"},
+        {"add", "T", "A=1", "A=2"},
+        {"add", "T", "A@=-", "B@=-"},
+        {"set", "T", "A=1"},
+        {"set", "T", "A@=-", "B@=-"},
+        {"delete", "T"},
+        {"delete", "T", "A=1", "Password=geheim"},
+        {"show", "T", "A=1", "--Password:geheim"},
+        {"Password=geheim"},
+        {"import"},
+        {"watch", "--count", "-1"},
+        {"watch", "--timeout", "0"},
+        {"status", "--wait", "1e9"},
+        {"status", "--wait", "-1"},
+        {"status", "x"},
+        {"account"},
+        {"account", "add", "--host", "h", "-i", "eth0"},
+        {"account", "add", "--host", "h", "-i", "eth0", "-p", "a", "--url", "b"},
+        {"account", "add", "--host", "h", "-i", "eth0", "-p", "a", "--retry", "0"},
+        {"account", "add", "--host", "h", "-i", "eth0", "-p", "a", "--password=geheim"},
+        {"account", "test", "1", "2"},
+        {"account", "remove", "home"},
+        {"log", "--account", "-1"},
+    };
+    for (const auto& oCase : oCases)
+    {
+        const std::string strReason = reasonOf<UsageError>([&] { (void)parse(oCase); });
+        EXPECT_THAT(strReason, testing::MatchesRegex(".+\\. See 'cfgctl .*--help'")) << testing::PrintToString(oCase);
+        EXPECT_THAT(strReason, Not(HasSubstr("geheim")));
+    }
+}
+
+TEST(Arguments, HelpAndVersionAreTexts)
+{
+    EXPECT_THAT(parse({"--help"}).m_strText, HasSubstr("--show-secrets"));
+    EXPECT_THAT(parse({"add", "--help"}).m_strText, HasSubstr("COLUMN@=FILE"));
+    EXPECT_THAT(parse({"--version"}).m_strText, testing::MatchesRegex("cfgctl [0-9.]+\n"));
+}

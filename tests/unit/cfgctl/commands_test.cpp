@@ -1,0 +1,218 @@
+#include "cfgctl/commands/commands.h"
+#include "cfgctl/errors.h"
+#include "tests/unit/cfgctl/expect.h"
+#include "tests/unit/cfgctl/liveservice.h"
+
+#include <chrono>
+#include <future>
+#include <gmock/gmock.h>
+
+using cfgctl::Failure;
+using cfgctl::Options;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace
+{
+
+/// Commands against the real service, each over a connection of its own as the program does it.
+class Commands : public testing::Test
+{
+protected:
+    using Command = std::string (*)(cfgctl::Database&, const Options&);
+
+    std::string run(Command a_pCommand, const Options& a_oOptions)
+    {
+        cfgctl::Session oSession(m_oService.getSocket());
+        cfgctl::Database oDatabase(oSession.getClient());
+        return a_pCommand(oDatabase, a_oOptions);
+    }
+    std::string refused(Command a_pCommand, const Options& a_oOptions)
+    {
+        return reasonOf<Failure>([&] { run(a_pCommand, a_oOptions); });
+    }
+    static Options on(const std::string& a_strTable,
+                      const std::vector<std::string>& a_oKey = {},
+                      const std::vector<std::string>& a_oValues = {})
+    {
+        Options oOptions;
+        oOptions.m_strTable = a_strTable;
+        oOptions.m_oKey = cfgctl::parseAssignments(a_oKey);
+        oOptions.m_oValues = cfgctl::parseAssignments(a_oValues);
+        oOptions.m_oPatience = std::chrono::milliseconds(0);
+        return oOptions;
+    }
+    std::string add(const std::string& a_strTable, const std::vector<std::string>& a_oValues)
+    {
+        return run(cfgctl::runAdd, on(a_strTable, {}, a_oValues));
+    }
+    Options fromFile(const std::string& a_strJson)
+    {
+        Options oOptions = on("");
+        oOptions.m_strFile = m_oFolder.write("import.json", a_strJson);
+        return oOptions;
+    }
+
+    LiveService m_oService;
+    Folder m_oFolder;
+};
+
+} // namespace
+
+TEST_F(Commands, AddShowSetDelete)
+{
+    EXPECT_EQ(add("DNSClientServer", {"Interface=ppp0", "IPAddress=192.0.2.1"}), "1\n");
+    EXPECT_EQ(add("DNSClientServer", {"Interface=ppp1", "Id=7"}), "7\n");
+    Options oJson = on("DNSClientServer", {}, {"Interface=ppp0"});
+    oJson.m_bJson = true;
+    EXPECT_EQ(run(cfgctl::runAdd, oJson), "{\"Id\":8}\n");
+    EXPECT_EQ(run(cfgctl::runSet, on("DNSClientServer", {"Interface=ppp1"}, {"Enable=0"})), "");
+    EXPECT_EQ(run(cfgctl::runDelete, on("DNSClientServer", {"Id=8"})), "");
+    EXPECT_EQ(run(cfgctl::runShow, on("DNSClientServer")),
+              "Id  Enable  Interface  IPAddress\n"
+              " 1       1  ppp0       192.0.2.1\n"
+              " 7       0  ppp1\n");
+    EXPECT_EQ(run(cfgctl::runShow, on("DNSClientServer", {"Enable=0"})),
+              "Id  Enable  Interface  IPAddress\n 7       0  ppp1\n");
+}
+
+TEST_F(Commands, RefusalsSayWhatAndWhyAndWriteNothing)
+{
+    add("DNSClientServer", {"Interface=ppp0"});
+    add("DNSClientServer", {"Interface=ppp0"});
+    add("StatusNetifWatch", {"Name=ppp0"});
+    EXPECT_THAT(refused(cfgctl::runShow, on("Nix")), testing::AllOf(HasSubstr("Nix"), HasSubstr("'cfgctl tables'")));
+    EXPECT_THAT(refused(cfgctl::runShow, on("DynDns", {"Nix=1"})), HasSubstr("it has Id, Enable, Interface"));
+    EXPECT_THAT(refused(cfgctl::runAdd, on("DynDns", {}, {"Retry=x"})),
+                HasSubstr("DynDns.Retry takes a whole decimal number"));
+    EXPECT_THAT(refused(cfgctl::runAdd, on("StatusNetifWatch", {}, {"Name=ppp0"})),
+                HasSubstr("already has a row with Name 'ppp0'"));
+    EXPECT_THAT(refused(cfgctl::runAdd, on("etl", {}, {"serial_no=x"})), HasSubstr("exactly one row"));
+    EXPECT_THAT(refused(cfgctl::runSet, on("DynDns", {"Id=9"}, {"Retry=1"})), HasSubstr("no row with Id=9"));
+    EXPECT_THAT(refused(cfgctl::runSet, on("DynDns", {"Password=geheim"}, {"Retry=1"})), Not(HasSubstr("geheim")));
+    EXPECT_THAT(refused(cfgctl::runDelete, on("DNSClientServer", {"Interface=ppp0"})),
+                HasSubstr("name one by its Id: 1, 2"));
+    EXPECT_EQ(run(cfgctl::runShow, on("DynDns", {"Retry=1"})).find('\n'),
+              run(cfgctl::runShow, on("DynDns")).size() - 1);
+}
+
+TEST_F(Commands, WriteAccessIsWaitedForAndTheHolderNamed)
+{
+    auto pHolder = std::make_unique<cfgctl::Session>(m_oService.getSocket());
+    ASSERT_EQ(pHolder->getClient().getdbaccess(), 0U);
+    EXPECT_THAT(refused(cfgctl::runAdd, on("DynDns", {}, {"Retry=1"})),
+                testing::AllOf(HasSubstr("cfgctl"), HasSubstr("--wait")));
+    Options oPatient = on("DynDns", {}, {"Retry=1"});
+    oPatient.m_oPatience = std::chrono::seconds(20);
+    auto oAdded = std::async(std::launch::async, [&] { return run(cfgctl::runAdd, oPatient); });
+    EXPECT_EQ(oAdded.wait_for(std::chrono::milliseconds(150)), std::future_status::timeout);
+    pHolder.reset();
+    EXPECT_EQ(oAdded.get(), "1\n");
+}
+
+TEST_F(Commands, SecretsAreShownOnlyWhenAskedFor)
+{
+    add("DynDns", {"Password=geheim", "ServerAddr=https://h/?k=geheim"});
+    for (const Command pCommand : {cfgctl::runShow, cfgctl::runExport})
+    {
+        for (const bool bJson : {false, true})
+        {
+            Options oOptions = on("DynDns");
+            oOptions.m_bJson = bJson;
+            EXPECT_THAT(run(pCommand, oOptions), testing::AllOf(Not(HasSubstr("geheim")), HasSubstr("********")));
+            oOptions.m_bShowSecrets = true;
+            EXPECT_THAT(run(pCommand, oOptions), testing::AllOf(HasSubstr("geheim"), Not(HasSubstr("********"))));
+        }
+    }
+}
+
+TEST_F(Commands, ExportAndImportComeBackToTheSame)
+{
+    add("DynDns", {"Hostname=a", "Password=geheim"});
+    add("DynDns", {"Hostname=b"});
+    add("StatusNetifWatch", {"Name=ppp0"});
+    Options oAll = on("");
+    oAll.m_bAll = oAll.m_bShowSecrets = true;
+    const std::string strAll = run(cfgctl::runExport, oAll);
+    const std::string strSettings = run(cfgctl::runExport, on(""));
+    EXPECT_THAT(strAll, HasSubstr("StatusNetifWatch"));
+    EXPECT_THAT(strSettings, Not(HasSubstr("StatusNetifWatch")));
+
+    run(cfgctl::runDelete, on("DynDns", {"Hostname=b"}));
+    run(cfgctl::runSet, on("DynDns", {"Hostname=a"}, {"Hostname=c"}));
+    add("DynDns", {"Hostname=d"});
+    run(cfgctl::runSet, on("etl", {"Id=1"}, {"serial_no=S1"}));
+    EXPECT_EQ(run(cfgctl::runImport, fromFile(strSettings)),
+              "DynDns: 1 added, 1 changed, 1 deleted, 0 unchanged\n"
+              "DNSRelay: 0 added, 0 changed, 0 deleted, 1 unchanged\n"
+              "DNSClientServer: 0 added, 0 changed, 0 deleted, 0 unchanged\n"
+              "etl: 0 added, 1 changed, 0 deleted, 0 unchanged\n");
+    EXPECT_EQ(run(cfgctl::runExport, oAll), strAll);
+}
+
+TEST_F(Commands, ImportHappensWholeOrNotAtAll)
+{
+    add("StatusNetifWatch", {"Name=ppp0"});
+    add("StatusNetifWatch", {"Name=ppp1"});
+    Options oAll = on("");
+    oAll.m_bAll = true;
+    const std::string strBefore = run(cfgctl::runExport, oAll);
+    const std::string strGood =
+        R"({"DynDns":[{"Hostname":"a"}],"StatusNetifWatch":[{"Id":1,"Name":"ppp1"},{"Id":2,"Name":"ppp)";
+    EXPECT_THAT(refused(cfgctl::runImport, fromFile(strGood + "1\"}]}")),
+                HasSubstr("already has a row with Name 'ppp1'"));
+    EXPECT_THAT(refused(cfgctl::runImport, fromFile(strGood)), HasSubstr("import.json: line 1"));
+    EXPECT_EQ(run(cfgctl::runExport, oAll), strBefore);
+    run(cfgctl::runImport, fromFile(strGood + "0\"}]}")); // two rows swap a unique name
+    EXPECT_THAT(run(cfgctl::runShow, on("StatusNetifWatch", {"Name=ppp0"})), HasSubstr("\n 2  ppp0"));
+}
+
+TEST_F(Commands, AccountsFromAddToRemove)
+{
+    Options oAdd = on("");
+    oAdd.m_oAccount.m_oWish.m_strInterface = "nix0";
+    oAdd.m_oAccount.m_oWish.m_strHost = "home.example.org";
+    oAdd.m_oAccount.m_strProvider = "namecheap";
+    oAdd.m_oAccount.m_oWish.m_strZone = "example.org";
+    oAdd.m_oAccount.m_bDryRun = true;
+    EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr("?host=home&domain=example.org&password=<password>"));
+    EXPECT_EQ(run(cfgctl::runShow, on("DynDns")).find("home"), std::string::npos);
+    oAdd.m_oAccount.m_bDryRun = false;
+    oAdd.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "geheim\r\n");
+    EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr("Added account 1 (home.example.org) at Namecheap"));
+    const std::string strBad = m_oFolder.write("bad.json", "{}");
+    oAdd.m_oAccount.m_strProviders = strBad; // the entry meant may be in it
+    EXPECT_THAT(refused(cfgctl::runAccountAdd, oAdd), HasSubstr("bad.json"));
+
+    Options oOne = on("");
+    oOne.m_oAccount.m_oIds = {1};
+    oOne.m_oAccount.m_strProviders = strBad; // no other command minds
+    EXPECT_THAT(run(cfgctl::runAccountList, oOne), HasSubstr("\n 1  home.example.org  Namecheap  nix0       (none)"));
+    EXPECT_THAT(refused(cfgctl::runAccountTest, oOne), HasSubstr("No update of account 1"));
+    oOne.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "an other");
+    EXPECT_THAT(refused(cfgctl::runAccountPassword, oOne), HasSubstr("copied whole"));
+    oOne.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "another");
+    EXPECT_THAT(run(cfgctl::runAccountPassword, oOne), HasSubstr("is changed"));
+    EXPECT_EQ(run(cfgctl::runShow, on("DynDns", {"Password=another"})).substr(0, 3), "Id ");
+    EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("is now disabled"));
+    EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
+    EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("is now enabled"));
+
+    add("DynDnsLog", {"DynDnsId=1", "Response=x"});
+    add("DynDnsLog", {"DynDnsId=2", "Response=y"});
+    oOne.m_oAccount.m_oSettle = std::chrono::milliseconds(0);
+    oOne.m_oAccount.m_bYes = true;
+    run(cfgctl::runAccountRemove, oOne);
+    EXPECT_THAT(refused(cfgctl::runAccountTest, oOne), HasSubstr("There is no account 1"));
+    EXPECT_THAT(run(cfgctl::runShow, on("DynDnsLog")), testing::AllOf(HasSubstr(" y\n"), Not(HasSubstr(" x\n"))));
+}
+
+TEST_F(Commands, TablesAndStatusOfAnEmptyDatabase)
+{
+    EXPECT_THAT(run(cfgctl::runTables, on("")), testing::AllOf(HasSubstr("\nDynDns "), HasSubstr("\netl ")));
+    EXPECT_THAT(run(cfgctl::runTables, on("DynDns")), HasSubstr("\nRetry                    integer  5\n"));
+    EXPECT_THAT(run(cfgctl::runStatus, on("")), testing::StartsWith("Id  Hostname"));
+    Options oJson = on("");
+    oJson.m_bJson = true;
+    EXPECT_EQ(run(cfgctl::runStatus, oJson), "[]\n");
+}

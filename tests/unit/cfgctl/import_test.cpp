@@ -1,0 +1,192 @@
+#include "cfgctl/errors.h"
+#include "cfgctl/importplan.h"
+#include "cfgctl/jsonimport.h"
+#include "cfgctl/jsonoutput.h"
+#include "cfgctl/secrets.h"
+#include "tests/unit/cfgctl/expect.h"
+
+#include <gmock/gmock.h>
+
+using cfgctl::Failure;
+using cfgctl::parseImport;
+using testing::HasSubstr;
+
+namespace
+{
+
+korrin::Value makeValue(int a_iValue)
+{
+    return {korrin::eValueInteger, a_iValue};
+}
+
+korrin::Value makeValue(const char* a_pValue)
+{
+    return {korrin::eValueText, a_pValue};
+}
+
+korrin::ValueList makeRow(int a_iId, int a_iRetry, const char* a_pAddress, const char* a_pPassword)
+{
+    korrin::ValueList oRow;
+    oRow.add("Id", makeValue(a_iId));
+    oRow.add("Retry", makeValue(a_iRetry));
+    oRow.add("ServerAddr", makeValue(a_pAddress));
+    oRow.add("Password", makeValue(a_pPassword));
+    return oRow;
+}
+
+const cfgctl::Schema& getSchema()
+{
+    static const korrin::ValueList s_oDefaults = makeRow(0, 5, "", "");
+    static const cfgctl::Schema s_oSchema = {{"DynDns", s_oDefaults}, {"Other", s_oDefaults}, {"etl", s_oDefaults}};
+    return s_oSchema;
+}
+
+cfgctl::TablePlan plan(const std::string& a_strJson, const cfgctl::Rows& a_oPresent)
+{
+    const cfgctl::ImportedTable oTable = parseImport(a_strJson, getSchema()).at(0);
+    return cfgctl::planImport(oTable, getSchema().at(oTable.m_strTable), a_oPresent);
+}
+
+} // namespace
+
+TEST(JsonImport, ReadsWhatTheExportWrites)
+{
+    const cfgctl::Rows oRows = {makeRow(2, -1, "https://h/?a=<ipaddr>", "p\"\\\n\u00e4\U0001F600"),
+                                makeRow(1, 0, "", "")};
+    const auto oTables = parseImport(cfgctl::tablesToJson({{"DynDns", oRows}, {"Other", {}}}), getSchema());
+    ASSERT_EQ(oTables.size(), 2U);
+    EXPECT_THAT(oTables[0].m_oRows, testing::ElementsAreArray(oRows));
+    EXPECT_TRUE(oTables[1].m_oRows.empty());
+    EXPECT_TRUE(parseImport("\xef\xbb\xbf{}", getSchema()).empty());
+}
+
+TEST(JsonImport, RefusesWithPlaceAndReasonAndWithoutTheSecret)
+{
+    const std::string strRow = "{\"DynDns\":[{";
+    const struct
+    {
+        std::string m_strJson;
+        const char* m_pReason;
+    } aoCases[] = {
+        {"", "line 1, column 1: not valid JSON"},
+        {"[]", "line 1, column 1: the file has to be one object"},
+        {"\"geheim\"", "an object of tables is expected"},
+        {"{\"DynDns\":{}}", "column 11: a table is a list of rows"},
+        {"{\"DynDns\":[5]}", "DynDns, row 1: a row is an object"},
+        {"{\"DynDns\":[{},\n {\"Retry\":[]}]}", "line 2, column 11: DynDns, row 2, Retry: a column holds"},
+        {strRow + "\"Retry\":\"5\"}]}", "DynDns, row 1, Retry: this column takes a whole number"},
+        {strRow + "\"Retry\":\n2147483648\n}]}", "line 2, column 10: DynDns, row 1, Retry: the number is out of range"},
+        {strRow + "\"Retry\":18446744073709551615}]}", "out of range"},
+        {strRow + "\"Retry\":-9223372036854775809}]}", "only whole numbers"},
+        {strRow + "\"Retry\":1e3\n}]}", "line 1, column 23: DynDns, row 1, Retry: only whole numbers"},
+        {strRow + "\"Retry\":true}]}", "true and false are no values"},
+        {strRow + "\"Retry\":null}]}", "null is no value"},
+        {strRow + "\"Password\":5}]}", "this column takes a text"},
+        {strRow + "\"Password\":\"a\\u0000b\"}]}", "NUL"},
+        {strRow + "\"Password\":\"" + std::string(65537, 'x') + "\"}]}", "longer than 65536"},
+        {strRow + "\"Retri\":5}]}", "Table DynDns has no column Retri; it has Id, Retry"},
+        {strRow + "\"Retry\":5,\"Retry\":5}]}", "column Retry is given twice"},
+        {strRow + "\"Id\":5},{\"Id\":5}]}", "row 2, Id: another row of this table has the same Id"},
+        {"{\"DynDns\":[],\"DynDns\":[]}", "table DynDns is given twice"},
+        {"{\"DynDnss\":[]}", "there is no table \"DynDnss\""},
+        {"{\"DynDns\":[]} x", "not valid JSON"},
+        {strRow + "\"Password\":\"geheim}]}", "not valid JSON"},
+        {strRow + "\"Password\":\"geheim\x01\"}]}", "not valid JSON"},
+        {strRow + "\"Password\":\"geheim\xff\"}]}", "not valid JSON"},
+        {strRow + "\"Password\":\"\\ud800geheim\"}]}", "not valid JSON"},
+        {std::string("{}\0", 3), "line 1, column 3: a NUL byte"},
+        {std::string(100000, '['), "the file has to be one object"},
+    };
+    for (const auto& oCase : aoCases)
+    {
+        const std::string strReason = reasonOf<Failure>([&] { (void)parseImport(oCase.m_strJson, getSchema()); });
+        EXPECT_THAT(strReason, testing::StartsWith("line ")) << oCase.m_strJson.substr(0, 100);
+        EXPECT_THAT(strReason, HasSubstr(oCase.m_pReason)) << oCase.m_strJson.substr(0, 100);
+        EXPECT_THAT(strReason, testing::Not(HasSubstr("geheim")));
+    }
+}
+
+TEST(JsonImport, KeepsItsLimits)
+{
+    std::string strRows;
+    for (std::size_t uiRow = 0; uiRow < cfgctl::g_uiImportRows; ++uiRow)
+    {
+        strRows += strRows.empty() ? "{}" : ",{}";
+    }
+    EXPECT_EQ(parseImport("{\"Other\":[" + strRows + "]}", getSchema()).at(0).m_oRows.size(), cfgctl::g_uiImportRows);
+    const std::string strTooMany = "{\"DynDns\":[{}],\"Other\":[" + strRows + "]}";
+    EXPECT_THAT(reasonOf<Failure>([&] { (void)parseImport(strTooMany, getSchema()); }),
+                HasSubstr("more than 10000 rows"));
+    const std::string strLarge(cfgctl::g_uiImportBytes + 1, ' ');
+    EXPECT_THAT(reasonOf<Failure>([&] { (void)parseImport(strLarge, getSchema()); }), HasSubstr("larger than"));
+}
+
+TEST(ImportPlan, FromTheFirstDifferenceOnRowsAreWrittenAnew)
+{
+    const cfgctl::Rows oPresent = {makeRow(1, 5, "", ""), makeRow(2, 5, "a", ""), makeRow(3, 5, "", "")};
+    const struct
+    {
+        const char* m_pJson;
+        std::vector<std::string> m_oDeletes;
+        std::size_t m_uiInserts;
+        std::vector<unsigned> m_oCounts; // added, changed, deleted, unchanged
+    } aoCases[] = {
+        {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"},{"Id":3}]})", {}, 0, {0, 0, 0, 3}},
+        {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"},{"Id":3},{}]})", {}, 1, {1, 0, 0, 3}},
+        {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"}]})", {"3"}, 0, {0, 0, 1, 2}},
+        {R"({"Other":[{"Id":1},{"Id":3},{"Id":2,"ServerAddr":"a"}]})", {"2", "3"}, 2, {0, 0, 0, 3}},
+        {R"({"Other":[{"Id":1},{"Id":2}]})", {"2", "3"}, 1, {0, 1, 1, 1}},
+        {R"({"Other":[]})", {"1", "2", "3"}, 0, {0, 0, 3, 0}},
+        {R"({"Other":[{},{"Id":9}]})", {"1", "2", "3"}, 2, {2, 0, 3, 0}},
+    };
+    for (const auto& oCase : aoCases)
+    {
+        const cfgctl::TablePlan oPlan = plan(oCase.m_pJson, oPresent);
+        EXPECT_EQ(oPlan.m_oDeletes, oCase.m_oDeletes) << oCase.m_pJson;
+        EXPECT_EQ(oPlan.m_oInserts.size(), oCase.m_uiInserts) << oCase.m_pJson;
+        const std::vector<unsigned> oCounts = {
+            oPlan.m_uiAdded, oPlan.m_uiChanged, oPlan.m_uiDeleted, oPlan.m_uiUnchanged};
+        EXPECT_EQ(oCounts, oCase.m_oCounts) << oCase.m_pJson;
+    }
+    // The row without an Id comes behind the one that names its own, so that its number can't be given away before.
+    EXPECT_TRUE(plan(R"({"Other":[{},{"Id":9}]})", oPresent).m_oInserts.front().hasValue("Id"));
+    EXPECT_FALSE(plan(R"({"Other":[{},{"Id":9}]})", oPresent).m_oInserts.back().hasValue("Id"));
+}
+
+TEST(ImportPlan, SecretsStayUnlessTheFileTellsNewOnes)
+{
+    const cfgctl::Rows oPresent = {makeRow(1, 5, "https://h/?key=k1", "geheim")};
+    const auto planned = [&](const std::string& a_strColumns)
+    { return plan(R"({"DynDns":[{"Id":1,"Retry":7,)" + a_strColumns + "}]}", oPresent).m_oInserts.front(); };
+    const std::string strHidden = R"("ServerAddr":"https://h/?key=********")";
+    EXPECT_EQ(planned(strHidden), makeRow(1, 7, "https://h/?key=k1", "geheim"));
+    EXPECT_EQ(planned(strHidden + R"(,"Password":"********")"), makeRow(1, 7, "https://h/?key=k1", "geheim"));
+    EXPECT_EQ(planned(strHidden + R"(,"Password":"")"), makeRow(1, 7, "https://h/?key=k1", ""));
+    EXPECT_EQ(planned(R"("ServerAddr":"https://h/","Password":"neu")"), makeRow(1, 7, "https://h/", "neu"));
+    for (const char* pJson : {R"({"DynDns":[{"Id":2,"Password":"********"}]})",
+                              R"({"DynDns":[{"Password":"********"}]})",
+                              R"({"DynDns":[{"Id":1,"ServerAddr":"https://other/?key=********"}]})"})
+    {
+        const std::string strReason = reasonOf<Failure>([&] { (void)plan(pJson, oPresent); });
+        EXPECT_THAT(strReason, HasSubstr("--show-secrets")) << pJson;
+        EXPECT_THAT(strReason, testing::Not(HasSubstr("geheim")));
+    }
+}
+
+TEST(ImportPlan, ATableOfOneRowIsUpdated)
+{
+    const cfgctl::Rows oPresent = {makeRow(1, 5, "a", "")};
+    for (const char* pJson :
+         {R"({"etl":[{"Retry":7,"ServerAddr":"a"}]})", R"({"etl":[{"Id":1,"Retry":7,"ServerAddr":"a"}]})"})
+    {
+        const cfgctl::TablePlan oPlan = plan(pJson, oPresent);
+        EXPECT_THAT(oPlan.m_oUpdates, testing::ElementsAre(makeRow(1, 7, "a", "")));
+        EXPECT_TRUE(oPlan.m_oDeletes.empty() && oPlan.m_oInserts.empty());
+    }
+    EXPECT_TRUE(plan(R"({"etl":[{"ServerAddr":"a"}]})", oPresent).m_oUpdates.empty()) << "nothing changes";
+    for (const char* pJson : {R"({"etl":[]})", R"({"etl":[{},{}]})", R"({"etl":[{"Id":2}]})"})
+    {
+        EXPECT_THAT(reasonOf<Failure>([&] { (void)plan(pJson, oPresent); }), HasSubstr("always has exactly one row"))
+            << pJson;
+    }
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "cfgctl/database.h"
+#include "cfgctl/session.h"
+#include "cfgserver/database.h"
+#include "cfgserver/server.h"
+#include "cfgserver/servicesocket.h"
+#include "cfgserver/store.h"
+#include "tests/unit/support/folder.h"
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+/// The real configuration service on a thread, its tables in memory and lost when it is stopped.
+class LiveService
+{
+public:
+    LiveService() { start(); }
+    ~LiveService() { stop(); }
+
+    void start()
+    {
+        m_pInside = std::make_unique<Inside>(getSocket());
+        m_bStop = false;
+        m_oThread = std::thread(
+            [this]
+            {
+                while (!m_bStop)
+                {
+                    m_pInside->m_oServer.runOnce();
+                }
+            });
+    }
+    void stop()
+    {
+        if (m_pInside)
+        {
+            m_bStop = true;
+            m_pInside->m_oLoop.wakeUp();
+            m_oThread.join();
+            m_pInside.reset();
+        }
+    }
+    [[nodiscard]] std::string getSocket() const { return m_oFolder / "socket"; }
+
+private:
+    struct Inside
+    {
+        explicit Inside(const std::string& a_strSocket)
+            : m_oDatabase(":memory:"), m_oStore(m_oDatabase), m_oSocket(a_strSocket, std::nullopt),
+              m_oServer(m_oLoop, m_oStore, m_oSocket, cfgserver::Limits())
+        {
+        }
+        cfgserver::Database m_oDatabase;
+        cfgserver::Store m_oStore;
+        cfgserver::ServiceSocket m_oSocket;
+        korrin::net::EventLoop m_oLoop;
+        cfgserver::Server m_oServer;
+    };
+
+    Folder m_oFolder;
+    std::unique_ptr<Inside> m_pInside;
+    std::atomic<bool> m_bStop{false};
+    std::thread m_oThread;
+};

@@ -1,0 +1,98 @@
+#include "cfgctl/statusrows.h"
+#include "cfgctl/table.h"
+#include "cfgctl/utf8.h"
+
+#include <gmock/gmock.h>
+
+using cfgctl::Layout;
+using cfgctl::Style;
+using cfgctl::Table;
+
+namespace
+{
+
+korrin::ValueList makeRow(std::initializer_list<std::pair<const char*, const char*>> a_oColumns)
+{
+    korrin::ValueList oRow;
+    for (const auto& [pColumn, pValue] : a_oColumns)
+    {
+        oRow.add(pColumn, korrin::Value(korrin::eValueText, pValue));
+    }
+    return oRow;
+}
+
+} // namespace
+
+TEST(Utf8, WidthIsWhatATerminalShows)
+{
+    EXPECT_EQ(cfgctl::displayWidth("abc"), 3U);
+    EXPECT_EQ(cfgctl::displayWidth("\u00e4\u20ac"), 2U);
+    EXPECT_EQ(cfgctl::displayWidth("e\u0301"), 1U);
+    EXPECT_EQ(cfgctl::displayWidth("\u65e5\u672c \U0001F600"), 7U);
+    EXPECT_EQ(cfgctl::cutToWidth("abcd", 4), "abcd");
+    EXPECT_EQ(cfgctl::cutToWidth("abcde", 4), "abc\u2026");
+    EXPECT_EQ(cfgctl::cutToWidth("\u65e5\u672c\u8a9e", 4), "\u65e5\u2026");
+    EXPECT_EQ(cfgctl::cutToWidth("\u00e4\u00e4\u00e4", 2), "\u00e4\u2026");
+}
+
+TEST(Table, AlignsWithoutTrailingBlanks)
+{
+    const Table oTable{
+        {"Id", "Name", "Note"},
+        {{{"7", Style::Plain, true}, {"\u00e4\u00f6"}, {""}}, {{"12", Style::Plain, true}, {"long name"}, {"x"}}}};
+    EXPECT_EQ(cfgctl::renderTable(oTable, {}),
+              "Id  Name       Note\n"
+              " 7  \u00e4\u00f6\n"
+              "12  long name  x\n");
+    EXPECT_EQ(cfgctl::renderTable(Table{{"Id", "Name"}, {}}, {}), "Id  Name\n");
+}
+
+TEST(Table, NothingInACellReachesTheTerminal)
+{
+    const Table oTable{{"A"}, {{{"x\n\x1b[2J\xff" + std::string(300, 'y'), Style::Bad}}}};
+    const std::string strPlain = cfgctl::renderTable(oTable, {});
+    EXPECT_THAT(strPlain, testing::StartsWith("A\nx\\x0a\\x1b[2J\\xffy"));
+    EXPECT_THAT(strPlain, testing::EndsWith("y\u2026\n"));
+    EXPECT_EQ(cfgctl::displayWidth(strPlain.substr(2, strPlain.size() - 3)), cfgctl::g_uiMaxCell);
+    EXPECT_THAT(cfgctl::renderTable(oTable, Layout{true, 0}), testing::HasSubstr("\x1b[31mx\\x0a\\x1b[2J"));
+}
+
+TEST(Table, TooWideForATerminalBecomesBlocks)
+{
+    const Table oTable{{"Id", "Name"}, {{{"7", Style::Plain, true}, {"first"}}, {{"8", Style::Plain, true}, {""}}}};
+    EXPECT_EQ(cfgctl::renderTable(oTable, Layout{false, 9}), "Id  Name\n 7  first\n 8\n");
+    EXPECT_EQ(cfgctl::renderTable(oTable, Layout{false, 8}), "Id    7\nName  first\n\nId    8\nName\n");
+}
+
+TEST(Status, PutsTheTablesTogether)
+{
+    cfgctl::StatusSources oSources;
+    oSources.m_oAccounts = {
+        makeRow({{"Id", "1"},
+                 {"Hostname", "a.example"},
+                 {"ServiceType", "gnudip"},
+                 {"Interface", "ppp0"},
+                 {"Enable", "1"}}),
+        makeRow({{"Id", "2"}, {"Hostname", "b.example"}, {"ServiceType", "x"}, {"Interface", "eth1"}, {"Enable", "0"}}),
+        makeRow({{"Id", "3"}, {"Hostname", "c.example"}, {"ServiceType", "x"}, {"Interface", "eth2"}, {"Enable", "1"}}),
+        makeRow({{"Id", "4"}, {"Hostname", "d.example"}, {"ServiceType", "x"}, {"Interface", ""}, {"Enable", "1"}})};
+    oSources.m_oInterfaces = {makeRow({{"Name", "ppp0"}, {"IsUp", "1"}, {"Addr", "192.0.2.1"}}),
+                              makeRow({{"Name", "eth1"}, {"IsUp", "0"}, {"Addr", "192.0.2.2"}})};
+    oSources.m_oIPv6 = {makeRow({{"Name", "ppp0"}, {"Addr", "2001:db8::1"}})};
+    oSources.m_oStatus = {makeRow({{"DynDnsId", "1"}, {"Timestamp", "2026-03-01T17:45:09+0100"}, {"Success", "1"}}),
+                          makeRow({{"DynDnsId", "2"}, {"Timestamp", "yesterday"}, {"Success", "0"}})};
+    oSources.m_oLog = {makeRow({{"DynDnsId", "1"}, {"Response", "old"}}),
+                       makeRow({{"DynDnsId", "1"}, {"Response", "good\n"}}),
+                       makeRow({{"DynDnsId", "11"}, {"Response", "other"}})};
+    const cfgctl::Rows oRows = cfgctl::makeStatusRows(oSources, 1772383509 + 180);
+    EXPECT_EQ(oRows.front().getValue("AgeSeconds").getInteger(), 180);
+    EXPECT_EQ(oRows.back().getValue("InterfaceUp").getType(), korrin::eValueNull);
+    EXPECT_EQ(cfgctl::renderTable(cfgctl::makeStatusTable(oRows), {}),
+              "Id  Hostname   Interface                      Last                   Answer    Next\n"
+              " 1  a.example  ppp0 up 192.0.2.1 2001:db8::1  updated 3 minutes ago  good\\x0a  nothing: Retry is 0\n"
+              " 2  b.example  eth1 down                      failed yesterday                 nothing: disabled\n"
+              " 3  c.example  eth2 unknown                   not tried yet                    nothing: unknown "
+              "ServiceType\n"
+              " 4  d.example  none                           not tried yet                    nothing: unknown "
+              "ServiceType\n");
+}

@@ -1,0 +1,171 @@
+#include "cfgctl/columnvalue.h"
+#include "cfgctl/errors.h"
+#include "cfgctl/inputfile.h"
+#include "cfgctl/outputfile.h"
+#include "cfgctl/secrets.h"
+#include "cfgctl/timestamp.h"
+#include "tests/unit/cfgctl/expect.h"
+#include "tests/unit/cfgctl/liveservice.h"
+
+#include <climits>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+using cfgctl::Failure;
+using testing::HasSubstr;
+
+namespace
+{
+
+korrin::ValueList makeColumns()
+{
+    korrin::ValueList oColumns;
+    oColumns.add("Number", korrin::Value(korrin::eValueInteger, 0));
+    oColumns.add("Text", korrin::Value(korrin::eValueText, ""));
+    return oColumns;
+}
+
+korrin::Value parse(const std::string& a_strColumn, const std::string& a_strText)
+{
+    return cfgctl::parseValue("T", makeColumns(), a_strColumn, a_strText);
+}
+
+} // namespace
+
+TEST(ColumnValue, TakesWhatTheColumnTakes)
+{
+    EXPECT_EQ(parse("Number", "-2147483648"), korrin::Value(korrin::eValueInteger, INT_MIN));
+    EXPECT_EQ(parse("Number", "2147483647"), korrin::Value(korrin::eValueInteger, INT_MAX));
+    EXPECT_EQ(parse("Text", "5"), korrin::Value(korrin::eValueText, "5"));
+    EXPECT_EQ(parse("Text", "").getType(), korrin::eValueText);
+    for (const char* pText :
+         {"", " 1", "1 ", "+1", "0x10", "1.0", "2147483648", "-2147483649", "99999999999999999999", "on"})
+    {
+        EXPECT_THAT(reasonOf<Failure>([&] { (void)parse("Number", pText); }), HasSubstr("T.Number")) << pText;
+    }
+    for (const std::string& strText :
+         {std::string("\xff"), std::string("a\0b", 3), std::string("\xc0\x80"), std::string("\xed\xa0\x80")})
+    {
+        EXPECT_THAT(reasonOf<Failure>([&] { (void)parse("Text", strText); }), HasSubstr("T.Text"));
+    }
+    EXPECT_THAT(reasonOf<Failure>([&] { (void)parse("text", "x"); }), HasSubstr("it has Number, Text"));
+}
+
+TEST(InputFile, OneLineEndIsDropped)
+{
+    const Folder oFolder;
+    const struct
+    {
+        const char* m_pContent;
+        const char* m_pValue;
+    } aoCases[] = {
+        {"", ""}, {"\n", ""}, {"secret\n", "secret"}, {"secret\r\n", "secret"}, {"a\n\n", "a\n"}, {"\r", "\r"}};
+    for (const auto& oCase : aoCases)
+    {
+        std::vector<cfgctl::Assignment> oAssignments = {{"Password", oFolder.write("value", oCase.m_pContent), true},
+                                                        {"Retry", "5\n", false}};
+        cfgctl::readValues(oAssignments);
+        EXPECT_EQ(oAssignments[0].m_strValue, oCase.m_pValue);
+        EXPECT_EQ(oAssignments[1].m_strValue, "5\n");
+    }
+}
+
+TEST(InputFile, SaysWhyItCannotBeRead)
+{
+    const Folder oFolder;
+    const std::string strFile = oFolder.write("ten", "0123456789");
+    EXPECT_EQ(cfgctl::readFile(strFile, 10), "0123456789");
+    EXPECT_THAT(reasonOf<Failure>([&] { (void)cfgctl::readFile(strFile, 9); }), HasSubstr("larger than 9 bytes"));
+    EXPECT_THAT(reasonOf<Failure>([&] { (void)cfgctl::readFile(oFolder / "none", 9); }), HasSubstr("No such file"));
+    EXPECT_THAT(reasonOf<Failure>([&] { (void)cfgctl::readFile(oFolder / "", 9); }), HasSubstr("Is a directory"));
+    EXPECT_THAT(reasonOf<Failure>([] { (void)cfgctl::readFile("/dev/zero", 9); }), HasSubstr("larger"));
+}
+
+TEST(OutputFile, IsPrivateAndReplacesAtOnce)
+{
+    const Folder oFolder;
+    const std::string strFile = oFolder.write("export", "old");
+    chmod(strFile.c_str(), 0644);
+    cfgctl::writeFile(strFile, "new");
+    EXPECT_EQ(cfgctl::readFile(strFile, 100), "new");
+    EXPECT_EQ(std::filesystem::status(strFile).permissions(), std::filesystem::perms(0600));
+    EXPECT_THAT(reasonOf<Failure>([] { cfgctl::writeFile("/dev/full", "x"); }), HasSubstr("No space left"));
+    EXPECT_THAT(reasonOf<Failure>([&] { cfgctl::writeFile(oFolder / "none/x", "x"); }), HasSubstr("No such file"));
+    EXPECT_THROW(cfgctl::writeFile(oFolder / "", "x"), Failure);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(oFolder / ""), {}), 1)
+        << "a temporary file stays behind";
+}
+
+TEST(Secrets, HidesPasswordsAndWhatMayBeOneInAUrl)
+{
+    const struct
+    {
+        const char* m_pColumn;
+        const char* m_pValue;
+        const char* m_pShown;
+    } aoCases[] = {
+        {"Password", "geheim", "********"},
+        {"Password", "", ""},
+        {"Hostname", "https://u:p@h/?k=v", "https://u:p@h/?k=v"},
+        {"ServerAddr", "gnudip.example.org", "gnudip.example.org"},
+        {"ServerAddr",
+         "https://h/up?host=<domain>&ip=<ipaddr>,<ipaddr6>",
+         "https://h/up?host=<domain>&ip=<ipaddr>,<ipaddr6>"},
+        {"ServerAddr", "https://h/up?key=k1&h=<domain>", "https://h/up?key=********&h=<domain>"},
+        {"ServerAddr", "https://h/up?k1", "https://h/up?********"},
+        {"ServerAddr", "https://h/up?a=<password>x;b=", "https://h/up?a=********;b="},
+        {"ServerAddr", "https://h/up?a=<secret>", "https://h/up?a=********"},
+        {"ServerAddr", "https://u:p@h/x@y", "https://u:********@h/x@y"},
+        {"ServerAddr", "https://key@h/", "https://********@h/"},
+        {"ServerAddr", "https://<username>:<password>@h/", "https://<username>:<password>@h/"},
+        {"ServerAddr", "u:p@h", "u:********@h"},
+        {"ServerAddr", "https://u:p@q@h?x", "https://u:********@h?********"},
+    };
+    for (const auto& oCase : aoCases)
+    {
+        EXPECT_EQ(cfgctl::hideSecret("DynDns", oCase.m_pColumn, oCase.m_pValue), oCase.m_pShown);
+        EXPECT_EQ(cfgctl::hideSecret("Other", oCase.m_pColumn, oCase.m_pValue), oCase.m_pValue);
+    }
+}
+
+TEST(Timestamp, IsReadWhateverTheZone)
+{
+    EXPECT_EQ(cfgctl::parseTimestamp("1970-01-01T00:00:00+0000"), 0);
+    EXPECT_EQ(cfgctl::parseTimestamp("2026-03-01T17:45:09+0100"), 1772383509);
+    EXPECT_EQ(cfgctl::parseTimestamp("2026-03-01T11:15:09-0530"), 1772383509);
+    EXPECT_EQ(cfgctl::parseTimestamp(cfgctl::formatTimestamp(1772383509)), 1772383509);
+    for (const char* pText : {"",
+                              "2026-03-01",
+                              "2026-03-01T17:45:09Z",
+                              "2026-13-01T17:45:09+0100",
+                              "2026-03-00T17:45:09+0100",
+                              "2026-03-01T24:45:09+0100",
+                              "2026-03-01 17:45:09+0100",
+                              "2026-03-01T17:45:09+01000",
+                              "dddd-dd-ddTdd:dd:dd+dddd"})
+    {
+        EXPECT_FALSE(cfgctl::parseTimestamp(pText)) << pText;
+    }
+}
+
+TEST(Timestamp, AgeReadsWell)
+{
+    const struct
+    {
+        std::time_t m_iSeconds;
+        const char* m_pText;
+    } aoCases[] = {{0, "just now"},
+                   {59, "just now"},
+                   {60, "1 minute ago"},
+                   {3599, "59 minutes ago"},
+                   {7200, "2 hours ago"},
+                   {172799, "47 hours ago"},
+                   {172800, "2 days ago"},
+                   {-3, "just now"},
+                   {-30, "30 seconds ahead of this clock"},
+                   {-3600, "1 hour ahead of this clock"}};
+    for (const auto& oCase : aoCases)
+    {
+        EXPECT_EQ(cfgctl::describeAge(oCase.m_iSeconds), oCase.m_pText);
+    }
+}

@@ -1,0 +1,266 @@
+#include "samples.h"
+
+#include <SQLiteCpp/Database.h>
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <numeric>
+#include <set>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using namespace cfgserver;
+using namespace samples;
+using testing::HasSubstr;
+
+namespace
+{
+
+int modeOf(const std::string& a_strFile)
+{
+    struct stat oStatus = {};
+    return ::stat(a_strFile.c_str(), &oStatus) == 0 ? static_cast<int>(oStatus.st_mode & 0777U) : -1;
+}
+
+struct DatabaseTest : testing::Test
+{
+    Folder m_oFolder;
+    std::string m_strFile = m_oFolder / "config.db";
+
+    void change(const std::function<void(Transaction&)>& a_oChange)
+    {
+        Database oDatabase(m_strFile);
+        Store oStore(oDatabase);
+        Transaction oTransaction(oStore);
+        a_oChange(oTransaction);
+        EXPECT_FALSE(oStore.commit(oTransaction).empty());
+    }
+
+    std::string read(const char* a_pTable, const char* a_pColumn)
+    {
+        Database oDatabase(m_strFile);
+        return columnOf(Store(oDatabase).getTable(tableOf(a_pTable)), a_pColumn);
+    }
+
+    std::string failureToOpen() { return failureOf(m_strFile); }
+
+    static std::string failureOf(const std::string& a_strFile)
+    {
+        return samples::failureOf(
+            [&]
+            {
+                Database oDatabase(a_strFile);
+                const Store oStore(oDatabase);
+            });
+    }
+
+    /// A file with a broken page, and the log that a kill left behind.
+    void leaveDamaged()
+    {
+        const std::string strLive = m_oFolder / "live.db";
+        EXPECT_EQ(failureOf(strLive), "");
+        Database oDatabase(strLive);
+        Store oStore(oDatabase);
+        Transaction oTransaction(oStore);
+        oTransaction.edit(tableOf("etl")).update("Id", "1", row({{"serial_no", text("S1")}}));
+        EXPECT_EQ(oStore.commit(oTransaction).size(), 1U);
+        std::filesystem::copy_file(strLive + "-wal", m_strFile + "-wal");
+        std::filesystem::rename(strLive, m_strFile);
+        std::fstream oFile(m_strFile, std::ios::in | std::ios::out);
+        oFile.seekp(1024) << std::string(99, '\xff');
+    }
+
+    /// Name, mode and content of all that is there.
+    std::string snapshot()
+    {
+        std::set<std::string> oFiles;
+        for (const auto& oEntry : std::filesystem::directory_iterator(m_oFolder / ""))
+        {
+            oFiles.insert(oEntry.path().string() + std::to_string(modeOf(oEntry.path())) + contentOf(oEntry.path()));
+        }
+        return std::accumulate(oFiles.begin(), oFiles.end(), std::string());
+    }
+
+    void sql(const char* a_pQuery)
+    {
+        SQLite::Database(m_strFile, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE).exec(a_pQuery);
+    }
+};
+
+} // namespace
+
+TEST_F(DatabaseTest, ReopenedItHoldsWhatWasCommittedInOrder)
+{
+    const std::size_t uiLog = tableOf("DynDnsLog");
+    const std::string strOdd("\0'\"\xff\xf0\n;--", 9);
+    change(
+        [&](Transaction& a_oWrites)
+        {
+            for (int i = 0; i < 5; ++i)
+            {
+                a_oWrites.edit(uiLog).insert(row({{"ResponseCode", number(-i)}, {"Response", text(strOdd)}}));
+            }
+            a_oWrites.edit(tableOf("StatusNetifWatch")).insert(row({{"Name", text("eth0")}}));
+        });
+    change(
+        [&](Transaction& a_oWrites)
+        {
+            Table& oLog = a_oWrites.edit(uiLog);
+            oLog.erase(1);
+            oLog.update("Id", "4", row({{"ResponseCode", number(44)}}));
+            oLog.erase(3);
+            oLog.insert(row({{"Id", number(2)}, {"ResponseCode", number(22)}}));
+        });
+    EXPECT_EQ(read("DynDnsLog", "ResponseCode"), "0,-2,44,22");
+    EXPECT_EQ(read("DynDnsLog", "Id"), "1,3,4,2");
+    EXPECT_EQ(read("DynDnsLog", "Response"), strOdd + "," + strOdd + "," + strOdd + ",");
+    EXPECT_EQ(read("StatusNetifWatch", "Name"), "") << "kept in memory only";
+    EXPECT_EQ(read("DNSRelay", "Id") + read("etl", "Id"), "11");
+    change([&](Transaction& a_oWrites) { a_oWrites.edit(uiLog).insert({}); });
+    EXPECT_EQ(read("DynDnsLog", "Id"), "1,3,4,2,6") << "Id 5 was given to a row that is gone";
+}
+
+TEST_F(DatabaseTest, TheFileIsPrivateAndHeldByOne)
+{
+    const mode_t uiOldMask = ::umask(0);
+    const Database oDatabase(m_oFolder / "new/config.db");
+    EXPECT_EQ(modeOf(m_oFolder / "new/config.db"), 0600);
+    EXPECT_EQ(modeOf(m_oFolder / "new/config.db-wal"), 0600);
+    EXPECT_THAT(failureOf(m_oFolder / "new/config.db"), HasSubstr("used by another process"));
+    std::ofstream(m_strFile).close();
+    ::umask(uiOldMask);
+    EXPECT_EQ(modeOf(m_strFile), 0666);
+    EXPECT_EQ(failureToOpen(), "");
+    EXPECT_EQ(modeOf(m_strFile), 0600);
+}
+
+TEST_F(DatabaseTest, WhatCantBeUsedIsNamedWithTheReason)
+{
+    EXPECT_THAT(failureOf(m_oFolder / "a/b/c.db"), HasSubstr("a/b/: No such file or directory"));
+    EXPECT_THAT(failureOf(m_oFolder / ""), HasSubstr("no file name"));
+    EXPECT_THAT(failureOf("/proc/config.db"), HasSubstr("/proc/"));
+    std::filesystem::create_symlink("elsewhere", m_oFolder / "link.db");
+    EXPECT_THAT(failureOf(m_oFolder / "link.db"), HasSubstr("no regular file"));
+}
+
+TEST_F(DatabaseTest, WhatIsRefusedStaysAsItWas)
+{
+    const std::pair<std::function<void()>, const char*> oCases[] = {
+        {[&] { std::ofstream(m_strFile) << std::string(5000, 'x'); }, " is damaged or no database"},
+        {[&] { sql("CREATE TABLE cookies (a)"); }, "belongs to another program"},
+        {[&] { sql("PRAGMA journal_mode=WAL; CREATE TABLE cookies (a)"); }, "belongs to another program"},
+        {[&] { sql("PRAGMA application_id=0x71636667; PRAGMA user_version=2"); }, "(version 2, this one knows 1)"},
+        {[&] { leaveDamaged(); }, " is damaged or no database"},
+    };
+    for (const auto& [oPrepare, pReason] : oCases)
+    {
+        oPrepare();
+        ::chmod(m_strFile.c_str(), 0644);
+        const std::string strBefore = snapshot();
+        EXPECT_THAT(failureToOpen(), HasSubstr(m_strFile));
+        EXPECT_THAT(failureToOpen(), HasSubstr(pReason));
+        EXPECT_TRUE(snapshot() == strBefore) << pReason;
+        std::filesystem::remove(m_strFile);
+    }
+}
+
+TEST_F(DatabaseTest, AFileThatWasEditedByHand)
+{
+    EXPECT_EQ(failureToOpen(), "");
+    sql("PRAGMA journal_mode=DELETE; DROP TABLE etl; ALTER TABLE DynDns DROP COLUMN Retry; INSERT INTO DynDns (Id) "
+        "VALUES (3)");
+    EXPECT_EQ(read("etl", "serial_no"), "Sxxxxxxxxxxxx");
+    EXPECT_EQ(read("DynDns", "Retry") + read("DynDns", "ServiceType"), "5update-url");
+    sql("INSERT INTO DynDns (Id) VALUES (3)");
+    EXPECT_THAT(failureToOpen(), HasSubstr("table DynDns already has a row with Id '3'"));
+    sql("DELETE FROM DynDns; INSERT INTO DynDns (Id) VALUES ('x')");
+    EXPECT_THAT(failureToOpen(), HasSubstr("column Id of table DynDns takes an integer"));
+    sql("DELETE FROM DynDns; INSERT INTO DNSRelay (Id) VALUES (2)");
+    EXPECT_THAT(failureToOpen(), HasSubstr("table DNSRelay must have one row"));
+}
+
+TEST_F(DatabaseTest, AFailedCommitLeavesDiskAndMemoryAsTheyWere)
+{
+    const std::size_t uiDynDns = tableOf("DynDns");
+    change([&](Transaction& a_oWrites) { a_oWrites.edit(uiDynDns).insert(row({{"Hostname", text("old")}})); });
+    {
+        Database oDatabase(m_strFile);
+        Store oStore(oDatabase);
+        Transaction oTransaction(oStore);
+        for (int i = 0; i < 40; ++i)
+        {
+            oTransaction.edit(uiDynDns).insert(row({{"Password", text(std::string(g_uiMaxText, 'p'))}}));
+        }
+        const auto pOld = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit oOld = {};
+        ::getrlimit(RLIMIT_FSIZE, &oOld);
+        const rlimit oSmall = {1000000, oOld.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &oSmall);
+        const auto oRefused = refusalOf([&] { (void)oStore.commit(oTransaction); });
+        ::setrlimit(RLIMIT_FSIZE, &oOld);
+        std::signal(SIGXFSZ, pOld);
+        EXPECT_EQ(oRefused.first, wire::Result::StorageFailed);
+        EXPECT_THAT(oRefused.second, HasSubstr(m_strFile));
+        EXPECT_EQ(columnOf(oStore.getTable(uiDynDns), "Hostname"), "old");
+        Transaction oNext(oStore);
+        oNext.edit(uiDynDns).update("Id", "1", row({{"Hostname", text("new")}}));
+        EXPECT_EQ(oStore.commit(oNext).size(), 1U);
+    }
+    EXPECT_EQ(read("DynDns", "Hostname"), "new");
+}
+
+// What a power cut leaves is a copy of the files in use, the log cut or torn anywhere. Every such copy opens with one
+// whole version; a torn database file may be refused, and then stays as it was.
+TEST_F(DatabaseTest, TornFilesGiveAWholeVersionOrAreRefusedUntouched)
+{
+    std::string strFile;
+    std::string strLog;
+    {
+        Database oDatabase(m_strFile);
+        Store oStore(oDatabase);
+        for (int iVersion = 1; iVersion <= 6; ++iVersion)
+        {
+            Transaction oTransaction(oStore);
+            Table& oTable = oTransaction.edit(tableOf("DynDns"));
+            for (int iRow = 0; iRow < 3; ++iRow)
+            {
+                iVersion > 1 ? oTable.erase(0) : void();
+                oTable.insert(row({{"Retry", number(iVersion)}}));
+            }
+            EXPECT_EQ(oStore.commit(oTransaction).size(), 1U);
+        }
+        strFile = contentOf(m_strFile);
+        strLog = contentOf(m_strFile + "-wal");
+    }
+    const std::string strWhole = contentOf(m_strFile); // closed: the log has gone into it
+    std::set<std::string> oFound;
+    const auto open = [&](const std::string& a_strFile, const std::string& a_strLog)
+    {
+        std::ofstream(m_strFile, std::ios::binary) << a_strFile;
+        std::ofstream(m_strFile + "-wal", std::ios::binary) << a_strLog;
+        if (const std::string strFailure = failureToOpen(); !strFailure.empty())
+        {
+            EXPECT_THAT(strFailure, HasSubstr(m_strFile + " is damaged"));
+            EXPECT_EQ(contentOf(m_strFile), a_strFile);
+            return false;
+        }
+        oFound.insert(read("DynDns", "Retry"));
+        return true;
+    };
+    const auto tear = [](std::string a_strBytes, std::size_t a_uiAt) {
+        return a_strBytes.replace(
+            a_uiAt, 512, std::string(std::min<std::size_t>(512, a_strBytes.size() - a_uiAt), '#'));
+    };
+    EXPECT_TRUE(open(strFile, strLog));
+    for (std::size_t uiAt = 0; uiAt <= strLog.size(); uiAt += 1021)
+    {
+        EXPECT_TRUE(open(strFile, strLog.substr(0, uiAt)) && open(strFile, tear(strLog, uiAt))) << uiAt;
+    }
+    unsigned uiRefused = 0;
+    for (std::size_t uiAt = 1021; uiAt < strWhole.size(); uiAt += 1021)
+    {
+        uiRefused += (open(strWhole.substr(0, uiAt), "") ? 0U : 1U) + (open(tear(strWhole, uiAt), "") ? 0U : 1U);
+    }
+    EXPECT_GT(uiRefused, strWhole.size() / 1021) << "of cut files each one";
+    EXPECT_THAT(oFound, testing::ElementsAre("", "1,1,1", "2,2,2", "3,3,3", "4,4,4", "5,5,5", "6,6,6"));
+}

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "cfgserver/database.h"
+#include "cfgserver/refusal.h"
+#include "cfgserver/store.h"
+#include "tests/unit/support/folder.h"
+
+#include <functional>
+#include <initializer_list>
+#include <utility>
+
+namespace samples
+{
+
+inline korrin::Value number(int a_iValue)
+{
+    return {korrin::eValueInteger, a_iValue};
+}
+
+inline korrin::Value text(const std::string& a_strValue)
+{
+    return {korrin::eValueText, a_strValue};
+}
+
+inline korrin::ValueList row(std::initializer_list<std::pair<std::string, korrin::Value>> a_oPairs)
+{
+    korrin::ValueList oRow;
+    for (const auto& [strName, oValue] : a_oPairs)
+    {
+        oRow.add(strName, oValue);
+    }
+    return oRow;
+}
+
+inline std::size_t tableOf(const char* a_pName)
+{
+    return cfgserver::findTable(a_pName).value();
+}
+
+/// One column of all rows as one text, "a,b,c".
+inline std::string columnOf(const cfgserver::Table& a_oTable, const char* a_pColumn)
+{
+    std::string strAll;
+    for (const auto& pRow : a_oTable.getRows())
+    {
+        strAll += strAll.empty() ? "" : ",";
+        strAll += pRow->m_oCells[a_oTable.getSchema().findColumn(a_pColumn).value()].getText();
+    }
+    return strAll;
+}
+
+/// What was refused: result code and text; Ok when nothing was.
+inline std::pair<wire::Result, std::string> refusalOf(const std::function<void()>& a_oAction)
+{
+    try
+    {
+        a_oAction();
+    }
+    catch (const cfgserver::Refusal& oRefusal)
+    {
+        return {oRefusal.getResult(), oRefusal.what()};
+    }
+    return {wire::Result::Ok, ""};
+}
+
+/// What std::runtime_error says; empty when nothing was thrown.
+inline std::string failureOf(const std::function<void()>& a_oAction)
+{
+    try
+    {
+        a_oAction();
+    }
+    catch (const std::runtime_error& oError)
+    {
+        return oError.what();
+    }
+    return "";
+}
+
+} // namespace samples

@@ -1,0 +1,454 @@
+#include "cfgserver/server.h"
+#include "samples.h"
+#include "tests/unit/support/child.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <thread>
+
+using namespace cfgserver;
+using namespace samples;
+using testing::HasSubstr;
+using wire::Operation;
+using wire::Result;
+
+namespace
+{
+
+constexpr int s_iBudgetMs = 10000;
+
+sockaddr_un addressOf(const std::string& a_strPath)
+{
+    sockaddr_un oAddress = {};
+    oAddress.sun_family = AF_UNIX;
+    a_strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
+    return oAddress;
+}
+
+wire::Request hello()
+{
+    wire::Request oHello;
+    oHello.m_uiNumber = wire::g_uiProtocolVersion;
+    oHello.m_strTable = "test";
+    return oHello;
+}
+
+/// A client that speaks, or misspeaks, the protocol by hand.
+class RawClient
+{
+public:
+    RawClient() : m_oSocket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
+    explicit RawClient(const std::string& a_strPath) : RawClient() { connectTo(a_strPath); }
+
+    void connectTo(const std::string& a_strPath)
+    {
+        const sockaddr_un oAddress = addressOf(a_strPath);
+        EXPECT_EQ(::connect(m_oSocket.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress), 0);
+    }
+
+    void sendBytes(const std::string& a_strBytes)
+    {
+        EXPECT_EQ(::send(m_oSocket.get(), a_strBytes.data(), a_strBytes.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(a_strBytes.size()));
+    }
+    /// As much as the socket takes at once; false when it takes nothing more.
+    bool push(const std::string& a_strBytes)
+    {
+        return ::send(m_oSocket.get(), a_strBytes.data(), a_strBytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
+    }
+    void sendRequest(const wire::Request& a_oRequest) { sendBytes(wire::encodeFrame(wire::encode(a_oRequest))); }
+
+    /// The next message; none when the service closed the connection or nothing came within the budget.
+    std::optional<wire::Message> next(int a_iBudgetMs = s_iBudgetMs)
+    {
+        std::string strPayload;
+        while (m_oReader.next(strPayload) != wire::FrameReader::State::Payload)
+        {
+            pollfd oPoll = {m_oSocket.get(), POLLIN, 0};
+            char acBuffer[4096];
+            const ssize_t iRead =
+                ::poll(&oPoll, 1, a_iBudgetMs) == 1 ? ::recv(m_oSocket.get(), acBuffer, sizeof acBuffer, 0) : -1;
+            m_bClosed = iRead == 0 || (iRead < 0 && errno == ECONNRESET);
+            if (iRead <= 0)
+            {
+                return std::nullopt;
+            }
+            m_oReader.feed(acBuffer, static_cast<std::size_t>(iRead));
+        }
+        return wire::decode(strPayload);
+    }
+
+    /// The reply to a request; notifications that come before it are kept.
+    wire::Reply ask(const wire::Request& a_oRequest)
+    {
+        sendRequest(a_oRequest);
+        for (;;)
+        {
+            const auto oMessage = next();
+            if (!oMessage)
+            {
+                ADD_FAILURE() << "no reply";
+                return {};
+            }
+            if (const auto* pReply = std::get_if<wire::Reply>(&*oMessage))
+            {
+                return *pReply;
+            }
+            m_oNotified.push_back(std::get<wire::Notification>(*oMessage).m_strTable);
+        }
+    }
+
+    Result ask(Operation a_eOperation, const char* a_pTable = "", const korrin::ValueList& a_oValues = {})
+    {
+        wire::Request oRequest;
+        oRequest.m_eOperation = a_eOperation;
+        oRequest.m_strTable = a_pTable;
+        oRequest.m_oValues = a_oValues;
+        return ask(oRequest).m_eResult;
+    }
+
+    RawClient& greet(std::initializer_list<const char*> a_oWatched = {}, bool a_bOwn = false)
+    {
+        wire::Request oHello = hello();
+        oHello.m_oNames.assign(a_oWatched.begin(), a_oWatched.end());
+        oHello.m_oValues = row({{"NotifyOwnChanges", number(a_bOwn ? 1 : 0)}});
+        EXPECT_EQ(ask(oHello).m_eResult, Result::Ok);
+        return *this;
+    }
+
+    /// The service closed the connection, within the budget.
+    bool isClosed()
+    {
+        while (next())
+        {
+        }
+        return m_bClosed;
+    }
+
+    /// The same, without reading anything.
+    bool isHungUp()
+    {
+        pollfd oPoll = {m_oSocket.get(), 0, 0};
+        return ::poll(&oPoll, 1, s_iBudgetMs) == 1 && (oPoll.revents & POLLHUP) != 0;
+    }
+
+    std::vector<std::string> m_oNotified;
+
+private:
+    vadro::base::Descriptor m_oSocket;
+    wire::FrameReader m_oReader;
+    bool m_bClosed = false;
+};
+
+struct ServerTest : testing::Test
+{
+    Folder m_oFolder;
+    std::string m_strPath = m_oFolder / "s";
+    Limits m_oLimits;
+    std::thread m_oThread;
+    std::unique_ptr<korrin::net::EventLoop> m_pLoop = std::make_unique<korrin::net::EventLoop>();
+    std::atomic<bool> m_bStop = false;
+    std::atomic<unsigned> m_uiTurns = 0;
+
+    void start()
+    {
+        auto pSocket = std::make_shared<ServiceSocket>(m_strPath, std::nullopt);
+        m_oThread = std::thread(
+            [this, pSocket]() mutable
+            {
+                Database oDatabase(":memory:");
+                Store oStore(oDatabase);
+                Server oServer(*m_pLoop, oStore, *pSocket, m_oLimits);
+                while (!m_bStop)
+                {
+                    oServer.runOnce();
+                    ++m_uiTurns;
+                }
+            });
+    }
+
+    void TearDown() override
+    {
+        m_bStop = true;
+        m_pLoop->wakeUp();
+        if (m_oThread.joinable())
+        {
+            m_oThread.join();
+        }
+    }
+};
+
+wire::Request countRequest()
+{
+    wire::Request oRequest;
+    oRequest.m_eOperation = Operation::GetRowCount;
+    oRequest.m_strTable = "DynDns";
+    return oRequest;
+}
+
+} // namespace
+
+TEST_F(ServerTest, WhoWatchesIsToldOncePerCommit)
+{
+    start();
+    RawClient oWriter(m_strPath);
+    oWriter.greet({"DynDns"});
+    RawClient oOwn(m_strPath);
+    oOwn.greet({"DynDns", "etl"}, true);
+    RawClient oOther(m_strPath);
+    oOther.greet({"etl"});
+    const auto commitRows = [](RawClient& a_oClient)
+    {
+        EXPECT_EQ(a_oClient.ask(Operation::GetAccess), Result::Ok);
+        EXPECT_EQ(a_oClient.ask(Operation::InsertRow, "DynDns"), Result::Ok);
+        EXPECT_EQ(a_oClient.ask(Operation::InsertRow, "DynDns"), Result::Ok);
+        EXPECT_EQ(a_oClient.ask(Operation::Commit), Result::Ok);
+    };
+    commitRows(oWriter);
+    commitRows(oOwn);
+    for (RawClient* pClient : {&oWriter, &oOwn, &oOther})
+    {
+        // Each reply comes after what was queued before it.
+        EXPECT_EQ(pClient->ask(countRequest()).m_uiNumber, 4U);
+        EXPECT_EQ(pClient->ask(countRequest()).m_uiNumber, 4U);
+    }
+    EXPECT_THAT(oWriter.m_oNotified, testing::ElementsAre("DynDns")) << "not of its own commit";
+    EXPECT_THAT(oOwn.m_oNotified, testing::ElementsAre("DynDns", "DynDns"));
+    EXPECT_THAT(oOther.m_oNotified, testing::IsEmpty());
+}
+
+TEST_F(ServerTest, AWriterThatDisappearsLeavesNothing)
+{
+    start();
+    RawClient oOther(m_strPath);
+    oOther.greet();
+    {
+        RawClient oWriter(m_strPath);
+        oWriter.greet();
+        EXPECT_EQ(oWriter.ask(Operation::GetAccess), Result::Ok);
+        EXPECT_EQ(oWriter.ask(Operation::InsertRow, "DynDns"), Result::Ok);
+        EXPECT_EQ(oOther.ask(Operation::GetAccess), Result::AccessTaken);
+    }
+    const auto oEnd = Clock::now() + std::chrono::milliseconds(s_iBudgetMs);
+    while (oOther.ask(Operation::GetAccess) != Result::Ok && Clock::now() < oEnd)
+    {
+    }
+    EXPECT_EQ(oOther.ask(countRequest()).m_uiNumber, 0U);
+    EXPECT_EQ(oOther.ask(Operation::Commit), Result::Ok);
+}
+
+TEST_F(ServerTest, RequestsSentBeforeTheEndAreServed)
+{
+    start();
+    {
+        RawClient oWriter(m_strPath);
+        oWriter.greet();
+        wire::Request oRequest;
+        std::string strAll;
+        oRequest.m_strTable = "DynDns";
+        for (const Operation eOperation : {Operation::GetAccess, Operation::InsertRow, Operation::Commit})
+        {
+            oRequest.m_eOperation = eOperation;
+            strAll += wire::encodeFrame(wire::encode(oRequest));
+        }
+        oWriter.sendBytes(strAll);
+    }
+    RawClient oOther(m_strPath);
+    oOther.greet();
+    const auto oEnd = Clock::now() + std::chrono::milliseconds(s_iBudgetMs);
+    while (oOther.ask(countRequest()).m_uiNumber != 1 && Clock::now() < oEnd)
+    {
+    }
+    EXPECT_EQ(oOther.ask(countRequest()).m_uiNumber, 1U);
+}
+
+TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
+{
+    m_oLimits.m_oPatience.m_oHello = std::chrono::milliseconds(300);
+    m_oLimits.m_oPatience.m_oStalled = std::chrono::milliseconds(300);
+    start();
+    RawClient oGood(m_strPath);
+    oGood.greet();
+    const std::string strHalf = wire::encodeFrame(wire::encode(countRequest())).substr(0, 9);
+    const std::pair<std::string, bool> oBad[] = {
+        {"GET / HTTP/1.1\r\n\r\n", false},
+        {std::string("\0\0\0\0", 4), true},
+        {std::string("\0\x10\0\1", 4), true},
+        {std::string("\0\0\0\1\xc1", 5), true},
+        {wire::encodeFrame(wire::encode(wire::Notification{"DynDns"})), true},
+        {"", false}, // silent
+        {strHalf, true},
+    };
+    for (const auto& [strBytes, bGreeted] : oBad)
+    {
+        RawClient oClient(m_strPath);
+        if (bGreeted)
+        {
+            oClient.greet();
+        }
+        oClient.push(strBytes);
+        EXPECT_TRUE(oClient.isClosed()) << strBytes;
+        EXPECT_EQ(oGood.ask(countRequest()).m_eResult, Result::Ok);
+    }
+}
+
+TEST_F(ServerTest, AClientThatNeverReadsIsClosedAndCostsOthersNothing)
+{
+    m_oLimits.m_oPatience.m_oStalled = std::chrono::milliseconds(500);
+    start();
+    RawClient oGood(m_strPath);
+    oGood.greet();
+    EXPECT_EQ(oGood.ask(Operation::GetAccess), Result::Ok);
+    const korrin::ValueList oRow = row({{"Hostname", text(std::string(g_uiMaxText, 'h'))}});
+    for (int i = 0; i < 8; ++i)
+    {
+        EXPECT_EQ(oGood.ask(Operation::InsertRow, "DynDns", oRow), Result::Ok);
+    }
+    EXPECT_EQ(oGood.ask(Operation::Commit), Result::Ok);
+    RawClient oDeaf(m_strPath);
+    oDeaf.greet();
+    wire::Request oAll = countRequest();
+    oAll.m_eOperation = Operation::GetRows;
+    const std::string strRequest = wire::encodeFrame(wire::encode(oAll));
+    for (int i = 0; i < 1000 && oDeaf.push(strRequest); ++i)
+    {
+        EXPECT_EQ(oGood.ask(countRequest()).m_uiNumber, 8U);
+    }
+    const unsigned uiBefore = m_uiTurns;
+    EXPECT_TRUE(oDeaf.isHungUp());
+    EXPECT_LT(m_uiTurns - uiBefore, 50U) << "the service spun while it waited";
+    EXPECT_EQ(oGood.ask(countRequest()).m_uiNumber, 8U);
+}
+
+TEST_F(ServerTest, AFloodOfClientsKeepsNobodyOut)
+{
+    m_oLimits.m_uiClients = 12;
+    m_oLimits.m_uiStrangers = 4;
+    start();
+    std::vector<std::unique_ptr<RawClient>> oFlood;
+    RawClient oFirst(m_strPath);
+    oFirst.greet();
+    for (int i = 0; i < 200; ++i)
+    {
+        oFlood.push_back(std::make_unique<RawClient>(m_strPath));
+        if (i % 20 == 0)
+        {
+            RawClient(m_strPath).greet();
+        }
+    }
+    EXPECT_TRUE(oFlood.front()->isClosed());
+    std::vector<std::unique_ptr<RawClient>> oGreeted;
+    for (int i = 0; i < 11; ++i)
+    {
+        oGreeted.push_back(std::make_unique<RawClient>(m_strPath));
+        oGreeted.back()->greet();
+    }
+    EXPECT_EQ(RawClient(m_strPath).ask(hello()).m_strError,
+              "too many clients: there are 12 already; end some, or try again later");
+    EXPECT_EQ(oFirst.ask(countRequest()).m_eResult, Result::Ok);
+}
+
+TEST_F(ServerTest, OneProcessLeavesRoomForOthers)
+{
+    m_oLimits.m_uiClients = 3;
+    m_oLimits.m_uiPerProcess = 3;
+    start();
+    std::array<RawClient, 3> oClients;
+    for (RawClient& oClient : oClients)
+    {
+        oClient.connectTo(m_strPath);
+        oClient.greet();
+    }
+    EXPECT_EQ(oClients[0].ask(Operation::GetAccess), Result::Ok);
+    EXPECT_EQ(oClients[2].ask(Operation::GetTables), Result::Ok);
+    EXPECT_EQ(oClients[1].ask(Operation::GetTables), Result::Ok);
+    RawClient oFourth(m_strPath);
+    EXPECT_THAT(oFourth.ask(hello()).m_strError, HasSubstr("its process has 3 connections already"));
+    EXPECT_TRUE(oFourth.isClosed());
+    const Child oOther([&] { return RawClient(m_strPath).ask(hello()).m_eResult == Result::Ok ? 0 : 1; });
+    EXPECT_EQ(oOther.wait(), 0);
+    EXPECT_TRUE(oClients[2].isClosed()) << "the idlest, apart from the writer";
+    EXPECT_EQ(oClients[1].ask(countRequest()).m_eResult, Result::Ok);
+    EXPECT_EQ(oClients[0].ask(Operation::Commit), Result::Ok);
+}
+
+TEST_F(ServerTest, WithoutDescriptorsItRefusesAndDoesNotSpin)
+{
+    start();
+    RawClient oGood(m_strPath);
+    oGood.greet();
+    std::array<RawClient, 20> oLate;
+    rlimit oOld = {};
+    ::getrlimit(RLIMIT_NOFILE, &oOld);
+    const int iNext = ::dup(0);
+    ::close(iNext);
+    const rlimit oNoMore = {static_cast<rlim_t>(iNext), oOld.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &oNoMore);
+    const unsigned uiBefore = m_uiTurns;
+    for (RawClient& oClient : oLate)
+    {
+        oClient.connectTo(m_strPath);
+        EXPECT_TRUE(oClient.isClosed());
+        EXPECT_EQ(oGood.ask(countRequest()).m_eResult, Result::Ok);
+    }
+    EXPECT_LT(m_uiTurns - uiBefore, 100U);
+    ::setrlimit(RLIMIT_NOFILE, &oOld);
+    RawClient(m_strPath).greet();
+}
+
+TEST(ServiceSocketTest, RootIsNotKeptOutByOthers)
+{
+    if (::geteuid() != 0)
+    {
+        GTEST_SKIP() << "needs root";
+    }
+    const Folder oFolder;
+    std::filesystem::permissions(oFolder / "", std::filesystem::perms::all);
+    const std::string strPath = oFolder / "s";
+    const vadro::base::Descriptor oSquatter(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const sockaddr_un oAddress = addressOf(strPath);
+    ASSERT_EQ(::seteuid(12345), 0);
+    EXPECT_EQ(::bind(oSquatter.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress), 0);
+    EXPECT_EQ(::listen(oSquatter.get(), 5), 0);
+    EXPECT_TRUE(std::filesystem::create_directory(strPath + ".lock"));
+    ASSERT_EQ(::seteuid(0), 0);
+    const ServiceSocket oSocket(strPath, std::nullopt);
+    const RawClient oClient(strPath);
+    EXPECT_GT(::accept(oSocket.getFd(), nullptr, nullptr), 0);
+}
+
+TEST(ServiceSocketTest, ThePathIsTakenWithCare)
+{
+    const Folder oFolder;
+    const std::string strPath = oFolder / "s";
+    const auto failure = [](const std::string& a_strPath)
+    { return failureOf([&] { const ServiceSocket oSocket(a_strPath, std::nullopt); }); };
+    struct stat oStatus = {};
+    {
+        const ServiceSocket oSocket(strPath, std::nullopt);
+        ASSERT_EQ(::stat(strPath.c_str(), &oStatus), 0);
+        EXPECT_EQ(oStatus.st_mode & 0777U, 0600U);
+        EXPECT_THAT(failure(strPath), HasSubstr("in use by process " + std::to_string(::getpid())));
+        std::filesystem::rename(strPath, oFolder / "moved");
+        EXPECT_THAT(failure(strPath), HasSubstr("held by another start"));
+        std::ofstream(strPath) << "not ours";
+    }
+    EXPECT_THAT(failure(strPath), HasSubstr("no socket stands there")) << "what was not ours was left alone";
+    std::filesystem::remove(strPath);
+    std::filesystem::rename(oFolder / "moved", strPath); // nobody listens there any more
+    EXPECT_EQ(failure(strPath), "");
+    EXPECT_FALSE(std::filesystem::exists(strPath) || std::filesystem::exists(strPath + ".lock"));
+    EXPECT_THAT(failure(oFolder / "none/s"), HasSubstr("none/s.lock: No such file or directory"));
+    EXPECT_THAT(failure(std::string(200, 'x')), HasSubstr("1 to 107 bytes"));
+    {
+        const ServiceSocket oSocket(strPath, ::getegid());
+        ASSERT_EQ(::stat(strPath.c_str(), &oStatus), 0);
+        EXPECT_EQ(oStatus.st_mode & 0777U, 0660U);
+    }
+}

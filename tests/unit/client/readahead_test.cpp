@@ -1,0 +1,162 @@
+#include "cfgserver/database.h"
+#include "cfgserver/service.h"
+#include "platform/client/configclient.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace
+{
+
+/// A client with the real service behind it, without a socket between. Counts its requests.
+class Direct : public vadro::cfg::IRequester
+{
+public:
+    explicit Direct(cfgserver::Service& a_oService) : m_oClient(*this, false), m_oService(a_oService)
+    {
+        wire::Request oHello;
+        oHello.m_uiNumber = wire::g_uiProtocolVersion;
+        (void)request(oHello);
+    }
+    wire::Reply request(wire::Request a_oRequest) override
+    {
+        ++m_iRequests;
+        return m_oService.answer(m_oSession, a_oRequest, cfgserver::Clock::now()).m_oReply;
+    }
+    [[nodiscard]] std::string getServiceVersion() const override { return ""; }
+
+    vadro::cfg::ConfigClient m_oClient;
+    int m_iRequests = 0;
+
+private:
+    cfgserver::Service& m_oService;
+    cfgserver::Client m_oSession;
+};
+
+class ReadAhead : public testing::Test
+{
+protected:
+    void write(Direct& a_oOne, const std::function<void(vadro::cfg::ConfigClient&)>& a_oWrites)
+    {
+        ASSERT_EQ(a_oOne.m_oClient.getdbaccess(), 0U);
+        a_oWrites(a_oOne.m_oClient);
+        ASSERT_EQ(a_oOne.m_oClient.commit(), 0U);
+    }
+    void add(Direct& a_oOne, const char* a_pTable, int a_iFirst, int a_iLast)
+    {
+        write(a_oOne,
+              [&](vadro::cfg::ConfigClient& a_oClient)
+              {
+                  for (int iId = a_iFirst; iId <= a_iLast; ++iId)
+                  {
+                      korrin::ValueList oRow;
+                      oRow.add("Id", korrin::Value(korrin::eValueInteger, iId));
+                      oRow.add(std::string(a_pTable) == "DynDns" ? "Hostname" : "Name",
+                               korrin::Value(korrin::eValueText, "n" + std::to_string(iId)));
+                      EXPECT_EQ(a_oClient.insertrow(a_pTable, oRow), 0U);
+                  }
+              });
+    }
+    /// What a read gives: code, reason, row.
+    template<typename Read>
+    static auto outcome(vadro::cfg::ConfigClient& a_oClient, Read a_oRead)
+    {
+        korrin::ValueList oRow;
+        std::string strWhy;
+        const unsigned uiCode = a_oRead(a_oClient, oRow);
+        a_oClient.getlasterror(strWhy);
+        return std::tuple(uiCode, strWhy, oRow);
+    }
+
+    cfgserver::Database m_oDatabase{":memory:"};
+    cfgserver::Store m_oStore{m_oDatabase};
+    cfgserver::Service m_oService{m_oStore, cfgserver::AccessLimits()};
+    Direct m_oHandler{m_oService};
+    Direct m_oWriter{m_oService};
+    Direct m_oPlain{m_oService}; // reads without a delivery
+};
+
+} // namespace
+
+TEST_F(ReadAhead, ATableTakesFewRequestsInADeliveryAndOneEachOutsideOfIt)
+{
+    add(m_oWriter, "DynDns", 1, 2000);
+    add(m_oWriter, "StatusNetifWatch", 1, 1000);
+    for (const bool bDelivering : {true, false})
+    {
+        m_oHandler.m_oClient.setDelivering(bDelivering);
+        m_oHandler.m_iRequests = 0;
+        unsigned uiCount = 0;
+        m_oHandler.m_oClient.getrowcount("DynDns", uiCount);
+        for (unsigned uiRow = 0; uiRow < uiCount; ++uiRow)
+        {
+            korrin::NameList oAll;
+            korrin::NameList oSome;
+            oSome.add("Addr");
+            oSome.add("Name");
+            korrin::ValueList oRow;
+            ASSERT_EQ(m_oHandler.m_oClient.getrow("DynDns", uiRow, oAll, oRow), 0U);
+            ASSERT_EQ(oRow.getValue("Id").getInteger(), static_cast<int>(uiRow) + 1);
+            const std::string strName = "n" + std::to_string(uiRow % 1000 + 1);
+            ASSERT_EQ(m_oHandler.m_oClient.getrowbykey("StatusNetifWatch", "Name", strName, oSome, oRow), 0U);
+            ASSERT_EQ(oRow.front().first, "Addr");
+            ASSERT_EQ(oRow.back().second.getText(), strName);
+        }
+        EXPECT_EQ(uiCount, 2000U);
+        EXPECT_EQ(m_oHandler.m_iRequests > 4000, !bDelivering);
+        EXPECT_EQ(m_oHandler.m_iRequests < 20, bDelivering) << m_oHandler.m_iRequests;
+    }
+}
+
+TEST_F(ReadAhead, NobodySeesOtherThanWhatTheServiceSaysNow)
+{
+    std::mt19937 oDice(4711); // NOLINT(cert-msc51-cpp): a failure must be repeatable
+    add(m_oWriter, "DynDns", 1, 8);
+    add(m_oWriter, "StatusNetifWatch", 1, 8);
+    m_oHandler.m_oClient.setDelivering(true);
+    const char* apTables[] = {"DynDns", "StatusNetifWatch", "NoSuchTable"};
+    int iNewest = 8;
+    const auto roll = [&](int a_iMost) { return static_cast<int>(oDice() % static_cast<unsigned>(a_iMost)); };
+    const auto replaceOldest = [&](Direct& a_oOne, const char* a_pTable)
+    {
+        write(a_oOne, [&](auto& a_oClient) { EXPECT_EQ(a_oClient.deleterow(a_pTable, 0), 0U); });
+        add(a_oOne, a_pTable, iNewest + 1, iNewest + 1);
+        ++iNewest;
+    };
+    for (int iStep = 0; iStep < 4000; ++iStep)
+    {
+        const char* pTable = apTables[roll(roll(10) == 0 ? 3 : 2)];
+        const std::string strKey = std::to_string(iNewest - 12 + roll(15)); // some gone, some yet to come
+        korrin::NameList oNames;
+        if (roll(3) == 0)
+        {
+            oNames.add(roll(2) == 0 ? "Id" : "Name");
+        }
+        const auto check = [&](auto a_oRead)
+        { ASSERT_EQ(outcome(m_oHandler.m_oClient, a_oRead), outcome(m_oPlain.m_oClient, a_oRead)) << iStep; };
+        unsigned uiCount = 0;
+        if (roll(3) == 0)
+        {
+            m_oHandler.m_oClient.getrowcount(pTable, uiCount);
+        }
+        for (unsigned uiRow = roll(9) == 0 ? 3 : 0; uiRow < uiCount; ++uiRow)
+        {
+            check([&](auto& a_oClient, auto& a_oRow) { return a_oClient.getrow(pTable, uiRow, oNames, a_oRow); });
+            const char* pOther = apTables[roll(2)];
+            if (roll(40) == 0) // the handler itself writes
+            {
+                replaceOldest(m_oHandler, pOther);
+            }
+            else if (roll(40) == 0) // another client does, of which a notification comes before the next reply
+            {
+                replaceOldest(m_oWriter, pOther);
+                m_oHandler.m_oClient.onTableChanged(pOther);
+            }
+        }
+        check([&](auto& a_oClient, auto& a_oRow)
+              { return a_oClient.getrowbykey(pTable, "Id", strKey, oNames, a_oRow); });
+        check([&](auto& a_oClient, auto& a_oRow)
+              { return a_oClient.getrowbykey(pTable, "Name", "n" + strKey, oNames, a_oRow); });
+    }
+}

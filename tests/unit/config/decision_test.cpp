@@ -1,0 +1,190 @@
+#include "actions/curlaction.h"
+#include "actions/gnudipaction.h"
+#include "tests/unit/config/handlerfixture.h"
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+using quorvad::CurlAction;
+using quorvad::GnudipAction;
+using quorvad::Scheduler;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::FieldsAre;
+using testing::IsEmpty;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+/// Fails at every try, after its gate has opened; without a gate at once.
+struct GatedAction : quorvad::Action
+{
+    explicit GatedAction(std::shared_future<void> a_oGate) : m_oGate(std::move(a_oGate)) {}
+    bool execute() override
+    {
+        m_bEntered = true;
+        m_oGate.valid() ? m_oGate.wait_for(30s) : std::future_status::ready;
+        return false;
+    }
+    std::shared_future<void> m_oGate;
+    std::atomic<bool> m_bEntered{false};
+};
+
+bool waitFor(const std::atomic<bool>& a_bFlag)
+{
+    for (int iTick = 0; iTick < 1000 && !a_bFlag; ++iTick)
+    {
+        std::this_thread::sleep_for(10ms);
+    }
+    return a_bFlag;
+}
+
+} // namespace
+
+TEST_F(HandlerTest, EachChangeDispatchesItsAccounts)
+{
+    EXPECT_THAT(process(), IsEmpty());
+    EXPECT_THAT(m_oLines, Contains("debug No config data cached."));
+    notify("DynDns");
+    EXPECT_THAT(process(), ElementsAre(1, 2, 4));
+    m_oHandler.m_oSchedulers.clear();
+    EXPECT_THAT(process(), IsEmpty()) << "a change is acted on once";
+    const std::tuple<const char*, const char*, const char*, std::vector<int>> aoSteps[] = {
+        {"StatusNetifWatch", "1", "Addr=10.1.1.9", {1, 2}},
+        {"StatusNetifWatch", "1", "Addr=10.1.1.9", {}},
+        {"StatusNetifWatch", "1", "Mtu=1400", {}},
+        {"StatusNetifWatch", "1", "IsUp=0", {}},
+        {"StatusNetIfIPv6Addresses", "1", "Addr=2001:db8::2", {}}, // used up while down
+        {"StatusNetifWatch", "1", "IsUp=1", {1, 2}},
+        {"StatusNetIfIPv6Addresses", "1", "Addr=2001:db8::3", {1, 2}},
+        {"DNSRelay", "1", "EnableUserProvidedDnsServer=1", {}}, // relay off
+        {"DNSRelay", "1", "Enable=1", {1, 2, 4}},
+        {"DNSClientServer", "1", "IPAddress=10.0.0.9", {1, 2, 4}}, // every row is rebuilt
+        {"DNSRelay", "1", "UserProvidedDnsServerMode=1", {1, 2, 4}},
+        {"DNSClientServer", "1", "IPAddress=10.0.0.8", {}}, // user servers only
+        {"DynDns", "4", "Password=new", {4}},
+        {"DynDns", "4", "ServiceType=other", {}},
+        {"DNSRelay", "1", "EnableUserProvidedDnsServer=0", {}},
+        {"DynDns", "4", "ServiceType=gnudip", {1, 2, 4}},
+        {"DNSClientServer", "2", "Enable=0", {1, 2}},
+        {"DynDns", "1", "Enable=0", {2}},
+    };
+    for (const auto& [pTable, pId, pCell, oDispatched] : aoSteps)
+    {
+        change(pTable, pId, pCell);
+        m_oHandler.m_oSchedulers.clear();
+        EXPECT_EQ(process(), oDispatched) << pTable << " " << pCell;
+    }
+}
+
+TEST_F(HandlerTest, RemovesSchedulersThatBecameStale)
+{
+    // With the user's servers alone in force, a change of one account dispatches only that account.
+    rows("DNSRelay") = {makeRow("Enable=1 EnableUserProvidedDnsServer=1 UserProvidedDnsServerMode=1 "
+                                "PrimaryServerIp=9.9.9.9 SecondaryServerIp=1.1.1.1")};
+    notify("DynDns");
+    process();
+    m_oHandler.m_oSchedulers.emplace(3, std::make_unique<Scheduler>(60, 1, nullptr));
+    m_oHandler.m_oSchedulers.emplace(7, std::make_unique<Scheduler>(60, 0, nullptr));
+    m_oHandler.m_oSchedulers.at(7)->stop();
+    change("StatusNetifWatch", "1", "IsUp=0");
+    EXPECT_THAT(process(), ElementsAre(4));
+    EXPECT_THAT(m_oLines, Contains("debug Remove scheduled action for config id 3 because iface is down."));
+    EXPECT_THAT(m_oLines, Contains("debug Scheduled Action id 7 finished"));
+    change("DynDns", "1", "Retry=1");
+    EXPECT_THAT(process(), ElementsAre(1, 4)) << "a change of the account counts on a lost interface, too";
+    change("DynDns", "1", "Enable=0");
+    change("DynDns", "4", "ServiceType=other");
+    EXPECT_THAT(process(), IsEmpty());
+    EXPECT_THAT(m_oLines, Contains("debug Remove stale action for config id 1."));
+    EXPECT_THAT(m_oLines, Contains("debug Remove old scheduler for config id '4'."));
+}
+
+TEST_F(HandlerTest, AccountWaitsForItsInterface)
+{
+    const korrin::ValueList oRow = rows("StatusNetifWatch").back();
+    rows("StatusNetifWatch").pop_back();
+    notify("DynDns");
+    for (int iPass = 0; iPass < 2; ++iPass)
+    {
+        EXPECT_THAT(process(), ElementsAre(1, 2));
+        EXPECT_THAT(m_oLines, Contains("error Interface eth0 not found in watch table."));
+    }
+    rows("StatusNetifWatch").push_back(oRow);
+    notify("StatusNetifWatch");
+    EXPECT_THAT(process(), ElementsAre(1, 2, 4));
+
+    // All rows go, and a change of the DNS servers names the accounts nevertheless.
+    rows("StatusNetifWatch").clear();
+    notify("StatusNetifWatch");
+    notify("DNSClientServer");
+    EXPECT_THAT(process(), IsEmpty());
+    EXPECT_THAT(m_oHandler.m_oNetifWatch, IsEmpty()) << "a look-up added an entry";
+    EXPECT_TRUE(m_oHandler.m_oDynDnsCfgs.at(1)->m_bChanged);
+    change("StatusNetIfIPv6Addresses", "1", "Addr=2001:db8::2");
+    process();
+    EXPECT_THAT(m_oLines, Contains("debug No IPv4 info about 'ppp0' yet."));
+    EXPECT_TRUE(m_oHandler.m_oNetifIPv6.at("ppp0")->m_bChanged);
+}
+
+TEST_F(HandlerTest, BuildsActionsFromTheCachedRows)
+{
+    notify("DynDns");
+    ASSERT_THAT(process(), ElementsAre(1, 2, 4));
+    const auto actionOf = [&](int a_iId) { return m_oHandler.m_oSchedulers.at(a_iId)->m_pAction.get(); };
+    for (const auto& [iId, pUrl] :
+         {std::pair(1, "https://h/?10.1.1.1,2001:db8::1,A1B2"), std::pair(4, "https://h/?10.1.1.2,,A1B2")})
+    {
+        const auto& o = dynamic_cast<CurlAction&>(*actionOf(iId));
+        EXPECT_THAT(std::tie(o.m_strUrl, o.m_iDynDnsId, o.m_strExpectedResultSubString), FieldsAre(pUrl, iId, "good"));
+        EXPECT_THAT(std::tie(o.m_strDomain, o.m_strUsername, o.m_strPassword, o.m_strInterface),
+                    FieldsAre("alice.dyn.example.org", "alice", "secret", iId == 1 ? "ppp0" : "eth0"));
+    }
+    const auto& o = dynamic_cast<GnudipAction&>(*actionOf(2));
+    EXPECT_THAT(
+        std::tie(o.m_strServer, o.m_strLocalAddr, o.m_strHostname, o.m_strUsername, o.m_strPassword, o.m_iDynDnsId),
+        FieldsAre(testing::StartsWith("https"), "10.1.1.1", "alice.dyn.example.org", "alice", "secret", 2));
+    const auto oBuilt =
+        testing::MatchesRegex("debug Built scheduler with 4 retries and (5[1-9]|6[0-9]|70) seconds as start period");
+    EXPECT_THAT(m_oLines, Contains(oBuilt).Times(3));
+}
+
+TEST_F(HandlerTest, RefusedActionCostsOnlyItsAccount)
+{
+    rows("DNSClientServer").pop_back();
+    change("DynDns", "2", "AccountUserName=bob");
+    EXPECT_THAT(process(), ElementsAre(1));
+    EXPECT_THAT(m_oLines, Contains("error Failed to send HTTPS update: 'Empty list of DNS nameservers'"));
+    EXPECT_THAT(
+        m_oLines,
+        Contains("error Failed to send GnuDIP update (Username is part of gnuDIP domain => domain must be longer)"));
+    m_oClient.find("DynDns", "Id", "1")->remove("Retry");
+    notify("DynDns");
+    EXPECT_THAT([&] { m_oHandler.process(); }, Asserts("m_oLastSnapshot.hasValue(a_strParamName)"));
+    EXPECT_THAT(m_oHandler.m_oSchedulers, IsEmpty()) << "an empty entry was left";
+}
+
+// Else each of several accounts could begin another long attempt while the loop waits for the one before.
+TEST_F(HandlerTest, RemovedAttemptsAreWaitedForSideBySide)
+{
+    for (const char* pCell : {"Addr=10.1.1.9", "IsUp=0", ""}) // the last: with their handler
+    {
+        auto pOwn = std::make_unique<quorvad::ConfigHandler>();
+        notify("DynDns");
+        m_oHandler.process();
+        m_oHandler.m_oSchedulers.clear();
+        std::promise<void> oOpen;
+        const auto pHung = std::make_shared<GatedAction>(oOpen.get_future().share());
+        const auto pBusy = std::make_shared<GatedAction>(std::shared_future<void>());
+        auto& oSchedulers = (*pCell != 0 ? m_oHandler : *pOwn).m_oSchedulers;
+        oSchedulers.emplace(*pCell != 0 ? 1 : 3, std::make_unique<Scheduler>(0, 1, pHung)); // a map goes from its end
+        const auto& oBusy = *oSchedulers.emplace(2, std::make_unique<Scheduler>(0, 1000, pBusy)).first->second;
+        EXPECT_TRUE(waitFor(pHung->m_bEntered));
+        *pCell != 0 ? change("StatusNetifWatch", "1", pCell) : void();
+        auto oRemoved = std::async(std::launch::async, [&] { *pCell != 0 ? m_oHandler.process() : pOwn.reset(); });
+        EXPECT_TRUE(waitFor(oBusy.m_bFinished)) << pCell;
+        oOpen.set_value();
+    }
+}

@@ -1,0 +1,139 @@
+#include "daemon/environment.h"
+#include "daemon/options.h"
+#include "daemon/signals.h"
+#include "korrin/net/eventdispatcher.h"
+#include "tests/unit/support/logcapture.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <getopt.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace quorvad;
+using testing::AllOf;
+using testing::HasSubstr;
+
+namespace
+{
+
+Options parse(std::vector<std::string> a_oArguments)
+{
+    a_oArguments.insert(a_oArguments.begin(), "./quorvad");
+    std::vector<char*> oPointers;
+    for (auto& strArgument : a_oArguments)
+    {
+        oPointers.push_back(strArgument.data());
+    }
+    oPointers.push_back(nullptr);
+    Options oOptions;
+    optind = 1;
+    parseOptions(oOptions, static_cast<int>(a_oArguments.size()), oPointers.data());
+    return oOptions;
+}
+
+} // namespace
+
+TEST(Options, AreTakenInTheirOrder)
+{
+    EXPECT_TRUE(parse({"-d"}).m_bDaemonize);
+    EXPECT_FALSE(parse({"-f"}).m_bDebug);
+    const Options oAll = parse({"-df", "-p", "other"});
+    EXPECT_FALSE(oAll.m_bDaemonize);
+    EXPECT_TRUE(oAll.m_bDebug);
+    EXPECT_EQ(oAll.m_strPidName, "other");
+}
+
+namespace
+{
+
+class SignalsTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        installSignalHandlers();
+        loggedNow();
+        g_bTerminate = false;
+    }
+    void TearDown() override { g_bTerminate = false; }
+
+    std::string loggedNow()
+    {
+        logRecordedSignals();
+        return m_oLog.take();
+    }
+
+    /// Seconds that a wait of a minute takes.
+    static double waitedSeconds(korrin::net::EventDispatcher& a_oDispatcher)
+    {
+        const auto oStart = std::chrono::steady_clock::now();
+        a_oDispatcher.handleEvents(60000);
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - oStart).count();
+    }
+
+    LogCapture m_oLog;
+};
+
+} // namespace
+
+TEST_F(SignalsTest, AreRecordedAndLoggedOnce)
+{
+    raise(SIGPIPE);
+    EXPECT_FALSE(g_bTerminate);
+    EXPECT_THAT(loggedNow(), testing::EndsWith("Received SIGPIPE\n"));
+    raise(SIGQUIT);
+    raise(SIGTERM);
+    EXPECT_TRUE(g_bTerminate);
+    EXPECT_THAT(loggedNow(), AllOf(HasSubstr("Terminating on signal: 3\n"), HasSubstr("Terminating on signal: 15\n")));
+    EXPECT_EQ(loggedNow(), "");
+}
+
+TEST_F(SignalsTest, EndAWaitWhereverTheyCome)
+{
+    korrin::net::EventDispatcher oDispatcher;
+    {
+        const DispatcherWakeUp oWakeUp(oDispatcher);
+        std::thread([] { raise(SIGTERM); }).join(); // on another thread, before the wait begins
+        EXPECT_LT(waitedSeconds(oDispatcher), 30);
+        std::thread oLate(
+            []
+            {
+                usleep(20000);
+                raise(SIGINT);
+            });
+        EXPECT_LT(waitedSeconds(oDispatcher), 30);
+        oLate.join();
+    }
+    raise(SIGINT);                               // nobody to wake any more
+    const DispatcherWakeUp oWakeUp(oDispatcher); // the stop request stands
+    EXPECT_LT(waitedSeconds(oDispatcher), 30);
+}
+
+TEST_F(SignalsTest, StopWaitsForTheHandlersEvenIfBlockedFromOutside)
+{
+    sigset_t oTerm;
+    sigemptyset(&oTerm);
+    sigaddset(&oTerm, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &oTerm, nullptr);
+    {
+        const StopSignalBlock oBlock;
+        raise(SIGTERM);
+        raise(SIGINT);
+        EXPECT_FALSE(g_bTerminate);
+    }
+    EXPECT_TRUE(g_bTerminate);
+    EXPECT_THAT(loggedNow(), AllOf(HasSubstr("signal: 15"), HasSubstr("signal: 2")));
+}
+
+TEST(Environment, LeavesNoWayAroundTheInterface)
+{
+    for (const char* pName : {"https_proxy", "ALL_PROXY", "no_proxy", "SSLKEYLOGFILE"})
+    {
+        setenv(pName, "x", 1);
+        cleanEnvironment();
+        EXPECT_EQ(getenv(pName), nullptr) << pName;
+    }
+}

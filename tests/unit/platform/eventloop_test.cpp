@@ -1,0 +1,136 @@
+#include "korrin/net/eventdispatcher.h"
+#include "platform/base/eventloop.h"
+
+#include "tests/unit/support/logcapture.h"
+
+#include <climits>
+#include <csignal>
+#include <stdexcept>
+#include <thread>
+
+#include <sys/epoll.h>
+#include <sys/time.h>
+
+using korrin::net::EventDispatcher;
+using korrin::net::EventLoop;
+using vadro::base::Descriptor;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr int s_iForEverMs = 1000000; // beyond what CTest grants: a wait that nothing ends fails
+EventDispatcher* s_pDispatcher = nullptr;
+
+// The read end of a pipe that was hung up, which is always ready.
+int makeReadyPipe()
+{
+    int aiFd[2];
+    EXPECT_EQ(0, pipe(aiFd));
+    close(aiFd[1]);
+    return aiFd[0];
+}
+
+} // namespace
+
+TEST(EventLoop, WakeUpIsKeptForTheNextWaitAndTakenOnce)
+{
+    EventLoop oLoop;
+    const Descriptor oPipe(makeReadyPipe());
+    oLoop.wakeUp();
+    oLoop.wakeUp();
+    EXPECT_TRUE(oLoop.wait(s_iForEverMs));
+    EXPECT_FALSE(oLoop.wait(0));
+    oLoop.add(oPipe.get(), EPOLLIN, [&](std::uint32_t) { oLoop.remove(oPipe.get()), oLoop.wakeUp(); });
+    EXPECT_FALSE(oLoop.wait(s_iForEverMs));
+    EXPECT_TRUE(oLoop.wait(s_iForEverMs));
+}
+
+TEST(EventDispatcher, IsWokenByThreadsAndLongWaitsSaturate)
+{
+    EventDispatcher oDispatcher;
+    for (const unsigned uiMs : {static_cast<unsigned>(INT_MAX) + 1U, UINT_MAX})
+    {
+        const auto oStart = std::chrono::steady_clock::now();
+        std::thread oThread([&] { std::this_thread::sleep_for(5ms), oDispatcher.wakeUp(); });
+        oDispatcher.handleEvents(uiMs);
+        EXPECT_GE(std::chrono::steady_clock::now() - oStart, 5ms) << uiMs;
+        oThread.join();
+    }
+}
+
+// One signal per wait, at any moment, mostly just before or after the wait begins: none may sleep on.
+TEST(EventDispatcher, SignalHandlerEndsEveryWait)
+{
+    EventDispatcher oDispatcher;
+    s_pDispatcher = &oDispatcher;
+    struct sigaction oAction = {};
+    oAction.sa_handler = [](int) { s_pDispatcher->wakeUp(); };
+    sigaction(SIGALRM, &oAction, nullptr);
+    for (int iRound = 0; iRound < 3000; ++iRound)
+    {
+        itimerval oOnce{};
+        oOnce.it_value.tv_usec = 1 + iRound % 40;
+        setitimer(ITIMER_REAL, &oOnce, nullptr);
+        oDispatcher.handleEvents(s_iForEverMs);
+    }
+}
+
+TEST(EventLoop, RemovedHandlersAreNotCalledInTheSameRound)
+{
+    EventLoop oLoop;
+    const Descriptor oFirst(makeReadyPipe());
+    const Descriptor oSecond(makeReadyPipe());
+    int iCalls = 0;
+    const auto oHandler = [&](std::uint32_t)
+    {
+        ++iCalls;
+        oLoop.remove(oFirst.get()); // itself and the other, in whichever order they come
+        oLoop.remove(oSecond.get());
+    };
+    oLoop.add(oFirst.get(), EPOLLIN, oHandler);
+    oLoop.add(oSecond.get(), EPOLLIN, oHandler);
+    oLoop.wait(s_iForEverMs);
+    oLoop.wait(0);
+    EXPECT_EQ(1, iCalls);
+}
+
+// Two connections fail at once; the first handler replaces the other one by a new one that gets the same number.
+TEST(EventLoop, EventsOfAClosedDescriptorDoNotReachItsSuccessor)
+{
+    EventLoop oLoop;
+    const Descriptor oFirst(makeReadyPipe());
+    const Descriptor oSecond(makeReadyPipe());
+    int aiNew[2];
+    ASSERT_EQ(0, pipe(aiNew));
+    int iSuccessorCalls = 0;
+    bool bReplaced = false;
+    const auto oReplace = [&](int a_iOther)
+    {
+        ASSERT_FALSE(bReplaced);
+        bReplaced = true;
+        oLoop.remove(a_iOther);
+        dup2(aiNew[0], a_iOther);
+        oLoop.add(a_iOther, EPOLLIN, [&](std::uint32_t) { ++iSuccessorCalls; });
+    };
+    oLoop.add(oFirst.get(), EPOLLIN, [&](std::uint32_t) { oReplace(oSecond.get()); });
+    oLoop.add(oSecond.get(), EPOLLIN, [&](std::uint32_t) { oReplace(oFirst.get()); });
+    oLoop.wait(s_iForEverMs);
+    EXPECT_TRUE(bReplaced);
+    EXPECT_EQ(0, iSuccessorCalls);
+    close(aiNew[0]);
+    close(aiNew[1]);
+}
+
+TEST(EventLoop, ThrowingHandlersAreLoggedAndOthersStillRun)
+{
+    EventLoop oLoop;
+    LogCapture oCapture;
+    const Descriptor aoPipes[] = {Descriptor(makeReadyPipe()), Descriptor(makeReadyPipe())};
+    int iCalls = 0;
+    oLoop.add(aoPipes[0].get(), EPOLLIN, [](std::uint32_t) { throw std::runtime_error("no luck"); });
+    oLoop.add(aoPipes[1].get(), EPOLLIN, [&](std::uint32_t) { ++iCalls; });
+    oLoop.wait(s_iForEverMs);
+    EXPECT_EQ(1, iCalls);
+    EXPECT_NE(std::string::npos, oCapture.take().find("Event handler failed: no luck\n"));
+}

@@ -1,0 +1,181 @@
+#include "platform/base/lockfile.h"
+#include "platform/base/pidfile.h"
+#include "platform/base/processcheck.h"
+
+#include "pidfilefixture.h"
+
+#include <atomic>
+#include <limits>
+#include <list>
+
+#include <sched.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using namespace std::string_literals;
+
+TEST(ParsePid, OnlyOnePositiveNumberAndALineFeed)
+{
+    using vadro::base::parsePid;
+    EXPECT_EQ(1, parsePid("1\n"));
+    EXPECT_EQ(std::numeric_limits<pid_t>::max(), parsePid("2147483647\n"));
+    for (const std::string& strContents :
+         {""s,      "\n"s,    "1"s,     "0\n"s,   "-1\n"s,   "+1\n"s,         " 1\n"s,
+          "1 \n"s,  "01\n"s,  "1\n\n"s, "1\r\n"s, "1\n2\n"s, "2147483648\n"s, "4294967297\n"s,
+          "0x1\n"s, "1e3\n"s, "one\n"s, "\0\n"s,  "1\0\n"s,  "\xff\n"s,       "18446744073709551617\n"s})
+    {
+        EXPECT_FALSE(parsePid(strContents)) << strContents;
+    }
+}
+
+TEST(ParseProcessStat, CommandMayHoldAnything)
+{
+    using vadro::base::parseProcessStat;
+    EXPECT_EQ("a b", parseProcessStat("12 (a b) S 1 1")->m_strCommand);
+    const auto oNasty = parseProcessStat("12 (x) Z (y) R 1 (1");
+    ASSERT_TRUE(oNasty);
+    EXPECT_EQ("x) Z (y", oNasty->m_strCommand);
+    EXPECT_EQ('R', oNasty->m_cState);
+    for (const char* pContents : {"", "12", "12 (a", "12 (a)", "12 (a) ", ") (", "12 () "})
+    {
+        EXPECT_FALSE(parseProcessStat(pContents)) << pContents;
+    }
+}
+
+TEST_F(PidFileTest, LifeOfOneFile)
+{
+    const mode_t iOldMask = umask(0777);
+    EXPECT_NE(0, VADRO_Daemon_createPidFile(&m_oDaemon));
+    umask(iOldMask);
+    struct stat oStatus = {};
+    ASSERT_EQ(0, stat(m_oDaemon.m_strPidFile.c_str(), &oStatus));
+    EXPECT_EQ(0644U, oStatus.st_mode & 07777U);
+    EXPECT_EQ(lineOf(getpid()), contents());
+    EXPECT_EQ(0, VADRO_Daemon_occupiedPidFile(&m_oDaemon)); // by the caller itself
+    EXPECT_EQ(0, VADRO_Daemon_createPidFile(&m_oDaemon)) << "wrote over an existing file";
+    EXPECT_EQ(1, countFiles());
+    VADRO_Daemon_deletePidFile(&m_oDaemon);
+    EXPECT_EQ(0, countFiles());
+}
+
+TEST_F(PidFileTest, RunningInstanceIsRespected)
+{
+    const Child oChild(pause);
+    put(lineOf(oChild.m_iPid));
+    EXPECT_NE(0, VADRO_Daemon_occupiedPidFile(&m_oDaemon));
+    VADRO_Daemon_deletePidFile(&m_oDaemon);
+    EXPECT_EQ(0, VADRO_Daemon_createPidFile(&m_oDaemon));
+    EXPECT_EQ(lineOf(oChild.m_iPid), contents());
+}
+
+TEST_F(PidFileTest, StaleFilesGiveWay)
+{
+    const Child oZombie([] { return 0; });
+    EXPECT_EQ(0, oZombie.wait());
+    const pid_t iDead = Child([] { return 0; }).m_iPid;
+    for (const pid_t iPid : {oZombie.m_iPid, iDead, getpid()})
+    {
+        expectStale([&] { put(lineOf(iPid)); });
+    }
+}
+
+TEST_F(PidFileTest, WhatIsNoFileIsNeitherFollowedNorWaitedFor)
+{
+    const Child oChild(pause);
+    (void)m_oFolder.write("victim", lineOf(oChild.m_iPid));
+    expectStale([&] { ASSERT_EQ(0, symlink("victim", m_oDaemon.m_strPidFile.c_str())); });
+    EXPECT_EQ(1, countFiles());
+    expectStale([&] { ASSERT_EQ(0, mkfifo(m_oDaemon.m_strPidFile.c_str(), 0600)); });
+
+    ASSERT_EQ(0, mkdir(m_oDaemon.m_strPidFile.c_str(), 0700));
+    EXPECT_EQ(0, VADRO_Daemon_occupiedPidFile(&m_oDaemon));
+    VADRO_Daemon_deletePidFile(&m_oDaemon);
+    EXPECT_EQ(0, VADRO_Daemon_createPidFile(&m_oDaemon));
+    EXPECT_NE(std::string::npos, m_oCapture.take().find("quorvad.pid can't be written: File exists"));
+}
+
+TEST_F(PidFileTest, LeavesNothingBehindWhenItCannotBeWritten)
+{
+    std::ofstream(m_oDaemon.m_strPidFile + ".new") << "of a start that was killed";
+    int aiPipe[2]; // the limit would hold for the captured log as well
+    ASSERT_EQ(0, pipe(aiPipe));
+    const Child oStart(
+        [&]
+        {
+            dup2(aiPipe[1], STDERR_FILENO);
+            const rlimit oFull{1, 1}; // not even the number fits
+            std::signal(SIGXFSZ, SIG_IGN);
+            setrlimit(RLIMIT_FSIZE, &oFull);
+            return VADRO_Daemon_createPidFile(&m_oDaemon);
+        });
+    EXPECT_EQ(0, oStart.wait());
+    EXPECT_EQ(0, countFiles());
+    close(aiPipe[1]);
+    char acLog[500] = {};
+    EXPECT_LT(0, read(aiPipe[0], acLog, sizeof acLog - 1));
+    close(aiPipe[0]);
+    EXPECT_THAT(acLog, testing::HasSubstr(m_oDaemon.m_strPidFile + " can't be written: File too large"));
+}
+
+// The lock is out of other users' reach: anyone may lock the folder itself.
+TEST_F(PidFileTest, LockDelaysButDoesNotStop)
+{
+    const vadro::base::Descriptor oDirectory(open((m_oFolder / "").c_str(), O_RDONLY | O_DIRECTORY));
+    ASSERT_EQ(0, flock(oDirectory.get(), LOCK_EX));
+    expectStale([&] { put("garbage\n"); });
+    const vadro::base::LockFile oLock(m_oDaemon.m_strPidFile + ".lock", 0);
+    ASSERT_EQ("", oLock.getFailure());
+    put("garbage\n");
+    VADRO_Daemon_deletePidFile(&m_oDaemon);
+    EXPECT_EQ("garbage\n", contents()); // could have become another start's by now
+    put(lineOf(getpid()));
+    VADRO_Daemon_deletePidFile(&m_oDaemon);
+    EXPECT_EQ(1, countFiles()); // the lock
+}
+
+// Many starts at the same moment, over a stale file, each as main does it: one gets the file, nobody loses it.
+TEST_F(PidFileTest, OneOfManyStartsWins)
+{
+    constexpr unsigned uiStarts = 8;
+    void* const pShared = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, pShared);
+    auto& oArrived = *new (pShared) std::atomic<unsigned>(0);
+    const auto oMeet = [&](unsigned a_uiArrivals)
+    {
+        for (++oArrived; oArrived < a_uiArrivals;)
+        {
+            sched_yield();
+        }
+    };
+    const auto oStart = [&]
+    {
+        int iWon = 0;
+        oMeet(uiStarts);
+        if (VADRO_Daemon_occupiedPidFile(&m_oDaemon) == 0)
+        {
+            VADRO_Daemon_deletePidFile(&m_oDaemon);
+            iWon = VADRO_Daemon_createPidFile(&m_oDaemon);
+        }
+        oMeet(2 * uiStarts); // the winner lives on while the others try
+        return iWon;
+    };
+    for (int iRound = 0; iRound < 40; ++iRound)
+    {
+        put("garbage");
+        oArrived = 0;
+        std::list<Child> oChildren;
+        while (oChildren.size() < uiStarts)
+        {
+            oChildren.emplace_back(oStart);
+        }
+        std::string strWinners;
+        for (const Child& oChild : oChildren)
+        {
+            strWinners += oChild.wait() == 1 ? lineOf(oChild.m_iPid) : "";
+        }
+        ASSERT_EQ(strWinners, contents()) << "round " << iRound;
+        ASSERT_EQ(1, countFiles());
+    }
+}

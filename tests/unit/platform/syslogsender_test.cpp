@@ -1,0 +1,45 @@
+#include "platform/base/syslogsender.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <regex>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+
+// The C library's syslog() never returns here.
+TEST(SyslogSender, LoggerThatStandsStillCostsLinesAndNoTime)
+{
+    char acFolder[] = "/tmp/syslogsender.XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(acFolder));
+    const std::string strPath = std::string(acFolder) + "/log";
+    sockaddr_un oAddress{};
+    oAddress.sun_family = AF_UNIX;
+    strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
+    const vadro::base::Descriptor oLogger(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
+    ASSERT_EQ(0, bind(oLogger.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress));
+    vadro::base::SyslogSender oSender(strPath);
+    const auto oStart = std::chrono::steady_clock::now();
+    for (int i = 0; i < 5000; ++i)
+    {
+        oSender.send(LOG_ERR, "quorvad", "line");
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - oStart, std::chrono::seconds(2));
+    const auto receive = [&](char(&a_acLine)[200])
+    { return std::string(a_acLine, std::max<ssize_t>(0, recv(oLogger.get(), a_acLine, sizeof a_acLine, 0))); };
+    char acLine[200];
+    std::string strFirst = receive(acLine);
+    EXPECT_TRUE(
+        std::regex_match(strFirst, std::regex("<27>[A-Z][a-z]{2} [ \\d]\\d [\\d:]{8} quorvad\\[\\d+\\]: line")));
+    unsigned uiRead = 1;
+    for (; !receive(acLine).empty(); ++uiRead)
+    {
+    }
+    oSender.send(LOG_ERR, "quorvad", "after");
+    EXPECT_NE(std::string::npos, receive(acLine).find(": " + std::to_string(5000 - uiRead) + " lines were lost"));
+    EXPECT_NE(std::string::npos, receive(acLine).find(": after"));
+    std::filesystem::remove_all(acFolder);
+}

@@ -1,0 +1,43 @@
+#include "scheduler/random.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <set>
+#include <sys/mman.h>
+#include <unistd.h>
+
+using quorvad::detail::getRandomUint;
+
+// The engine's first outputs for seed 5489 are 3499211612 and 581869302; the results follow by hand.
+TEST(Random, MapsEngineOutputsToTheRange)
+{
+    const std::uint32_t uiSeed = 5489;
+    const int iFd = memfd_create("device", 0);
+    ASSERT_EQ(write(iFd, &uiSeed, sizeof(uiSeed)), 4);
+    const std::string strDevice = "/proc/self/fd/" + std::to_string(iFd);
+    EXPECT_EQ(getRandomUint(strDevice.c_str(), 0), 3499211613U);
+    EXPECT_EQ(getRandomUint(strDevice.c_str(), 1), 1U);
+    EXPECT_EQ(getRandomUint(strDevice.c_str(), 20), 17U);
+    EXPECT_EQ(getRandomUint(strDevice.c_str(), 3000000000U), 581869303U) << "the first output is beyond the limit";
+    EXPECT_EQ(getRandomUint(strDevice.c_str(), UINT32_MAX), 3499211613U);
+
+    ASSERT_EQ(ftruncate(iFd, 3), 0);
+    for (const std::string& strBroken : {strDevice, strDevice + "-missing"})
+    {
+        EXPECT_THAT([&] { (void)getRandomUint(strBroken.c_str(), 20); },
+                    testing::ThrowsMessage<std::runtime_error>("random_device::random_device(const std::string&)"));
+    }
+    close(iFd);
+}
+
+TEST(Random, SystemDeviceReachesTheWholeRange)
+{
+    std::set<unsigned int> oSeen;
+    for (int iDraw = 0; iDraw < 2000; ++iDraw)
+    {
+        oSeen.insert(quorvad::getRandomUint(20));
+    }
+    EXPECT_EQ(oSeen.size(), 20U);
+    EXPECT_EQ(*oSeen.begin() + *oSeen.rbegin(), 21U);
+}

@@ -1,0 +1,123 @@
+#include "wire/message.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+
+namespace
+{
+
+using namespace std::string_literals;
+using testing::HasSubstr;
+using testing::Not;
+
+korrin::ValueList sampleRow()
+{
+    korrin::ValueList oRow;
+    oRow.add("Id", korrin::Value(korrin::eValueInteger, INT_MIN));
+    oRow.add("Tries", korrin::Value(korrin::eValueInteger, INT_MAX));
+    oRow.add("Password", korrin::Value(korrin::eValueText, "p\0w\xff\n"s));
+    oRow.add("Nothing", korrin::Value(korrin::eValueNull, 0));
+    return oRow;
+}
+
+std::string sampleRequest()
+{
+    wire::Request oRequest{7, wire::Operation::UpdateKey, UINT_MAX, "DynDns", "Id", "secret", {}, sampleRow()};
+    oRequest.m_oNames.add("Name");
+    oRequest.m_oNames.add("");
+    return wire::encode(oRequest);
+}
+
+TEST(Message, RequestKeepsEveryField)
+{
+    const auto oSeen = std::get<wire::Request>(wire::decode(sampleRequest()));
+    EXPECT_EQ(oSeen.m_uiSequence, 7U);
+    EXPECT_EQ(oSeen.m_eOperation, wire::Operation::UpdateKey);
+    EXPECT_EQ(oSeen.m_uiNumber, UINT_MAX);
+    EXPECT_EQ(oSeen.m_strTable + "/" + oSeen.m_strKeyColumn + "/" + oSeen.m_strKeyValue, "DynDns/Id/secret");
+    EXPECT_THAT(oSeen.m_oNames, testing::ElementsAre("Name", ""));
+    EXPECT_EQ(oSeen.m_oValues, sampleRow());
+}
+
+TEST(Message, ReplyAndNotificationKeepEveryField)
+{
+    wire::Reply oReply{8, wire::Result::TooLarge, "why", 3, {sampleRow(), {}, sampleRow()}, {}};
+    oReply.m_oNames.add("etl");
+    const auto oSeen = std::get<wire::Reply>(wire::decode(wire::encode(oReply)));
+    EXPECT_EQ(oSeen.m_uiSequence, 8U);
+    EXPECT_EQ(oSeen.m_eResult, wire::Result::TooLarge);
+    EXPECT_EQ(oSeen.m_strError, "why");
+    EXPECT_EQ(oSeen.m_uiNumber, 3U);
+    EXPECT_EQ(oSeen.m_oRows, oReply.m_oRows);
+    EXPECT_EQ(oSeen.m_oNames, oReply.m_oNames);
+    EXPECT_EQ(std::get<wire::Notification>(wire::decode(wire::encode(wire::Notification{"etl"}))).m_strTable, "etl");
+}
+
+TEST(Message, NastyPayloadsAreRefusedWithAReasonAndWithoutTheirContents)
+{
+    const std::string strHead = "\x99\x01\x07\x08\x00"s; // request 7: insert a row
+    const std::string strTexts = "\xa6"s + "secret\xa0\xa0"s;
+    const std::vector<std::pair<std::string, const char*>> oSamples = {
+        {"", "cut off"},
+        {"\xc1", "does not know"},
+        {"\x01", "message is no array"},
+        {"\x90", "message has a wrong number"},
+        {"\xdd\xff\xff\xff\xff", "more array elements"},
+        {"\xdc\xff\xff" + std::string(100, '\x01'), "more array elements"},
+        {"\x92\xdc\x00\x0a\xdc\x00\x0a"s + std::string(13, '\x01'), "more array elements"},
+        {"\x92\x01\xdd\x00\x00\xff\xff"s + std::string(65535, '\x90'), "than a message may have"},
+        {"\x93\x02\x92\x01\x01\x01", "elements is not known"},
+        {std::string(60, '\x91') + "\x01", "nested too deep"},
+        {std::string(1000000, '\x91'), "nested too deep"},
+        {"\x92\x03\xa6secret\xa6secret", "7 bytes behind"},
+        {"\x92\x03\xc4\x06secret", "binary data"},
+        {"\x92\x03\xdb\xff\xff\xff\xffsecret", "cut off"},
+        {"\x92\x03\x81\xa6secret\x01", "a map"},
+        {"\x92\x03\xd6\x01 123", "extension"},
+        {"\x92\x03\xcb 1234567", "floating point"},
+        {"\x92\x03\xc3", "boolean"},
+        {"\x92\x03\xc0", "notification table is no text"},
+        {"\x93\x03\xa6secret\xa6secret", "kind 3 with 3"},
+        {"\x92\x09\xa6secret", "kind 9 with 2"},
+        {"\x92\xff\xa6secret", "message kind is no unsigned"},
+        {"\x99\x01\x07\x00\x00"s + strTexts + "\x90\x90", "operation 0"},
+        {"\x99\x01\x07\x0f\x00"s + strTexts + "\x90\x90", "operation 15"},
+        {"\x99\x01\xcf\x00\x00\x00\x01\x00\x00\x00\x00\x08\x00"s + strTexts + "\x90\x90", "sequence"},
+        {"\x97\x02\x07\x0c\xa6secret\x00\x90\x90"s, "result 12"},
+        {"\x97\x02\x07\x64\xa6secret\x00\x90\x90"s, "result 100"},
+        {"\x97\x02\x07\x00\xa6secret\x00\x91\xa6secret\x90"s, "row is no array"},
+        {strHead + strTexts + "\x91\x01\x90", "name is no text"},
+        {strHead + strTexts + "\x90\xa6secret", "values is no array"},
+        {strHead + strTexts + "\x90\x91\x92\xa6secret\x04", "column has a wrong number"},
+        {strHead + strTexts + "\x90\x91\x93\xa6secret\x03\xa6secret", "column type 3"},
+        {strHead + strTexts + "\x90\x91\x93\xa6secret\x02\xa6secret", "integer column is no signed"},
+        {strHead + strTexts + "\x90\x91\x93\xa6secret\x02\xce\x80\x00\x00\x00"s, "integer column is no signed"},
+        {strHead + strTexts + "\x90\x91\x93\xa6secret\x04\x05", "text column is no text"},
+        {strHead + strTexts + "\x90\x91\x93\xa6secret\x00\xa6secret"s, "null column has a content"},
+        {strHead + strTexts + "\xdc\x04\x01" + std::string(1025, '\xa0') + "\x90", "names has a wrong number"},
+    };
+    for (const auto& [strPayload, pReason] : oSamples)
+    {
+        try
+        {
+            (void)wire::decode(strPayload);
+            ADD_FAILURE() << "accepted: " << testing::PrintToString(strPayload.substr(0, 40));
+        }
+        catch (const wire::DecodeError& e)
+        {
+            EXPECT_THAT(e.what(), AllOf(HasSubstr(pReason), Not(HasSubstr("secret"))))
+                << testing::PrintToString(strPayload.substr(0, 40));
+        }
+    }
+}
+
+TEST(Message, ValueOfAnUnknownTypeIsNotSent)
+{
+    wire::Request oRequest;
+    oRequest.m_oValues.add("Id", korrin::Value(3, 1));
+    EXPECT_THROW((void)wire::encode(oRequest), std::invalid_argument);
+}
+
+} // namespace

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <msgpack.hpp>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace wire
+{
+
+/// The objects of a payload that passed checkShape(). Texts stay in the payload, which must outlive the tree; at most
+/// one object of 24 bytes is made per payload byte.
+class ObjectTree
+{
+public:
+    /// Throws DecodeError.
+    explicit ObjectTree(std::string_view a_strPayload);
+
+    [[nodiscard]] const msgpack::object& root() const { return m_oRoot; }
+
+private:
+    msgpack::zone m_oZone;
+    msgpack::object m_oRoot;
+};
+
+/// Reads the elements of one array in order, each with the type that the caller expects. Every operation names what it
+/// reads and throws DecodeError with that name, and never with the content, when the element is missing or another.
+class Fields
+{
+public:
+    Fields(const msgpack::object& a_oArray, const char* a_pName, std::uint32_t a_uiLeast, std::uint32_t a_uiMost);
+
+    [[nodiscard]] std::uint32_t left() const { return m_uiCount - m_uiNext; }
+    [[nodiscard]] bool atEnd() const { return left() == 0; }
+
+    std::uint32_t number(const char* a_pName);
+    int integer(const char* a_pName);
+    std::string text(const char* a_pName);
+    void nothing(const char* a_pName);
+    Fields array(const char* a_pName, std::uint32_t a_uiLeast, std::uint32_t a_uiMost);
+
+private:
+    const msgpack::object& take(const char* a_pName);
+
+    const msgpack::object* m_pElements;
+    std::uint32_t m_uiCount;
+    std::uint32_t m_uiNext = 0;
+};
+
+} // namespace wire

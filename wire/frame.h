@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace wire
+{
+
+/// Largest payload of one frame, bytes, in either direction.
+constexpr std::size_t g_uiMaxPayload = 1024UL * 1024UL;
+/// Bytes of the length prefix: the payload's length as an unsigned 32-bit number, most significant byte first.
+constexpr std::size_t g_uiPrefixSize = 4;
+
+/// Prefixes a payload with its length. Throws std::length_error when it is empty or larger than g_uiMaxPayload.
+std::string encodeFrame(std::string_view a_strPayload);
+
+/// Cuts a byte stream into payloads. Pure: no I/O, no clock. Holds at most one frame and what was fed behind it.
+class FrameReader
+{
+public:
+    enum class State
+    {
+        NeedMore, ///< no whole payload yet
+        Payload,  ///< a_strPayload was filled
+        Broken    ///< a length of 0 or beyond the limit; the stream can't be read on
+    };
+
+    void feed(const char* a_pData, std::size_t a_uiSize);
+    /// Takes the next payload out. Broken is final.
+    [[nodiscard]] State next(std::string& a_strPayload);
+    /// The refused length, for the log line after Broken.
+    [[nodiscard]] std::uint32_t getRefusedLength() const { return m_uiRefusedLength; }
+    /// Bytes held and not yet taken.
+    [[nodiscard]] std::size_t getBuffered() const { return m_strBuffer.size() - m_uiConsumed; }
+
+private:
+    void consume(std::size_t a_uiSize);
+    void refuse(std::uint32_t a_uiLength);
+
+    std::string m_strBuffer;
+    std::size_t m_uiConsumed = 0;
+    std::uint32_t m_uiRefusedLength = 0;
+    bool m_bBroken = false;
+};
+
+} // namespace wire
