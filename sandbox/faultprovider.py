@@ -23,7 +23,8 @@ ELSEWHERE = "https://ddns.example.net/plain/elsewhere"  # where the redirect poi
 
 
 def reset(connection):
-    """Ends the connection with a reset instead of an orderly close."""
+    """Ends the connection with a reset instead of an orderly close, once the client has noticed that it is connected."""
+    connection.recv(4096)
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     connection.close()
 
