@@ -19,8 +19,8 @@ def digest(password, salt):
 
 
 def pause():
-    """Until what was sent has been read, and what comes next is a segment of its own."""
-    time.sleep(0.3)
+    """Until what was sent has been read, also by a busy machine's client: what comes next is a segment of its own."""
+    time.sleep(2)
 
 
 # fault: (salt as it is sent, pieces of the answer; None: judged by the hash, a text: done instead).
@@ -62,7 +62,7 @@ class Server:
         if salt is not None:
             connection.sendall(salt)
             if answer in ("close", "reset"):
-                pause()
+                connection.recv(1, socket.MSG_PEEK)  # the client has read the salt and said its part, which stays unread
         if answer == "silent":
             time.sleep(SILENCE)
         elif answer == "reset":

@@ -77,8 +77,8 @@ def test_disk(router):
     faults.fail(write=errno.ENOSPC)  # an outcome is small: it fits into what the log file has already
     daemon.wait_log(UPDATED, START_PERIOD)
     router.wait_written(router.service, "Commit of client 'quorvad' failed: database file .*full")
-    faults.fail()
     assert router.rows("DynDnsStatus") == []
+    faults.fail()
     router.service.stop()
     disk.set_read_only(True)
     with pytest.raises(Failure, match="Read-only file system"):
