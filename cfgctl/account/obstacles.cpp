@@ -1,6 +1,7 @@
 #include "cfgctl/account/obstacles.h"
 
 #include "cfgctl/account/nameservers.h"
+#include "cfgctl/account/reach.h"
 #include "cfgctl/account/urltemplate.h"
 
 #include <algorithm>
@@ -48,6 +49,10 @@ private:
     [[nodiscard]] std::string setting(const std::string& a_strAssignment) const
     {
         return "cfgctl set DynDns Id=" + (text("Id").empty() ? std::string("ID") : text("Id")) + " " + a_strAssignment;
+    }
+    [[nodiscard]] std::string ipv6Address() const
+    {
+        return findLast(m_oSources.m_oIPv6, "Name", m_strInterface).getValue("Addr").getText();
     }
     void stop(const std::string& a_strWhat, const std::string& a_strNext, const std::string& a_strBrief)
     {
@@ -150,6 +155,19 @@ private:
         {
             stop("It names no GnuDIP server", setting("ServerAddr=NAME"), "nothing: no server");
         }
+        checkReach(m_oWatch.getValue("Addr").getText(), "IPv4");
+    }
+
+    /// A name that leads to such an address helps nobody outside.
+    void checkReach(const std::string& a_strAddress, const std::string& a_strFamily)
+    {
+        const std::string strKind = nameUnreachable(a_strAddress);
+        if (!strKind.empty())
+        {
+            warn("The " + a_strFamily + " address that it announces, " + a_strAddress + ", is " + strKind +
+                     ": nobody outside reaches it",
+                 "run the daemon on the outer router, or announce a public IPv6 address; more in getting-started.md");
+        }
     }
 
     void checkUrl()
@@ -161,6 +179,14 @@ private:
         }
         checkFilledUrl(strUrl);
         checkHoles(strUrl);
+        if (hasPlaceholder(strUrl, "<ipaddr>"))
+        {
+            checkReach(m_oWatch.getValue("Addr").getText(), "IPv4");
+        }
+        if (hasPlaceholder(strUrl, "<ipaddr6>"))
+        {
+            checkReach(ipv6Address(), "IPv6");
+        }
         checkSignIn(strUrl);
     }
 
@@ -199,8 +225,7 @@ private:
             warn("Interface '" + m_strInterface + "' has no IPv4 address, so <ipaddr> is filled with nothing" + strFill,
                  "wait for an address, or use a template without <ipaddr>");
         }
-        const korrin::ValueList& oIPv6 = findLast(m_oSources.m_oIPv6, "Name", m_strInterface);
-        if (hasPlaceholder(a_strUrl, "<ipaddr6>") && oIPv6.getValue("Addr").getText().empty())
+        if (hasPlaceholder(a_strUrl, "<ipaddr6>") && ipv6Address().empty())
         {
             warn("Interface '" + m_strInterface + "' has no IPv6 address, so <ipaddr6> is filled with nothing" +
                      strFill,

@@ -337,7 +337,18 @@ TEST(Obstacles, EachFaultIsFoundWithItsNextStep)
     EXPECT_THAT(reasons(s_oReady, oWithout), HasSubstr("stop For interface 'ppp0' there is no DNS server"));
     const korrin::ValueList oGnudip = change(change(s_oReady, "ServiceType", "gnudip"), "AccountUserName", "bob");
     EXPECT_THAT(reasons(oGnudip, sources()), HasSubstr("stop Its Hostname must be the user name"));
-    EXPECT_EQ(reasons(change(oGnudip, "Hostname", "bob.example"), sources()), "");
+    const korrin::ValueList oGoodGnudip = change(oGnudip, "Hostname", "bob.example");
+    EXPECT_EQ(reasons(oGoodGnudip, sources()), "");
+    EXPECT_THAT(reasons(oGoodGnudip, sources("192.168.1.2")), HasSubstr("warn The IPv4 address that it announces"));
+    EXPECT_THAT(reasons(s_oReady, sources("100.127.255.255")), HasSubstr("is shared"));
+    StatusSources oInside = sources("10.0.0.1");
+    oInside.m_oIPv6 = {rowOf({{"Name", "ppp0"}, {"Addr", "fd00::1"}})};
+    const korrin::ValueList oIPv6Only = change(s_oReady, "ServerAddr", "https://h.example/?k=<password>&6=<ipaddr6>");
+    EXPECT_THAT(reasons(oIPv6Only, oInside), testing::StartsWith("warn The IPv6 address that it announces, fd00::1"));
+    for (const char* pPublic : {"9.255.255.255", "172.15.0.1", "172.32.0.1", "100.128.0.0", "192.167.0.1"})
+    {
+        EXPECT_EQ(reasons(s_oReady, sources(pPublic)), "") << pPublic;
+    }
 }
 
 TEST(Report, ShowsTheUrlWithoutSecrets)
