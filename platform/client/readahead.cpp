@@ -78,21 +78,21 @@ bool ReadAhead::takeRow(const std::string& a_strTable, std::uint32_t a_uiIndex, 
     return true;
 }
 
-const wire::Reply* ReadAhead::find(const wire::Request& a_oRead) const
+const wire::Reply* ReadAhead::find(const wire::Request& a_oRead)
 {
-    const auto itTable = m_oKeyed.find(a_oRead.m_strTable);
-    if (itTable == m_oKeyed.end() || !isSameRead(itTable->second.m_strColumn, itTable->second.m_oNames, a_oRead))
+    const Keyed* pKeyed = findKeyed(a_oRead);
+    if (pKeyed == nullptr)
     {
         return nullptr;
     }
-    const auto itReply = itTable->second.m_oReplies.find(a_oRead.m_strKeyValue);
-    return itReply != itTable->second.m_oReplies.end() ? &itReply->second : nullptr;
+    const auto itReply = pKeyed->m_oReplies.find(a_oRead.m_strKeyValue);
+    return itReply != pKeyed->m_oReplies.end() ? &itReply->second : nullptr;
 }
 
 bool ReadAhead::wantsRows(const wire::Request& a_oRead)
 {
     const korrin::NameList& oNames = a_oRead.m_oNames;
-    Keyed* pKeyed = findKeyed(a_oRead);
+    Keyed* pKeyed = openKeyed(a_oRead);
     if (pKeyed == nullptr || pKeyed->m_bFetched || pKeyed->m_oReplies.size() < s_uiKeysBeforeFetch ||
         std::find(oNames.begin(), oNames.end(), a_oRead.m_strKeyColumn) == oNames.end())
     {
@@ -126,15 +126,20 @@ void ReadAhead::keep(const wire::Request& a_oRead, wire::Reply a_oReply)
 }
 
 // One kind of read per table is kept, the first: a handler has no other.
+ReadAhead::Keyed* ReadAhead::openKeyed(const wire::Request& a_oRead)
+{
+    if (m_bDelivering)
+    {
+        m_oKeyed.emplace(a_oRead.m_strTable, Keyed{a_oRead.m_strKeyColumn, a_oRead.m_oNames, {}, false});
+    }
+    return findKeyed(a_oRead);
+}
+
 ReadAhead::Keyed* ReadAhead::findKeyed(const wire::Request& a_oRead)
 {
-    if (!m_bDelivering)
-    {
-        return nullptr;
-    }
-    const auto it =
-        m_oKeyed.emplace(a_oRead.m_strTable, Keyed{a_oRead.m_strKeyColumn, a_oRead.m_oNames, {}, false}).first;
-    return isSameRead(it->second.m_strColumn, it->second.m_oNames, a_oRead) ? &it->second : nullptr;
+    const auto it = m_oKeyed.find(a_oRead.m_strTable);
+    const bool bSame = it != m_oKeyed.end() && isSameRead(it->second.m_strColumn, it->second.m_oNames, a_oRead);
+    return bSame ? &it->second : nullptr;
 }
 
 } // namespace vadro::cfg

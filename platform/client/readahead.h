@@ -33,10 +33,12 @@ public:
     [[nodiscard]] bool takeRow(const std::string& a_strTable, std::uint32_t a_uiIndex, korrin::ValueList& a_oValues);
 
     /// The reply to an equal read by key; null: not known.
-    [[nodiscard]] const wire::Reply* find(const wire::Request& a_oRead) const;
-    /// Whether so many keys were asked for that the rows of the table are worth one transfer. At most once.
+    [[nodiscard]] const wire::Reply* find(const wire::Request& a_oRead);
+    /// Called before each such read: whether so many keys were asked for that the rows of the table are worth one
+    /// transfer. At most once.
     [[nodiscard]] bool wantsRows(const wire::Request& a_oRead);
-    /// The first rows of the table, with the columns of the read.
+    /// The first rows of the table, with the columns of the read. Nothing is kept, here and below, when the table
+    /// changed since wantsRows(): the reply may be older than the change.
     void keepRows(const wire::Request& a_oRead, std::list<korrin::ValueList> a_oRows);
     void keep(const wire::Request& a_oRead, wire::Reply a_oReply);
 
@@ -53,7 +55,8 @@ private:
         std::map<std::string, wire::Reply> m_oReplies; // by the key's value
         bool m_bFetched = false;
     };
-    Keyed* findKeyed(const wire::Request& a_oRead);
+    Keyed* openKeyed(const wire::Request& a_oRead);
+    [[nodiscard]] Keyed* findKeyed(const wire::Request& a_oRead);
 
     bool m_bDelivering = false;
     std::map<std::string, Sequence> m_oSequences; // by table

@@ -2,9 +2,10 @@
 #include "cfgserver/service.h"
 #include "platform/client/configclient.h"
 
+#include <functional>
 #include <gtest/gtest.h>
-
 #include <random>
+#include <utility>
 
 namespace
 {
@@ -22,12 +23,18 @@ public:
     wire::Reply request(wire::Request a_oRequest) override
     {
         ++m_iRequests;
-        return m_oService.answer(m_oSession, a_oRequest, cfgserver::Clock::now()).m_oReply;
+        wire::Reply oReply = m_oService.answer(m_oSession, a_oRequest, cfgserver::Clock::now()).m_oReply;
+        if (const auto oBehind = std::exchange(m_oBehindReply, nullptr))
+        {
+            oBehind();
+        }
+        return oReply;
     }
     [[nodiscard]] std::string getServiceVersion() const override { return ""; }
 
     vadro::cfg::ConfigClient m_oClient;
     int m_iRequests = 0;
+    std::function<void()> m_oBehindReply; // what the service sends right behind the next reply
 
 private:
     cfgserver::Service& m_oService;
@@ -154,8 +161,19 @@ TEST_F(ReadAhead, NobodySeesOtherThanWhatTheServiceSaysNow)
                 m_oHandler.m_oClient.onTableChanged(pOther);
             }
         }
-        check([&](auto& a_oClient, auto& a_oRow)
-              { return a_oClient.getrowbykey(pTable, "Id", strKey, oNames, a_oRow); });
+        const auto readById = [&](auto& a_oClient, auto& a_oRow)
+        { return a_oClient.getrowbykey(pTable, "Id", strKey, oNames, a_oRow); };
+        if (roll(20) == 0 && pTable != apTables[2]) // a reply that is outdated when it is read, and known to be
+        {
+            m_oHandler.m_oBehindReply = [&]
+            {
+                replaceOldest(m_oWriter, pTable);
+                m_oHandler.m_oClient.onTableChanged(pTable);
+            };
+            outcome(m_oHandler.m_oClient, readById);
+            m_oHandler.m_oBehindReply = nullptr;
+        }
+        check(readById);
         check([&](auto& a_oClient, auto& a_oRow)
               { return a_oClient.getrowbykey(pTable, "Name", "n" + strKey, oNames, a_oRow); });
     }
