@@ -49,6 +49,11 @@ int waitForSocket(int a_iSocket, short a_iEvents, int a_iTimeoutMs)
     {
         pollfd oSocket = {a_iSocket, a_iEvents, 0};
         const int iReady = poll(&oSocket, 1, a_iTimeoutMs < 0 ? -1 : remainingMs(oDeadline));
+        if (iReady > 0 && (oSocket.revents & POLLNVAL) != 0)
+        {
+            errno = EBADF;
+            return -1;
+        }
         if (iReady >= 0)
         {
             return iReady == 0 ? 0 : oSocket.revents;

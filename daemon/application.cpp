@@ -86,6 +86,7 @@ void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
     using StatusStore = vadro::basic::SingletonAdapter<StatusInfoLog, vadro::lock::NullMutex>;
     vadro::cfg::common::IConfigClient& oClient = a_oNotifications.getConfigClient();
     VADRO_Sysloglevel_debug(g_iModuleId, "main", __LINE__, "Init completed...");
+    g_bLoopRuns.store(true);
     while (!g_bTerminate)
     {
         logRecordedSignals(); // a wait elsewhere may have taken the wake-up

@@ -11,6 +11,7 @@ namespace quorvad
 {
 
 std::atomic<bool> g_bTerminate{false};
+std::atomic<bool> g_bLoopRuns{false};
 std::uint32_t g_iModuleId = 0;
 
 namespace
@@ -71,15 +72,19 @@ void installHandler(int a_iSignal, void (*a_pHandler)(int))
 
 void onTerminateSignal(int a_iSignal)
 {
-    g_bTerminate.store(true); // before the dispatcher is woken, so that the woken loop sees it
-    recordSignal(a_iSignal);
-    wakeDispatcher();
+    recordSignal(a_iSignal); // before the loop can see the request and leave: it looks at the record once more then
+    g_bTerminate.store(true);
+    wakeDispatcher(); // last, so that the woken loop sees both
 }
 
-// Not worth a wake-up, which would also end the wait for a service that is away: the line is written by the next pass.
+// Before the loop runs, a wake-up would end the wait for a service that is away: the first pass writes the line then.
 void onSigPipe(int /*a_iSignal*/)
 {
     recordSignal(SIGPIPE);
+    if (g_bLoopRuns.load())
+    {
+        wakeDispatcher();
+    }
 }
 
 void installSignalHandlers()

@@ -14,15 +14,17 @@ namespace quorvad
 
 /// The stop request: set by a termination signal, read by the main loop.
 extern std::atomic<bool> g_bTerminate;
+/// The main loop has begun, so that any signal may wake its dispatcher.
+extern std::atomic<bool> g_bLoopRuns;
 /// Log module of the main file; 0 until start-up has registered it.
 extern std::uint32_t g_iModuleId;
 
-// The handlers only record the signal; a stop signal also wakes the dispatcher. A handler that wrote to syslog could
-// deadlock with the log call that it interrupted. They run on any thread and keep errno.
+// The handlers only record the signal and wake the dispatcher. A handler that wrote to syslog could deadlock with the
+// log call that it interrupted. They run on any thread and keep errno.
 
 /// SIGINT, SIGTERM and SIGQUIT.
 void onTerminateSignal(int a_iSignal);
-/// SIGPIPE. With it installed, a write to a closed socket fails instead of ending the process.
+/// SIGPIPE. With it installed, a write to a closed socket fails instead of ending the process. Wakes a running loop.
 void onSigPipe(int a_iSignal);
 
 void installSignalHandlers();

@@ -48,7 +48,10 @@ public:
 
     ~Lookup()
     {
-        cancelUnlessDone();
+        if (!m_bTaken)
+        {
+            cancelUnlessDone();
+        }
         const std::lock_guard<std::mutex> oLock(s_oMutex);
         const auto oResult = s_oResults.find(m_iId);
         if (oResult != s_oResults.end())
@@ -85,6 +88,7 @@ public:
         }
         const auto oResult = s_oResults.find(m_iId);
         const std::pair<int, addrinfo*> oTaken = oResult->second;
+        m_bTaken = true;
         s_oResults.erase(oResult);
         s_oWaiters.erase(m_iId);
         return oTaken;
@@ -92,6 +96,7 @@ public:
 
     ares_channel m_pChannel;
     int m_iId;
+    bool m_bTaken = false;
     std::condition_variable m_oCondition;
 };
 

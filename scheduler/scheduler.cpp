@@ -146,6 +146,11 @@ void Scheduler::run()
         m_iPeriodSec = doubled(m_iPeriodSec);
         ++iCount;
     }
+    complete();
+}
+
+void Scheduler::complete()
+{
     debugWithThread(__LINE__, "Thread complete");
     m_bFinished.store(true);
 }
@@ -160,7 +165,7 @@ void Scheduler::task(Scheduler* a_pScheduler)
     catch (const std::exception& oException)
     {
         a_pScheduler->logFailure(oException.what());
-        a_pScheduler->m_bFinished.store(true);
+        a_pScheduler->complete();
     }
 }
 
