@@ -28,7 +28,10 @@ FileWatch::FileWatch(korrin::net::EventLoop& a_oLoop, std::vector<std::string> a
 {
     if (!m_oInotify.isOpen())
     {
-        throw std::system_error(errno, std::generic_category(), "can't follow changes of resolv.conf");
+        throw std::system_error(errno,
+                                std::generic_category(),
+                                "can't follow changes of resolv.conf (raise fs.inotify.max_user_instances or the limit "
+                                "on open files, or do without by --no-dns)");
     }
     watchAll();
     m_oLoop.add(m_oInotify.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); });

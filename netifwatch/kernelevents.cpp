@@ -65,7 +65,9 @@ KernelEvents::KernelEvents(korrin::net::EventLoop& a_oLoop,
     if (!m_oSocket.isOpen() ||
         bind(m_oSocket.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) != 0)
     {
-        throw std::system_error(errno, std::generic_category(), "can't follow the kernel's interface events");
+        throw std::system_error(errno,
+                                std::generic_category(),
+                                "can't follow the kernel's interface events (it needs AF_NETLINK and a descriptor)");
     }
     m_oLoop.add(m_oSocket.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
 }

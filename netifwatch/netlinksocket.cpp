@@ -32,7 +32,9 @@ NetlinkSocket::NetlinkSocket() : m_pSocket(mnl_socket_open2(NETLINK_ROUTE, SOCK_
         {
             mnl_socket_close(m_pSocket);
         }
-        throw std::system_error(iReason, std::generic_category(), "can't ask the kernel about interfaces");
+        throw std::system_error(iReason,
+                                std::generic_category(),
+                                "can't ask the kernel about interfaces (it needs AF_NETLINK and a descriptor)");
     }
     const timeval oLimit = {5, 0};
     setsockopt(mnl_socket_get_fd(m_pSocket), SOL_SOCKET, SO_RCVTIMEO, &oLimit, sizeof oLimit);
