@@ -33,6 +33,13 @@ by Basic authentication. Values that would break the URL are percent-encoded.
 --dual announces an IPv6 address as well. While the interface has none, that
 place stays empty, which some providers take as "delete the record".)";
 
+constexpr const char* s_pGroupFooter = R"(Examples:
+  cfgctl account add --provider duckdns --host alice.duckdns.org -i ppp0
+  cfgctl account test 1
+
+'cfgctl account COMMAND --help' tells more about one command and shows more
+examples. 'cfgctl status' shows how the accounts fare.)";
+
 constexpr const char* s_pListFooter = R"(Examples:
   cfgctl account list
   cfgctl account list --json)";
@@ -95,7 +102,7 @@ public:
     {
         m_oGroup.group("Commands");
         m_oGroup.require_subcommand(1);
-        m_oGroup.footer("'cfgctl account COMMAND --help' tells more about one command and shows examples.");
+        m_oGroup.footer(s_pGroupFooter);
         m_oGroup.get_formatter()->label("SUBCOMMAND", "COMMAND");
     }
 

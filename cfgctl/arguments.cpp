@@ -13,7 +13,11 @@ namespace cfgctl
 namespace
 {
 
-constexpr const char* s_pFooter = R"('cfgctl COMMAND --help' tells more about one command and shows examples.
+constexpr const char* s_pFooter = R"(Examples:
+  cfgctl account add --provider duckdns --host alice.duckdns.org -i ppp0
+  cfgctl status
+
+'cfgctl COMMAND --help' tells more about one command and shows more examples.
 
 Passwords, and the parts of an update URL that may be one, are shown as
 "********" unless --show-secrets is given.
