@@ -131,7 +131,8 @@ class Soak:
         return stopped
 
     def judge(self):
-        """Compares the second round (for the service: the first one without an outage) with the last one."""
+        """Compares the second round (for the service: the first one without an outage) with the last one. In the first
+        one the daemon makes its first TLS connection, which leaves a step in its memory for good."""
         good = True
         for name, first in (("quorvad", ROUND), ("cfgserver", self.seconds / 2)):
             for what, (measure, noise) in MEASURES.items():
