@@ -106,6 +106,10 @@ TEST_F(SignalsTest, EndAWaitWhereverTheyCome)
             });
         EXPECT_LT(waitedSeconds(oDispatcher), 30);
         oLate.join();
+        g_bLoopRuns = true;
+        std::thread([] { raise(SIGPIPE); }).join();
+        g_bLoopRuns = false;
+        EXPECT_LT(waitedSeconds(oDispatcher), 30);
     }
     raise(SIGINT);                               // nobody to wake any more
     const DispatcherWakeUp oWakeUp(oDispatcher); // the stop request stands
