@@ -1,6 +1,6 @@
 """python3 -m bench BIN OUT [FIGURES...]: measures, prints the table, writes the raw figures to the folder OUT.
 
-FIGURES: idle updates classes trigger load crowd service sizes; all unless named.
+FIGURES: idle watcher updates classes trigger load crowd service sizes; all unless named.
 """
 
 import concurrent.futures

@@ -10,7 +10,7 @@ import sys
 import time
 
 from bench import probes
-from bench.scenarios import PAGE, Bench, account
+from bench.scenarios import PAGE, Bench, account, start_watcher
 from sandbox.processes import wait_for
 from sandbox.router import GNUDIP
 
@@ -64,6 +64,27 @@ def load(bench):
     check("waits of the load of 1000 accounts", bench.client("load-once", 1)["waits"][0], 40)
 
 
+def idle(bench, seconds=15):
+    """All programs at rest: the account has no tries, so that its worker ends at once."""
+    router = bench.router
+    bench.fill([account(1, Retry=0)])
+    router.start_daemon("-f")
+    wait_for("its worker ended", lambda: router.daemon.count("HTTPS update will be scheduled"), 40)
+    watcher = start_watcher(router)
+    programs = {"daemon": router.daemon, "service": router.service, "watcher": watcher}
+    for program in reversed(programs.values()):  # what the watcher writes wakes the others
+        bench.settle(program.pid)
+    before = {name: probes.wakeups(program.pid) for name, program in programs.items()}
+    time.sleep(seconds)
+    for name, program in programs.items():
+        check(f"waits of the {name} in {seconds} s at rest", probes.wakeups(program.pid) - before[name], 6)
+        check(f"threads of the {name} at rest", probes.threads(program.pid), 1)
+        if name != "daemon":
+            check(f"unique memory of the {name} at rest, KiB", probes.memory(program.pid)["unique"], 3072)
+    for name in ("watcher", "daemon"):
+        programs[name].stop()
+
+
 def memory(bench, number=300):
     bench.fill([account(each) for each in range(1, number + 1)])
     daemon = bench.router.start_daemon("-f")
@@ -86,7 +107,7 @@ def size(bench):
 
 def main(bin_dir):
     bench = Bench(bin_dir)
-    for one in (size, memory, written, load, https, gnudip):
+    for one in (size, idle, memory, written, load, https, gnudip):
         try:
             one(bench)
         except RuntimeError as error:  # so slow that it ran into a time limit, for instance

@@ -15,7 +15,7 @@ from bench import probes
 from sandbox.keys import trust
 from sandbox.machine import Clock
 from sandbox.processes import wait_for
-from sandbox.router import GNUDIP, GNUDIP_HOST, HTTPS_HOST, SOCKET, Router, ip
+from sandbox.router import DNS, GNUDIP, GNUDIP_HOST, HTTPS_HOST, SOCKET, Router, ip
 
 PAGE = f"https://{HTTPS_HOST}/plain/page"
 STEP = 90  # seconds that the clock is stepped to end every start period
@@ -44,12 +44,15 @@ class Bench:
         self.clock = Clock(self.router.folder)
         self.router.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}},
                                    pages={"page": "good\n"})
-        # The floors know no interface: they get their way to the servers from the routes.
-        ip("route", "add", "10.99.0.0/24", "via", self.router.ppp0.peer, "dev", "ppp0")
+        self.route()
         if store:
             trust([self.router.authority.root, *machine_certificates()])
         self.router.start_service()
         self.router.describe()
+
+    def route(self):
+        """The floors know no interface: they get their way to the servers from the routes. A new address drops it."""
+        ip("route", "replace", "10.99.0.0/24", "via", self.router.ppp0.peer, "dev", "ppp0")
 
     def fill(self, accounts, **tables):
         path = self.router.folder / "accounts.json"
@@ -65,15 +68,19 @@ class Bench:
         self.steps += STEP
         self.clock.step(self.steps)
 
-    def update_all(self, requests):
+    def seen(self, log="requests.log"):
+        """How many requests the provider has seen."""
+        path = self.router.isp.folder / log
+        return path.read_bytes().count(b"\n") if path.exists() else 0
+
+    def update_all(self, requests, log="requests.log"):
         """All pending updates happen within some seconds. requests: how many the provider has seen then."""
         self.pass_start_period()
-        self.finish(requests, 120)
+        self.finish(requests, 120, log)
 
-    def finish(self, requests, seconds):
+    def finish(self, requests, seconds, log="requests.log"):
         """Waits until all updates happened, were written and reaped."""
-        log = self.router.isp.folder / "requests.log"
-        wait_for(f"{requests} requests", lambda: log.exists() and log.read_bytes().count(b"\n") >= requests, seconds)
+        wait_for(f"{requests} requests", lambda: self.seen(log) >= requests, seconds)
         daemon = self.router.daemon
         wait_for("all workers done", lambda: probes.threads(daemon.pid) == 1, 60)
         for _ in range(2):  # the first pass writes, the second reaps what was still ending
@@ -112,37 +119,56 @@ def idle(bin_dir, number):
     return found
 
 
+def start_watcher(router):
+    program = router._program("netifwatch", [router.bin / "netifwatch", "--foreground", "--state", router.folder / "rows"])
+    wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="wan1"), 40)  # nobody else writes of that one
+    return program
+
+
 def watcher(bin_dir):
     """What the watcher holds and does while nothing changes."""
     router = Router(bin_dir)
     router.start_service()
-    program = router._program("netifwatch", [router.bin / "netifwatch", "--foreground", "--state", router.folder / "rows"])
-    wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="ppp0"), 40)
+    program = start_watcher(router)
     Bench.settle(program.pid)
     before = probes.wakeups(program.pid), probes.cpu_seconds(program.pid)
     time.sleep(2 * MINUTE)
-    return {**probes.memory(program.pid), "wakeups": (probes.wakeups(program.pid) - before[0]) / 2,
+    return {**probes.memory(program.pid), "threads": probes.threads(program.pid),
+            "wakeups": (probes.wakeups(program.pid) - before[0]) / 2,
             "cpu_ms": (probes.cpu_seconds(program.pid) - before[1]) * 1e3 / 2}
 
 
-def updates(bin_dir):
-    """500 HTTPS updates of 25 accounts: what each costs the whole daemon, and what it holds after each round."""
-    bench, accounts, rounds = Bench(bin_dir), 25, 20
-    bench.fill([account(each) for each in range(1, accounts + 1)])
-    daemon = bench.start_daemon()
-    wait_for("pending updates", lambda: probes.threads(daemon.pid) == 1 + accounts, 60)
-    service = bench.router.service.pid
-    memory, cpu, written = [], [], []
-    for number in range(1, rounds + 1):
-        before = probes.cpu_seconds(daemon.pid), probes.written(service)
-        bench.update_all(number * accounts)
-        cpu.append((probes.cpu_seconds(daemon.pid) - before[0]) * 1e6 / accounts)
-        written.append((probes.written(service) - before[1]))
-        memory.append(probes.memory(daemon.pid))
-        if number < rounds:
+def rounds_of(bench, accounts, rounds, log, floor):
+    """All accounts update in each round: what one update costs the whole daemon, by turns with the floor of one; what
+    the daemon holds after each round, and what the service wrote in it."""
+    pids = bench.router.daemon.pid, bench.router.service.pid
+    found = {"memory": [], "cpu_us": [], "floor_us": [], "written": []}
+    for number in range(rounds):
+        wait_for("pending updates", lambda: probes.threads(pids[0]) == 1 + accounts, 60)
+        before = probes.cpu_seconds(pids[0]), probes.written(pids[1])
+        bench.update_all(bench.seen(log) + accounts, log)
+        found["cpu_us"].append((probes.cpu_seconds(pids[0]) - before[0]) * 1e6 / accounts)
+        found["written"].append(probes.written(pids[1]) - before[1])
+        found["memory"].append(probes.memory(pids[0]))
+        bench.route()
+        found["floor_us"] += probes.ask(bench.bin / "bench_update", *floor, 1, accounts)["alone_cpu"]
+        if number + 1 < rounds:
             bench.router.move(f"10.64.0.{10 + number}")
-            wait_for("pending updates", lambda: probes.threads(daemon.pid) == 1 + accounts, 60)
-    return {"memory": memory, "cpu_us": cpu, "written": written}
+    return found
+
+
+def updates(bin_dir):
+    """500 HTTPS updates of 25 accounts, then 250 by GnuDIP of the same daemon."""
+    bench, accounts = Bench(bin_dir), 25
+    certificate = bench.router.folder / "root.pem"
+    certificate.write_text(bench.router.authority.root)
+    bench.fill([account(each) for each in range(1, accounts + 1)])
+    bench.start_daemon()
+    found = rounds_of(bench, accounts, 20, "requests.log", ("https-floor", PAGE, certificate, "ppp0", DNS))
+    bench.fill([account(each, ServiceType="gnudip", ServerAddr=GNUDIP, Hostname="alice.dyn.example.org",
+                        AccountUserName="alice") for each in range(1, accounts + 1)])
+    return {**found, "gnudip": rounds_of(bench, accounts, 10, f"gnudip-{GNUDIP}.record", (
+        "gnudip-floor", GNUDIP, GNUDIP, "ppp0", DNS, bench.router.ppp0.address))}
 
 
 def classes(bin_dir):
@@ -151,11 +177,10 @@ def classes(bin_dir):
     certificate = bench.router.folder / "root.pem"
     certificate.write_text(bench.router.authority.root)
     update = bench.bin / "bench_update"
-    dns = "10.99.0.53"
-    words = ("https", PAGE, certificate, "ppp0", dns, 15, 20)
+    words = ("https", PAGE, certificate, "ppp0", DNS, 15, 20)
     bundle = {**os.environ, "BENCH_KEEP_STORE": "1", "SSL_CERT_FILE": "/etc/ssl/certs/ca-certificates.crt",
               "SSL_CERT_DIR": ""}
-    gnudip = ("ppp0", dns, bench.router.ppp0.address, 15, 40)
+    gnudip = ("ppp0", DNS, bench.router.ppp0.address, 15, 40)
     return {"folder": probes.ask(update, *words), "bundle": probes.ask(update, *words, env=bundle),
             "gnudip_name": probes.ask(update, "gnudip", GNUDIP_HOST, GNUDIP, *gnudip),
             "gnudip_address": probes.ask(update, "gnudip", GNUDIP, GNUDIP, *gnudip)}
@@ -275,9 +300,9 @@ def service(bin_dir):
     bench, found = Bench(bin_dir, store=False), {}
     bench.fill([account(1)])
     found["commits"], found["sqlite"] = [], []
-    for number in range(5):  # by turns
-        found["commits"] += bench.client("commits", 3)["commit_wall"]
-        found["sqlite"] += probes.ask(bench.bin / "bench_sqlite", bench.router.folder / f"alone{number}.db", 3,
+    for number in range(40):  # by turns, and short ones: the disk of a busy machine is fast and slow by the second
+        found["commits"] += bench.client("commits", 1)["commit_wall"]
+        found["sqlite"] += probes.ask(bench.bin / "bench_sqlite", bench.router.folder / f"alone{number}.db", 1,
                                       20)["commit_wall"]
     found["written"] = []
     for _ in range(5):

@@ -1,9 +1,9 @@
 // What one update costs: the daemon's actions, built, run and destroyed as the daemon does, beside the least that a
 // program of its own would do for the same request.
 //   bench_update https URL CERTIFICATE INTERFACE DNS CHUNKS RUNS          daemon's action and floor, by turns
-//   bench_update https-action|https-floor URL CERTIFICATE INTERFACE DNS 1 RUNS   one of them, for counting instructions
-//   bench_update gnudip-action SERVER ADDRESS INTERFACE DNS LOCAL 1 RUNS
+//   bench_update https-action|https-floor URL CERTIFICATE INTERFACE DNS CHUNKS RUNS   one of them
 //   bench_update gnudip SERVER ADDRESS INTERFACE DNS LOCAL CHUNKS RUNS   SERVER is a name or ADDRESS itself
+//   bench_update gnudip-action|gnudip-floor SERVER ADDRESS INTERFACE DNS LOCAL CHUNKS RUNS
 #include "actions/curlaction.h"
 #include "actions/gnudipaction.h"
 #include "actions/libwrapper.h"
@@ -81,9 +81,12 @@ void run(const Words& a_oWords)
     else
     {
         const std::function<void()> oWork = strMode == "gnudip-action"  ? std::function<void()>(oGnudip)
+                                            : strMode == "gnudip-floor" ? std::function<void()>(oGnudipFloor)
                                             : strMode == "https-action" ? std::function<void()>(oHttps)
                                                                         : std::function<void()>(oHttpsFloor);
-        static_cast<void>(bench::measure(1, iRuns, oWork));
+        bench::Report oReport;
+        oReport.add("alone", bench::measure(iChunks, iRuns, oWork));
+        oReport.print();
     }
 }
 
