@@ -24,7 +24,7 @@ test: deps-test ## Build, run the unit tests, then the system tests; prints a su
 	@scripts/run-tests $(RELEASE)
 
 demo: deps-test build ## Watch both kinds of update happen in a sandbox on this machine
-	@demo/run $(abspath $(RELEASE))/bin
+	@sandbox/demo $(abspath $(RELEASE))/bin
 
 run: build ## Run service, watcher and daemon on this machine until Ctrl-C; the database is kept under build/run
 	@scripts/run-local $(RELEASE)/bin build/run

@@ -1,13 +1,20 @@
 #include "actions/action.h"
 
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 namespace quorvad
 {
 
+namespace
+{
+
+constexpr char s_acLogFile[] = "action";
+
+} // namespace
+
 Action::Action() : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "action", __LINE__, "Action");
+    LOG_DEBUG("Action");
 }
 
 Action::~Action() = default;

@@ -5,8 +5,8 @@
 #include "actions/interfacestate.h"
 #include "actions/outcomereport.h"
 #include "actions/version.h"
+#include "platform/common/log.h"
 #include "vadro/string/replace.h"
-#include "vadro/sysloglevel.h"
 
 #include <algorithm>
 #include <curl/curl.h>
@@ -18,6 +18,8 @@ namespace quorvad
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "curlaction";
 
 constexpr long s_iTransferSeconds = 10;
 
@@ -39,7 +41,7 @@ CurlAction::CurlAction(const std::string& a_strUrl,
       m_strSerialNo(a_strSerialNo), m_strExpectedResultSubString(a_strExpectedResultSubString),
       m_strInterface(a_strInterface), m_iDynDnsId(a_iDynDnsId)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "CurlAction");
+    LOG_DEBUG("CurlAction");
     if (a_strNameservers.empty())
     {
         throw Error(Error::EmptyNameserverList);
@@ -47,7 +49,7 @@ CurlAction::CurlAction(const std::string& a_strUrl,
     UpdatePlaceholders(a_strUrl);
     if (!m_pCurl)
     {
-        VADRO_Sysloglevel_error(m_iModuleId, "curlaction", __LINE__, "curl_easy_init() failed");
+        LOG_ERROR("curl_easy_init() failed");
         throw Error(Error::CurlEasyInitFailed);
     }
     configureHandle(a_strNameservers);
@@ -101,42 +103,35 @@ void CurlAction::configureHandle(const std::string& a_strNameservers)
 
 void CurlAction::setNameservers(const std::string& a_strNameservers)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, VAStr("DNS servers: '%s'", a_strNameservers.c_str()));
+    LOG_DEBUG("DNS servers: '%s'", a_strNameservers.c_str());
     const CURLcode eCode = curl_easy_setopt(m_pCurl.get(), CURLOPT_DNS_SERVERS, a_strNameservers.c_str());
     if (eCode != CURLE_OK)
     {
         // The transfer then works through the system's resolver, which nobody would notice without this line.
-        VADRO_Sysloglevel_warning(m_iModuleId,
-                                  "curlaction",
-                                  __LINE__,
-                                  VAStr("Setting the DNS servers '%s' for interface '%s' was refused: '%s'. The system "
-                                        "resolver is used; check the DNS servers of this interface.",
-                                        a_strNameservers.c_str(),
-                                        m_strInterface.c_str(),
-                                        curl_easy_strerror(eCode)));
+        LOG_WARNING("Setting the DNS servers '%s' for interface '%s' was refused: '%s'. The system "
+                    "resolver is used; check the DNS servers of this interface.",
+                    a_strNameservers.c_str(),
+                    m_strInterface.c_str(),
+                    curl_easy_strerror(eCode));
     }
 }
 
 bool CurlAction::execute()
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "execute");
+    LOG_DEBUG("execute");
     if (!isInterfaceRunning(m_strInterface))
     {
-        VADRO_Sysloglevel_error(m_iModuleId,
-                                "curlaction",
-                                __LINE__,
-                                VAStr("Interface '%s' is down, cannot send HTTPS update.", m_strInterface.c_str()));
+        LOG_ERROR("Interface '%s' is down, cannot send HTTPS update.", m_strInterface.c_str());
         return false;
     }
-    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, VAStr("URL: '%s'", m_strUrl.c_str()));
+    LOG_DEBUG("URL: '%s'", m_strUrl.c_str());
     performTransfer();
     const long iStatus = readStatus();
-    VADRO_Sysloglevel_info(
-        m_iModuleId, "curlaction", __LINE__, VAStr("HTTPS response code: %i", static_cast<int>(iStatus)));
+    LOG_INFO("HTTPS response code: %i", static_cast<int>(iStatus));
 
     removeLineFeeds(m_strResponse);
     const bool bSuccess = isAccepted(iStatus);
-    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "Save DynDNS log and status");
+    LOG_DEBUG("Save DynDNS log and status");
     logResponse(bSuccess, static_cast<int>(iStatus), reportExcerpt(m_strResponse));
     return bSuccess;
 }
@@ -148,12 +143,11 @@ void CurlAction::performTransfer()
     if (eCode != CURLE_OK)
     {
         const std::string strReason = curl_easy_strerror(eCode);
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "curlaction", __LINE__, VAStr("curl_easy_perform() failed: '%s'", strReason.c_str()));
+        LOG_ERROR("curl_easy_perform() failed: '%s'", strReason.c_str());
         logResponse(false, 0, "Connection error: " + strReason);
         throw Error(Error::CurlEasyPerformFailed);
     }
-    VADRO_Sysloglevel_info(m_iModuleId, "curlaction", __LINE__, "HTTPS update sent");
+    LOG_INFO("HTTPS update sent");
 }
 
 long CurlAction::readStatus()
@@ -162,7 +156,7 @@ long CurlAction::readStatus()
     const CURLcode eCode = curl_easy_getinfo(m_pCurl.get(), CURLINFO_RESPONSE_CODE, &iStatus);
     if (eCode != CURLE_OK)
     {
-        VADRO_Sysloglevel_error(m_iModuleId, "curlaction", __LINE__, "Failed to get HTTPS response code");
+        LOG_ERROR("Failed to get HTTPS response code");
         logResponse(false, 0, std::string("Connection error: ") + curl_easy_strerror(eCode));
         throw Error(Error::CurlEasyGetinfoFailed);
     }
@@ -179,18 +173,15 @@ bool CurlAction::isAccepted(long a_iStatus) const
     case EHttpVerdict::eStatusRefused:
         return false;
     case EHttpVerdict::eEmptyBody:
-        VADRO_Sysloglevel_error(m_iModuleId, "curlaction", __LINE__, "HTTPS response is empty");
+        LOG_ERROR("HTTPS response is empty");
         return false;
     case EHttpVerdict::eTextFound:
-        VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, VAStr("HTTPS response: '%s'", strExcerpt.c_str()));
+        LOG_DEBUG("HTTPS response: '%s'", strExcerpt.c_str());
         return true;
     case EHttpVerdict::eTextMissing:
-        VADRO_Sysloglevel_warning(m_iModuleId,
-                                  "curlaction",
-                                  __LINE__,
-                                  VAStr("HTTPS response body does not contain expected substring (%s)",
-                                        m_strExpectedResultSubString.c_str()));
-        VADRO_Sysloglevel_info(m_iModuleId, "curlaction", __LINE__, VAStr("Received: '%s'", strExcerpt.c_str()));
+        LOG_WARNING("HTTPS response body does not contain expected substring (%s)",
+                    m_strExpectedResultSubString.c_str());
+        LOG_INFO("Received: '%s'", strExcerpt.c_str());
         return false;
     }
     return false;
@@ -198,7 +189,7 @@ bool CurlAction::isAccepted(long a_iStatus) const
 
 void CurlAction::logResponse(bool a_bSuccess, int a_iResponseCode, const std::string& a_strResponse)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "curlaction", __LINE__, "logResponse");
+    LOG_DEBUG("logResponse");
     reportOutcome(m_iDynDnsId, a_bSuccess, a_iResponseCode, a_strResponse);
 }
 

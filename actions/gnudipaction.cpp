@@ -4,8 +4,8 @@
 #include "actions/gnudipprotocol.h"
 #include "actions/outcomereport.h"
 #include "actions/socketwait.h"
+#include "platform/common/log.h"
 #include "resolver/dnsresolver.h"
-#include "vadro/sysloglevel.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -23,6 +23,8 @@ namespace quorvad
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "gnudipaction";
 
 constexpr std::uint16_t s_uiGnudipPort = 3495;
 constexpr int s_iWaitMs = 10000;
@@ -48,7 +50,7 @@ GnudipAction::GnudipAction(const std::string& a_strServer,
     : m_strUsername(a_strUsername), m_strPassword(a_strPassword), m_strHostname(a_strHostname),
       m_strServer(a_strServer), m_strLocalAddr(a_strLocalAddr), m_iSocket(-1), m_acBuffer{}, m_iDynDnsId(a_iDynDnsId)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "GnudipAction");
+    LOG_DEBUG("GnudipAction");
     if (a_strNameservers.empty())
     {
         throw Error(Error::EmptyNameserverList);
@@ -62,7 +64,7 @@ GnudipAction::GnudipAction(const std::string& a_strServer,
 
 GnudipAction::~GnudipAction()
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "~GnudipAction");
+    LOG_DEBUG("~GnudipAction");
     closeSocket();
 }
 
@@ -93,8 +95,7 @@ bool GnudipAction::connectToServer()
     m_iSocket = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (m_iSocket == -1)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("Failed to create socket: %s", reason(errno).c_str()));
+        LOG_ERROR("Failed to create socket: %s", reason(errno).c_str());
         return false;
     }
     if (!bindSocket() || !connectSocket())
@@ -113,12 +114,10 @@ bool GnudipAction::bindSocket()
     {
         oLocal.sin_addr.s_addr = INADDR_ANY; // an unreadable address leaves the choice to the routing table
     }
-    VADRO_Sysloglevel_debug(
-        m_iModuleId, "gnudipaction", __LINE__, VAStr("Binding socket to '%s'", m_strLocalAddr.c_str()));
+    LOG_DEBUG("Binding socket to '%s'", m_strLocalAddr.c_str());
     if (bind(m_iSocket, reinterpret_cast<const sockaddr*>(&oLocal), sizeof(oLocal)) != 0)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("Failed to bind: %s", reason(errno).c_str()));
+        LOG_ERROR("Failed to bind: %s", reason(errno).c_str());
         return false;
     }
     return true;
@@ -131,23 +130,17 @@ bool GnudipAction::connectSocket()
     const AddressList pAddresses(pFound, freeaddrinfo);
     if (iResult != 0)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("getaddrinfo failed: %s", gai_strerror(iResult)));
+        LOG_ERROR("getaddrinfo failed: %s", gai_strerror(iResult));
         return false;
     }
     auto* pServer = reinterpret_cast<sockaddr_in*>(pAddresses->ai_addr);
     char acAddress[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &pServer->sin_addr, acAddress, sizeof(acAddress));
-    VADRO_Sysloglevel_info(
-        m_iModuleId,
-        "gnudipaction",
-        __LINE__,
-        VAStr("Connecting to '%s:%s' (%s)", m_strServer.c_str(), std::to_string(s_uiGnudipPort).c_str(), acAddress));
+    LOG_INFO("Connecting to '%s:%s' (%s)", m_strServer.c_str(), std::to_string(s_uiGnudipPort).c_str(), acAddress);
     pServer->sin_port = htons(s_uiGnudipPort);
     if (!connectSocketTo(m_iSocket, pAddresses->ai_addr, pAddresses->ai_addrlen))
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("Failed to connect GnuDIP server: %s", reason(errno).c_str()));
+        LOG_ERROR("Failed to connect GnuDIP server: %s", reason(errno).c_str());
         return false;
     }
     return true;
@@ -155,67 +148,63 @@ bool GnudipAction::connectSocket()
 
 void GnudipAction::sendToServer(const std::string& a_strText)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "sendToServer");
+    LOG_DEBUG("sendToServer");
     const int iEvents = waitForSocket(m_iSocket, POLLOUT, s_iWaitMs);
     if (iEvents < 0)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("select() error '%s'", reason(errno).c_str()));
+        LOG_ERROR("select() error '%s'", reason(errno).c_str());
     }
     else if (iEvents == 0)
     {
-        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Timeout. No data received in 5 seconds.");
+        LOG_ERROR("Timeout. No data received in 5 seconds.");
     }
     else if ((iEvents & (POLLOUT | POLLERR)) == 0)
     {
-        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Socket is not ready for writing");
+        LOG_ERROR("Socket is not ready for writing");
     }
     else if (send(m_iSocket, a_strText.data(), a_strText.size(), 0) < 0)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("send() failed (%s)", reason(errno).c_str()));
+        LOG_ERROR("send() failed (%s)", reason(errno).c_str());
     }
     else
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "Sent OK");
+        LOG_DEBUG("Sent OK");
     }
 }
 
 int GnudipAction::receiveFromServer()
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "receiveFromServer");
+    LOG_DEBUG("receiveFromServer");
     const int iEvents = waitForSocket(m_iSocket, POLLIN, s_iWaitMs);
     if (iEvents < 0)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("select() error '%s'", reason(errno).c_str()));
+        LOG_ERROR("select() error '%s'", reason(errno).c_str());
         return 0;
     }
     if (iEvents == 0)
     {
-        VADRO_Sysloglevel_info(m_iModuleId, "gnudipaction", __LINE__, "Timeout. No data received from server.");
+        LOG_INFO("Timeout. No data received from server.");
         return 0;
     }
     std::fill(std::begin(m_acBuffer), std::end(m_acBuffer), '\0');
     const ssize_t iBytes = recv(m_iSocket, m_acBuffer, sizeof(m_acBuffer) - 1, 0);
     if (iBytes < 0)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "gnudipaction", __LINE__, VAStr("recv() failed (%s)", reason(errno).c_str()));
+        LOG_ERROR("recv() failed (%s)", reason(errno).c_str());
         return 0;
     }
     if (iBytes == 0)
     {
-        VADRO_Sysloglevel_info(m_iModuleId, "gnudipaction", __LINE__, "Connection closed by the server.");
+        LOG_INFO("Connection closed by the server.");
         return 0;
     }
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, VAStr("Received: '%s'", m_acBuffer));
+    LOG_DEBUG("Received: '%s'", m_acBuffer);
     return static_cast<int>(iBytes);
 }
 
 bool GnudipAction::execute()
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, "execute");
+    LOG_DEBUG("execute");
     m_iSocket = -1;
     const SocketGuard oGuard(*this);
     if (!connectToServer())
@@ -225,7 +214,7 @@ bool GnudipAction::execute()
     const int iSaltBytes = receiveFromServer();
     if (iSaltBytes <= 0)
     {
-        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "No salt received from GnuDIP server.");
+        LOG_ERROR("No salt received from GnuDIP server.");
         closeSocket();
         return false;
     }
@@ -235,7 +224,7 @@ bool GnudipAction::execute()
     closeSocket();
     if (iAnswerBytes <= 0)
     {
-        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Empty response from server");
+        LOG_ERROR("Empty response from server");
         logResponse(s_iGnudipConnectionError);
         return false;
     }
@@ -245,21 +234,17 @@ bool GnudipAction::execute()
 
 void GnudipAction::logReceived(int a_iBytes)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, VAStr("bytes: %d", a_iBytes));
-    VADRO_Sysloglevel_debug(m_iModuleId, "gnudipaction", __LINE__, VAStr("Server reponse: '%s'", m_acBuffer));
+    LOG_DEBUG("bytes: %d", a_iBytes);
+    LOG_DEBUG("Server reponse: '%s'", m_acBuffer);
 }
 
 void GnudipAction::sendRequest(const std::string& a_strSalt)
 {
     const std::string strInput = makeHashInput(m_strPassword, a_strSalt);
     const std::string strHash = md5Hex(strInput);
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "gnudipaction",
-                            __LINE__,
-                            VAStr("string to hash: '%s', hash: '%s'", strInput.c_str(), strHash.c_str()));
+    LOG_DEBUG("string to hash: '%s', hash: '%s'", strInput.c_str(), strHash.c_str());
     const std::string strRequest = makeGnudipRequest(m_strUsername, strHash, m_strHostname);
-    VADRO_Sysloglevel_debug(
-        m_iModuleId, "gnudipaction", __LINE__, VAStr("Sending: '%s' to server", strRequest.c_str()));
+    LOG_DEBUG("Sending: '%s' to server", strRequest.c_str());
     sendToServer(strRequest + "\n");
 }
 
@@ -269,11 +254,11 @@ bool GnudipAction::evaluateAnswer(const std::string& a_strAnswer)
     switch (parseGnudipAnswer(a_strAnswer, iCode))
     {
     case EGnudipAnswer::eNoNumber:
-        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Failed to parse response from server");
+        LOG_ERROR("Failed to parse response from server");
         logResponse(s_iGnudipConnectionError);
         return false;
     case EGnudipAnswer::eOutOfRange:
-        VADRO_Sysloglevel_error(m_iModuleId, "gnudipaction", __LINE__, "Parsed response code is out of integer range.");
+        LOG_ERROR("Parsed response code is out of integer range.");
         logResponse(s_iGnudipConnectionError);
         return false;
     case EGnudipAnswer::eCode:
@@ -282,13 +267,10 @@ bool GnudipAction::evaluateAnswer(const std::string& a_strAnswer)
     logResponse(iCode);
     if (iCode != 0)
     {
-        VADRO_Sysloglevel_error(m_iModuleId,
-                                "gnudipaction",
-                                __LINE__,
-                                VAStr("GnuDIP update failed with code %i (%s)", iCode, gnudipResponseText(iCode)));
+        LOG_ERROR("GnuDIP update failed with code %i (%s)", iCode, gnudipResponseText(iCode));
         return false;
     }
-    VADRO_Sysloglevel_info(m_iModuleId, "gnudipaction", __LINE__, "GnuDIP update sent OK.");
+    LOG_INFO("GnuDIP update sent OK.");
     return true;
 }
 

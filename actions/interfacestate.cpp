@@ -1,6 +1,6 @@
 #include "actions/interfacestate.h"
 
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 #include <cerrno>
 #include <ifaddrs.h>
@@ -11,18 +11,24 @@
 namespace quorvad
 {
 
+namespace
+{
+
+constexpr char s_acLogFile[] = "interfacestate";
+
+} // namespace
+
 bool isInterfaceRunning(const std::string& a_strInterface)
 {
     ifaddrs* pFirst = nullptr;
     if (getifaddrs(&pFirst) != 0)
     {
         const int iError = errno;
-        VADRO_Sysloglevel_warning(VADRO_Sysloglevel_registerModul("quorvad"),
-                                  "interfacestate",
-                                  __LINE__,
-                                  VAStr("Can't read the list of interfaces, so '%s' counts as down: %s",
-                                        a_strInterface.c_str(),
-                                        std::generic_category().message(iError).c_str()));
+        LOG_TO(VADRO_Sysloglevel_registerModul("quorvad"),
+               warning,
+               "Can't read the list of interfaces, so '%s' counts as down: %s",
+               a_strInterface.c_str(),
+               std::generic_category().message(iError).c_str());
         return false;
     }
     const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> pList(pFirst, freeifaddrs);

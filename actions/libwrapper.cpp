@@ -1,7 +1,7 @@
 #include "actions/libwrapper.h"
 
 #include "actions/error.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 #include <ares.h>
 #include <curl/curl.h>
@@ -9,20 +9,25 @@
 namespace quorvad
 {
 
+namespace
+{
+
+constexpr char s_acLogFile[] = "libwrapper";
+
+} // namespace
+
 LibWrapper::LibWrapper() : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {
     const int iAres = ares_library_init(ARES_LIB_INIT_ALL);
     if (iAres != ARES_SUCCESS)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "libwrapper", __LINE__, VAStr("ares_library_init failed: %s", ares_strerror(iAres)));
+        LOG_ERROR("ares_library_init failed: %s", ares_strerror(iAres));
         throw Error(Error::AresLibInitFailed);
     }
     const CURLcode eCurl = curl_global_init(CURL_GLOBAL_ALL);
     if (eCurl != CURLE_OK)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "libwrapper", __LINE__, VAStr("curl_global_init failed: %s", curl_easy_strerror(eCurl)));
+        LOG_ERROR("curl_global_init failed: %s", curl_easy_strerror(eCurl));
         throw Error(Error::CurlGlobalInitFailed);
     }
 }

@@ -175,24 +175,24 @@ private:
     {
         CLI::App& oAdd = addCommand("add", "add an account", runAccountAdd, s_pAddFooter);
         addWhere(oAdd);
-        AccountWish& oWish = m_oAccount.m_oWish;
-        addText(oAdd, "--host", oWish.m_strHost, "the name to update", "HOST").required();
-        addText(oAdd, "-i,--interface", oWish.m_strInterface, "the interface to follow", "NAME").required();
-        addText(oAdd, "--user", oWish.m_strUser, "the user name, where the provider wants one", "USER");
-        addText(oAdd, "--zone", oWish.m_strZone, "the zone of the host, for providers that want it apart", "ZONE");
+        AccountSpec& oSpec = m_oAccount.m_oWish;
+        addText(oAdd, "--host", oSpec.m_strHost, "the name to update", "HOST").required();
+        addText(oAdd, "-i,--interface", oSpec.m_strInterface, "the interface to follow", "NAME").required();
+        addText(oAdd, "--user", oSpec.m_strUser, "the user name, where the provider wants one", "USER");
+        addText(oAdd, "--zone", oSpec.m_strZone, "the zone of the host, for providers that want it apart", "ZONE");
         addPasswordFile(oAdd);
-        oAdd.add_flag("--dual", oWish.m_bDual, "announce the IPv6 address as well");
+        oAdd.add_flag("--dual", oSpec.m_bDual, "announce the IPv6 address as well");
         oAdd.add_option_function<int>(
-                "--retry", [&oWish](const int& a_iTries) { oWish.m_iRetry = a_iTries; }, "tries per change")
+                "--retry", [&oSpec](const int& a_iTries) { oSpec.m_iRetry = a_iTries; }, "tries per change")
             ->type_name("N")
             ->check(CLI::Range(1, s_iMostTries).description(""));
         oAdd.add_option_function<std::string>(
                 "--expect",
-                [&oWish](const std::string& a_strText) { oWish.m_strExpect = a_strText; },
+                [&oSpec](const std::string& a_strText) { oSpec.m_strExpect = a_strText; },
                 "text that a good answer contains; empty: HTTP status 200 decides")
             ->type_name("TEXT");
         oAdd.add_flag_callback(
-            "--disabled", [&oWish] { oWish.m_bEnable = false; }, "keep it without updating it for now");
+            "--disabled", [&oSpec] { oSpec.m_bEnable = false; }, "keep it without updating it for now");
         addProvidersFile(oAdd);
         oAdd.add_flag("--dry-run", m_oAccount.m_bDryRun, "show the row and write nothing");
         oAdd.callback(

@@ -1,7 +1,7 @@
 #include "cfgctl/database.h"
 
 #include "cfgctl/errors.h"
-#include "wire/message.h"
+#include "platform/wire/message.h"
 
 #include <thread>
 

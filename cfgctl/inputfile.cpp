@@ -1,7 +1,7 @@
 #include "cfgctl/inputfile.h"
 
 #include "cfgctl/errors.h"
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <array>
 #include <cerrno>
@@ -50,7 +50,7 @@ void dropLineEnd(std::string& a_strText)
 std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
 {
     const bool bOpen = a_strPath != "-";
-    const vadro::base::Descriptor oFile(bOpen ? open(a_strPath.c_str(), O_RDONLY | O_CLOEXEC) : -1);
+    const platform::UniqueFd oFile(bOpen ? open(a_strPath.c_str(), O_RDONLY | O_CLOEXEC) : -1);
     if (bOpen && !oFile.isOpen())
     {
         fail(a_strPath, std::strerror(errno));

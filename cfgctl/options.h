@@ -17,7 +17,7 @@ struct AccountOptions
     std::string m_strProvider; ///< key of a provider; or one of the next two
     std::string m_strUrl;
     std::string m_strServer;
-    AccountWish m_oWish;
+    AccountSpec m_oWish;
     std::string m_strPasswordFile; ///< "-" standard input, empty: ask on the terminal
     std::string m_strProviders;    ///< one more file of providers
     std::vector<int> m_oIds;

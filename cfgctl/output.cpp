@@ -1,7 +1,7 @@
 #include "cfgctl/output.h"
 
 #include "cfgctl/errors.h"
-#include "platform/base/visible.h"
+#include "platform/base/escape.h"
 
 #include <cerrno>
 #include <cstring>
@@ -37,7 +37,7 @@ void complain(std::string_view a_strText) noexcept
 {
     try
     {
-        static_cast<void>(writeAll(STDERR_FILENO, "cfgctl: " + vadro::base::makeVisible(a_strText) + "\n"));
+        static_cast<void>(writeAll(STDERR_FILENO, "cfgctl: " + platform::escape(a_strText) + "\n"));
     }
     catch (const std::exception&) // no memory for the text; the exit status still tells
     {

@@ -2,7 +2,7 @@
 
 #include "cfgctl/errors.h"
 #include "cfgctl/output.h"
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -22,7 +22,7 @@ namespace
     throw Failure("Can't write '" + a_strPath + "': " + std::strerror(a_iError));
 }
 
-void writeTo(vadro::base::Descriptor& a_oFile, const std::string& a_strPath, std::string_view a_strContent)
+void writeTo(platform::UniqueFd& a_oFile, const std::string& a_strPath, std::string_view a_strContent)
 {
     const bool bWritten = a_oFile.isOpen() && writeAll(a_oFile.get(), a_strContent) &&
                           (fsync(a_oFile.get()) == 0 || errno == EINVAL); // a pipe can't be synchronised
@@ -44,12 +44,12 @@ void writeFile(const std::string& a_strPath, std::string_view a_strContent)
 {
     if (!isReplaceable(a_strPath))
     {
-        vadro::base::Descriptor oFile(open(a_strPath.c_str(), O_WRONLY | O_CLOEXEC | O_TRUNC));
+        platform::UniqueFd oFile(open(a_strPath.c_str(), O_WRONLY | O_CLOEXEC | O_TRUNC));
         writeTo(oFile, a_strPath, a_strContent);
         return;
     }
     std::string strTemporary = a_strPath + ".XXXXXX";
-    vadro::base::Descriptor oFile(mkostemp(strTemporary.data(), O_CLOEXEC)); // mode 0600
+    platform::UniqueFd oFile(mkostemp(strTemporary.data(), O_CLOEXEC)); // mode 0600
     if (!oFile.isOpen())
     {
         fail(a_strPath, errno);

@@ -2,7 +2,7 @@
 
 #include "cfgctl/errors.h"
 #include "cfgctl/options.h"
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 #include "platform/client/credentials.h"
 #include "platform/client/timer.h"
 
@@ -39,7 +39,7 @@ WatchesNothing s_oWatchesNothing;
 /// Why a connection can't be made; 0 when it can, -1 when whoever accepts it isn't trusted.
 int probe(const std::string& a_strSocket)
 {
-    const vadro::base::Descriptor oSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const platform::UniqueFd oSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_un oAddress = {};
     oAddress.sun_family = AF_UNIX;
     a_strSocket.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);

@@ -1,7 +1,7 @@
 #include "cfgctl/table.h"
 
 #include "cfgctl/utf8.h"
-#include "platform/base/visible.h"
+#include "platform/base/escape.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -45,7 +45,7 @@ Table makePrintable(Table a_oTable)
     {
         for (Cell& oCell : oRow)
         {
-            oCell.m_strText = cutToWidth(vadro::base::makeVisible(oCell.m_strText), g_uiMaxCell);
+            oCell.m_strText = cutToWidth(platform::escape(oCell.m_strText), g_uiMaxCell);
         }
     }
     return a_oTable;

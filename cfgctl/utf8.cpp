@@ -1,6 +1,6 @@
 #include "cfgctl/utf8.h"
 
-#include "platform/base/visible.h"
+#include "platform/base/escape.h"
 
 #include <algorithm>
 #include <array>
@@ -52,7 +52,7 @@ char32_t decode(std::string_view a_strSequence)
 /// Takes one character, or one byte that belongs to none, and tells its width.
 std::size_t takeWidth(std::string_view& a_strText)
 {
-    const std::size_t uiLength = vadro::base::getSequenceLength(a_strText);
+    const std::size_t uiLength = platform::getSequenceLength(a_strText);
     const char32_t uiCharacter = uiLength == 0 ? U'?' : decode(a_strText.substr(0, uiLength));
     a_strText.remove_prefix(std::max<std::size_t>(uiLength, 1));
     if (isIn(s_oZeroWidth, uiCharacter))
@@ -66,7 +66,7 @@ std::size_t takeWidth(std::string_view& a_strText)
 
 bool isUtf8(std::string_view a_strText)
 {
-    while (const std::size_t uiLength = vadro::base::getSequenceLength(a_strText))
+    while (const std::size_t uiLength = platform::getSequenceLength(a_strText))
     {
         a_strText.remove_prefix(uiLength);
     }

@@ -16,7 +16,7 @@ struct Limits
     std::size_t m_uiClients = 64;
     std::size_t m_uiPerProcess = 16; ///< of them, those of one process
     std::size_t m_uiStrangers = 16;  ///< besides them, those that have not said Hello yet
-    Patience m_oPatience;
+    Timeouts m_oPatience;
     AccessLimits m_oAccess;
 };
 

@@ -1,6 +1,6 @@
 #include "cfgserver/databasefile.h"
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -25,7 +25,7 @@ namespace
 /// So that a new entry in it survives a loss of power. Some file systems refuse, and then nothing better can be done.
 void syncFolder(const std::string& a_strFolder)
 {
-    const vadro::base::Descriptor oFolder(::open(a_strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const platform::UniqueFd oFolder(::open(a_strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (oFolder.isOpen())
     {
         static_cast<void>(::fsync(oFolder.get()));
@@ -58,7 +58,7 @@ std::string resolveFolder(const std::string& a_strFolder)
 /// False when there is already something of that name.
 bool createFile(const std::string& a_strPath)
 {
-    const vadro::base::Descriptor oFile(
+    const platform::UniqueFd oFile(
         ::open(a_strPath.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!oFile.isOpen() && errno != EEXIST)
     {

@@ -1,7 +1,7 @@
 #include "cfgserver/options.h"
 
+#include "platform/base/escape.h"
 #include "platform/base/standarderror.h"
-#include "platform/base/visible.h"
 
 #include <CLI/CLI.hpp>
 
@@ -59,9 +59,9 @@ std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, O
     }
     catch (const std::filesystem::filesystem_error& oError)
     {
-        vadro::base::writeStandardError(
-            "cfgserver: can't tell where '" + vadro::base::makeVisible(oError.path1().string()) +
-            "' is: " + oError.code().message() + "; name it from / on, or change the folder\n");
+        platform::writeStandardError("cfgserver: can't tell where '" + platform::escape(oError.path1().string()) +
+                                     "' is: " + oError.code().message() +
+                                     "; name it from / on, or change the folder\n");
         return s_iFailure;
     }
     return std::nullopt;

@@ -4,11 +4,11 @@
 #include "cfgserver/server.h"
 #include "cfgserver/signals.h"
 #include "cfgserver/startreport.h"
+#include "platform/base/escape.h"
 #include "platform/base/servicemanager.h"
 #include "platform/base/standarderror.h"
-#include "platform/base/visible.h"
+#include "platform/common/log.h"
 #include "vadro/daemon.h"
-#include "vadro/sysloglevel.h"
 
 #include <cerrno>
 #include <functional>
@@ -26,6 +26,8 @@ namespace cfgserver
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "process";
 
 constexpr int s_iFailure = 1;
 constexpr std::size_t s_uiMaxGroupBytes = 1024UL * 1024UL;
@@ -71,7 +73,7 @@ void keepMemoryPrivate()
 /// From the first file to the stop signal. Throws what makes the service impossible.
 void serve(const Options& a_oOptions, uint32_t a_uiLog, const std::function<void()>& a_oReady)
 {
-    korrin::net::EventLoop oLoop;
+    platform::EventLoop oLoop;
     const Signals oSignals(oLoop, a_oOptions.m_bForeground);
     const std::optional<gid_t> oGroup = findGroup(a_oOptions.m_strGroup);
     // The socket is first to come and last to go: a second start learns from it what it collides with, and makes no
@@ -80,17 +82,14 @@ void serve(const Options& a_oOptions, uint32_t a_uiLog, const std::function<void
     Database oDatabase(a_oOptions.m_strDatabase);
     Store oStore(oDatabase);
     Server oServer(oLoop, oStore, oSocket, Limits());
-    VADRO_Sysloglevel_info(
-        a_uiLog,
-        "process",
-        __LINE__,
-        VAStr("Serving %s from database %s", a_oOptions.m_strSocket.c_str(), a_oOptions.m_strDatabase.c_str()));
+    LOG_TO(
+        a_uiLog, info, "Serving %s from database %s", a_oOptions.m_strSocket.c_str(), a_oOptions.m_strDatabase.c_str());
     a_oReady();
     while (oSignals.getStopSignal() == 0)
     {
         oServer.runOnce();
     }
-    VADRO_Sysloglevel_info(a_uiLog, "process", __LINE__, VAStr("Stopping on signal %d", oSignals.getStopSignal()));
+    LOG_TO(a_uiLog, info, "Stopping on signal %d", oSignals.getStopSignal());
 }
 
 /// Holds the PID file of the detached process.
@@ -119,12 +118,12 @@ int runForeground(const Options& a_oOptions)
     const uint32_t uiLog = openLog(a_oOptions);
     try
     {
-        serve(a_oOptions, uiLog, [] { vadro::base::reportReady(); });
+        serve(a_oOptions, uiLog, [] { platform::reportReady(); });
         return 0;
     }
     catch (const std::exception& oError)
     {
-        VADRO_Sysloglevel_error(uiLog, "process", __LINE__, oError.what());
+        LOG_TO(uiLog, error, "%s", oError.what());
         return s_iFailure;
     }
 }
@@ -150,7 +149,7 @@ int runDetached(const Options& a_oOptions, StartReport& a_oReport)
     }
     catch (const std::exception& oError)
     {
-        VADRO_Sysloglevel_error(uiLog, "process", __LINE__, oError.what());
+        LOG_TO(uiLog, error, "%s", oError.what());
         a_oReport.failed(oError.what());
         return s_iFailure;
     }
@@ -196,7 +195,7 @@ int runProcess(const Options& a_oOptions)
     }
     catch (const std::exception& oError)
     {
-        vadro::base::writeStandardError("cfgserver: " + vadro::base::makeVisible(oError.what()) + "\n");
+        platform::writeStandardError("cfgserver: " + platform::escape(oError.what()) + "\n");
         return s_iFailure;
     }
 }

@@ -1,6 +1,6 @@
 #include "cfgserver/refusal.h"
 
-#include "platform/base/visible.h"
+#include "platform/base/escape.h"
 
 namespace cfgserver
 {
@@ -14,7 +14,7 @@ std::string quoted(std::string_view a_strText)
 {
     // Appended piece by piece: of a sum, GCC 12 believes at -O3 that its pieces overlap.
     std::string strQuoted(1, '\'');
-    strQuoted += vadro::base::makeVisible(a_strText, s_uiShownBytes);
+    strQuoted += platform::escape(a_strText, s_uiShownBytes);
     strQuoted += '\'';
     return strQuoted;
 }

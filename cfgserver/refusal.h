@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/message.h"
+#include "platform/wire/message.h"
 
 #include <stdexcept>
 #include <string>

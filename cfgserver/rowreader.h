@@ -2,7 +2,7 @@
 
 #include "cfgserver/table.h"
 #include "korrin/namelist.h"
-#include "wire/message.h"
+#include "platform/wire/message.h"
 
 namespace cfgserver
 {

@@ -1,6 +1,6 @@
 #include "cfgserver/server.h"
 
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -17,7 +17,9 @@ namespace cfgserver
 namespace
 {
 
-using vadro::base::Descriptor;
+constexpr char s_acLogFile[] = "server";
+
+using platform::UniqueFd;
 
 // Few at a time: those that are here get their turn in between, whatever arrives.
 constexpr int s_iAcceptsPerTurn = 8;
@@ -30,11 +32,10 @@ int openReserve()
 
 } // namespace
 
-Server::Server(korrin::net::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits)
+Server::Server(platform::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits)
     : m_oLoop(a_oLoop), m_oSocket(a_oSocket), m_oLimits(a_oLimits), m_oService(a_oStore, a_oLimits.m_oAccess),
       m_oWarnings(VADRO_Sysloglevel_registerModul("cfgserver")),
-      m_uiModuleId(VADRO_Sysloglevel_registerModul("cfgserver")),
-      m_pReserve(std::make_unique<Descriptor>(openReserve()))
+      m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")), m_pReserve(std::make_unique<UniqueFd>(openReserve()))
 {
     m_oLoop.add(m_oSocket.getFd(), EPOLLIN, [this](std::uint32_t) { acceptSome(); });
 }
@@ -108,9 +109,9 @@ bool Server::acceptOne()
 void Server::refuseOne()
 {
     m_pReserve->reset();
-    Descriptor oRefused(::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_CLOEXEC));
+    UniqueFd oRefused(::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_CLOEXEC));
     oRefused.reset();
-    m_pReserve = std::make_unique<Descriptor>(openReserve());
+    m_pReserve = std::make_unique<UniqueFd>(openReserve());
     m_oWarnings.write(Clock::now(), __LINE__, "A client was refused: this process has no descriptors left");
 }
 
@@ -128,7 +129,7 @@ void Server::resumeAccepting()
     {
         if (!m_pReserve->isOpen())
         {
-            m_pReserve = std::make_unique<Descriptor>(openReserve());
+            m_pReserve = std::make_unique<UniqueFd>(openReserve());
         }
         m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
         m_oAcceptAgain.reset();
@@ -138,7 +139,7 @@ void Server::resumeAccepting()
 void Server::admit(int a_iFd)
 {
     const Clock::time_point oNow = Clock::now();
-    Descriptor oSocket(a_iFd); // until the session has it
+    UniqueFd oSocket(a_iFd); // until the session has it
     const Peer oPeer = readPeer(a_iFd);
     if (!mayConnect(a_iFd, oPeer, m_oSocket.getGroup()))
     {
@@ -291,7 +292,7 @@ void Server::disconnect(Sessions::iterator a_itSession)
     }
     else
     {
-        VADRO_Sysloglevel_debug(m_uiModuleId, "server", __LINE__, ("Left: " + oSession.describe()).c_str());
+        LOG_DEBUG("%s", ("Left: " + oSession.describe()).c_str());
     }
     m_oService.forget(oSession.getClient());
     m_oLoop.remove(a_itSession->first);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cfgserver/admission.h"
+#include "cfgserver/ratelimitedlog.h"
 #include "cfgserver/servicesocket.h"
-#include "cfgserver/warnings.h"
 #include "platform/base/eventloop.h"
 
 #include <map>
@@ -16,7 +16,7 @@ class Server
 {
 public:
     /// Throws std::system_error when the kernel grants no descriptor.
-    Server(korrin::net::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits);
+    Server(platform::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits);
     /// Disconnects everybody; uncommitted writes vanish.
     ~Server();
     Server(const Server&) = delete;
@@ -44,16 +44,16 @@ private:
     void removeEnded();
     [[nodiscard]] int getTimeout() const;
 
-    korrin::net::EventLoop& m_oLoop;
+    platform::EventLoop& m_oLoop;
     ServiceSocket& m_oSocket;
     Limits m_oLimits;
     Service m_oService;
-    Warnings m_oWarnings;
-    uint32_t m_uiModuleId;
+    RateLimitedLog m_oWarnings;
+    uint32_t m_iModuleId;
     Sessions m_oSessions;
-    std::map<int, std::uint32_t> m_oInterest;            // what the loop waits for
-    std::unique_ptr<vadro::base::Descriptor> m_pReserve; // given up to refuse a client when there are no others left
-    std::optional<Clock::time_point> m_oAcceptAgain;     // accepting is paused until then
+    std::map<int, std::uint32_t> m_oInterest;        // what the loop waits for
+    std::unique_ptr<platform::UniqueFd> m_pReserve;  // given up to refuse a client when there are no others left
+    std::optional<Clock::time_point> m_oAcceptAgain; // accepting is paused until then
 };
 
 } // namespace cfgserver

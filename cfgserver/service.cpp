@@ -2,8 +2,8 @@
 
 #include "cfgserver/refusal.h"
 #include "cfgserver/rowreader.h"
-#include "platform/base/visible.h"
-#include "vadro/sysloglevel.h"
+#include "platform/base/escape.h"
+#include "platform/common/log.h"
 
 #include <algorithm>
 
@@ -15,6 +15,8 @@ using wire::Result;
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "service";
 
 constexpr std::size_t s_uiClientNameBytes = 64;
 
@@ -54,7 +56,7 @@ void listTables(wire::Reply& a_oReply)
 } // namespace
 
 Service::Service(Store& a_oStore, const AccessLimits& a_oLimits)
-    : m_oStore(a_oStore), m_oLimits(a_oLimits), m_uiModuleId(VADRO_Sysloglevel_registerModul("cfgserver"))
+    : m_oStore(a_oStore), m_oLimits(a_oLimits), m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver"))
 {
 }
 
@@ -129,7 +131,7 @@ void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Re
     {
         oWatched[requireTable(strTable)] = true;
     }
-    a_oClient.m_strName = vadro::base::makeVisible(a_oRequest.m_strTable, s_uiClientNameBytes);
+    a_oClient.m_strName = platform::escape(a_oRequest.m_strTable, s_uiClientNameBytes);
     a_oClient.m_bNotifyOwnChanges = a_oRequest.m_oValues.getValue("NotifyOwnChanges").getInteger() != 0;
     a_oClient.m_bReadOnly = a_oRequest.m_oValues.getValue("ReadOnly").getInteger() != 0;
     a_oClient.m_oWatched = std::move(oWatched);
@@ -229,11 +231,7 @@ std::vector<std::size_t> Service::commit(const Client& a_oClient)
     }
     catch (const Refusal& oRefusal)
     {
-        VADRO_Sysloglevel_error(
-            m_uiModuleId,
-            "service",
-            __LINE__,
-            VAStr("Commit of client '%s' failed: %s", a_oClient.m_strName.c_str(), oRefusal.what()));
+        LOG_ERROR("Commit of client '%s' failed: %s", a_oClient.m_strName.c_str(), oRefusal.what());
         throw;
     }
 }
@@ -261,23 +259,17 @@ void Service::expire(Clock::time_point a_oNow)
     const char* pName = m_pHolder->m_strName.c_str();
     if (a_oNow >= m_oLastUse + m_oLimits.m_oIdle)
     {
-        VADRO_Sysloglevel_warning(m_uiModuleId,
-                                  "service",
-                                  __LINE__,
-                                  VAStr("Client '%s' held write access for %lld s without a request: taken back, its "
-                                        "uncommitted writes are gone",
-                                        pName,
-                                        toSeconds(m_oLimits.m_oIdle)));
+        LOG_WARNING("Client '%s' held write access for %lld s without a request: taken back, its "
+                    "uncommitted writes are gone",
+                    pName,
+                    toSeconds(m_oLimits.m_oIdle));
     }
     else
     {
-        VADRO_Sysloglevel_warning(m_uiModuleId,
-                                  "service",
-                                  __LINE__,
-                                  VAStr("Client '%s' held write access for %lld s without a commit: taken back, its "
-                                        "uncommitted writes are gone",
-                                        pName,
-                                        toSeconds(m_oLimits.m_oTotal)));
+        LOG_WARNING("Client '%s' held write access for %lld s without a commit: taken back, its "
+                    "uncommitted writes are gone",
+                    pName,
+                    toSeconds(m_oLimits.m_oTotal));
     }
     releaseAccess();
 }

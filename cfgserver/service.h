@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cfgserver/store.h"
-#include "wire/message.h"
+#include "platform/wire/message.h"
 
 #include <chrono>
 #include <optional>
@@ -70,7 +70,7 @@ private:
 
     Store& m_oStore;
     AccessLimits m_oLimits;
-    uint32_t m_uiModuleId;
+    uint32_t m_iModuleId;
     const Client* m_pHolder = nullptr; // of the write access; m_oWrites is set along with it
     std::optional<Transaction> m_oWrites;
     Clock::time_point m_oTaken;   // the write access

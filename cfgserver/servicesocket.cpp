@@ -2,7 +2,7 @@
 
 #include "cfgserver/peer.h"
 #include "platform/client/credentials.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 #include <cerrno>
 #include <cstring>
@@ -19,7 +19,9 @@ namespace cfgserver
 namespace
 {
 
-using vadro::base::Descriptor;
+constexpr char s_acLogFile[] = "servicesocket";
+
+using platform::UniqueFd;
 
 constexpr int s_iBacklog = 64;
 
@@ -63,7 +65,7 @@ int makeSocket(const std::string& a_strPath)
 /// The user and process behind the path; none when nobody listens there.
 std::optional<Peer> findListener(const std::string& a_strPath)
 {
-    const Descriptor oProbe(makeSocket(a_strPath));
+    const UniqueFd oProbe(makeSocket(a_strPath));
     const sockaddr_un oAddress = makeAddress(a_strPath);
     if (::connect(oProbe.get(), generic(oAddress), sizeof oAddress) == 0)
     {
@@ -105,12 +107,11 @@ std::optional<Peer> checkNobodyListens(const std::string& a_strPath)
 
 void warnOfSquatter(const std::string& a_strPath, const Peer& a_oListener)
 {
-    VADRO_Sysloglevel_warning(VADRO_Sysloglevel_registerModul("cfgserver"),
-                              "servicesocket",
-                              __LINE__,
-                              VAStr("Another user's process listened at %s (%s): its socket is replaced",
-                                    a_strPath.c_str(),
-                                    a_oListener.describe().c_str()));
+    LOG_TO(VADRO_Sysloglevel_registerModul("cfgserver"),
+           warning,
+           "Another user's process listened at %s (%s): its socket is replaced",
+           a_strPath.c_str(),
+           a_oListener.describe().c_str());
 }
 
 void removeStale(const std::string& a_strPath)

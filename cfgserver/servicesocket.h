@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
 #include "platform/base/lockfile.h"
+#include "platform/base/uniquefd.h"
 
 #include <optional>
 #include <string>
@@ -35,8 +35,8 @@ private:
 
     std::string m_strPath;
     std::optional<gid_t> m_oGroup;
-    vadro::base::LockFile m_oLock; // held as long as the socket is ours
-    vadro::base::Descriptor m_oSocket;
+    platform::LockFile m_oLock; // held as long as the socket is ours
+    platform::UniqueFd m_oSocket;
     dev_t m_uiDevice = 0;
     ino_t m_uiInode = 0;
 };

@@ -17,7 +17,7 @@ constexpr std::size_t s_uiReadBytes = 64UL * 1024UL;
 
 } // namespace
 
-Session::Session(int a_iFd, const Peer& a_oPeer, const Patience& a_oPatience, Clock::time_point a_oNow)
+Session::Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oPatience, Clock::time_point a_oNow)
     : m_oSocket(a_iFd), m_oPeer(a_oPeer), m_oPatience(a_oPatience), m_oStart(a_oNow), m_oInputSince(a_oNow),
       m_oOutputSince(a_oNow), m_oChanged(getSchema().size())
 {

@@ -2,8 +2,8 @@
 
 #include "cfgserver/peer.h"
 #include "cfgserver/service.h"
-#include "platform/base/descriptor.h"
-#include "wire/frame.h"
+#include "platform/base/uniquefd.h"
+#include "platform/wire/frame.h"
 
 #include <chrono>
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace cfgserver
 {
 
 /// How long a client may take.
-struct Patience
+struct Timeouts
 {
     std::chrono::milliseconds m_oHello = std::chrono::seconds(5);    ///< from connecting to its Hello
     std::chrono::milliseconds m_oStalled = std::chrono::seconds(30); ///< for half a request, or for reading its replies
@@ -34,7 +34,7 @@ public:
     using Answer = std::function<wire::Reply(const wire::Request& a_oRequest)>;
 
     /// Takes over the descriptor, a connected non-blocking socket.
-    Session(int a_iFd, const Peer& a_oPeer, const Patience& a_oPatience, Clock::time_point a_oNow);
+    Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oPatience, Clock::time_point a_oNow);
 
     [[nodiscard]] int getFd() const { return m_oSocket.get(); }
     [[nodiscard]] Client& getClient() { return m_oClient; }
@@ -83,9 +83,9 @@ private:
     [[nodiscard]] bool queueNotifications(Clock::time_point a_oNow);
     void queue(const wire::Message& a_oMessage, Clock::time_point a_oNow);
 
-    vadro::base::Descriptor m_oSocket;
+    platform::UniqueFd m_oSocket;
     Peer m_oPeer;
-    Patience m_oPatience;
+    Timeouts m_oPatience;
     Client m_oClient;
     Clock::time_point m_oStart;
     wire::FrameReader m_oReader;

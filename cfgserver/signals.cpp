@@ -9,14 +9,14 @@ namespace cfgserver
 namespace
 {
 
-std::atomic<korrin::net::EventLoop*> s_pLoop = nullptr;
+std::atomic<platform::EventLoop*> s_pLoop = nullptr;
 std::atomic<int> s_iStopSignal = 0;
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<void*>::is_always_lock_free);
 
 void noteStop(int a_iSignal)
 {
     s_iStopSignal = a_iSignal;
-    if (korrin::net::EventLoop* pLoop = s_pLoop)
+    if (platform::EventLoop* pLoop = s_pLoop)
     {
         pLoop->wakeUp();
     }
@@ -33,7 +33,7 @@ void handle(int a_iSignal, void (*a_pHandler)(int))
 
 } // namespace
 
-Signals::Signals(korrin::net::EventLoop& a_oLoop, bool a_bForeground)
+Signals::Signals(platform::EventLoop& a_oLoop, bool a_bForeground)
 {
     s_pLoop = &a_oLoop;
     for (const int iSignal : {SIGINT, SIGTERM, SIGQUIT})

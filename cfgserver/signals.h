@@ -11,7 +11,7 @@ namespace cfgserver
 class Signals
 {
 public:
-    Signals(korrin::net::EventLoop& a_oLoop, bool a_bForeground);
+    Signals(platform::EventLoop& a_oLoop, bool a_bForeground);
     ~Signals();
     Signals(const Signals&) = delete;
     Signals& operator=(const Signals&) = delete;

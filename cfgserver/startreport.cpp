@@ -12,16 +12,16 @@ namespace cfgserver
 namespace
 {
 
-using vadro::base::Descriptor;
+using platform::UniqueFd;
 
 // What can't stand in a reason: an empty text would look like an end without a word.
 const std::string s_strReady(1, '\0');
 
 /// The pipe's ends must not have the numbers of the standard descriptors, which are pointed elsewhere on detaching.
-std::unique_ptr<Descriptor> moveUp(int a_iFd)
+std::unique_ptr<UniqueFd> moveUp(int a_iFd)
 {
-    const Descriptor oLow(a_iFd);
-    auto pHigh = std::make_unique<Descriptor>(::fcntl(a_iFd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    const UniqueFd oLow(a_iFd);
+    auto pHigh = std::make_unique<UniqueFd>(::fcntl(a_iFd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     if (!pHigh->isOpen())
     {
         throw std::system_error(errno, std::generic_category(), "can't prepare to detach");

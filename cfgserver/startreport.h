@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <memory>
 #include <string>
@@ -27,8 +27,8 @@ public:
 private:
     void send(const std::string& a_strText);
 
-    std::unique_ptr<vadro::base::Descriptor> m_pReadEnd;
-    std::unique_ptr<vadro::base::Descriptor> m_pWriteEnd;
+    std::unique_ptr<platform::UniqueFd> m_pReadEnd;
+    std::unique_ptr<platform::UniqueFd> m_pWriteEnd;
 };
 
 } // namespace cfgserver

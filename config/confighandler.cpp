@@ -2,7 +2,7 @@
 
 #include "config/columns.h"
 #include "config/tablereader.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 namespace quorvad
 {
@@ -11,6 +11,8 @@ using vadro::cfg::common::IConfigClient;
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "confighandler";
 
 constexpr char s_acUnknownSerialNo[] = "Sxxxxxxxxxxxx";
 
@@ -32,7 +34,7 @@ ConfigHandler::~ConfigHandler()
 
 void ConfigHandler::getTableNames(std::list<std::string>& a_oNames)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "getTableNames");
+    LOG_DEBUG("getTableNames");
     for (const char* pTable : {dbm::Table_DynDns,
                                dbm::Table_StatusNetifWatch,
                                dbm::Table_StatusNetIfIPv6Addresses,
@@ -45,10 +47,10 @@ void ConfigHandler::getTableNames(std::list<std::string>& a_oNames)
 
 bool ConfigHandler::loadFromConfig(IConfigClient& a_oClient, const std::string& a_strTable)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "loadFromConfig");
+    LOG_DEBUG("loadFromConfig");
     if (m_bInitial)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "Init cache with data from config tables.");
+        LOG_DEBUG("Init cache with data from config tables.");
         updateCachedTables(a_oClient, false);
         loadSerialNumber(a_oClient);
         updateUserDnsServers(a_oClient);
@@ -57,19 +59,19 @@ bool ConfigHandler::loadFromConfig(IConfigClient& a_oClient, const std::string& 
     }
     else if (a_strTable == dbm::Table_DynDns)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "Table DynDns changed.");
+        LOG_DEBUG("Table DynDns changed.");
         updateCachedTables(a_oClient, false);
         updateUserDnsServers(a_oClient);
         updateOtherDnsServers(a_oClient);
     }
     else if (a_strTable == dbm::Table_StatusNetifWatch)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "Table StatusNetifWatch changed.");
+        LOG_DEBUG("Table StatusNetifWatch changed.");
         refreshInterfaces(a_oClient, netifWatchTable());
     }
     else if (a_strTable == dbm::Table_StatusNetIfIPv6Addresses)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "Table StatusNetIfIPv6Addresses changed.");
+        LOG_DEBUG("Table StatusNetIfIPv6Addresses changed.");
         refreshInterfaces(a_oClient, netifIPv6Table());
     }
     else if (a_strTable == dbm::Table_DNSClientServer)
@@ -85,7 +87,7 @@ bool ConfigHandler::loadFromConfig(IConfigClient& a_oClient, const std::string& 
 
 void ConfigHandler::updateCachedTables(IConfigClient& a_oClient, bool a_bClearFirst)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "updateCachedTables");
+    LOG_DEBUG("updateCachedTables");
     if (a_bClearFirst)
     {
         m_oDynDnsCfgs.clear();
@@ -107,26 +109,23 @@ void ConfigHandler::updateAccount(IConfigClient& a_oClient, korrin::ValueList& a
     {
         auto pAccount = std::make_unique<ConfigObject>(dbm::Table_DynDns, static_cast<unsigned int>(iId));
         it = m_oDynDnsCfgs.emplace(iId, std::move(pAccount)).first;
-        VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, VAStr("Initialize DynDNS cfg id %d", iId));
+        LOG_DEBUG("Initialize DynDNS cfg id %d", iId);
     }
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, VAStr("Update DynDNS cfg id %d", iId));
+    LOG_DEBUG("Update DynDNS cfg id %d", iId);
     it->second->updateSnapshot(a_oRow);
     const std::string strInterface = textOf(a_oRow, dbm::Interface);
     if (strInterface.empty())
     {
         return;
     }
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "confighandler",
-                            __LINE__,
-                            VAStr("Get IPv4 information for interface '%s'.", strInterface.c_str()));
+    LOG_DEBUG("Get IPv4 information for interface '%s'.", strInterface.c_str());
     loadInterface(a_oClient, netifWatchTable(), strInterface);
     loadInterface(a_oClient, netifIPv6Table(), strInterface);
 }
 
 void ConfigHandler::loadSerialNumber(IConfigClient& a_oClient)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "loadSerialNumber");
+    LOG_DEBUG("loadSerialNumber");
     korrin::NameList oColumns;
     korrin::ValueList oRow;
     if (a_oClient.getrowbykey(dbm::Table_etl, dbm::Id, "1", oColumns, oRow) != 0 || !oRow.hasValue(dbm::etl_serial_no))
@@ -135,8 +134,7 @@ void ConfigHandler::loadSerialNumber(IConfigClient& a_oClient)
         return;
     }
     m_strSerialNo = textOf(oRow, dbm::etl_serial_no);
-    VADRO_Sysloglevel_debug(
-        m_iModuleId, "confighandler", __LINE__, VAStr("CPE's serial no.: %s", m_strSerialNo.c_str()));
+    LOG_DEBUG("CPE's serial no.: %s", m_strSerialNo.c_str());
 }
 
 // Without its key a row can't be told from the others; one such row must not cost the rest.
@@ -146,8 +144,7 @@ bool ConfigHandler::hasId(const char* a_pTable, const korrin::ValueList& a_oRow)
     {
         return true;
     }
-    VADRO_Sysloglevel_warning(
-        m_iModuleId, "confighandler", __LINE__, VAStr("Skipping a row of table %s without column Id.", a_pTable));
+    LOG_WARNING("Skipping a row of table %s without column Id.", a_pTable);
     return false;
 }
 

@@ -1,21 +1,25 @@
 #include "config/columns.h"
 #include "config/confighandler.h"
 #include "config/rowlookup.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 namespace quorvad
 {
 
+namespace
+{
+
+constexpr char s_acLogFile[] = "confighandler";
+
+} // namespace
+
 void ConfigHandler::process()
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "process");
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "confighandler",
-                            __LINE__,
-                            VAStr("Scheduled tasks: %zd", static_cast<ssize_t>(m_oSchedulers.size())));
+    LOG_DEBUG("process");
+    LOG_DEBUG("Scheduled tasks: %zd", static_cast<ssize_t>(m_oSchedulers.size()));
     if (m_oDynDnsCfgs.empty())
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "No config data cached.");
+        LOG_DEBUG("No config data cached.");
         return;
     }
     AccountIds oPending;
@@ -59,8 +63,7 @@ void ConfigHandler::markAccountChanges(AccountIds& a_oPending)
         {
             if (m_oSchedulers.count(iId) != 0)
             {
-                VADRO_Sysloglevel_debug(
-                    m_iModuleId, "confighandler", __LINE__, VAStr("Remove stale action for config id %d.", iId));
+                LOG_DEBUG("Remove stale action for config id %d.", iId);
                 m_oSchedulers.erase(iId);
             }
             pAccount->m_bChanged = false;
@@ -76,7 +79,7 @@ void ConfigHandler::markAccountChanges(AccountIds& a_oPending)
 // An account whose interface is not known yet stays marked and is looked at again in every pass.
 bool ConfigHandler::accountNeedsAction(int a_iId, const ConfigObject& a_oAccount) const
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "User config changed.");
+    LOG_DEBUG("User config changed.");
     const std::string strInterface = textOf(a_oAccount, dbm::Interface);
     if (findRow(m_oNetifWatch, strInterface) == nullptr)
     {
@@ -85,13 +88,9 @@ bool ConfigHandler::accountNeedsAction(int a_iId, const ConfigObject& a_oAccount
     }
     if (findRow(m_oNetifIPv6, strInterface) == nullptr)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId,
-                                "confighandler",
-                                __LINE__,
-                                VAStr("Interface %s not found in watch6 table.", strInterface.c_str()));
+        LOG_DEBUG("Interface %s not found in watch6 table.", strInterface.c_str());
     }
-    VADRO_Sysloglevel_debug(
-        m_iModuleId, "confighandler", __LINE__, VAStr("DynDns cfg id %d needs action (DynDns changed)", a_iId));
+    LOG_DEBUG("DynDns cfg id %d needs action (DynDns changed)", a_iId);
     return true;
 }
 
@@ -117,10 +116,7 @@ void ConfigHandler::markIpv4Changes(AccountIds& a_oPending)
 
 void ConfigHandler::removeSchedulersOn(const std::string& a_strInterface)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "confighandler",
-                            __LINE__,
-                            VAStr("Interface '%s' is down, remove possibly stale actions.", a_strInterface.c_str()));
+    LOG_DEBUG("Interface '%s' is down, remove possibly stale actions.", a_strInterface.c_str());
     AccountIds oIds;
     for (const auto& [iId, pAccount] : m_oDynDnsCfgs)
     {
@@ -134,10 +130,7 @@ void ConfigHandler::removeSchedulersOn(const std::string& a_strInterface)
     {
         if (isOn(pAccount, a_strInterface) && m_oSchedulers.count(iId) != 0)
         {
-            VADRO_Sysloglevel_debug(m_iModuleId,
-                                    "confighandler",
-                                    __LINE__,
-                                    VAStr("Remove scheduled action for config id %d because iface is down.", iId));
+            LOG_DEBUG("Remove scheduled action for config id %d because iface is down.", iId);
             m_oSchedulers.erase(iId);
         }
     }
@@ -145,15 +138,10 @@ void ConfigHandler::removeSchedulersOn(const std::string& a_strInterface)
 
 void ConfigHandler::markIpv4Accounts(const std::string& a_strInterface, AccountIds& a_oPending) const
 {
-    VADRO_Sysloglevel_debug(
-        m_iModuleId, "confighandler", __LINE__, VAStr("IPv4 config of iface '%s' changed.", a_strInterface.c_str()));
+    LOG_DEBUG("IPv4 config of iface '%s' changed.", a_strInterface.c_str());
     for (const int iId : enabledAccountsOn(a_strInterface))
     {
-        VADRO_Sysloglevel_debug(
-            m_iModuleId,
-            "confighandler",
-            __LINE__,
-            VAStr("DynDns cfg id %d needs action (iface '%s' Ipv4 settings changed", iId, a_strInterface.c_str()));
+        LOG_DEBUG("DynDns cfg id %d needs action (iface '%s' Ipv4 settings changed", iId, a_strInterface.c_str());
         a_oPending.insert(iId);
     }
 }
@@ -165,18 +153,14 @@ void ConfigHandler::markIpv6Changes(AccountIds& a_oPending)
         const ConfigObject* pWatch = findRow(m_oNetifWatch, strInterface);
         if (pWatch == nullptr)
         {
-            VADRO_Sysloglevel_debug(
-                m_iModuleId, "confighandler", __LINE__, VAStr("No IPv4 info about '%s' yet.", strInterface.c_str()));
+            LOG_DEBUG("No IPv4 info about '%s' yet.", strInterface.c_str());
             continue;
         }
         if (!isChanged(pRow))
         {
             continue;
         }
-        VADRO_Sysloglevel_debug(m_iModuleId,
-                                "confighandler",
-                                __LINE__,
-                                VAStr("Check IPv6 config changes of iface '%s'...", strInterface.c_str()));
+        LOG_DEBUG("Check IPv6 config changes of iface '%s'...", strInterface.c_str());
         if (isUp(*pWatch))
         {
             markIpv6Accounts(strInterface, a_oPending);
@@ -187,18 +171,11 @@ void ConfigHandler::markIpv6Changes(AccountIds& a_oPending)
 
 void ConfigHandler::markIpv6Accounts(const std::string& a_strInterface, AccountIds& a_oPending) const
 {
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "confighandler",
-                            __LINE__,
-                            VAStr("IPv6 config of interface '%s' changed.", a_strInterface.c_str()));
+    LOG_DEBUG("IPv6 config of interface '%s' changed.", a_strInterface.c_str());
     for (const int iId : enabledAccountsOn(a_strInterface))
     {
         a_oPending.insert(iId);
-        VADRO_Sysloglevel_debug(
-            m_iModuleId,
-            "confighandler",
-            __LINE__,
-            VAStr("DynDns cfg id %d needs action (iface '%s' Ipv6 addr changed)", iId, a_strInterface.c_str()));
+        LOG_DEBUG("DynDns cfg id %d needs action (iface '%s' Ipv6 addr changed)", iId, a_strInterface.c_str());
     }
 }
 
@@ -208,18 +185,15 @@ void ConfigHandler::markDnsRelayChange(bool a_bForced, AccountIds& a_oPending)
     {
         return;
     }
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "DNS relay config changed.");
+    LOG_DEBUG("DNS relay config changed.");
     if (a_bForced)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, "Force user-defined DNS nameservers...");
+        LOG_DEBUG("Force user-defined DNS nameservers...");
         for (const auto& [iId, pAccount] : m_oDynDnsCfgs)
         {
             if (pAccount && isEnabled(*pAccount))
             {
-                VADRO_Sysloglevel_debug(m_iModuleId,
-                                        "confighandler",
-                                        __LINE__,
-                                        VAStr("DynDns cfg id %d needs action (user-defined nameservers changed)", iId));
+                LOG_DEBUG("DynDns cfg id %d needs action (user-defined nameservers changed)", iId);
                 a_oPending.insert(iId);
             }
         }
@@ -243,10 +217,7 @@ void ConfigHandler::markDnsServerChanges(bool a_bUserServersOnly, AccountIds& a_
         }
         for (const int iId : enabledAccountsOn(textOf(oServer, dbm::Interface)))
         {
-            VADRO_Sysloglevel_debug(m_iModuleId,
-                                    "confighandler",
-                                    __LINE__,
-                                    VAStr("DynDns cfg id %d needs action (DNS server changed)", iId));
+            LOG_DEBUG("DynDns cfg id %d needs action (DNS server changed)", iId);
             a_oPending.insert(iId);
         }
     }
@@ -267,10 +238,7 @@ std::vector<int> ConfigHandler::enabledAccountsOn(const std::string& a_strInterf
 
 void ConfigHandler::logMissingInterface(const std::string& a_strInterface) const
 {
-    VADRO_Sysloglevel_error(m_iModuleId,
-                            "confighandler",
-                            __LINE__,
-                            VAStr("Interface %s not found in watch table.", a_strInterface.c_str()));
+    LOG_ERROR("Interface %s not found in watch table.", a_strInterface.c_str());
 }
 
 } // namespace quorvad

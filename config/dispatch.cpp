@@ -4,13 +4,15 @@
 #include "config/columns.h"
 #include "config/confighandler.h"
 #include "config/rowlookup.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 namespace quorvad
 {
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "confighandler";
 
 std::string textColumn(const ConfigObject& a_oRow, const char* a_pColumn)
 {
@@ -23,8 +25,7 @@ void ConfigHandler::dispatch(int a_iId)
 {
     if (m_oSchedulers.count(a_iId) != 0)
     {
-        VADRO_Sysloglevel_debug(
-            m_iModuleId, "confighandler", __LINE__, VAStr("Remove old scheduler for config id '%d'.", a_iId));
+        LOG_DEBUG("Remove old scheduler for config id '%d'.", a_iId);
         m_oSchedulers.erase(a_iId);
     }
     ConfigObject& oAccount = *m_oDynDnsCfgs.at(a_iId);
@@ -61,44 +62,35 @@ void ConfigHandler::sendHttps(int a_iId,
                               const std::string& a_strAddr6)
 {
     const std::string strHostname = textColumn(a_oAccount, "Hostname");
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "confighandler",
-                            __LINE__,
-                            VAStr("Send update for '%s' on interface '%s'...",
-                                  strHostname.c_str(),
-                                  textOf(a_oAccount, dbm::Interface).c_str()));
+    LOG_DEBUG(
+        "Send update for '%s' on interface '%s'...", strHostname.c_str(), textOf(a_oAccount, dbm::Interface).c_str());
     try
     {
         std::shared_ptr<Action> pAction = makeHttpsAction(a_iId, a_oAccount, a_oWatch, a_strAddr6);
-        VADRO_Sysloglevel_info(m_iModuleId, "confighandler", __LINE__, "HTTPS update will be scheduled...");
+        LOG_INFO("HTTPS update will be scheduled...");
         startScheduler(a_iId, a_oAccount, std::move(pAction));
     }
     catch (const Error& oError)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "confighandler", __LINE__, VAStr("Failed to send HTTPS update: '%s'", oError.what()));
+        LOG_ERROR("Failed to send HTTPS update: '%s'", oError.what());
     }
 }
 
 void ConfigHandler::sendGnudip(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch)
 {
     const std::string strHostname = textColumn(a_oAccount, "Hostname");
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "confighandler",
-                            __LINE__,
-                            VAStr("Send gnudip update for '%s' on interface '%s'...",
-                                  strHostname.c_str(),
-                                  textOf(a_oAccount, dbm::Interface).c_str()));
+    LOG_DEBUG("Send gnudip update for '%s' on interface '%s'...",
+              strHostname.c_str(),
+              textOf(a_oAccount, dbm::Interface).c_str());
     try
     {
         std::shared_ptr<Action> pAction = makeGnudipAction(a_iId, a_oAccount, a_oWatch);
-        VADRO_Sysloglevel_info(m_iModuleId, "confighandler", __LINE__, "GnuDIP update will be scheduled...");
+        LOG_INFO("GnuDIP update will be scheduled...");
         startScheduler(a_iId, a_oAccount, std::move(pAction));
     }
     catch (const Error& oError)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "confighandler", __LINE__, VAStr("Failed to send GnuDIP update (%s)", oError.what()));
+        LOG_ERROR("Failed to send GnuDIP update (%s)", oError.what());
     }
 }
 
@@ -162,8 +154,7 @@ void ConfigHandler::removeFinishedSchedulers()
     {
         if (it->second->m_bFinished.load())
         {
-            VADRO_Sysloglevel_debug(
-                m_iModuleId, "confighandler", __LINE__, VAStr("Scheduled Action id %d finished", it->first));
+            LOG_DEBUG("Scheduled Action id %d finished", it->first);
             it = m_oSchedulers.erase(it);
         }
         else

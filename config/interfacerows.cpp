@@ -1,7 +1,7 @@
 #include "config/columns.h"
 #include "config/confighandler.h"
 #include "config/tablereader.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 namespace quorvad
 {
@@ -10,6 +10,8 @@ using vadro::cfg::common::IConfigClient;
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "confighandler";
 
 bool readInterface(IConfigClient& a_oClient,
                    const char* a_pTable,
@@ -73,20 +75,16 @@ void ConfigHandler::refreshInterface(IConfigClient& a_oClient,
     korrin::ValueList oRow;
     if (!readInterface(a_oClient, a_oTable.m_pTable, a_oTable.m_oColumns, a_strInterface, oRow))
     {
-        VADRO_Sysloglevel_debug(m_iModuleId,
-                                "confighandler",
-                                __LINE__,
-                                VAStr("DB entry '%s' for '%s' not accessible => delete related cached obj.",
-                                      a_oTable.m_pTable,
-                                      a_strInterface.c_str()));
+        LOG_DEBUG("DB entry '%s' for '%s' not accessible => delete related cached obj.",
+                  a_oTable.m_pTable,
+                  a_strInterface.c_str());
         a_oTable.m_oRows.erase(a_strInterface);
         return;
     }
     const ConfigObject* pRow = storeInterface(a_oTable, a_strInterface, oRow);
     if (pRow != nullptr)
     {
-        VADRO_Sysloglevel_debug(
-            m_iModuleId, "confighandler", __LINE__, VAStr("cached obj changed? %s", pRow->m_bChanged ? "YES" : "NO"));
+        LOG_DEBUG("cached obj changed? %s", pRow->m_bChanged ? "YES" : "NO");
     }
 }
 

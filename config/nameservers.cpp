@@ -1,7 +1,7 @@
 #include "config/columns.h"
 #include "config/confighandler.h"
 #include "config/tablereader.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 namespace quorvad
 {
@@ -10,6 +10,8 @@ using vadro::cfg::common::IConfigClient;
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "confighandler";
 
 void appendServer(std::string& a_strServers, const std::string& a_strAddress)
 {
@@ -65,11 +67,10 @@ std::string ConfigHandler::getNameservers(const std::string& a_strInterface) con
         strServers += ",";
         strServers += textOf(m_oDnsRelay, "SecondaryServerIp");
     }
-    VADRO_Sysloglevel_debug(m_iModuleId, "confighandler", __LINE__, VAStr("Nameservers: %s", strServers.c_str()));
+    LOG_DEBUG("Nameservers: %s", strServers.c_str());
     if (strServers.empty())
     {
-        VADRO_Sysloglevel_warning(
-            m_iModuleId, "confighandler", __LINE__, "Failed to load DNS nameservers from configuration.");
+        LOG_WARNING("Failed to load DNS nameservers from configuration.");
     }
     return strServers;
 }

@@ -7,13 +7,13 @@
 #include "daemon/options.h"
 #include "daemon/signals.h"
 #include "korrin/net/eventdispatcher.h"
+#include "platform/common/log.h"
 #include "status/statusinfolog.h"
 #include "vadro/basic/singletonadapter.h"
 #include "vadro/cfg/notificationhandler.h"
 #include "vadro/daemon.h"
 #include "vadro/error/defaultasserthook.h"
 #include "vadro/lock/nullmutex.h"
-#include "vadro/sysloglevel.h"
 
 #include <cstdlib>
 #include <exception>
@@ -24,6 +24,8 @@ namespace quorvad
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "main";
 
 constexpr char s_acProgram[] = "quorvad";
 constexpr char s_acPidFolder[] = "/run";
@@ -43,16 +45,14 @@ void startLogging(const Options& a_oOptions, vadro::error::DefaultAssertHook& a_
     {
         VADRO_Sysloglevel_changeTracelevelAll(s_uiAllTraceLevels);
     }
-    VADRO_Sysloglevel_info(
-        g_iModuleId, "main", __LINE__, VAStr("--- %s generated at: %s, %s", s_acProgram, __DATE__, __TIME__));
+    LOG_TO(g_iModuleId, info, "--- %s generated at: %s, %s", s_acProgram, __DATE__, __TIME__);
 }
 
 void exitIfRunning(const VADRO_Daemon& a_oDaemon)
 {
     if (VADRO_Daemon_occupiedPidFile(&a_oDaemon) != 0)
     {
-        VADRO_Sysloglevel_error(
-            g_iModuleId, "main", __LINE__, VAStr("quorvad (%s) is already running. Exiting ...", s_acProgram));
+        LOG_TO(g_iModuleId, error, "quorvad (%s) is already running. Exiting ...", s_acProgram);
         std::exit(EXIT_FAILURE); // NOLINT(concurrency-mt-unsafe): no other thread yet
     }
 }
@@ -85,7 +85,7 @@ void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
 {
     using StatusStore = vadro::basic::SingletonAdapter<StatusInfoLog, vadro::lock::NullMutex>;
     vadro::cfg::common::IConfigClient& oClient = a_oNotifications.getConfigClient();
-    VADRO_Sysloglevel_debug(g_iModuleId, "main", __LINE__, "Init completed...");
+    LOG_TO(g_iModuleId, debug, "Init completed...");
     g_bLoopRuns.store(true);
     while (!g_bTerminate)
     {
@@ -93,7 +93,7 @@ void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
         a_oDispatcher.handleEvents(s_uiWaitMs);
         logRecordedSignals();
         a_oNotifications.process();
-        VADRO_Sysloglevel_debug(g_iModuleId, "main", __LINE__, "Poll.");
+        LOG_TO(g_iModuleId, debug, "Poll.");
         const std::size_t uiUpdates = a_oHandler.m_oSchedulers.size();
         a_oHandler.process();
         StatusStore::instance().commitChanges(oClient);
@@ -127,15 +127,15 @@ int runGuarded(const Options& a_oOptions)
     }
     catch (const Error& oError)
     {
-        VADRO_Sysloglevel_error(g_iModuleId, "main", __LINE__, oError.what());
+        LOG_TO(g_iModuleId, error, "%s", oError.what());
     }
     catch (const std::exception& oException)
     {
-        VADRO_Sysloglevel_error(g_iModuleId, "main", __LINE__, oException.what());
+        LOG_TO(g_iModuleId, error, "%s", oException.what());
     }
     catch (...)
     {
-        VADRO_Sysloglevel_error(g_iModuleId, "main", __LINE__, "Unknown exception");
+        LOG_TO(g_iModuleId, error, "Unknown exception");
     }
     return EXIT_FAILURE;
 }

@@ -1,7 +1,7 @@
 #include "daemon/signals.h"
 
 #include "korrin/net/eventdispatcher.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 #include <array>
 #include <cerrno>
@@ -16,6 +16,8 @@ std::uint32_t g_iModuleId = 0;
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "main";
 
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<unsigned>::is_always_lock_free &&
                   std::atomic<korrin::net::EventDispatcher*>::is_always_lock_free,
@@ -103,12 +105,12 @@ void logRecordedSignals()
     {
         if ((uiRecorded & signalBit(iSignal)) != 0)
         {
-            VADRO_Sysloglevel_info(g_iModuleId, "main", __LINE__, VAStr("Terminating on signal: %d", iSignal));
+            LOG_TO(g_iModuleId, info, "Terminating on signal: %d", iSignal);
         }
     }
     if ((uiRecorded & signalBit(SIGPIPE)) != 0)
     {
-        VADRO_Sysloglevel_warning(g_iModuleId, "main", __LINE__, "Received SIGPIPE");
+        LOG_TO(g_iModuleId, warning, "Received SIGPIPE");
     }
 }
 

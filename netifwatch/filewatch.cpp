@@ -22,7 +22,7 @@ constexpr std::uint32_t s_uiFileEvents = IN_MODIFY | IN_CLOSE_WRITE | IN_MOVE_SE
 
 } // namespace
 
-FileWatch::FileWatch(korrin::net::EventLoop& a_oLoop, std::vector<std::string> a_oPaths, std::function<void()> a_oHint)
+FileWatch::FileWatch(platform::EventLoop& a_oLoop, std::vector<std::string> a_oPaths, std::function<void()> a_oHint)
     : m_oLoop(a_oLoop), m_oPaths(std::move(a_oPaths)), m_oHint(std::move(a_oHint)),
       m_oInotify(inotify_init1(IN_CLOEXEC | IN_NONBLOCK))
 {

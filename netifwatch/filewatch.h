@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
 #include "platform/base/eventloop.h"
+#include "platform/base/uniquefd.h"
 
 #include <functional>
 #include <set>
@@ -21,7 +21,7 @@ class FileWatch
 public:
     /// Calls back from within the loop, which must outlive this. Throws std::system_error when the kernel grants no
     /// descriptor.
-    FileWatch(korrin::net::EventLoop& a_oLoop, std::vector<std::string> a_oPaths, std::function<void()> a_oHint);
+    FileWatch(platform::EventLoop& a_oLoop, std::vector<std::string> a_oPaths, std::function<void()> a_oHint);
     ~FileWatch();
     FileWatch(const FileWatch&) = delete;
     FileWatch& operator=(const FileWatch&) = delete;
@@ -33,10 +33,10 @@ private:
     [[nodiscard]] bool concernsUs(const inotify_event& a_oEvent, const char* a_pName) const;
     void onReadable();
 
-    korrin::net::EventLoop& m_oLoop;
+    platform::EventLoop& m_oLoop;
     std::vector<std::string> m_oPaths;
     std::function<void()> m_oHint;
-    vadro::base::Descriptor m_oInotify;
+    platform::UniqueFd m_oInotify;
     std::set<int> m_oWatches;
     std::set<std::string> m_oNames; // of files and folders on the way
 };

@@ -1,6 +1,6 @@
 #include "netifwatch/interfacefilter.h"
 
-#include "platform/base/visible.h"
+#include "platform/base/escape.h"
 
 #include <algorithm>
 #include <fnmatch.h>
@@ -24,7 +24,7 @@ bool isText(std::string_view a_strName)
 {
     while (!a_strName.empty())
     {
-        const std::size_t uiLength = vadro::base::getSequenceLength(a_strName);
+        const std::size_t uiLength = platform::getSequenceLength(a_strName);
         if (uiLength == 0)
         {
             return false;

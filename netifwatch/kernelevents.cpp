@@ -1,6 +1,6 @@
 #include "netifwatch/kernelevents.h"
 
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 #include <array>
 #include <cerrno>
@@ -16,6 +16,8 @@ namespace netifwatch
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "kernelevents";
 
 constexpr std::size_t s_uiMessageBytes = 32768;
 constexpr int s_iMessagesPerTurn = 256; // then the loop looks after others, too
@@ -43,13 +45,13 @@ bool concernsUs(const char* a_pBytes, int a_iSize)
 
 } // namespace
 
-KernelEvents::KernelEvents(korrin::net::EventLoop& a_oLoop,
+KernelEvents::KernelEvents(platform::EventLoop& a_oLoop,
                            bool a_bRoutes,
                            int a_iBufferBytes,
                            std::function<void()> a_oHint)
     : m_oLoop(a_oLoop), m_oHint(std::move(a_oHint)),
       m_oSocket(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE)),
-      m_uiModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
+      m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
 {
     if (a_iBufferBytes > 0)
     {
@@ -90,10 +92,7 @@ void KernelEvents::onReadable()
         }
         else if (errno == ENOBUFS)
         {
-            VADRO_Sysloglevel_info(m_uiModuleId,
-                                   "kernelevents",
-                                   __LINE__,
-                                   "More interface events came than the buffer holds; everything is read anew.");
+            LOG_INFO("More interface events came than the buffer holds; everything is read anew.");
             bHint = true;
         }
         else if (errno != EINTR)

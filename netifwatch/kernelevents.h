@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
 #include "platform/base/eventloop.h"
+#include "platform/base/uniquefd.h"
 
 #include <functional>
 
@@ -16,7 +16,7 @@ public:
     /// Calls back from within the loop, which must outlive this. a_bRoutes: hear of routes as well. a_iBufferBytes:
     /// room for events that wait, 0 for the system's default. Throws std::system_error when the kernel grants no
     /// socket.
-    KernelEvents(korrin::net::EventLoop& a_oLoop, bool a_bRoutes, int a_iBufferBytes, std::function<void()> a_oHint);
+    KernelEvents(platform::EventLoop& a_oLoop, bool a_bRoutes, int a_iBufferBytes, std::function<void()> a_oHint);
     ~KernelEvents();
     KernelEvents(const KernelEvents&) = delete;
     KernelEvents& operator=(const KernelEvents&) = delete;
@@ -24,10 +24,10 @@ public:
 private:
     void onReadable();
 
-    korrin::net::EventLoop& m_oLoop;
+    platform::EventLoop& m_oLoop;
     std::function<void()> m_oHint;
-    vadro::base::Descriptor m_oSocket;
-    std::uint32_t m_uiModuleId;
+    platform::UniqueFd m_oSocket;
+    std::uint32_t m_iModuleId;
 };
 
 } // namespace netifwatch

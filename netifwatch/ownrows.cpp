@@ -1,6 +1,6 @@
 #include "netifwatch/ownrows.h"
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -41,7 +41,7 @@ bool writeAll(int a_iFd, const std::string& a_strText)
 /// A rename is on disk once its folder is.
 void syncFolder(const std::filesystem::path& a_oFolder)
 {
-    const vadro::base::Descriptor oFolder(::open(a_oFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const platform::UniqueFd oFolder(::open(a_oFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (oFolder.isOpen())
     {
         ::fsync(oFolder.get());
@@ -96,7 +96,7 @@ void OwnRowsFile::save(const OwnRows& a_oRows) const
     const std::filesystem::path oFolder = std::filesystem::path(m_strPath).parent_path();
     ::mkdir(oFolder.c_str(), S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH); // one that is there stays
     const std::string strNew = m_strPath + ".new";
-    vadro::base::Descriptor oFile(::open(
+    platform::UniqueFd oFile(::open(
         strNew.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH));
     if (!oFile.isOpen() || !writeAll(oFile.get(), oText.str()) || ::fsync(oFile.get()) != 0 || !oFile.reset() ||
         std::rename(strNew.c_str(), m_strPath.c_str()) != 0)

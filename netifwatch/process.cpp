@@ -4,10 +4,10 @@
 #include "netifwatch/printer.h"
 #include "netifwatch/stopsignals.h"
 #include "netifwatch/watcher.h"
+#include "platform/base/escape.h"
 #include "platform/base/standarderror.h"
-#include "platform/base/visible.h"
+#include "platform/common/log.h"
 #include "vadro/daemon.h"
-#include "vadro/sysloglevel.h"
 
 #include <cstdlib>
 #include <fcntl.h>
@@ -20,6 +20,8 @@ namespace netifwatch
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "process";
 
 constexpr char s_acProgram[] = "netifwatch";
 constexpr std::uint32_t s_uiAllTraceLevels = 1023;
@@ -46,7 +48,7 @@ std::uint32_t openLog(const Options& a_oOptions)
 
 void complain(const std::string& a_strText)
 {
-    vadro::base::writeStandardError("netifwatch: " + vadro::base::makeVisible(a_strText) + "\n");
+    platform::writeStandardError("netifwatch: " + platform::escape(a_strText) + "\n");
 }
 
 void follow(const Options& a_oOptions, std::uint32_t a_uiLog)
@@ -57,7 +59,7 @@ void follow(const Options& a_oOptions, std::uint32_t a_uiLog)
     oWatcher.run([&] { return oSignals.getStopSignal() != 0; });
     if (oSignals.getStopSignal() != 0)
     {
-        VADRO_Sysloglevel_info(a_uiLog, "process", __LINE__, VAStr("Stopping on signal %d", oSignals.getStopSignal()));
+        LOG_TO(a_uiLog, info, "Stopping on signal %d", oSignals.getStopSignal());
     }
 }
 
@@ -70,7 +72,7 @@ int followLogged(const Options& a_oOptions, std::uint32_t a_uiLog)
     }
     catch (const std::exception& oError)
     {
-        VADRO_Sysloglevel_error(a_uiLog, "process", __LINE__, oError.what());
+        LOG_TO(a_uiLog, error, "%s", oError.what());
         return EXIT_FAILURE;
     }
 }
@@ -112,7 +114,7 @@ int runDetached(const Options& a_oOptions)
     VADRO_Daemon_deletePidFile(&oDaemon); // a stale one
     if (VADRO_Daemon_createPidFile(&oDaemon) == 0 && VADRO_Daemon_occupiedPidFile(&oDaemon) != 0)
     {
-        VADRO_Sysloglevel_error(uiLog, "process", __LINE__, "netifwatch is already running; this one ends.");
+        LOG_TO(uiLog, error, "netifwatch is already running; this one ends.");
         return EXIT_FAILURE;
     }
     const int iStatus = followLogged(a_oOptions, uiLog);

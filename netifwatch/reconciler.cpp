@@ -3,8 +3,8 @@
 #include "netifwatch/dnsrows.h"
 #include "netifwatch/statusrows.h"
 #include "netifwatch/tablenames.h"
-#include "vadro/sysloglevel.h"
-#include "wire/message.h"
+#include "platform/common/log.h"
+#include "platform/wire/message.h"
 
 #include <iterator>
 #include <stdexcept>
@@ -18,6 +18,8 @@ using vadro::cfg::common::IConfigClient;
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "reconciler";
 
 bool is(korrin::protocol::EResultCode a_oResult, wire::Result a_eResult)
 {
@@ -81,7 +83,7 @@ std::string describe(const Operation& a_oOperation)
 
 Reconciler::Reconciler(IConfigClient& a_oClient, const InterfaceFilter& a_oFilter, std::string a_strOwnRows)
     : m_oClient(a_oClient), m_oFilter(a_oFilter), m_oOwnRows(std::move(a_strOwnRows)),
-      m_uiModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
+      m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
 {
 }
 
@@ -160,11 +162,7 @@ void Reconciler::reportOthers(const ServersByName& a_oServers, const Rows& a_oPr
     {
         if (m_oOthers.count(strName) == 0)
         {
-            VADRO_Sysloglevel_info(
-                m_uiModuleId,
-                "reconciler",
-                __LINE__,
-                VAStr("The DNS servers of %s are left to whoever wrote rows for it.", strName.c_str()));
+            LOG_INFO("The DNS servers of %s are left to whoever wrote rows for it.", strName.c_str());
         }
     }
     m_oOthers = std::move(oOthers);
@@ -235,7 +233,7 @@ void Reconciler::apply(const Operations& a_oOperations)
         {
             fail(m_oClient, "Can't write " + describe(oOperation));
         }
-        VADRO_Sysloglevel_info(m_uiModuleId, "reconciler", __LINE__, describe(oOperation).c_str());
+        LOG_INFO("%s", describe(oOperation).c_str());
     }
 }
 

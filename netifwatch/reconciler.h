@@ -73,7 +73,7 @@ private:
     OwnRowsFile m_oOwnRows;
     std::set<std::string> m_oOthers; // interfaces whose servers somebody else sets, as last reported
     std::string m_strFailure;
-    std::uint32_t m_uiModuleId;
+    std::uint32_t m_iModuleId;
 };
 
 } // namespace netifwatch

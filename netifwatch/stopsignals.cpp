@@ -35,7 +35,7 @@ int openSignals(bool a_bForeground)
 
 } // namespace
 
-StopSignals::StopSignals(korrin::net::EventLoop& a_oLoop, bool a_bForeground)
+StopSignals::StopSignals(platform::EventLoop& a_oLoop, bool a_bForeground)
     : m_oLoop(a_oLoop), m_oSignals(openSignals(a_bForeground))
 {
     if (!m_oSignals.isOpen())

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
 #include "platform/base/eventloop.h"
+#include "platform/base/uniquefd.h"
 
 namespace netifwatch
 {
@@ -12,7 +12,7 @@ namespace netifwatch
 class StopSignals
 {
 public:
-    StopSignals(korrin::net::EventLoop& a_oLoop, bool a_bForeground);
+    StopSignals(platform::EventLoop& a_oLoop, bool a_bForeground);
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
@@ -23,8 +23,8 @@ public:
 private:
     void onReadable();
 
-    korrin::net::EventLoop& m_oLoop;
-    vadro::base::Descriptor m_oSignals;
+    platform::EventLoop& m_oLoop;
+    platform::UniqueFd m_oSignals;
     int m_iSignal = 0;
 };
 

@@ -3,7 +3,7 @@
 #include "netifwatch/machine.h"
 #include "netifwatch/resolvconf.h"
 #include "netifwatch/tablenames.h"
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 #include <stdexcept>
 
@@ -12,6 +12,8 @@ namespace netifwatch
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "watcher";
 
 using namespace std::chrono_literals;
 
@@ -44,7 +46,7 @@ Watcher::Watcher(korrin::net::EventDispatcher& a_oDispatcher, const Options& a_o
       m_oReconciler(m_oNotifications.getConfigClient(), m_oFilter, a_oOptions.m_strState),
       m_oTimer(a_oDispatcher.getEventLoop(), [this] { m_bDue = true; }),
       m_oEvents(a_oDispatcher.getEventLoop(), a_oOptions.m_bDns, a_oOptions.m_iEventBuffer, [this] { onHint(); }),
-      m_oQuietTime(s_oQuiet, s_oLongest), m_uiModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
+      m_oQuietTime(s_oQuiet, s_oLongest), m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
 {
     if (a_oOptions.m_bDns)
     {
@@ -152,8 +154,7 @@ Reconciler::Outcome Watcher::reconcile()
     try
     {
         const MachineState oState = readMachine(m_oOptions, m_oFilter);
-        VADRO_Sysloglevel_debug(
-            m_uiModuleId, "watcher", __LINE__, VAStr("Looked at %zu interfaces.", oState.m_oInterfaces.size()));
+        LOG_DEBUG("Looked at %zu interfaces.", oState.m_oInterfaces.size());
         if (m_oSettled && *m_oSettled == oState)
         {
             return Reconciler::Outcome::Unchanged;
@@ -208,11 +209,7 @@ void Watcher::reportFailure()
     if (bConnected && m_strFailure != m_strReported) // a lost connection was told of by the client
     {
         m_strReported = m_strFailure;
-        VADRO_Sysloglevel_warning(
-            m_uiModuleId,
-            "watcher",
-            __LINE__,
-            VAStr("The tables can't be brought up to date: %s (tried again until it works)", m_strFailure.c_str()));
+        LOG_WARNING("The tables can't be brought up to date: %s (tried again until it works)", m_strFailure.c_str());
     }
 }
 

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "korrin/net/eventdispatcher.h"
+#include "netifwatch/debounce.h"
 #include "netifwatch/filewatch.h"
 #include "netifwatch/interfacefilter.h"
 #include "netifwatch/kernelevents.h"
 #include "netifwatch/options.h"
-#include "netifwatch/quiettime.h"
 #include "netifwatch/reconciler.h"
 #include "platform/client/timer.h"
 #include "vadro/cfg/notificationhandler.h"
@@ -38,7 +38,7 @@ public:
     void onServiceEvent() override;
 
 private:
-    using Clock = QuietTime::Clock;
+    using Clock = Debounce::Clock;
 
     void connect();
     void onHint();
@@ -58,7 +58,7 @@ private:
     KernelEvents m_oEvents;
     std::optional<FileWatch> m_oFiles;
 
-    QuietTime m_oQuietTime;
+    Debounce m_oQuietTime;
     std::optional<Clock::time_point> m_oHintDue; // look then because of hints,
     std::optional<Clock::time_point> m_oDue;     // or then for another reason
     bool m_bDue = false;                         // the time has come
@@ -68,7 +68,7 @@ private:
     std::string m_strFailure;               // of the last look
     std::string m_strReported;              // the failure that was told last
     unsigned m_uiBusy = 0;                  // times in a row that somebody else had write access
-    std::uint32_t m_uiModuleId;
+    std::uint32_t m_iModuleId;
 };
 
 } // namespace netifwatch

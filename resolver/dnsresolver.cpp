@@ -1,11 +1,11 @@
 #include "resolver/dnsresolver.h"
 
 #include "actions/error.h"
+#include "platform/common/log.h"
 #include "resolver/addresslist.h"
 #include "resolver/aresresult.h"
 #include "resolver/channelwait.h"
 #include "resolver/lookuptables.h"
-#include "vadro/sysloglevel.h"
 
 #include <chrono>
 #include <exception>
@@ -20,6 +20,8 @@ std::unordered_map<int, std::condition_variable*> s_oWaiters;
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "dnsresolver";
 
 void releaseList(addrinfo* a_pList)
 {
@@ -105,19 +107,17 @@ public:
 DnsResolver::DnsResolver(const std::string& a_strInterface, const std::string& a_strNameservers)
     : m_pChannel(nullptr), m_strInterface(a_strInterface), m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "dnsresolver", __LINE__, "DnsResolver");
+    LOG_DEBUG("DnsResolver");
     int iStatus = ares_init(&m_pChannel);
     if (iStatus != ARES_SUCCESS)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "dnsresolver", __LINE__, VAStr("ares_init failed: %s", ares_strerror(iStatus)));
+        LOG_ERROR("ares_init failed: %s", ares_strerror(iStatus));
         throw Error(Error::AresChannelInitFailed);
     }
     iStatus = ares_set_servers_csv(m_pChannel, a_strNameservers.c_str());
     if (iStatus != ARES_SUCCESS)
     {
-        VADRO_Sysloglevel_error(
-            m_iModuleId, "dnsresolver", __LINE__, VAStr("ares_set_servers_csv failed: %s", ares_strerror(iStatus)));
+        LOG_ERROR("ares_set_servers_csv failed: %s", ares_strerror(iStatus));
         ares_destroy(m_pChannel);
         throw Error(Error::AresChannelInitFailed);
     }
@@ -126,18 +126,15 @@ DnsResolver::DnsResolver(const std::string& a_strInterface, const std::string& a
 
 DnsResolver::~DnsResolver()
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "dnsresolver", __LINE__, "~DnsResolver");
+    LOG_DEBUG("~DnsResolver");
     ares_destroy(m_pChannel);
 }
 
 int DnsResolver::getaddrinfo(const std::string& a_strNode, addrinfo** a_ppResult)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "dnsresolver", __LINE__, "getaddrinfo");
+    LOG_DEBUG("getaddrinfo");
     Lookup oLookup(m_pChannel);
-    VADRO_Sysloglevel_debug(m_iModuleId,
-                            "dnsresolver",
-                            __LINE__,
-                            VAStr("Send query for node '%s' with request id %d", a_strNode.c_str(), oLookup.m_iId));
+    LOG_DEBUG("Send query for node '%s' with request id %d", a_strNode.c_str(), oLookup.m_iId);
     ares_gethostbyname(m_pChannel, a_strNode.c_str(), AF_INET, gethostbynameCallback, &oLookup.m_iId);
     resolvLoop(m_pChannel, oLookup.m_iId);
     oLookup.cancelUnlessDone();
@@ -147,28 +144,22 @@ int DnsResolver::getaddrinfo(const std::string& a_strNode, addrinfo** a_ppResult
         *a_ppResult = pList;
         return 0;
     }
-    VADRO_Sysloglevel_warning(m_iModuleId,
-                              "dnsresolver",
-                              __LINE__,
-                              VAStr("Failed to resolve for '%s' (%s)", a_strNode.c_str(), ares_strerror(iStatus)));
+    LOG_WARNING("Failed to resolve for '%s' (%s)", a_strNode.c_str(), ares_strerror(iStatus));
     return toGetaddrinfoCode(iStatus);
 }
 
 void DnsResolver::resolvLoop(ares_channel a_pChannel, int a_iRequestId)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "dnsresolver", __LINE__, "resolvLoop");
+    LOG_DEBUG("resolvLoop");
     while (driveChannelOnce(a_pChannel))
     {
         if (hasResult(a_iRequestId))
         {
-            VADRO_Sysloglevel_debug(m_iModuleId,
-                                    "dnsresolver",
-                                    __LINE__,
-                                    VAStr("c-ares thread signaled result for request id %d", a_iRequestId));
+            LOG_DEBUG("c-ares thread signaled result for request id %d", a_iRequestId);
             return;
         }
     }
-    VADRO_Sysloglevel_debug(m_iModuleId, "dnsresolver", __LINE__, "c-ares thread reports no active resolving...");
+    LOG_DEBUG("c-ares thread reports no active resolving...");
 }
 
 void DnsResolver::gethostbynameCallback(void* a_pArg, int a_iStatus, int /*a_iTimeouts*/, hostent* a_pHost) noexcept

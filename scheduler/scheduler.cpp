@@ -1,9 +1,9 @@
 #include "scheduler/scheduler.h"
 
 #include "actions/action.h"
+#include "platform/common/log.h"
 #include "scheduler/blockedsignals.h"
 #include "vadro/error/assert.h"
-#include "vadro/sysloglevel.h"
 
 #include <algorithm>
 #include <chrono>
@@ -19,9 +19,16 @@ namespace quorvad
 namespace
 {
 
+constexpr char s_acLogFile[] = "scheduler";
+
 using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
 
 constexpr std::int32_t s_iSliceSec = 4;
+
+long threadId()
+{
+    return static_cast<long>(syscall(SYS_gettid));
+}
 
 TimePoint now()
 {
@@ -48,11 +55,7 @@ Scheduler::Scheduler(int a_iStartPeriodSec, int a_iRetries, std::shared_ptr<Acti
     : m_iPeriodSec(a_iStartPeriodSec), m_iRetries(a_iRetries), m_bStop(false), m_pAction(std::move(a_pAction)),
       m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_bFinished(false), m_bStopAnnounced(false)
 {
-    VADRO_Sysloglevel_debug(
-        m_iModuleId,
-        "scheduler",
-        __LINE__,
-        VAStr("Built scheduler with %d retries and %d seconds as start period", m_iRetries, m_iPeriodSec));
+    LOG_DEBUG("Built scheduler with %d retries and %d seconds as start period", m_iRetries, m_iPeriodSec);
     const BlockedSignals oBlocked;
     try
     {
@@ -66,7 +69,7 @@ Scheduler::Scheduler(int a_iStartPeriodSec, int a_iRetries, std::shared_ptr<Acti
 
 Scheduler::~Scheduler()
 {
-    debugWithThread(__LINE__, "~Scheduler");
+    LOG_DEBUG("(%li) ~Scheduler", threadId());
     stop();
 }
 
@@ -79,7 +82,7 @@ void Scheduler::announceStop() noexcept
 
 void Scheduler::stop()
 {
-    debugWithThread(__LINE__, "stop");
+    LOG_DEBUG("(%li) stop", threadId());
     {
         const std::lock_guard<std::mutex> oLock(m_oMutex);
         m_bStop = true;
@@ -93,7 +96,7 @@ void Scheduler::stop()
 
 bool Scheduler::exec()
 {
-    debugWithThread(__LINE__, "exec");
+    LOG_DEBUG("(%li) exec", threadId());
     if (!m_pAction)
     {
         vadro::error::Assert::throwBadAlloc();
@@ -115,7 +118,7 @@ bool Scheduler::exec()
 
 void Scheduler::run()
 {
-    debugWithThread(__LINE__, "run");
+    LOG_DEBUG("(%li) run", threadId());
     TimePoint oDeadline = later(now(), m_iPeriodSec);
     m_iPeriodSec = doubled(m_iPeriodSec);
     std::unique_lock<std::mutex> oLock(m_oMutex);
@@ -125,7 +128,7 @@ void Scheduler::run()
         const TimePoint oSliceEnd = later(now(), s_iSliceSec);
         if (m_oCondition.wait_until(oLock, oSliceEnd, [this] { return m_bStop || m_bStopAnnounced.load(); }))
         {
-            debugWithThread(__LINE__, "Leave thread func...");
+            LOG_DEBUG("(%li) Leave thread func...", threadId());
             break;
         }
         const TimePoint oNow = now();
@@ -133,16 +136,14 @@ void Scheduler::run()
         {
             continue;
         }
-        debugWithThread(__LINE__, "Timeout => do action...");
+        LOG_DEBUG("(%li) Timeout => do action...", threadId());
         if (exec())
         {
-            VADRO_Sysloglevel_debug(
-                m_iModuleId, "scheduler", __LINE__, VAStr("Action succeeded after %d retries.", iCount + 1));
+            LOG_DEBUG("Action succeeded after %d retries.", iCount + 1);
             break;
         }
         oDeadline = later(oNow, m_iPeriodSec);
-        VADRO_Sysloglevel_debug(
-            m_iModuleId, "scheduler", __LINE__, VAStr("Action failed, schedule next try in %d seconds", m_iPeriodSec));
+        LOG_DEBUG("Action failed, schedule next try in %d seconds", m_iPeriodSec);
         m_iPeriodSec = doubled(m_iPeriodSec);
         ++iCount;
     }
@@ -151,7 +152,7 @@ void Scheduler::run()
 
 void Scheduler::complete()
 {
-    debugWithThread(__LINE__, "Thread complete");
+    LOG_DEBUG("(%li) Thread complete", threadId());
     m_bFinished.store(true);
 }
 
@@ -169,15 +170,9 @@ void Scheduler::task(Scheduler* a_pScheduler)
     }
 }
 
-void Scheduler::debugWithThread(unsigned int a_uiLine, const char* a_pText) const
-{
-    VADRO_Sysloglevel_debug(
-        m_iModuleId, "scheduler", a_uiLine, VAStr("(%li) %s", static_cast<long>(syscall(SYS_gettid)), a_pText));
-}
-
 void Scheduler::logFailure(const char* a_pReason) const
 {
-    VADRO_Sysloglevel_error(m_iModuleId, "scheduler", __LINE__, VAStr("Failed to execute action: '%s'", a_pReason));
+    LOG_ERROR("Failed to execute action: '%s'", a_pReason);
 }
 
 } // namespace quorvad

@@ -60,7 +60,6 @@ private:
     std::atomic<bool> m_bStopAnnounced;
 
     void complete();
-    void debugWithThread(unsigned int a_uiLine, const char* a_pText) const;
     void logFailure(const char* a_pReason) const;
 };
 

@@ -1,8 +1,8 @@
 #include "status/statusinfolog.h"
 
 #include "config/columns.h"
+#include "platform/common/log.h"
 #include "vadro/error/assert.h"
-#include "vadro/sysloglevel.h"
 
 #include <string>
 #include <unistd.h>
@@ -17,6 +17,8 @@ using vadro::cfg::common::IConfigClient;
 namespace
 {
 
+constexpr char s_acLogFile[] = "statusinfolog";
+
 constexpr int s_iAccessRequests = 121;
 constexpr useconds_t s_uiAccessPauseUs = 500000;
 
@@ -30,7 +32,7 @@ StatusInfoLog::StatusInfoLog() : m_uiMaxLogEntries(50), m_iModuleId(VADRO_Syslog
 
 void StatusInfoLog::push(ConfigObject& a_log, ConfigObject& a_status)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "statusinfolog", __LINE__, "push");
+    LOG_DEBUG("push");
     const std::lock_guard<std::mutex> oLock(m_oMutex);
     m_oLogs.push_back(std::move(a_log));
     if (a_status.m_oLastSnapshot.empty())
@@ -60,7 +62,7 @@ std::map<int, ConfigObject> StatusInfoLog::getStatus()
 
 void StatusInfoLog::commitChanges(IConfigClient& a_oClient)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "statusinfolog", __LINE__, "commitChanges");
+    LOG_DEBUG("commitChanges");
     std::vector<ConfigObject> oLogs;
     std::map<int, ConfigObject> oStatus;
     {
@@ -76,7 +78,7 @@ void StatusInfoLog::commitChanges(IConfigClient& a_oClient)
     }
     if (!obtainWriteAccess(a_oClient))
     {
-        VADRO_Sysloglevel_warning(m_iModuleId, "statusinfolog", __LINE__, "Failed to get DB access");
+        LOG_WARNING("Failed to get DB access");
         return;
     }
     cleanupDynDnsLog(a_oClient);
@@ -92,8 +94,7 @@ std::vector<ConfigObject> StatusInfoLog::newestPerAccount(const std::vector<Conf
     {
         if (!oRow.m_oLastSnapshot.hasValue(dbm::DynDnsLog_DynDnsId))
         {
-            VADRO_Sysloglevel_warning(
-                m_iModuleId, "statusinfolog", __LINE__, "Skipping a DynDnsLog row without column DynDnsId.");
+            LOG_WARNING("Skipping a DynDnsLog row without column DynDnsId.");
             continue;
         }
         oNewest[integerOf(oRow, dbm::DynDnsLog_DynDnsId)] = &oRow;
@@ -103,11 +104,7 @@ std::vector<ConfigObject> StatusInfoLog::newestPerAccount(const std::vector<Conf
     for (const auto& [iId, pRow] : oNewest)
     {
         oRows.push_back(*pRow);
-        VADRO_Sysloglevel_debug(
-            m_iModuleId,
-            "statusinfolog",
-            __LINE__,
-            VAStr("For DynDNS id %d found latest elem ts '%s'", iId, textOf(*pRow, dbm::DynDnsLog_Timestamp).c_str()));
+        LOG_DEBUG("For DynDNS id %d found latest elem ts '%s'", iId, textOf(*pRow, dbm::DynDnsLog_Timestamp).c_str());
     }
     return oRows;
 }
@@ -126,7 +123,7 @@ bool StatusInfoLog::obtainWriteAccess(IConfigClient& a_oClient) const
 
 void StatusInfoLog::cleanupDynDnsLog(IConfigClient& a_oClient)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "statusinfolog", __LINE__, "cleanupDynDnsLog");
+    LOG_DEBUG("cleanupDynDnsLog");
     unsigned int uiCount = 0;
     a_oClient.getrowcount(dbm::Table_DynDnsLog, uiCount);
     if (uiCount <= m_uiMaxLogEntries)
@@ -134,15 +131,14 @@ void StatusInfoLog::cleanupDynDnsLog(IConfigClient& a_oClient)
         return;
     }
     const std::size_t uiToDelete = uiCount - m_uiMaxLogEntries;
-    VADRO_Sysloglevel_debug(m_iModuleId, "statusinfolog", __LINE__, VAStr("Entries to delete: %zu", uiToDelete));
+    LOG_DEBUG("Entries to delete: %zu", uiToDelete);
     std::size_t uiDeleted = 0;
     for (std::size_t uiAttempts = 0; uiDeleted < uiToDelete && uiAttempts != 3 * uiToDelete; ++uiAttempts)
     {
         if (a_oClient.deleterow(dbm::Table_DynDnsLog, 0) == 0)
         {
             ++uiDeleted;
-            VADRO_Sysloglevel_debug(
-                m_iModuleId, "statusinfolog", __LINE__, VAStr("deleterow entry no. %zu", uiDeleted));
+            LOG_DEBUG("deleterow entry no. %zu", uiDeleted);
         }
     }
 }
@@ -152,18 +148,15 @@ void StatusInfoLog::insertLogs(IConfigClient& a_oClient, const std::vector<Confi
     for (const ConfigObject& oRow : a_oLogs)
     {
         a_oClient.insertrow(dbm::Table_DynDnsLog, oRow.m_oLastSnapshot);
-        VADRO_Sysloglevel_debug(m_iModuleId,
-                                "statusinfolog",
-                                __LINE__,
-                                VAStr("insertrow (DynDnsId: %d , ts: '%s')",
-                                      integerOf(oRow, dbm::DynDnsLog_DynDnsId),
-                                      textOf(oRow, dbm::DynDnsLog_Timestamp).c_str()));
+        LOG_DEBUG("insertrow (DynDnsId: %d , ts: '%s')",
+                  integerOf(oRow, dbm::DynDnsLog_DynDnsId),
+                  textOf(oRow, dbm::DynDnsLog_Timestamp).c_str());
     }
 }
 
 void StatusInfoLog::saveStatus(IConfigClient& a_oClient, std::map<int, ConfigObject>& a_oStatus)
 {
-    VADRO_Sysloglevel_debug(m_iModuleId, "statusinfolog", __LINE__, "saveStatus");
+    LOG_DEBUG("saveStatus");
     for (auto& [iId, oRow] : a_oStatus)
     {
         if (oRow.m_oLastSnapshot.empty())
@@ -188,11 +181,10 @@ void StatusInfoLog::insertStatus(IConfigClient& a_oClient, int a_iId, const Conf
 {
     if (a_oClient.insertrow(dbm::Table_DynDnsStatus, a_oRow.m_oLastSnapshot) == 0)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "statusinfolog", __LINE__, VAStr("insertrow (DynDnsId: %d)", a_iId));
+        LOG_DEBUG("insertrow (DynDnsId: %d)", a_iId);
         return;
     }
-    VADRO_Sysloglevel_warning(
-        m_iModuleId, "statusinfolog", __LINE__, VAStr("Failed to insert DynDnsStatus for DynDnsId %d", a_iId));
+    LOG_WARNING("Failed to insert DynDnsStatus for DynDnsId %d", a_iId);
 }
 
 void StatusInfoLog::updateStatus(IConfigClient& a_oClient, int a_iId, ConfigObject& a_oRow) const
@@ -201,11 +193,10 @@ void StatusInfoLog::updateStatus(IConfigClient& a_oClient, int a_iId, ConfigObje
     if (a_oClient.updatekey(
             dbm::Table_DynDnsStatus, dbm::DynDnsStatus_DynDnsId, std::to_string(a_iId), a_oRow.m_oLastSnapshot) == 0)
     {
-        VADRO_Sysloglevel_debug(m_iModuleId, "statusinfolog", __LINE__, VAStr("updatekey (DynDnsId: %d)", a_iId));
+        LOG_DEBUG("updatekey (DynDnsId: %d)", a_iId);
         return;
     }
-    VADRO_Sysloglevel_warning(
-        m_iModuleId, "statusinfolog", __LINE__, VAStr("Failed to update DynDnsStatus for DynDnsId %d", a_iId));
+    LOG_WARNING("Failed to update DynDnsStatus for DynDnsId %d", a_iId);
 }
 
 } // namespace quorvad

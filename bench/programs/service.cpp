@@ -11,9 +11,9 @@
 #include "config/confighandler.h"
 #include "config/tablereader.h"
 #include "korrin/net/eventdispatcher.h"
+#include "platform/wire/message.h"
 #include "status/statusinfolog.h"
 #include "vadro/cfg/notificationhandler.h"
-#include "wire/message.h"
 
 #include <cstdlib>
 #include <sys/resource.h>

@@ -42,9 +42,9 @@ std::string encode(const std::string& a_strWhat,
     return strEncoded;
 }
 
-std::string chooseTemplate(const Provider& a_oProvider, const AccountWish& a_oWish)
+std::string chooseTemplate(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 {
-    if (!a_oWish.m_bDual)
+    if (!a_oSpec.m_bDual)
     {
         return a_oProvider.m_strUrl;
     }
@@ -56,33 +56,33 @@ std::string chooseTemplate(const Provider& a_oProvider, const AccountWish& a_oWi
 }
 
 /// The label of a host below a zone; "@" for the zone itself, as providers write it.
-std::string labelOf(const AccountWish& a_oWish, const Provider& a_oProvider)
+std::string labelOf(const AccountSpec& a_oSpec, const Provider& a_oProvider)
 {
-    if (a_oWish.m_strZone.empty())
+    if (a_oSpec.m_strZone.empty())
     {
         throw Failure(a_oProvider.m_strName +
                       " wants the label and the zone of the host apart: give the zone with --zone, such as "
                       "--host home.example.org --zone example.org");
     }
-    require(findHostFault(a_oWish.m_strZone), "The zone '" + a_oWish.m_strZone + "'");
-    const std::string& strHost = a_oWish.m_strHost;
-    const std::string strEnd = "." + a_oWish.m_strZone;
-    if (strHost == a_oWish.m_strZone)
+    require(findHostFault(a_oSpec.m_strZone), "The zone '" + a_oSpec.m_strZone + "'");
+    const std::string& strHost = a_oSpec.m_strHost;
+    const std::string strEnd = "." + a_oSpec.m_strZone;
+    if (strHost == a_oSpec.m_strZone)
     {
         return "@";
     }
     if (strHost.size() <= strEnd.size() || strHost.substr(strHost.size() - strEnd.size()) != strEnd)
     {
-        throw Failure("The host '" + strHost + "' is not below the zone '" + a_oWish.m_strZone + "'");
+        throw Failure("The host '" + strHost + "' is not below the zone '" + a_oSpec.m_strZone + "'");
     }
     return strHost.substr(0, strHost.size() - strEnd.size());
 }
 
-std::string chooseUser(const Provider& a_oProvider, const AccountWish& a_oWish, bool a_bWanted, AccountPlan& a_oPlan)
+std::string chooseUser(const Provider& a_oProvider, const AccountSpec& a_oSpec, bool a_bWanted, AccountPlan& a_oPlan)
 {
     if (!a_bWanted)
     {
-        if (!a_oWish.m_strUser.empty())
+        if (!a_oSpec.m_strUser.empty())
         {
             a_oPlan.m_oNotes.push_back("The user name is left out: " + a_oProvider.m_strName +
                                        " takes none, and with one Basic authentication would be sent as well.");
@@ -90,7 +90,7 @@ std::string chooseUser(const Provider& a_oProvider, const AccountWish& a_oWish, 
         return {};
     }
     const std::string& strUser =
-        a_oWish.m_strUser.empty() && a_oProvider.m_bUserIsHost ? a_oWish.m_strHost : a_oWish.m_strUser;
+        a_oSpec.m_strUser.empty() && a_oProvider.m_bUserIsHost ? a_oSpec.m_strHost : a_oSpec.m_strUser;
     if (strUser.empty())
     {
         const std::string strHint =
@@ -130,72 +130,72 @@ korrin::Value makeText(const std::string& a_strText)
 }
 
 void fillRow(const Provider& a_oProvider,
-             const AccountWish& a_oWish,
+             const AccountSpec& a_oSpec,
              const std::string& a_strServer,
              const std::string& a_strUser,
              AccountPlan& a_oPlan)
 {
     const bool bGnudip = a_oProvider.m_eSignIn == SignIn::Gnudip;
-    const std::string strExpect = a_oWish.m_strExpect.value_or(a_oProvider.m_strExpect);
+    const std::string strExpect = a_oSpec.m_strExpect.value_or(a_oProvider.m_strExpect);
     require(findTextFault(strExpect), "The expected text");
-    const int iRetry = a_oWish.m_iRetry.value_or(a_oProvider.m_iRetry);
+    const int iRetry = a_oSpec.m_iRetry.value_or(a_oProvider.m_iRetry);
     korrin::ValueList& oRow = a_oPlan.m_oRow;
-    oRow.add("Enable", korrin::Value(korrin::eValueInteger, a_oWish.m_bEnable ? 1 : 0));
-    oRow.add("Interface", makeText(a_oWish.m_strInterface));
+    oRow.add("Enable", korrin::Value(korrin::eValueInteger, a_oSpec.m_bEnable ? 1 : 0));
+    oRow.add("Interface", makeText(a_oSpec.m_strInterface));
     oRow.add("ServiceType", makeText(bGnudip ? "gnudip" : "update-url"));
     oRow.add("ServerAddr", makeText(a_strServer));
-    oRow.add("Hostname", makeText(a_oWish.m_strHost));
+    oRow.add("Hostname", makeText(a_oSpec.m_strHost));
     oRow.add("AccountUserName", makeText(a_strUser));
     oRow.add("ExpectedResultSubString", makeText(bGnudip ? std::string() : strExpect));
     oRow.add("Retry", korrin::Value(korrin::eValueInteger, iRetry));
     addProviderNotes(a_oProvider, iRetry, a_oPlan);
 }
 
-AccountPlan planGnudip(const Provider& a_oProvider, const AccountWish& a_oWish)
+AccountPlan planGnudip(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 {
     AccountPlan oPlan;
-    const std::string strUser = chooseUser(a_oProvider, a_oWish, true, oPlan);
+    const std::string strUser = chooseUser(a_oProvider, a_oSpec, true, oPlan);
     if (strUser.find_first_of(": ") != std::string::npos)
     {
         throw Failure("The user name can't have a ':' or a blank in it: they would break the GnuDIP request");
     }
-    if (a_oWish.m_strHost.compare(0, strUser.size() + 1, strUser + ".") != 0 ||
-        a_oWish.m_strHost.size() < strUser.size() + 2)
+    if (a_oSpec.m_strHost.compare(0, strUser.size() + 1, strUser + ".") != 0 ||
+        a_oSpec.m_strHost.size() < strUser.size() + 2)
     {
         throw Failure("With GnuDIP the host is the user name, a dot and the server's domain, such as --user alice "
                       "--host alice.dyn.example.org; '" +
-                      a_oWish.m_strHost + "' doesn't begin with '" + strUser + ".'");
+                      a_oSpec.m_strHost + "' doesn't begin with '" + strUser + ".'");
     }
-    if (a_oWish.m_bDual || !a_oWish.m_strZone.empty())
+    if (a_oSpec.m_bDual || !a_oSpec.m_strZone.empty())
     {
-        throw Failure(a_oWish.m_bDual ? "GnuDIP announces an IPv4 address only: leave --dual out"
+        throw Failure(a_oSpec.m_bDual ? "GnuDIP announces an IPv4 address only: leave --dual out"
                                       : "GnuDIP takes no zone: leave --zone out");
     }
-    fillRow(a_oProvider, a_oWish, a_oProvider.m_strUrl, strUser, oPlan);
+    fillRow(a_oProvider, a_oSpec, a_oProvider.m_strUrl, strUser, oPlan);
     oPlan.m_bPasswordInHeader = true;
     return oPlan;
 }
 
-AccountPlan planUrl(const Provider& a_oProvider, const AccountWish& a_oWish)
+AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 {
     AccountPlan oPlan;
     oPlan.m_bEncode = a_oProvider.m_bEncode;
-    std::string strUrl = chooseTemplate(a_oProvider, a_oWish);
+    std::string strUrl = chooseTemplate(a_oProvider, a_oSpec);
     const bool bLabel = hasPlaceholder(strUrl, "<label>") || hasPlaceholder(strUrl, "<zone>");
-    if (!bLabel && !a_oWish.m_strZone.empty())
+    if (!bLabel && !a_oSpec.m_strZone.empty())
     {
         throw Failure(a_oProvider.m_strName + " takes the host whole: leave --zone out");
     }
     const bool bUserInUrl = hasPlaceholder(strUrl, "<username>");
     const bool bBasic = a_oProvider.m_eSignIn == SignIn::Basic;
-    const std::string strUser = chooseUser(a_oProvider, a_oWish, bUserInUrl || bBasic, oPlan);
+    const std::string strUser = chooseUser(a_oProvider, a_oSpec, bUserInUrl || bBasic, oPlan);
     if (bBasic && strUser.find(':') != std::string::npos)
     {
         throw Failure("The user name can't have a ':' in it: Basic authentication takes what follows it as password");
     }
     if (bLabel)
     {
-        strUrl = fillIn(strUrl, {{"<label>", labelOf(a_oWish, a_oProvider)}, {"<zone>", a_oWish.m_strZone}});
+        strUrl = fillIn(strUrl, {{"<label>", labelOf(a_oSpec, a_oProvider)}, {"<zone>", a_oSpec.m_strZone}});
     }
     if (bUserInUrl)
     {
@@ -203,7 +203,7 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountWish& a_oWish)
     }
     oPlan.m_bPasswordInUrl = hasPlaceholder(strUrl, "<password>");
     oPlan.m_bPasswordInHeader = bBasic;
-    fillRow(a_oProvider, a_oWish, strUrl, bBasic ? strUser : std::string(), oPlan);
+    fillRow(a_oProvider, a_oSpec, strUrl, bBasic ? strUser : std::string(), oPlan);
     return oPlan;
 }
 
@@ -231,12 +231,12 @@ Provider makeGnudipProvider(const std::string& a_strServer)
     return oProvider;
 }
 
-AccountPlan planAccount(const Provider& a_oProvider, const AccountWish& a_oWish)
+AccountPlan planAccount(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 {
-    require(findHostFault(a_oWish.m_strHost), "The host '" + a_oWish.m_strHost + "'");
-    require(findInterfaceFault(a_oWish.m_strInterface), "The interface '" + a_oWish.m_strInterface + "'");
+    require(findHostFault(a_oSpec.m_strHost), "The host '" + a_oSpec.m_strHost + "'");
+    require(findInterfaceFault(a_oSpec.m_strInterface), "The interface '" + a_oSpec.m_strInterface + "'");
     AccountPlan oPlan =
-        a_oProvider.m_eSignIn == SignIn::Gnudip ? planGnudip(a_oProvider, a_oWish) : planUrl(a_oProvider, a_oWish);
+        a_oProvider.m_eSignIn == SignIn::Gnudip ? planGnudip(a_oProvider, a_oSpec) : planUrl(a_oProvider, a_oSpec);
     if (oPlan.m_bPasswordInUrl || oPlan.m_bPasswordInHeader)
     {
         oPlan.m_strPasswordHint = a_oProvider.m_strPasswordHint.empty() ? "password" : a_oProvider.m_strPasswordHint;

@@ -11,7 +11,7 @@ namespace cfgctl
 {
 
 /// What a person asks for.
-struct AccountWish
+struct AccountSpec
 {
     std::string m_strHost;
     std::string m_strUser;
@@ -44,7 +44,7 @@ struct AccountPlan
 /// AccountUserName stays empty unless the provider wants Basic authentication, which the daemon sends whenever it is
 /// not. The password keeps to its column, which is hidden everywhere. Pure. Throws Failure that says which value can't
 /// be used, why, and what would do.
-[[nodiscard]] AccountPlan planAccount(const Provider& a_oProvider, const AccountWish& a_oWish);
+[[nodiscard]] AccountPlan planAccount(const Provider& a_oProvider, const AccountSpec& a_oSpec);
 
 /// The password as it belongs into the row; a_oNotes gets a line where it was changed. Pure. Throws Failure, whose text
 /// holds nothing of it.

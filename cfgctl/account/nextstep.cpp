@@ -1,7 +1,7 @@
 #include "cfgctl/account/nextstep.h"
 
-#include "cfgctl/account/obstacles.h"
 #include "cfgctl/account/outcome.h"
+#include "cfgctl/account/problems.h"
 #include "cfgctl/timestamp.h"
 
 #include <algorithm>
@@ -93,10 +93,10 @@ NextTry estimateNextTry(const std::vector<std::time_t>& a_oFailures, int a_iTrie
 
 std::string describeNext(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow)
 {
-    const std::vector<Obstacle> oObstacles = findObstacles(a_oAccount, a_oSources, InterfaceState::Unknown);
-    if (!oObstacles.empty() && oObstacles.front().m_bStops)
+    const std::vector<Problem> oProblems = findProblems(a_oAccount, a_oSources, InterfaceState::Unknown);
+    if (!oProblems.empty() && oProblems.front().m_bStops)
     {
-        return oObstacles.front().m_strBrief;
+        return oProblems.front().m_strBrief;
     }
     const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, "DynDnsId", a_oAccount.getValue("Id").getText());
     if (oStatus.empty())

@@ -171,7 +171,7 @@ AccountReport makeReport(const korrin::ValueList& a_oAccount,
          "Last",
          describeLast(findLast(a_oSources.m_oStatus, "DynDnsId", a_oAccount.getValue("Id").getText()), a_iNow)},
         {"Next", "Next", describeNext(a_oAccount, a_oSources, a_iNow)}};
-    oReport.m_oObstacles = findObstacles(a_oAccount, a_oSources, a_eState);
+    oReport.m_oProblems = findProblems(a_oAccount, a_oSources, a_eState);
     return oReport;
 }
 

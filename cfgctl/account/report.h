@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cfgctl/account/obstacles.h"
+#include "cfgctl/account/problems.h"
 #include "cfgctl/account/provider.h"
 
 #include <ctime>
@@ -21,10 +21,10 @@ struct Fact
 struct AccountReport
 {
     std::vector<Fact> m_oFacts; ///< in the order to show them
-    std::vector<Obstacle> m_oObstacles;
+    std::vector<Problem> m_oProblems;
 
     /// Nothing keeps an update from going out.
-    [[nodiscard]] bool isReady() const { return m_oObstacles.empty() || !m_oObstacles.front().m_bStops; }
+    [[nodiscard]] bool isReady() const { return m_oProblems.empty() || !m_oProblems.front().m_bStops; }
 };
 
 /// @param a_pProvider the account's, null when it is in no file

@@ -1,5 +1,5 @@
-#include "cfgctl/account/obstacles.h"
 #include "cfgctl/account/password.h"
+#include "cfgctl/account/problems.h"
 #include "cfgctl/account/providerfile.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/commands/accounts.h"
@@ -61,9 +61,9 @@ findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const
         }
     }
     const InterfaceState eState = readInterfaceState(a_oRow.getValue("Interface").getText());
-    for (const Obstacle& oObstacle : findObstacles(a_oRow, a_oSources, eState))
+    for (const Problem& oProblem : findProblems(a_oRow, a_oSources, eState))
     {
-        oWarnings.push_back(oObstacle.m_strWhat + ": " + oObstacle.m_strNext);
+        oWarnings.push_back(oProblem.m_strWhat + ": " + oProblem.m_strNext);
     }
     return oWarnings;
 }

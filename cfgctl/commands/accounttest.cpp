@@ -3,7 +3,7 @@
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/output.h"
-#include "platform/base/visible.h"
+#include "platform/base/escape.h"
 
 #include <ctime>
 #include <nlohmann/json.hpp>
@@ -24,11 +24,11 @@ std::string toJson(const AccountReport& a_oReport)
         oJson[oFact.m_strKey] = oFact.m_strText;
     }
     oJson["Ready"] = a_oReport.isReady();
-    oJson["Obstacles"] = nlohmann::ordered_json::array();
-    for (const Obstacle& oObstacle : a_oReport.m_oObstacles)
+    oJson["Problems"] = nlohmann::ordered_json::array();
+    for (const Problem& oProblem : a_oReport.m_oProblems)
     {
-        oJson["Obstacles"].push_back(
-            {{"Stops", oObstacle.m_bStops}, {"What", oObstacle.m_strWhat}, {"Next", oObstacle.m_strNext}});
+        oJson["Problems"].push_back(
+            {{"Stops", oProblem.m_bStops}, {"What", oProblem.m_strWhat}, {"Next", oProblem.m_strNext}});
     }
     return oJson.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
@@ -38,15 +38,14 @@ std::string toText(const AccountReport& a_oReport)
     std::string strText;
     for (const auto& [strKey, strName, strFact] : a_oReport.m_oFacts)
     {
-        strText +=
-            strName + std::string(s_uiNameWidth - strName.size(), ' ') + vadro::base::makeVisible(strFact) + "\n";
+        strText += strName + std::string(s_uiNameWidth - strName.size(), ' ') + platform::escape(strFact) + "\n";
     }
     strText += a_oReport.isReady() ? "\nReady: an update goes out at the next change.\n"
                                    : "\nNot ready: no update goes out.\n";
-    for (const Obstacle& oObstacle : a_oReport.m_oObstacles)
+    for (const Problem& oProblem : a_oReport.m_oProblems)
     {
-        strText += std::string(oObstacle.m_bStops ? "- " : "- but: ") + vadro::base::makeVisible(oObstacle.m_strWhat) +
-                   ".\n  Next step: " + vadro::base::makeVisible(oObstacle.m_strNext) + "\n";
+        strText += std::string(oProblem.m_bStops ? "- " : "- but: ") + platform::escape(oProblem.m_strWhat) +
+                   ".\n  Next step: " + platform::escape(oProblem.m_strNext) + "\n";
     }
     return strText;
 }

@@ -1,7 +1,7 @@
 #include "vadro/error/assert.h"
 
+#include "platform/base/escape.h"
 #include "platform/base/standarderror.h"
-#include "platform/base/visible.h"
 #include "vadro/error/defaultasserthook.h"
 #include "vadro/sysloglevel.h"
 
@@ -49,11 +49,11 @@ std::string describe(EAssertType a_eType, const char* a_pFile, unsigned int a_ui
         .append(", type ")
         .append(std::to_string(static_cast<unsigned>(a_eType)))
         .append(") at ")
-        .append(base::makeVisible(orEmpty(a_pFile)))
+        .append(platform::escape(orEmpty(a_pFile)))
         .append(1, ':')
         .append(std::to_string(a_uiLine))
         .append(": ")
-        .append(base::makeVisible(orEmpty(a_pExpression)));
+        .append(platform::escape(orEmpty(a_pExpression)));
 }
 
 void report(const AssertionFailed& a_oFailure)
@@ -66,7 +66,7 @@ void report(const AssertionFailed& a_oFailure)
     }
     else if (eReport == eStandardError)
     {
-        base::writeStandardError(std::string(a_oFailure.what()) + '\n');
+        platform::writeStandardError(std::string(a_oFailure.what()) + '\n');
     }
 }
 

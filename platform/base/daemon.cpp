@@ -1,11 +1,11 @@
 #include "vadro/daemon.h"
 
-#include "platform/base/descriptor.h"
 #include "platform/base/detach.h"
 #include "platform/base/lockfile.h"
 #include "platform/base/pidfile.h"
 #include "platform/base/processcheck.h"
-#include "vadro/sysloglevel.h"
+#include "platform/base/uniquefd.h"
+#include "platform/common/log.h"
 
 #include <cerrno>
 #include <optional>
@@ -17,8 +17,10 @@
 namespace
 {
 
-using vadro::base::Descriptor;
-using vadro::base::LockFile;
+constexpr char s_acLogFile[] = "daemon";
+
+using platform::LockFile;
+using platform::UniqueFd;
 
 constexpr int s_iLockLimitMs = 2000; // far more than two starts need, short enough for a start that must go on
 
@@ -51,28 +53,23 @@ int openDirectory(const VADRO_Daemon& a_oDaemon)
 std::optional<pid_t> readOtherInstance(const VADRO_Daemon& a_oDaemon, int a_iDirFd)
 {
     int iError = 0;
-    const std::optional<pid_t> iPid = vadro::base::readPidFile(a_iDirFd, fileName(a_oDaemon), iError);
+    const std::optional<pid_t> iPid = platform::readPidFile(a_iDirFd, fileName(a_oDaemon), iError);
     if (iError != 0 && iError != ENOENT)
     {
-        VADRO_Sysloglevel_warning(moduleId(),
-                                  "daemon",
-                                  __LINE__,
-                                  VAStr("PID file %s can't be read and counts as stale: %s",
-                                        a_oDaemon.m_strPidFile.c_str(),
-                                        reason(iError).c_str()));
+        LOG_TO(moduleId(),
+               warning,
+               "PID file %s can't be read and counts as stale: %s",
+               a_oDaemon.m_strPidFile.c_str(),
+               reason(iError).c_str());
     }
-    const bool bOther =
-        iPid && *iPid != getpid() && !vadro::base::isDetachedFrom(*iPid) && vadro::base::isRunning(*iPid);
+    const bool bOther = iPid && *iPid != getpid() && !platform::isDetachedFrom(*iPid) && platform::isRunning(*iPid);
     return bOther ? iPid : std::nullopt;
 }
 
 void logNotRemoved(const VADRO_Daemon& a_oDaemon, const std::string& a_strReason)
 {
-    VADRO_Sysloglevel_warning(
-        moduleId(),
-        "daemon",
-        __LINE__,
-        VAStr("PID file %s can't be removed: %s", a_oDaemon.m_strPidFile.c_str(), a_strReason.c_str()));
+    LOG_TO(
+        moduleId(), warning, "PID file %s can't be removed: %s", a_oDaemon.m_strPidFile.c_str(), a_strReason.c_str());
 }
 
 void logNotWritten(const VADRO_Daemon& a_oDaemon, int a_iError)
@@ -81,13 +78,12 @@ void logNotWritten(const VADRO_Daemon& a_oDaemon, int a_iError)
                                 : a_iError == ENOSPC ? " - free some space there"
                                 : a_iError == EROFS  ? " - mount it writable"
                                                      : "";
-    VADRO_Sysloglevel_error(moduleId(),
-                            "daemon",
-                            __LINE__,
-                            VAStr("PID file %s can't be written: %s%s",
-                                  a_oDaemon.m_strPidFile.c_str(),
-                                  std::generic_category().message(a_iError).c_str(),
-                                  pAdvice));
+    LOG_TO(moduleId(),
+           error,
+           "PID file %s can't be written: %s%s",
+           a_oDaemon.m_strPidFile.c_str(),
+           std::generic_category().message(a_iError).c_str(),
+           pAdvice);
 }
 
 } // namespace
@@ -101,27 +97,26 @@ void VADRO_Daemon_construct(VADRO_Daemon* a_pDaemon, const char* a_pName, const 
 
 int VADRO_Daemon_occupiedPidFile(const VADRO_Daemon* a_pDaemon)
 {
-    const Descriptor oDirectory(openDirectory(*a_pDaemon));
+    const UniqueFd oDirectory(openDirectory(*a_pDaemon));
     return oDirectory.isOpen() && readOtherInstance(*a_pDaemon, oDirectory.get()) ? 1 : 0;
 }
 
 int VADRO_Daemon_daemonize(const VADRO_Daemon* /*a_pDaemon*/)
 {
-    const int iError = vadro::base::detachProcess();
+    const int iError = platform::detachProcess();
     if (iError != 0)
     {
-        VADRO_Sysloglevel_error(moduleId(),
-                                "daemon",
-                                __LINE__,
-                                VAStr("Can't detach, the process stays in the foreground: %s",
-                                      std::generic_category().message(iError).c_str()));
+        LOG_TO(moduleId(),
+               error,
+               "Can't detach, the process stays in the foreground: %s",
+               std::generic_category().message(iError).c_str());
     }
     return iError == 0 ? 1 : 0;
 }
 
 void VADRO_Daemon_deletePidFile(const VADRO_Daemon* a_pDaemon)
 {
-    const Descriptor oDirectory(openDirectory(*a_pDaemon));
+    const UniqueFd oDirectory(openDirectory(*a_pDaemon));
     if (!oDirectory.isOpen())
     {
         logNotRemoved(*a_pDaemon, std::generic_category().message(errno));
@@ -131,7 +126,7 @@ void VADRO_Daemon_deletePidFile(const VADRO_Daemon* a_pDaemon)
     // for seconds on end, the lock must not stop this process from going on; a file of its own is safe to remove.
     const LockFile oLock(lockName(*a_pDaemon), s_iLockLimitMs);
     int iError = 0;
-    if (!oLock.isHeld() && vadro::base::readPidFile(oDirectory.get(), fileName(*a_pDaemon), iError) != getpid())
+    if (!oLock.isHeld() && platform::readPidFile(oDirectory.get(), fileName(*a_pDaemon), iError) != getpid())
     {
         if (iError != ENOENT)
         {
@@ -141,12 +136,11 @@ void VADRO_Daemon_deletePidFile(const VADRO_Daemon* a_pDaemon)
     }
     if (const std::optional<pid_t> iOther = readOtherInstance(*a_pDaemon, oDirectory.get()))
     {
-        VADRO_Sysloglevel_info(moduleId(),
-                               "daemon",
-                               __LINE__,
-                               VAStr("PID file %s names running process %d: kept",
-                                     a_pDaemon->m_strPidFile.c_str(),
-                                     static_cast<int>(*iOther)));
+        LOG_TO(moduleId(),
+               info,
+               "PID file %s names running process %d: kept",
+               a_pDaemon->m_strPidFile.c_str(),
+               static_cast<int>(*iOther));
         return;
     }
     if (unlinkat(oDirectory.get(), fileName(*a_pDaemon).c_str(), 0) != 0 && errno != ENOENT)
@@ -157,13 +151,13 @@ void VADRO_Daemon_deletePidFile(const VADRO_Daemon* a_pDaemon)
 
 int VADRO_Daemon_createPidFile(const VADRO_Daemon* a_pDaemon)
 {
-    const Descriptor oDirectory(openDirectory(*a_pDaemon));
+    const UniqueFd oDirectory(openDirectory(*a_pDaemon));
     int iError = errno;
     if (oDirectory.isOpen())
     {
         // Not needed for the file itself, which a link makes, but to clear away what a killed start left.
         const LockFile oLock(lockName(*a_pDaemon), s_iLockLimitMs);
-        iError = vadro::base::writePidFile(oDirectory.get(), fileName(*a_pDaemon), getpid(), oLock.isHeld());
+        iError = platform::writePidFile(oDirectory.get(), fileName(*a_pDaemon), getpid(), oLock.isHeld());
     }
     if (iError != 0)
     {
@@ -171,7 +165,7 @@ int VADRO_Daemon_createPidFile(const VADRO_Daemon* a_pDaemon)
     }
     else
     {
-        vadro::base::forgetDetachedParents();
+        platform::forgetDetachedParents();
     }
     return iError == 0 ? 1 : 0;
 }

@@ -1,6 +1,6 @@
 #include "platform/base/detach.h"
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace vadro::base
+namespace platform
 {
 
 namespace
@@ -65,7 +65,7 @@ void forkSessionMember(int a_iReportFd)
     report(a_iReportFd, 0);
 }
 
-void redirectStandardDescriptors(Descriptor& a_oNull)
+void redirectStandardDescriptors(UniqueFd& a_oNull)
 {
     for (int iFd = STDIN_FILENO; iFd <= STDERR_FILENO; ++iFd)
     {
@@ -81,14 +81,14 @@ void redirectStandardDescriptors(Descriptor& a_oNull)
 
 int detachProcess()
 {
-    Descriptor oNull(::open("/dev/null", O_RDWR)); // first: while nothing has happened yet
+    UniqueFd oNull(::open("/dev/null", O_RDWR)); // first: while nothing has happened yet
     int aiPipe[2] = {-1, -1};
     if (!oNull.isOpen() || pipe2(aiPipe, O_CLOEXEC) != 0)
     {
         return errno;
     }
-    Descriptor oReportEnd(aiPipe[1]);
-    Descriptor oAwaitEnd(aiPipe[0]);
+    UniqueFd oReportEnd(aiPipe[1]);
+    UniqueFd oAwaitEnd(aiPipe[0]);
     std::fflush(nullptr); // or the detached process writes the parent's text a second time
     s_iFirstParent = getpid();
     const pid_t iChild = fork();
@@ -125,4 +125,4 @@ bool isDetachedFrom(pid_t a_iPid)
     return a_iPid == s_iFirstParent || a_iPid == s_iSecondParent;
 }
 
-} // namespace vadro::base
+} // namespace platform

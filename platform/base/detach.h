@@ -2,7 +2,7 @@
 
 #include <sys/types.h>
 
-namespace vadro::base
+namespace platform
 {
 
 /// Leaves the terminal and the calling process behind: double fork, new session, working directory "/", standard
@@ -16,4 +16,4 @@ namespace vadro::base
 /// From now on they are gone, and their ids may be anybody's.
 void forgetDetachedParents();
 
-} // namespace vadro::base
+} // namespace platform

@@ -8,7 +8,7 @@
 namespace korrin::net
 {
 
-EventDispatcher::EventDispatcher() : m_pLoop(std::make_unique<EventLoop>())
+EventDispatcher::EventDispatcher() : m_pLoop(std::make_unique<platform::EventLoop>())
 {
 }
 
@@ -24,7 +24,7 @@ void EventDispatcher::wakeUp() noexcept
     m_pLoop->wakeUp();
 }
 
-EventLoop& EventDispatcher::getEventLoop()
+platform::EventLoop& EventDispatcher::getEventLoop()
 {
     return *m_pLoop;
 }

@@ -1,7 +1,7 @@
 #include "platform/base/eventloop.h"
 
-#include "platform/base/errnokeeper.h"
-#include "vadro/sysloglevel.h"
+#include "platform/base/errnoguard.h"
+#include "platform/common/log.h"
 
 #include <array>
 #include <system_error>
@@ -10,11 +10,13 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-namespace korrin::net
+namespace platform
 {
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "eventloop";
 
 [[noreturn]] void throwSystemError(const char* a_pWhat)
 {
@@ -33,7 +35,7 @@ int control(int a_iEpollFd, int a_iOperation, int a_iFd, std::uint32_t a_uiEvent
 
 EventLoop::EventLoop()
     : m_oEpollFd(epoll_create1(EPOLL_CLOEXEC)), m_oWakeFd(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      m_uiModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
+      m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {
     if (!m_oEpollFd.isOpen() || !m_oWakeFd.isOpen())
     {
@@ -78,7 +80,7 @@ void EventLoop::remove(int a_iFd)
 {
     if (m_oWatches.erase(a_iFd) > 0)
     {
-        const vadro::base::ErrnoKeeper oErrno;
+        const platform::ErrnoGuard oErrno;
         control(m_oEpollFd.get(), EPOLL_CTL_DEL, a_iFd, 0, 0);
     }
 }
@@ -114,18 +116,17 @@ void EventLoop::dispatch(const epoll_event& a_oEvent)
     }
     catch (const std::exception& oException)
     {
-        VADRO_Sysloglevel_error(
-            m_uiModuleId, "eventloop", __LINE__, VAStr("Event handler failed: %s", oException.what()));
+        LOG_ERROR("Event handler failed: %s", oException.what());
     }
     catch (...)
     {
-        VADRO_Sysloglevel_error(m_uiModuleId, "eventloop", __LINE__, "Event handler failed: unknown exception");
+        LOG_ERROR("Event handler failed: unknown exception");
     }
 }
 
 void EventLoop::wakeUp() noexcept
 {
-    const vadro::base::ErrnoKeeper oErrno;
+    const platform::ErrnoGuard oErrno;
     const std::uint64_t uiOne = 1;
     // Fails only when the counter is full, which wakes as well.
     [[maybe_unused]] const ssize_t iWritten = ::write(m_oWakeFd.get(), &uiOne, sizeof uiOne);
@@ -133,9 +134,9 @@ void EventLoop::wakeUp() noexcept
 
 bool EventLoop::drainWakeUps() noexcept
 {
-    const vadro::base::ErrnoKeeper oErrno;
+    const platform::ErrnoGuard oErrno;
     std::uint64_t uiCount = 0;
     return ::read(m_oWakeFd.get(), &uiCount, sizeof uiCount) == static_cast<ssize_t>(sizeof uiCount);
 }
 
-} // namespace korrin::net
+} // namespace platform

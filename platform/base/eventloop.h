@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <cstdint>
 #include <functional>
@@ -9,7 +9,7 @@
 
 struct epoll_event;
 
-namespace korrin::net
+namespace platform
 {
 
 /// Waits on file descriptors (epoll, level-triggered) and calls their handlers. One thread owns it; wakeUp() alone may
@@ -56,11 +56,11 @@ private:
     void dispatch(const epoll_event& a_oEvent);
     [[nodiscard]] bool drainWakeUps() noexcept;
 
-    vadro::base::Descriptor m_oEpollFd;
-    vadro::base::Descriptor m_oWakeFd;
+    platform::UniqueFd m_oEpollFd;
+    platform::UniqueFd m_oWakeFd;
     std::uint32_t m_uiLastNumber = 0;
     std::map<int, Watch> m_oWatches;
-    std::uint32_t m_uiModuleId;
+    std::uint32_t m_iModuleId;
 };
 
-} // namespace korrin::net
+} // namespace platform

@@ -11,7 +11,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace vadro::base
+namespace platform
 {
 
 namespace
@@ -103,7 +103,7 @@ LockFile::Outcome LockFile::replaceForeign(int a_iError)
 
 LockFile::Outcome LockFile::tryOnce()
 {
-    Descriptor oFile(openOrCreate(m_strFile));
+    UniqueFd oFile(openOrCreate(m_strFile));
     struct stat oStatus = {};
     if (!oFile.isOpen() || ::fstat(oFile.get(), &oStatus) != 0)
     {
@@ -126,4 +126,4 @@ LockFile::Outcome LockFile::tryOnce()
     return Outcome::Held;
 }
 
-} // namespace vadro::base
+} // namespace platform

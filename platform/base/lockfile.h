@@ -1,10 +1,10 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <string>
 
-namespace vadro::base
+namespace platform
 {
 
 /// A right that only one process has at a time: an exclusively locked file, 0600, there only while somebody holds it.
@@ -38,8 +38,8 @@ private:
     Outcome replaceForeign(int a_iError);
 
     std::string m_strFile;
-    Descriptor m_oFile;
+    UniqueFd m_oFile;
     std::string m_strFailure;
 };
 
-} // namespace vadro::base
+} // namespace platform

@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace vadro::base
+namespace platform
 {
 
 namespace
@@ -58,7 +58,7 @@ int writeAll(int a_iFd, std::string_view a_strText)
 
 int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_strText)
 {
-    Descriptor oFile(::openat(a_iDirFd, a_strName.c_str(), s_iCreateFlags, 0644));
+    UniqueFd oFile(::openat(a_iDirFd, a_strName.c_str(), s_iCreateFlags, 0644));
     if (!oFile.isOpen())
     {
         return errno;
@@ -95,7 +95,7 @@ std::optional<pid_t> parsePid(std::string_view a_strContents) noexcept
 
 std::optional<pid_t> readPidFile(int a_iDirFd, const std::string& a_strName, int& a_iError)
 {
-    const Descriptor oFile(::openat(a_iDirFd, a_strName.c_str(), s_iReadFlags));
+    const UniqueFd oFile(::openat(a_iDirFd, a_strName.c_str(), s_iReadFlags));
     struct stat oStatus
     {
     };
@@ -136,4 +136,4 @@ int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool 
     return iError;
 }
 
-} // namespace vadro::base
+} // namespace platform

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <optional>
 #include <string>
@@ -9,7 +9,7 @@
 #include <sys/types.h>
 
 // PID files as such: contents, reading, writing. Failures come back as errno values; nothing is logged here.
-namespace vadro::base
+namespace platform
 {
 
 /// The process id that the contents of a PID file name: one positive decimal number without sign, blanks or leading
@@ -25,4 +25,4 @@ namespace vadro::base
 /// can only be what a killed process left behind.
 [[nodiscard]] int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool a_bLocked);
 
-} // namespace vadro::base
+} // namespace platform

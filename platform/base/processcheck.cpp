@@ -1,6 +1,6 @@
 #include "platform/base/processcheck.h"
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <array>
 #include <cerrno>
@@ -9,7 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace vadro::base
+namespace platform
 {
 
 namespace
@@ -22,7 +22,7 @@ std::string procPath(pid_t a_iPid, const char* a_pName)
 
 std::optional<ProcessState> readProcessState(pid_t a_iPid)
 {
-    const Descriptor oFile(::open(procPath(a_iPid, "stat").c_str(), O_RDONLY | O_CLOEXEC));
+    const UniqueFd oFile(::open(procPath(a_iPid, "stat").c_str(), O_RDONLY | O_CLOEXEC));
     std::array<char, 512> acBuffer{}; // command and state stand at the front
     const ssize_t iRead = oFile.isOpen() ? ::read(oFile.get(), acBuffer.data(), acBuffer.size()) : -1;
     return iRead > 0 ? parseProcessStat({acBuffer.data(), static_cast<std::size_t>(iRead)}) : std::nullopt;
@@ -57,4 +57,4 @@ bool isRunning(pid_t a_iPid)
     return oState->m_cState != 'Z' && oState->m_cState != 'X';
 }
 
-} // namespace vadro::base
+} // namespace platform

@@ -6,7 +6,7 @@
 
 #include <sys/types.h>
 
-namespace vadro::base
+namespace platform
 {
 
 /// What /proc/<pid>/stat tells of a process.
@@ -24,4 +24,4 @@ struct ProcessState
 /// /proc tells nothing counts as alive. Doesn't block.
 [[nodiscard]] bool isRunning(pid_t a_iPid);
 
-} // namespace vadro::base
+} // namespace platform

@@ -1,7 +1,7 @@
 #include "platform/base/servicemanager.h"
 
-#include "platform/base/descriptor.h"
-#include "platform/base/errnokeeper.h"
+#include "platform/base/errnoguard.h"
+#include "platform/base/uniquefd.h"
 
 #include <cinttypes>
 #include <cstddef>
@@ -15,7 +15,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace vadro::base
+namespace platform
 {
 
 namespace
@@ -31,7 +31,7 @@ std::string_view variable(const char* a_pName)
 
 bool isStandardErrorJournal() noexcept
 {
-    const ErrnoKeeper oErrno;
+    const ErrnoGuard oErrno;
     struct stat oStatus = {};
     if (fstat(STDERR_FILENO, &oStatus) != 0)
     {
@@ -48,7 +48,7 @@ bool isStandardErrorJournal() noexcept
 
 void reportReady() noexcept
 {
-    const ErrnoKeeper oErrno;
+    const ErrnoGuard oErrno;
     const std::string_view strPath = variable("NOTIFY_SOCKET");
     sockaddr_un oAddress = {};
     if (strPath.empty() || strPath.size() >= sizeof oAddress.sun_path)
@@ -62,7 +62,7 @@ void reportReady() noexcept
         oAddress.sun_path[0] = '\0'; // a name without a file
     }
     const auto uiSize = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + strPath.size());
-    const Descriptor oSocket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    const UniqueFd oSocket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     constexpr std::string_view strWord = "READY=1";
     static_cast<void>(::sendto(oSocket.get(),
                                strWord.data(),
@@ -72,4 +72,4 @@ void reportReady() noexcept
                                uiSize));
 }
 
-} // namespace vadro::base
+} // namespace platform

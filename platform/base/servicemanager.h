@@ -1,6 +1,6 @@
 #pragma once
 
-namespace vadro::base
+namespace platform
 {
 
 /// True if standard error goes to the journal of the service manager that started this process, as its variable
@@ -11,4 +11,4 @@ namespace vadro::base
 /// Nobody there, or nobody listening, is no failure: whoever waits for the word has a time limit. Blocks not.
 void reportReady() noexcept;
 
-} // namespace vadro::base
+} // namespace platform

@@ -1,12 +1,12 @@
 #include "platform/base/standarderror.h"
 
-#include "platform/base/errnokeeper.h"
+#include "platform/base/errnoguard.h"
 
 #include <csignal>
 #include <ctime>
 #include <unistd.h>
 
-namespace vadro::base
+namespace platform
 {
 
 namespace
@@ -53,7 +53,7 @@ private:
 
 void writeStandardError(std::string_view a_strLine) noexcept
 {
-    const ErrnoKeeper oErrno;
+    const ErrnoGuard oErrno;
     SigPipeGuard oGuard;
     ssize_t iWritten = 0;
     do
@@ -66,4 +66,4 @@ void writeStandardError(std::string_view a_strLine) noexcept
     }
 }
 
-} // namespace vadro::base
+} // namespace platform

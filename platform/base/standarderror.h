@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace vadro::base
+namespace platform
 {
 
 /// Writes the line to standard error with one write(2), so that lines of several threads or processes never mix. The
@@ -10,4 +10,4 @@ namespace vadro::base
 /// no SIGPIPE behind; errno is kept. Any thread; blocks as long as the receiving end does.
 void writeStandardError(std::string_view a_strLine) noexcept;
 
-} // namespace vadro::base
+} // namespace platform

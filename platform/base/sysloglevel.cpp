@@ -1,10 +1,10 @@
 #include "vadro/sysloglevel.h"
 
-#include "platform/base/errnokeeper.h"
+#include "platform/base/errnoguard.h"
+#include "platform/base/escape.h"
 #include "platform/base/servicemanager.h"
 #include "platform/base/standarderror.h"
 #include "platform/base/syslogsender.h"
-#include "platform/base/visible.h"
 
 #include <atomic>
 #include <cerrno>
@@ -47,9 +47,9 @@ Registry& registry()
     return *s_pRegistry;
 }
 
-vadro::base::SyslogSender& sender()
+platform::SyslogSender& sender()
 {
-    static auto* const s_pSender = new vadro::base::SyslogSender;
+    static auto* const s_pSender = new platform::SyslogSender;
     return *s_pSender;
 }
 
@@ -89,14 +89,14 @@ void writeLine(const Identity* a_pIdentity, int a_iLevel, const char* a_pFile, u
 {
     std::string strLine = a_pIdentity != nullptr ? a_pIdentity->m_strPrefix : std::string();
     strLine.append(orEmpty(a_pFile)).append(1, ':').append(std::to_string(a_uiLine)).append(": ");
-    strLine.append(vadro::base::makeVisible(orEmpty(a_pText), s_uiTextLimit));
+    strLine.append(platform::escape(orEmpty(a_pText), s_uiTextLimit));
     if (a_pIdentity != nullptr)
     {
         sender().send(a_iLevel, a_pIdentity->m_strProgram, strLine);
     }
     if (s_bForeground.load(std::memory_order_relaxed))
     {
-        vadro::base::writeStandardError(timeStamp() + ' ' + levelName(a_iLevel) + ' ' + strLine + '\n');
+        platform::writeStandardError(timeStamp() + ' ' + levelName(a_iLevel) + ' ' + strLine + '\n');
     }
 }
 
@@ -137,10 +137,10 @@ uint32_t VADRO_Sysloglevel_registerModul(const char* a_pModule)
 
 void VADRO_Sysloglevel_set(int a_iBackground)
 {
-    const vadro::base::ErrnoKeeper oErrno;
+    const platform::ErrnoGuard oErrno;
     // A process started without standard error gets another file under that number sooner or later: never write there.
     // The journal has every line already, by syslog.
-    s_bForeground = a_iBackground == 0 && fcntl(STDERR_FILENO, F_GETFD) >= 0 && !vadro::base::isStandardErrorJournal();
+    s_bForeground = a_iBackground == 0 && fcntl(STDERR_FILENO, F_GETFD) >= 0 && !platform::isStandardErrorJournal();
 }
 
 void VADRO_Sysloglevel_changeTracelevelAll(uint32_t a_uiMask)
@@ -156,13 +156,13 @@ int VADRO_Sysloglevel_enabled(uint32_t /*a_uiModule*/, int a_iLevel)
 void VADRO_Sysloglevel_write(
     uint32_t /*a_uiModule*/, int a_iLevel, const char* a_pFile, unsigned a_uiLine, const char* a_pText)
 {
-    const vadro::base::ErrnoKeeper oErrno;
+    const platform::ErrnoGuard oErrno;
     try
     {
         writeLine(s_pIdentity.load(std::memory_order_acquire), a_iLevel, a_pFile, a_uiLine, a_pText);
     }
     catch (const std::exception&)
     {
-        vadro::base::writeStandardError("log line lost: out of memory\n");
+        platform::writeStandardError("log line lost: out of memory\n");
     }
 }

@@ -10,7 +10,7 @@
 #include <sys/un.h>
 #include <syslog.h>
 
-namespace vadro::base
+namespace platform
 {
 
 namespace
@@ -100,13 +100,13 @@ void SyslogSender::open()
     sockaddr_un oAddress{};
     oAddress.sun_family = AF_UNIX;
     m_strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
-    const Descriptor oLow(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const UniqueFd oLow(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     if (oLow.isOpen() && ::connect(oLow.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) == 0)
     {
         // Detaching points the numbers of the standard descriptors elsewhere.
-        Descriptor oHigh(::fcntl(oLow.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        UniqueFd oHigh(::fcntl(oLow.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
         m_oSocket.take(oHigh);
     }
 }
 
-} // namespace vadro::base
+} // namespace platform

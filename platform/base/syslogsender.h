@@ -1,12 +1,12 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 
 #include <cstddef>
 #include <mutex>
 #include <string>
 
-namespace vadro::base
+namespace platform
 {
 
 /// Hands lines to the system's logger. The C library's own way waits for as long as a logger that stands still leaves
@@ -29,9 +29,9 @@ private:
 
     const std::string m_strPath;
     std::mutex m_oMutex;
-    Descriptor m_oSocket;
+    UniqueFd m_oSocket;
     bool m_bStuck = false;
     std::size_t m_uiLost = 0;
 };
 
-} // namespace vadro::base
+} // namespace platform

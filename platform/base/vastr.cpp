@@ -1,4 +1,4 @@
-#include "platform/base/errnokeeper.h"
+#include "platform/base/errnoguard.h"
 #include "vadro/sysloglevel.h"
 
 #include <cstdarg>
@@ -14,7 +14,7 @@ char s_acFallback[] = "(log text lost: it could not be formatted)";
 
 VAStr::VAStr(const char* a_pFormat, ...) : m_pText(nullptr), m_bOwned(false)
 {
-    const vadro::base::ErrnoKeeper oErrno;
+    const platform::ErrnoGuard oErrno;
     va_list oArguments;
     va_start(oArguments, a_pFormat);
     m_bOwned = vasprintf(&m_pText, a_pFormat, oArguments) >= 0;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/client/readahead.h"
+#include "platform/wire/message.h"
 #include "vadro/cfg/common/iconfigclient.h"
-#include "wire/message.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire/message.h"
+#include "platform/wire/message.h"
 
 #include <list>
 #include <string>

@@ -1,12 +1,14 @@
 #include "platform/client/linkreport.h"
 
-#include "vadro/sysloglevel.h"
+#include "platform/common/log.h"
 
 namespace vadro::cfg
 {
 
 namespace
 {
+
+constexpr char s_acLogFile[] = "servicelink";
 
 unsigned toMs(std::chrono::milliseconds a_oTime)
 {
@@ -16,7 +18,7 @@ unsigned toMs(std::chrono::milliseconds a_oTime)
 } // namespace
 
 LinkReport::LinkReport(const std::string& a_strSocketPath)
-    : m_uiModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_strSocketPath(a_strSocketPath),
+    : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_strSocketPath(a_strSocketPath),
       m_strFailure(VAStr("Not connected to the configuration service at '%s' yet", a_strSocketPath.c_str()))
 {
 }
@@ -24,12 +26,8 @@ LinkReport::LinkReport(const std::string& a_strSocketPath)
 void LinkReport::connected(const std::string& a_strServiceVersion)
 {
     m_bWarned = false;
-    VADRO_Sysloglevel_info(m_uiModuleId,
-                           "servicelink",
-                           __LINE__,
-                           VAStr("Connected to the configuration service at '%s' (%s).",
-                                 m_strSocketPath.c_str(),
-                                 a_strServiceVersion.c_str()));
+    LOG_INFO(
+        "Connected to the configuration service at '%s' (%s).", m_strSocketPath.c_str(), a_strServiceVersion.c_str());
 }
 
 void LinkReport::lost(const LinkError& a_oError, std::optional<std::chrono::milliseconds> a_oPause)
@@ -39,22 +37,14 @@ void LinkReport::lost(const LinkError& a_oError, std::optional<std::chrono::mill
     m_strFailure = VAStr("Connection to the configuration service at '%s' lost (%s)", pPath, a_oError.what());
     if (a_oPause)
     {
-        VADRO_Sysloglevel_warning(
-            m_uiModuleId,
-            "servicelink",
-            __LINE__,
-            VAStr("Connection to the configuration service at '%s' lost (%s), trying again in %u ms.",
-                  pPath,
-                  a_oError.what(),
-                  toMs(*a_oPause)));
+        LOG_WARNING("Connection to the configuration service at '%s' lost (%s), trying again in %u ms.",
+                    pPath,
+                    a_oError.what(),
+                    toMs(*a_oPause));
     }
     else
     {
-        VADRO_Sysloglevel_warning(
-            m_uiModuleId,
-            "servicelink",
-            __LINE__,
-            VAStr("Connection to the configuration service at '%s' lost (%s).", pPath, a_oError.what()));
+        LOG_WARNING("Connection to the configuration service at '%s' lost (%s).", pPath, a_oError.what());
     }
 }
 
@@ -68,11 +58,11 @@ void LinkReport::failedTry(const LinkError& a_oError, std::chrono::milliseconds 
     const VAStr oText("%s (waiting for the service, next try in %u ms)", m_strFailure.c_str(), toMs(a_oPause));
     if (bWarn)
     {
-        VADRO_Sysloglevel_warning(m_uiModuleId, "servicelink", __LINE__, oText);
+        LOG_WARNING("%s", static_cast<const char*>(oText));
     }
     else
     {
-        VADRO_Sysloglevel_debug(m_uiModuleId, "servicelink", __LINE__, oText);
+        LOG_DEBUG("%s", static_cast<const char*>(oText));
     }
 }
 

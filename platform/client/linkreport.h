@@ -27,7 +27,7 @@ public:
 private:
     [[nodiscard]] std::string describe(const LinkError& a_oError) const;
 
-    std::uint32_t m_uiModuleId;
+    std::uint32_t m_iModuleId;
     std::string m_strSocketPath;
     std::string m_strFailure;
     bool m_bWarned = false; // of this time without connection

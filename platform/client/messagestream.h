@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/client/unixsocket.h"
-#include "wire/frame.h"
-#include "wire/message.h"
+#include "platform/wire/frame.h"
+#include "platform/wire/message.h"
 
 #include <optional>
 #include <string>

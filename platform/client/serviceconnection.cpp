@@ -37,7 +37,7 @@ private:
 
 } // namespace
 
-ServiceConnection::ServiceConnection(korrin::net::EventLoop& a_oLoop,
+ServiceConnection::ServiceConnection(platform::EventLoop& a_oLoop,
                                      const LinkSettings& a_oSettings,
                                      unsigned int a_uiConnectTimeoutSec,
                                      const LinkLimits& a_oLimits)

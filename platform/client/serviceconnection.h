@@ -14,7 +14,7 @@ namespace vadro::cfg
 class ServiceConnection : private ILinkListener, private IRequester
 {
 public:
-    ServiceConnection(korrin::net::EventLoop& a_oLoop,
+    ServiceConnection(platform::EventLoop& a_oLoop,
                       const LinkSettings& a_oSettings,
                       unsigned int a_uiConnectTimeoutSec,
                       const LinkLimits& a_oLimits = LinkLimits());
@@ -35,7 +35,7 @@ private:
     void deliver();
     void wakeForDeliveries();
 
-    korrin::net::EventLoop& m_oLoop;
+    platform::EventLoop& m_oLoop;
     IConfigHandler* m_pHandler = nullptr;
     std::chrono::seconds m_oConnectTimeout;
     PendingTables m_oPending;

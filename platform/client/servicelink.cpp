@@ -20,7 +20,7 @@ wire::Reply makeFailure(wire::Result a_eResult, std::string a_strReason)
 
 } // namespace
 
-ServiceLink::ServiceLink(korrin::net::EventLoop& a_oLoop,
+ServiceLink::ServiceLink(platform::EventLoop& a_oLoop,
                          ILinkListener& a_oListener,
                          LinkSettings a_oSettings,
                          LinkLimits a_oLimits)

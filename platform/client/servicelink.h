@@ -8,7 +8,7 @@
 #include "platform/client/linkreport.h"
 #include "platform/client/messagestream.h"
 #include "platform/client/timer.h"
-#include "wire/message.h"
+#include "platform/wire/message.h"
 
 #include <chrono>
 #include <functional>
@@ -54,7 +54,7 @@ class ServiceLink
 {
 public:
     /// Loop and listener are borrowed and must outlive the link.
-    ServiceLink(korrin::net::EventLoop& a_oLoop,
+    ServiceLink(platform::EventLoop& a_oLoop,
                 ILinkListener& a_oListener,
                 LinkSettings a_oSettings,
                 LinkLimits a_oLimits);
@@ -106,7 +106,7 @@ private:
     [[nodiscard]] bool hasServed(const LinkError& a_oError) const;
     void close();
 
-    korrin::net::EventLoop& m_oLoop;
+    platform::EventLoop& m_oLoop;
     ILinkListener& m_oListener;
     LinkSettings m_oSettings;
     LinkLimits m_oLimits;

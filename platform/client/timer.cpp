@@ -10,7 +10,7 @@
 namespace vadro::cfg
 {
 
-Timer::Timer(korrin::net::EventLoop& a_oLoop, std::function<void()> a_oCallback)
+Timer::Timer(platform::EventLoop& a_oLoop, std::function<void()> a_oCallback)
     : m_oLoop(a_oLoop), m_oFd(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK))
 {
     if (!m_oFd.isOpen())

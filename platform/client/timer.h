@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
 #include "platform/base/eventloop.h"
+#include "platform/base/uniquefd.h"
 
 #include <chrono>
 #include <functional>
@@ -14,7 +14,7 @@ class Timer
 {
 public:
     /// Throws std::system_error when the kernel grants no descriptor.
-    Timer(korrin::net::EventLoop& a_oLoop, std::function<void()> a_oCallback);
+    Timer(platform::EventLoop& a_oLoop, std::function<void()> a_oCallback);
     ~Timer();
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
@@ -27,8 +27,8 @@ private:
     void set(std::chrono::nanoseconds a_oFromNow);
     [[nodiscard]] bool acknowledge() const;
 
-    korrin::net::EventLoop& m_oLoop;
-    base::Descriptor m_oFd;
+    platform::EventLoop& m_oLoop;
+    platform::UniqueFd m_oFd;
 };
 
 } // namespace vadro::cfg

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/base/descriptor.h"
+#include "platform/base/uniquefd.h"
 #include "platform/client/deadline.h"
-#include "wire/frame.h"
+#include "platform/wire/frame.h"
 
 #include <string>
 #include <string_view>
@@ -33,7 +33,7 @@ public:
 private:
     void wait(short a_iEvents, const Deadline& a_oDeadline) const;
 
-    base::Descriptor m_oFd;
+    platform::UniqueFd m_oFd;
 };
 
 } // namespace vadro::cfg

@@ -1,4 +1,4 @@
-"""The daemon built on another kit (examples/kit): no service; its rows and its outcomes stand in a text file."""
+"""The daemon built on another kit (platform/example): no service; its rows and its outcomes stand in a text file."""
 
 from pathlib import Path
 

@@ -2,10 +2,13 @@
 
 #include <memory>
 
+namespace platform
+{
+class EventLoop;
+}
+
 namespace korrin::net
 {
-
-class EventLoop;
 
 /// Waits for socket events of the configuration client and runs their handlers on the waiting thread.
 class EventDispatcher
@@ -25,10 +28,10 @@ public:
     void wakeUp() noexcept;
 
     /// The descriptor loop behind this dispatcher, for the configuration client only.
-    EventLoop& getEventLoop();
+    platform::EventLoop& getEventLoop();
 
 private:
-    std::unique_ptr<EventLoop> m_pLoop;
+    std::unique_ptr<platform::EventLoop> m_pLoop;
 };
 
 } // namespace korrin::net

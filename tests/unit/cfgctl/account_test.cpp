@@ -1,7 +1,7 @@
 #include "cfgctl/account/accountplan.h"
 #include "cfgctl/account/nameservers.h"
 #include "cfgctl/account/nextstep.h"
-#include "cfgctl/account/obstacles.h"
+#include "cfgctl/account/problems.h"
 #include "cfgctl/account/providerfile.h"
 #include "cfgctl/account/report.h"
 #include "cfgctl/account/urltemplate.h"
@@ -44,13 +44,13 @@ const Providers& shipped()
     return s_oProviders;
 }
 
-AccountWish wish(const std::string& a_strHost = "home.example.org", const std::string& a_strUser = "alice")
+AccountSpec wish(const std::string& a_strHost = "home.example.org", const std::string& a_strUser = "alice")
 {
-    AccountWish oWish;
-    oWish.m_strHost = a_strHost;
-    oWish.m_strUser = a_strUser;
-    oWish.m_strInterface = "ppp0";
-    return oWish;
+    AccountSpec oSpec;
+    oSpec.m_strHost = a_strHost;
+    oSpec.m_strUser = a_strUser;
+    oSpec.m_strInterface = "ppp0";
+    return oSpec;
 }
 
 /// One account that is ready on an interface that is up, and the tables around it.
@@ -83,20 +83,20 @@ TEST(ShippedProviders, EachOneMakesAUsableRow)
     {
         for (const bool bDual : {false, true})
         {
-            AccountWish oWish = wish();
-            oWish.m_bDual = bDual;
-            oWish.m_strZone = hasPlaceholder(oProvider.m_strUrl, "<zone>") ? "example.org" : "";
+            AccountSpec oSpec = wish();
+            oSpec.m_bDual = bDual;
+            oSpec.m_strZone = hasPlaceholder(oProvider.m_strUrl, "<zone>") ? "example.org" : "";
             if (bDual && oProvider.m_strUrlDual.empty())
             {
                 continue;
             }
-            AccountPlan oPlan = planAccount(oProvider, oWish);
+            AccountPlan oPlan = planAccount(oProvider, oSpec);
             const std::string strPassword = oProvider.m_bEncode ? "a&b#c d%<serial>\u00e4" : "abc-123";
             oPlan.m_oRow.add("Password",
                              korrin::Value(korrin::eValueText, preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
             StatusSources oSources = sources();
             oSources.m_oIPv6 = {rowOf({{"Name", "ppp0"}, {"Addr", "2001:db8::7"}})};
-            EXPECT_THAT(findObstacles(oPlan.m_oRow, oSources, InterfaceState::Running), testing::IsEmpty())
+            EXPECT_THAT(findProblems(oPlan.m_oRow, oSources, InterfaceState::Running), testing::IsEmpty())
                 << oProvider.m_strKey;
             const std::string strUrl = resolveUrl(oPlan.m_oRow, oSources, &oProvider, true);
             EXPECT_EQ(strUrl.find('<'), std::string::npos) << strUrl;
@@ -164,19 +164,19 @@ TEST(ProviderFile, LaterFilesReplaceEntriesAndFaultyOnesAreLeftOut)
 TEST(AccountPlan, RefusesWhatCannotWork)
 {
     const auto provider = [](const char* a_pKey) { return *findProvider(shipped(), a_pKey); };
-    const auto with = [](AccountWish a_oWish, auto a_oChange)
+    const auto with = [](AccountSpec a_oSpec, auto a_oChange)
     {
-        a_oChange(a_oWish);
-        return a_oWish;
+        a_oChange(a_oSpec);
+        return a_oSpec;
     };
-    const auto dual = [](AccountWish& a_oWish) { a_oWish.m_bDual = true; };
-    const auto zone = [](AccountWish& a_oWish) { a_oWish.m_strZone = "example.net"; };
+    const auto dual = [](AccountSpec& a_oSpec) { a_oSpec.m_bDual = true; };
+    const auto zone = [](AccountSpec& a_oSpec) { a_oSpec.m_strZone = "example.net"; };
     const auto on = [](const char* a_pInterface)
-    { return [a_pInterface](AccountWish& a_oWish) { a_oWish.m_strInterface = a_pInterface; }; };
+    { return [a_pInterface](AccountSpec& a_oSpec) { a_oSpec.m_strInterface = a_pInterface; }; };
     struct
     {
         Provider m_oProvider;
-        AccountWish m_oWish;
+        AccountSpec m_oWish;
         const char* m_pReason;
     } aoCases[] = {
         {provider("noip"), wish("home.example.org", ""), "wants a user name"},
@@ -258,7 +258,7 @@ TEST(AccountPlan, SecretsGoWhereTheProviderLooksForThem)
     EXPECT_THAT(reasonOf<Failure>([&] { (void)preparePassword(oPlan, "ge heim", oPlan.m_oNotes); }),
                 testing::AllOf(HasSubstr("copied whole"), Not(HasSubstr("heim"))));
     EXPECT_THAT(oPlan.m_oNotes, testing::Contains(HasSubstr("The user name is left out")));
-    AccountWish oApex = wish("example.org");
+    AccountSpec oApex = wish("example.org");
     oApex.m_strZone = "example.org";
     EXPECT_THAT(planAccount(*findProvider(shipped(), "namecheap"), oApex).m_oRow.getValue("ServerAddr").getText(),
                 HasSubstr("?host=@&domain=example.org&"));
@@ -290,18 +290,18 @@ TEST(Nameservers, FollowTheDaemonsRules)
     EXPECT_THAT(findNameserverFault({}), HasSubstr("no DNS server"));
 }
 
-TEST(Obstacles, EachFaultIsFoundWithItsNextStep)
+TEST(Problems, EachFaultIsFoundWithItsNextStep)
 {
     const auto reasons = [](const korrin::ValueList& a_oAccount,
                             const StatusSources& a_oSources,
                             InterfaceState a_eState = InterfaceState::Running)
     {
         std::string strText;
-        for (const Obstacle& oObstacle : findObstacles(a_oAccount, a_oSources, a_eState))
+        for (const Problem& oProblem : findProblems(a_oAccount, a_oSources, a_eState))
         {
-            EXPECT_FALSE(oObstacle.m_strNext.empty());
-            EXPECT_EQ(oObstacle.m_bStops, !oObstacle.m_strBrief.empty());
-            strText += (oObstacle.m_bStops ? "stop " : "warn ") + oObstacle.m_strWhat + "|";
+            EXPECT_FALSE(oProblem.m_strNext.empty());
+            EXPECT_EQ(oProblem.m_bStops, !oProblem.m_strBrief.empty());
+            strText += (oProblem.m_bStops ? "stop " : "warn ") + oProblem.m_strWhat + "|";
         }
         EXPECT_THAT(strText, Not(HasSubstr("geheim")));
         return strText;

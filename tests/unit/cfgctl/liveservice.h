@@ -55,7 +55,7 @@ private:
         cfgserver::Database m_oDatabase;
         cfgserver::Store m_oStore;
         cfgserver::ServiceSocket m_oSocket;
-        korrin::net::EventLoop m_oLoop;
+        platform::EventLoop m_oLoop;
         cfgserver::Server m_oServer;
     };
 

@@ -33,7 +33,7 @@ protected:
     run(const std::vector<std::string>& a_oArguments, const std::string& a_strInput = "", int a_iOutput = s_iFile)
     {
         const std::string strInput = m_oFolder.write("in", a_strInput);
-        const vadro::base::Descriptor oFile(open(m_oFolder.write("out", "").c_str(), O_WRONLY | O_CLOEXEC));
+        const platform::UniqueFd oFile(open(m_oFolder.write("out", "").c_str(), O_WRONLY | O_CLOEXEC));
         ChildProgram oChild(
             here(a_oArguments), strInput, a_iOutput == s_iFile ? oFile.get() : a_iOutput, m_oFolder / "err");
         const int iStatus = oChild.wait();
@@ -75,10 +75,10 @@ TEST_F(Program, ExitStatusTellsDoneFailedAndWrongUsage)
 
 TEST_F(Program, OutputThatIsLostIsAFailure)
 {
-    const vadro::base::Descriptor oFull(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    const platform::UniqueFd oFull(open("/dev/full", O_WRONLY | O_CLOEXEC));
     int aiPipe[2];
     ASSERT_EQ(pipe2(aiPipe, O_CLOEXEC), 0);
-    const vadro::base::Descriptor oNobodyReads(aiPipe[1]);
+    const platform::UniqueFd oNobodyReads(aiPipe[1]);
     close(aiPipe[0]);
     for (const char* pCommand : {"--help", "tables", "export"})
     {
@@ -104,7 +104,7 @@ TEST_F(Program, ValuesAndFilesComeFromStandardInput)
 
 TEST_F(Program, WatchSurvivesARestartAndEndsOnASignal)
 {
-    const vadro::base::Descriptor oOutput(open(m_oFolder.write("watch", "").c_str(), O_WRONLY | O_CLOEXEC));
+    const platform::UniqueFd oOutput(open(m_oFolder.write("watch", "").c_str(), O_WRONLY | O_CLOEXEC));
     (void)m_oFolder.write("errors", "");
     ChildProgram oWatch(here({"watch", "etl", "--json"}), "/dev/null", oOutput.get(), m_oFolder / "errors");
     EXPECT_TRUE(changeUntil("watch", "\"Table\":\"etl\"}\n"));
@@ -121,7 +121,7 @@ TEST_F(Program, WatchEndsAfterACountOrATime)
     const Outcome oMissed = run({"watch", "--timeout", "1", "--count", "1"});
     EXPECT_EQ(oMissed.m_iStatus, 1);
     EXPECT_THAT(oMissed.m_strErrors, HasSubstr("Only 0 of 1"));
-    const vadro::base::Descriptor oOutput(open(m_oFolder.write("watch", "").c_str(), O_WRONLY | O_CLOEXEC));
+    const platform::UniqueFd oOutput(open(m_oFolder.write("watch", "").c_str(), O_WRONLY | O_CLOEXEC));
     ChildProgram oWatch(here({"watch", "--count", "2"}), "/dev/null", oOutput.get(), m_oFolder / "errors");
     EXPECT_TRUE(changeUntil("watch", "  etl\n"));
     (void)run({"set", "etl", "Id=1", "serial_no=last"});

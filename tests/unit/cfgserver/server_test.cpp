@@ -141,7 +141,7 @@ public:
     std::vector<std::string> m_oNotified;
 
 private:
-    vadro::base::Descriptor m_oSocket;
+    platform::UniqueFd m_oSocket;
     wire::FrameReader m_oReader;
     bool m_bClosed = false;
 };
@@ -152,7 +152,7 @@ struct ServerTest : testing::Test
     std::string m_strPath = m_oFolder / "s";
     Limits m_oLimits;
     std::thread m_oThread;
-    std::unique_ptr<korrin::net::EventLoop> m_pLoop = std::make_unique<korrin::net::EventLoop>();
+    std::unique_ptr<platform::EventLoop> m_pLoop = std::make_unique<platform::EventLoop>();
     std::atomic<bool> m_bStop = false;
     std::atomic<unsigned> m_uiTurns = 0;
 
@@ -411,7 +411,7 @@ TEST(ServiceSocketTest, RootIsNotKeptOutByOthers)
     const Folder oFolder;
     std::filesystem::permissions(oFolder / "", std::filesystem::perms::all);
     const std::string strPath = oFolder / "s";
-    const vadro::base::Descriptor oSquatter(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const platform::UniqueFd oSquatter(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     const sockaddr_un oAddress = addressOf(strPath);
     ASSERT_EQ(::seteuid(12345), 0);
     EXPECT_EQ(::bind(oSquatter.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress), 0);

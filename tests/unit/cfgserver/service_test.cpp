@@ -2,7 +2,7 @@
 #include "samples.h"
 
 #include "cfgserver/rowreader.h"
-#include "wire/frame.h"
+#include "platform/wire/frame.h"
 
 #include <gmock/gmock.h>
 

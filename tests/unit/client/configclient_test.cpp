@@ -1,6 +1,6 @@
 #include "platform/client/configclient.h"
 
-#include "wire/frame.h"
+#include "platform/wire/frame.h"
 
 #include <gtest/gtest.h>
 

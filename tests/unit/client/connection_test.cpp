@@ -94,7 +94,7 @@ protected:
         return "no exception";
     }
 
-    korrin::net::EventLoop m_oLoop;
+    platform::EventLoop m_oLoop;
     unsigned m_uiRetryDelayMs = 10;
     vadro::cfg::LinkLimits m_oLimits{3s, 30s, vadro::cfg::isTrustedUser};
     RecordingHandler m_oHandler;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/wire/frame.h"
+#include "platform/wire/message.h"
 #include "tests/unit/support/folder.h"
-#include "wire/frame.h"
-#include "wire/message.h"
 
 #include <atomic>
 #include <functional>

@@ -1,5 +1,5 @@
+#include "netifwatch/debounce.h"
 #include "netifwatch/filewatch.h"
-#include "netifwatch/quiettime.h"
 #include "netifwatch/reconciler.h"
 #include "tests/unit/cfgctl/liveservice.h"
 #include "tests/unit/netifwatch/support.h"
@@ -97,7 +97,7 @@ TEST(Reconciling, WritesDifferencesOnly)
     EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.54; 3 1 b 192.0.2.55; 5 1 c 198.51.100.1");
 }
 
-TEST(Reconciling, Obstacles)
+TEST(Reconciling, Problems)
 {
     LiveService oService;
     const Folder oFolder;
@@ -129,8 +129,8 @@ TEST(Reconciling, Obstacles)
 TEST(Watching, QuietTimeIsBounded)
 {
     using namespace std::chrono_literals;
-    const QuietTime::Clock::time_point oStart;
-    QuietTime oQuiet(200ms, 2s);
+    const Debounce::Clock::time_point oStart;
+    Debounce oQuiet(200ms, 2s);
     EXPECT_EQ(oQuiet.note(oStart), oStart + 200ms);
     EXPECT_EQ(oQuiet.note(oStart + 1700ms), oStart + 1900ms);
     EXPECT_EQ(oQuiet.note(oStart + 1900ms), oStart + 2s);
@@ -146,7 +146,7 @@ TEST(Watching, FilesInEveryWay)
     const std::string strLink = oFolder / "etc/resolv.conf";
     const std::string strTarget = oFolder / "run/resolve/stub.conf";
     fs::create_directory(oFolder / "etc");
-    korrin::net::EventLoop oLoop;
+    platform::EventLoop oLoop;
     int iHints = 0;
     const FileWatch oWatch(oLoop, {strLink}, [&] { ++iHints; });
     const auto hinted = [&](const std::function<void()>& a_oChange)

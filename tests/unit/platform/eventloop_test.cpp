@@ -12,8 +12,8 @@
 #include <sys/time.h>
 
 using korrin::net::EventDispatcher;
-using korrin::net::EventLoop;
-using vadro::base::Descriptor;
+using platform::EventLoop;
+using platform::UniqueFd;
 using namespace std::chrono_literals;
 
 namespace
@@ -36,7 +36,7 @@ int makeReadyPipe()
 TEST(EventLoop, WakeUpIsKeptForTheNextWaitAndTakenOnce)
 {
     EventLoop oLoop;
-    const Descriptor oPipe(makeReadyPipe());
+    const UniqueFd oPipe(makeReadyPipe());
     oLoop.wakeUp();
     oLoop.wakeUp();
     EXPECT_TRUE(oLoop.wait(s_iForEverMs));
@@ -79,8 +79,8 @@ TEST(EventDispatcher, SignalHandlerEndsEveryWait)
 TEST(EventLoop, RemovedHandlersAreNotCalledInTheSameRound)
 {
     EventLoop oLoop;
-    const Descriptor oFirst(makeReadyPipe());
-    const Descriptor oSecond(makeReadyPipe());
+    const UniqueFd oFirst(makeReadyPipe());
+    const UniqueFd oSecond(makeReadyPipe());
     int iCalls = 0;
     const auto oHandler = [&](std::uint32_t)
     {
@@ -99,8 +99,8 @@ TEST(EventLoop, RemovedHandlersAreNotCalledInTheSameRound)
 TEST(EventLoop, EventsOfAClosedDescriptorDoNotReachItsSuccessor)
 {
     EventLoop oLoop;
-    const Descriptor oFirst(makeReadyPipe());
-    const Descriptor oSecond(makeReadyPipe());
+    const UniqueFd oFirst(makeReadyPipe());
+    const UniqueFd oSecond(makeReadyPipe());
     int aiNew[2];
     ASSERT_EQ(0, pipe(aiNew));
     int iSuccessorCalls = 0;
@@ -126,7 +126,7 @@ TEST(EventLoop, ThrowingHandlersAreLoggedAndOthersStillRun)
 {
     EventLoop oLoop;
     LogCapture oCapture;
-    const Descriptor aoPipes[] = {Descriptor(makeReadyPipe()), Descriptor(makeReadyPipe())};
+    const UniqueFd aoPipes[] = {UniqueFd(makeReadyPipe()), UniqueFd(makeReadyPipe())};
     int iCalls = 0;
     oLoop.add(aoPipes[0].get(), EPOLLIN, [](std::uint32_t) { throw std::runtime_error("no luck"); });
     oLoop.add(aoPipes[1].get(), EPOLLIN, [&](std::uint32_t) { ++iCalls; });

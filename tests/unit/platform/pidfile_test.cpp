@@ -18,7 +18,7 @@ using namespace std::string_literals;
 
 TEST(ParsePid, OnlyOnePositiveNumberAndALineFeed)
 {
-    using vadro::base::parsePid;
+    using platform::parsePid;
     EXPECT_EQ(1, parsePid("1\n"));
     EXPECT_EQ(std::numeric_limits<pid_t>::max(), parsePid("2147483647\n"));
     for (const std::string& strContents :
@@ -32,7 +32,7 @@ TEST(ParsePid, OnlyOnePositiveNumberAndALineFeed)
 
 TEST(ParseProcessStat, CommandMayHoldAnything)
 {
-    using vadro::base::parseProcessStat;
+    using platform::parseProcessStat;
     EXPECT_EQ("a b", parseProcessStat("12 (a b) S 1 1")->m_strCommand);
     const auto oNasty = parseProcessStat("12 (x) Z (y) R 1 (1");
     ASSERT_TRUE(oNasty);
@@ -122,10 +122,10 @@ TEST_F(PidFileTest, LeavesNothingBehindWhenItCannotBeWritten)
 // The lock is out of other users' reach: anyone may lock the folder itself.
 TEST_F(PidFileTest, LockDelaysButDoesNotStop)
 {
-    const vadro::base::Descriptor oDirectory(open((m_oFolder / "").c_str(), O_RDONLY | O_DIRECTORY));
+    const platform::UniqueFd oDirectory(open((m_oFolder / "").c_str(), O_RDONLY | O_DIRECTORY));
     ASSERT_EQ(0, flock(oDirectory.get(), LOCK_EX));
     expectStale([&] { put("garbage\n"); });
-    const vadro::base::LockFile oLock(m_oDaemon.m_strPidFile + ".lock", 0);
+    const platform::LockFile oLock(m_oDaemon.m_strPidFile + ".lock", 0);
     ASSERT_EQ("", oLock.getFailure());
     put("garbage\n");
     VADRO_Daemon_deletePidFile(&m_oDaemon);

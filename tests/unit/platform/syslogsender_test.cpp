@@ -19,9 +19,9 @@ TEST(SyslogSender, LoggerThatStandsStillCostsLinesAndNoTime)
     sockaddr_un oAddress{};
     oAddress.sun_family = AF_UNIX;
     strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
-    const vadro::base::Descriptor oLogger(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
+    const platform::UniqueFd oLogger(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
     ASSERT_EQ(0, bind(oLogger.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress));
-    vadro::base::SyslogSender oSender(strPath);
+    platform::SyslogSender oSender(strPath);
     const auto oStart = std::chrono::steady_clock::now();
     for (int i = 0; i < 5000; ++i)
     {

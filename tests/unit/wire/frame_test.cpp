@@ -1,4 +1,4 @@
-#include "wire/frame.h"
+#include "platform/wire/frame.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "wire/message.h"
+#include "platform/wire/message.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
