@@ -1,6 +1,12 @@
 #include "cfgserver/admission.h"
 
+#include "cfgserver/session.h"
+
 #include <algorithm>
+#include <cerrno>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -9,6 +15,28 @@ namespace cfgserver
 
 namespace
 {
+
+// The kernel's limit of supplementary groups.
+constexpr std::size_t s_uiMaxGroups = 65536;
+
+std::vector<gid_t> readGroups(int a_iSocket)
+{
+    std::vector<gid_t> oGroups(32);
+    for (;;)
+    {
+        auto uiSize = static_cast<socklen_t>(oGroups.size() * sizeof(gid_t));
+        if (::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, oGroups.data(), &uiSize) == 0)
+        {
+            oGroups.resize(uiSize / sizeof(gid_t));
+            return oGroups;
+        }
+        if (errno != ERANGE || oGroups.size() >= s_uiMaxGroups)
+        {
+            return {};
+        }
+        oGroups.resize(s_uiMaxGroups);
+    }
+}
 
 bool isServed(const Session& a_oSession)
 {
@@ -53,7 +81,37 @@ Session* findIdlest(const Sessions& a_oSessions, const Service& a_oService, cons
 
 } // namespace
 
-std::string
+std::string Peer::describe() const
+{
+    return "pid " + std::to_string(m_iPid) + ", uid " + std::to_string(m_uiUser);
+}
+
+Peer readPeer(int a_iSocket)
+{
+    ucred oCredentials = {};
+    socklen_t uiSize = sizeof oCredentials;
+    if (::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERCRED, &oCredentials, &uiSize) != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), "can't tell who connected");
+    }
+    return {oCredentials.pid, oCredentials.uid, oCredentials.gid};
+}
+
+bool mayConnect(int a_iSocket, const Peer& a_oPeer, std::optional<gid_t> a_oGroup)
+{
+    if (a_oPeer.m_uiUser == 0 || a_oPeer.m_uiUser == ::geteuid())
+    {
+        return true;
+    }
+    if (!a_oGroup)
+    {
+        return false;
+    }
+    const std::vector<gid_t> oGroups = readGroups(a_iSocket);
+    return a_oPeer.m_uiGroup == *a_oGroup || std::find(oGroups.begin(), oGroups.end(), *a_oGroup) != oGroups.end();
+}
+
+std::optional<std::string>
 makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a_oLimits, const Peer& a_oNewcomer)
 {
     std::vector<ProcessCount> oProcesses = {{a_oNewcomer, 0}};
@@ -73,7 +131,7 @@ makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a
     }
     if (uiClients < a_oLimits.m_uiClients)
     {
-        return {};
+        return std::nullopt;
     }
     const auto& [oOwner, uiMost] = *std::max_element(oProcesses.begin(), oProcesses.end(), hasFewer);
     // A process that has no more than the newcomer would then have gives nothing up: they would only take turns.
@@ -83,7 +141,7 @@ makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a
         return "there are " + std::to_string(uiClients) + " already";
     }
     pIdlest->end("was the idlest of the process with the most connections, and another process needed one");
-    return {};
+    return std::nullopt;
 }
 
 } // namespace cfgserver

@@ -1,6 +1,5 @@
 #include "cfgserver/database.h"
 
-#include "cfgserver/databasecheck.h"
 #include "cfgserver/databasefile.h"
 #include "cfgserver/refusal.h"
 #include "cfgserver/tablesql.h"
@@ -45,11 +44,6 @@ Database::Database(const std::string& a_strPath)
 {
     try
     {
-        if (m_strPath != s_pMemory)
-        {
-            checkDatabase(m_strPath);
-            makePrivate(m_strPath);
-        }
         m_pDatabase = std::make_unique<SQLite::Database>(m_strPath, SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
         keepLogOnClose(*m_pDatabase, true);
         configure();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vadro/sysloglevel.h"
+
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -7,8 +9,8 @@
 namespace cfgserver
 {
 
-/// RateLimitedLog about clients, at most ten in ten seconds: whoever misbehaves on purpose must not fill the log. The
-/// next line that is written says how many were left out.
+/// Warnings about clients, at most ten in ten seconds: whoever misbehaves on purpose must not fill the log. The next
+/// line that is written says how many were left out.
 class RateLimitedLog
 {
 public:
@@ -16,9 +18,28 @@ public:
 
     explicit RateLimitedLog(std::uint32_t a_uiModuleId) : m_iModuleId(a_uiModuleId) {}
 
-    void write(Clock::time_point a_oNow, unsigned a_uiLine, const std::string& a_strText);
+    void write(Clock::time_point a_oNow, unsigned a_uiLine, const std::string& a_strText)
+    {
+        if (a_oNow - m_oStart >= std::chrono::seconds(10))
+        {
+            m_oStart = a_oNow;
+            m_uiWritten = 0;
+        }
+        if (m_uiWritten >= s_uiMost)
+        {
+            ++m_uiLeftOut;
+            return;
+        }
+        ++m_uiWritten;
+        const std::string strBefore =
+            m_uiLeftOut == 0 ? "" : " (" + std::to_string(m_uiLeftOut) + " warnings before this one were left out)";
+        m_uiLeftOut = 0;
+        VADRO_Sysloglevel_warning(m_iModuleId, "server", a_uiLine, (a_strText + strBefore).c_str());
+    }
 
 private:
+    static constexpr unsigned s_uiMost = 10;
+
     std::uint32_t m_iModuleId;
     Clock::time_point m_oStart; // of the present ten seconds
     unsigned m_uiWritten = 0;   // in them

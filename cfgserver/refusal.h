@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/base/escape.h"
 #include "platform/wire/message.h"
 
 #include <stdexcept>
@@ -24,6 +25,14 @@ private:
 };
 
 /// A name or key from a client as an error text shows it: in single quotes, control bytes visible, cut to 64 bytes.
-std::string quoted(std::string_view a_strText);
+inline std::string quoted(std::string_view a_strText)
+{
+    constexpr std::size_t uiShownBytes = 64;
+    // Appended piece by piece: of a sum, GCC 12 believes at -O3 that its pieces overlap.
+    std::string strQuoted(1, '\'');
+    strQuoted += platform::escape(a_strText, uiShownBytes);
+    strQuoted += '\'';
+    return strQuoted;
+}
 
 } // namespace cfgserver

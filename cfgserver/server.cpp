@@ -147,18 +147,18 @@ void Server::admit(int a_iFd)
         return;
     }
     limitStrangers();
-    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oPatience, oNow);
+    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oTimeouts, oNow);
     oSocket.release();
-    const std::uint32_t uiInterest = pSession->getInterest();
+    Session& oSession = *pSession;
     const auto itSession = m_oSessions.emplace(a_iFd, std::move(pSession)).first;
     try
     {
-        m_oInterest[a_iFd] = uiInterest;
-        m_oLoop.add(a_iFd, uiInterest, [this, a_iFd](std::uint32_t a_uiEvents) { onEvents(a_iFd, a_uiEvents); });
+        m_oLoop.add(a_iFd,
+                    oSession.takeNewInterest().value_or(0),
+                    [this, &oSession](std::uint32_t a_uiEvents) { onEvents(oSession, a_uiEvents); });
     }
     catch (...)
     {
-        m_oInterest.erase(a_iFd);
         m_oSessions.erase(itSession);
         throw;
     }
@@ -187,12 +187,12 @@ void Server::limitStrangers()
     }
 }
 
-void Server::onEvents(int a_iFd, std::uint32_t a_uiEvents)
+void Server::onEvents(Session& a_oSession, std::uint32_t a_uiEvents)
 {
     // Also after a hang-up: what was sent before it is still served, and the end is then read.
     if ((a_uiEvents & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
     {
-        m_oSessions.at(a_iFd)->receive(Clock::now());
+        a_oSession.receive(Clock::now());
     }
 }
 
@@ -243,10 +243,9 @@ wire::Reply Server::answer(Session& a_oSession, const wire::Request& a_oRequest)
 {
     if (!a_oSession.getClient().m_bGreeted && a_oRequest.m_eOperation == wire::Operation::Hello)
     {
-        const std::string strReason = makeRoom(m_oSessions, m_oService, m_oLimits, a_oSession.getPeer());
-        if (!strReason.empty())
+        if (const auto oReason = makeRoom(m_oSessions, m_oService, m_oLimits, a_oSession.getPeer()))
         {
-            return refuse(a_oSession, a_oRequest, strReason);
+            return refuse(a_oSession, a_oRequest, *oReason);
         }
     }
     Service::Answer oAnswer = m_oService.answer(a_oSession.getClient(), a_oRequest, Clock::now());
@@ -270,15 +269,13 @@ void Server::removeEnded()
     for (auto it = m_oSessions.begin(); it != m_oSessions.end();)
     {
         const auto itThis = it++;
-        const Session& oSession = *itThis->second;
-        if (oSession.isOver())
+        if (itThis->second->isOver())
         {
             disconnect(itThis);
         }
-        else if (oSession.getInterest() != m_oInterest[itThis->first])
+        else if (const auto oInterest = itThis->second->takeNewInterest())
         {
-            m_oInterest[itThis->first] = oSession.getInterest();
-            m_oLoop.modify(itThis->first, oSession.getInterest());
+            m_oLoop.modify(itThis->first, *oInterest);
         }
     }
 }
@@ -296,7 +293,6 @@ void Server::disconnect(Sessions::iterator a_itSession)
     }
     m_oService.forget(oSession.getClient());
     m_oLoop.remove(a_itSession->first);
-    m_oInterest.erase(a_itSession->first);
     m_oSessions.erase(a_itSession);
 }
 

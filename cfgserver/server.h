@@ -1,8 +1,8 @@
 #pragma once
 
-#include "cfgserver/admission.h"
 #include "cfgserver/ratelimitedlog.h"
 #include "cfgserver/servicesocket.h"
+#include "cfgserver/session.h"
 #include "platform/base/eventloop.h"
 
 #include <map>
@@ -36,7 +36,7 @@ private:
     void limitStrangers();
     [[nodiscard]] wire::Reply
     refuse(Session& a_oSession, const wire::Request& a_oHello, const std::string& a_strReason);
-    void onEvents(int a_iFd, std::uint32_t a_uiEvents);
+    static void onEvents(Session& a_oSession, std::uint32_t a_uiEvents);
     void takeTurns();
     void forEach(const std::function<void(Session&)>& a_oAction);
     [[nodiscard]] wire::Reply answer(Session& a_oSession, const wire::Request& a_oRequest);
@@ -51,7 +51,6 @@ private:
     RateLimitedLog m_oWarnings;
     uint32_t m_iModuleId;
     Sessions m_oSessions;
-    std::map<int, std::uint32_t> m_oInterest;        // what the loop waits for
     std::unique_ptr<platform::UniqueFd> m_pReserve;  // given up to refuse a client when there are no others left
     std::optional<Clock::time_point> m_oAcceptAgain; // accepting is paused until then
 };

@@ -1,7 +1,6 @@
 #include "cfgserver/service.h"
 
 #include "cfgserver/refusal.h"
-#include "cfgserver/rowreader.h"
 #include "platform/base/escape.h"
 #include "platform/common/log.h"
 
@@ -145,25 +144,25 @@ void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Re
 void Service::read(const Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply) const
 {
     const Table& oTable = viewTable(a_oClient, a_oRequest.m_strTable);
-    switch (a_oRequest.m_eOperation)
+    if (a_oRequest.m_eOperation == Operation::GetColumns)
     {
-    case Operation::GetColumns:
         a_oReply.m_oRows.push_back(describeColumns(oTable.getSchema()));
-        break;
-    case Operation::GetRowCount:
-        a_oReply.m_uiNumber = static_cast<std::uint32_t>(oTable.getRows().size());
-        break;
-    case Operation::GetRows:
-        RowReader(oTable, a_oRequest.m_oNames).readPage(a_oRequest.m_uiNumber, a_oReply);
-        break;
-    case Operation::GetRow:
-        a_oReply.m_oRows.push_back(RowReader(oTable, a_oRequest.m_oNames).read(oTable.getRow(a_oRequest.m_uiNumber)));
-        break;
-    default: // GetRowByKey
-        a_oReply.m_oRows.push_back(RowReader(oTable, a_oRequest.m_oNames)
-                                       .read(oTable.getRow(a_oRequest.m_strKeyColumn, a_oRequest.m_strKeyValue)));
-        break;
+        return;
     }
+    if (a_oRequest.m_eOperation == Operation::GetRowCount)
+    {
+        a_oReply.m_uiNumber = static_cast<std::uint32_t>(oTable.getRows().size());
+        return;
+    }
+    const RowReader oReader(oTable.getSchema(), a_oRequest.m_oNames);
+    if (a_oRequest.m_eOperation == Operation::GetRows)
+    {
+        oReader.readPage(oTable.getRows(), a_oRequest.m_uiNumber, a_oReply);
+        return;
+    }
+    a_oReply.m_oRows.push_back(oReader.read(a_oRequest.m_eOperation == Operation::GetRow
+                                                ? oTable.getRow(a_oRequest.m_uiNumber)
+                                                : oTable.getRow(a_oRequest.m_strKeyColumn, a_oRequest.m_strKeyValue)));
 }
 
 void Service::write(const Client& a_oClient, const wire::Request& a_oRequest)

@@ -1,6 +1,6 @@
 #include "cfgserver/servicesocket.h"
 
-#include "cfgserver/peer.h"
+#include "cfgserver/admission.h"
 #include "platform/client/credentials.h"
 #include "platform/common/log.h"
 

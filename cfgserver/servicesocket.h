@@ -26,7 +26,6 @@ public:
     ServiceSocket& operator=(const ServiceSocket&) = delete;
 
     [[nodiscard]] int getFd() const { return m_oSocket.get(); }
-    [[nodiscard]] const std::string& getPath() const { return m_strPath; }
     [[nodiscard]] std::optional<gid_t> getGroup() const { return m_oGroup; }
 
 private:

@@ -17,8 +17,8 @@ constexpr std::size_t s_uiReadBytes = 64UL * 1024UL;
 
 } // namespace
 
-Session::Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oPatience, Clock::time_point a_oNow)
-    : m_oSocket(a_iFd), m_oPeer(a_oPeer), m_oPatience(a_oPatience), m_oStart(a_oNow), m_oInputSince(a_oNow),
+Session::Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts, Clock::time_point a_oNow)
+    : m_oSocket(a_iFd), m_oPeer(a_oPeer), m_oTimeouts(a_oTimeouts), m_oStart(a_oNow), m_oInputSince(a_oNow),
       m_oOutputSince(a_oNow), m_oChanged(getSchema().size())
 {
 }
@@ -166,7 +166,7 @@ void Session::expire(Clock::time_point a_oNow)
     {
         return;
     }
-    if (getWaiting() > 0 && a_oNow >= m_oOutputSince + m_oPatience.m_oStalled)
+    if (getWaiting() > 0 && a_oNow >= m_oOutputSince + m_oTimeouts.m_oStalled)
     {
         end("does not read its replies");
     }
@@ -176,10 +176,16 @@ void Session::expire(Clock::time_point a_oNow)
     }
 }
 
-std::uint32_t Session::getInterest() const
+std::optional<std::uint32_t> Session::takeNewInterest()
 {
     const std::uint32_t uiRead = m_bEnded || m_bLeaving || isFull() ? 0U : static_cast<std::uint32_t>(EPOLLIN);
-    return uiRead | (getWaiting() > 0 ? static_cast<std::uint32_t>(EPOLLOUT) : 0U);
+    const std::uint32_t uiWrite = getWaiting() > 0 ? static_cast<std::uint32_t>(EPOLLOUT) : 0U;
+    if (m_uiInterest == (uiRead | uiWrite))
+    {
+        return std::nullopt;
+    }
+    m_uiInterest = uiRead | uiWrite;
+    return m_uiInterest;
 }
 
 Clock::time_point Session::getDeadline() const
@@ -187,15 +193,15 @@ Clock::time_point Session::getDeadline() const
     Clock::time_point oDeadline = Clock::time_point::max();
     if (!m_oClient.m_bGreeted)
     {
-        oDeadline = m_oStart + m_oPatience.m_oHello;
+        oDeadline = m_oStart + m_oTimeouts.m_oHello;
     }
     if (getWaiting() > 0)
     {
-        return std::min(oDeadline, m_oOutputSince + m_oPatience.m_oStalled);
+        return std::min(oDeadline, m_oOutputSince + m_oTimeouts.m_oStalled);
     }
     if (!m_bUnread && m_oReader.getBuffered() > 0)
     {
-        return std::min(oDeadline, m_oInputSince + m_oPatience.m_oStalled);
+        return std::min(oDeadline, m_oInputSince + m_oTimeouts.m_oStalled);
     }
     return oDeadline;
 }

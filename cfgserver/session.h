@@ -1,7 +1,6 @@
 #pragma once
 
-#include "cfgserver/peer.h"
-#include "cfgserver/service.h"
+#include "cfgserver/admission.h"
 #include "platform/base/uniquefd.h"
 #include "platform/wire/frame.h"
 
@@ -12,13 +11,6 @@
 
 namespace cfgserver
 {
-
-/// How long a client may take.
-struct Timeouts
-{
-    std::chrono::milliseconds m_oHello = std::chrono::seconds(5);    ///< from connecting to its Hello
-    std::chrono::milliseconds m_oStalled = std::chrono::seconds(30); ///< for half a request, or for reading its replies
-};
 
 /// Output that waits for a client from which on no more of its requests are served, bytes.
 constexpr std::size_t g_uiFullOutput = 1024UL * 1024UL;
@@ -34,9 +26,8 @@ public:
     using Answer = std::function<wire::Reply(const wire::Request& a_oRequest)>;
 
     /// Takes over the descriptor, a connected non-blocking socket.
-    Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oPatience, Clock::time_point a_oNow);
+    Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts, Clock::time_point a_oNow);
 
-    [[nodiscard]] int getFd() const { return m_oSocket.get(); }
     [[nodiscard]] Client& getClient() { return m_oClient; }
     [[nodiscard]] const Client& getClient() const { return m_oClient; }
     [[nodiscard]] const Peer& getPeer() const { return m_oPeer; }
@@ -64,8 +55,8 @@ public:
     /// The same once the replies have left; no more requests are served.
     void endAfterReplies();
 
-    /// The epoll events to wait for.
-    [[nodiscard]] std::uint32_t getInterest() const;
+    /// The epoll events to wait for, where they differ from those of the last call.
+    [[nodiscard]] std::optional<std::uint32_t> takeNewInterest();
     /// Whole requests are waiting that could be served now.
     [[nodiscard]] bool hasWork() const { return m_bUnread && !isFull() && !m_bOver && !m_bLeaving; }
     /// When expire() would end it; the far future when nothing is late.
@@ -85,7 +76,7 @@ private:
 
     platform::UniqueFd m_oSocket;
     Peer m_oPeer;
-    Timeouts m_oPatience;
+    Timeouts m_oTimeouts;
     Client m_oClient;
     Clock::time_point m_oStart;
     wire::FrameReader m_oReader;
@@ -94,6 +85,7 @@ private:
     std::size_t m_uiSent = 0;         // bytes of m_strOutput
     Clock::time_point m_oOutputSince; // when the client last took something, or waiting began
     std::vector<bool> m_oChanged;     // notifications not yet queued, by position in the schema
+    std::uint32_t m_uiInterest = 0;   // as takeNewInterest() returned last
     bool m_bUnread = false;           // m_oReader may hold a whole request
     bool m_bEnded = false;            // the client sends no more
     bool m_bLeaving = false;          // closed once the replies have left

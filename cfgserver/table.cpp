@@ -64,18 +64,13 @@ const Row& Table::getRow(std::size_t a_uiPosition) const
 
 const Row& Table::getRow(const std::string& a_strColumn, const std::string& a_strKey) const
 {
-    const auto oColumn = m_pSchema->findColumn(a_strColumn);
-    if (!oColumn)
-    {
-        throw Refusal(wire::Result::UnknownColumn,
-                      "table " + m_pSchema->m_strName + " has no column " + quoted(a_strColumn));
-    }
-    const Row* pRow = find(*oColumn, a_strKey);
+    const std::size_t uiColumn = requireColumn(*m_pSchema, a_strColumn);
+    const Row* pRow = find(uiColumn, a_strKey);
     if (pRow == nullptr)
     {
         throw Refusal(wire::Result::NoSuchRow,
                       "table " + m_pSchema->m_strName + " has no row with " +
-                          describeKey(*m_pSchema, *oColumn, a_strKey));
+                          describeKey(*m_pSchema, uiColumn, a_strKey));
     }
     return *pRow;
 }

@@ -1,25 +1,14 @@
 #pragma once
 
-#include "cfgserver/cells.h"
-#include "korrin/valuelist.h"
+#include "cfgserver/row.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 namespace cfgserver
 {
-
-/// One row; never changed once it stands in a table, so that tables can share it.
-struct Row
-{
-    std::uint64_t m_uiSequence; ///< keeps the order of the rows and names the row on disk; grows along the table
-    Cells m_oCells;
-};
-
-using RowPtr = std::shared_ptr<const Row>;
 
 /// Limits of one table: rows, and bytes as getCost() counts them.
 constexpr std::size_t g_uiMaxRows = 100000;

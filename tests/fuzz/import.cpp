@@ -2,7 +2,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/jsonimport.h"
 #include "cfgctl/jsonoutput.h"
-#include "cfgserver/rowreader.h"
+#include "cfgserver/row.h"
 #include "tests/fuzz/fuzz.h"
 
 void fuzz(std::string_view a_strInput)

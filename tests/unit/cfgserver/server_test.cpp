@@ -270,8 +270,8 @@ TEST_F(ServerTest, RequestsSentBeforeTheEndAreServed)
 
 TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
 {
-    m_oLimits.m_oPatience.m_oHello = std::chrono::milliseconds(300);
-    m_oLimits.m_oPatience.m_oStalled = std::chrono::milliseconds(300);
+    m_oLimits.m_oTimeouts.m_oHello = std::chrono::milliseconds(300);
+    m_oLimits.m_oTimeouts.m_oStalled = std::chrono::milliseconds(300);
     start();
     RawClient oGood(m_strPath);
     oGood.greet();
@@ -300,7 +300,7 @@ TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
 
 TEST_F(ServerTest, AClientThatNeverReadsIsClosedAndCostsOthersNothing)
 {
-    m_oLimits.m_oPatience.m_oStalled = std::chrono::milliseconds(500);
+    m_oLimits.m_oTimeouts.m_oStalled = std::chrono::milliseconds(500);
     start();
     RawClient oGood(m_strPath);
     oGood.greet();

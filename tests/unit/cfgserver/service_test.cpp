@@ -1,7 +1,6 @@
 #include "cfgserver/service.h"
 #include "samples.h"
 
-#include "cfgserver/rowreader.h"
 #include "platform/wire/frame.h"
 
 #include <gmock/gmock.h>
