@@ -1,8 +1,8 @@
 #include "actions/socketwait.h"
 
-#include <algorithm>
+#include "platform/common/deadline.h"
+
 #include <cerrno>
-#include <chrono>
 #include <poll.h>
 
 namespace quorvad
@@ -10,14 +10,6 @@ namespace quorvad
 
 namespace
 {
-
-using Clock = std::chrono::steady_clock;
-
-int remainingMs(Clock::time_point a_oDeadline)
-{
-    const auto oLeft = std::chrono::ceil<std::chrono::milliseconds>(a_oDeadline - Clock::now());
-    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(oLeft.count(), 0));
-}
 
 bool finishConnect(int a_iSocket)
 {
@@ -44,11 +36,11 @@ int waitForSocket(int a_iSocket, short a_iEvents, int a_iTimeoutMs)
         errno = EBADF; // poll would ignore the descriptor and wait for nothing
         return -1;
     }
-    const Clock::time_point oDeadline = Clock::now() + std::chrono::milliseconds(a_iTimeoutMs);
+    const platform::Deadline oDeadline{std::chrono::milliseconds(a_iTimeoutMs)};
     for (;;)
     {
         pollfd oSocket = {a_iSocket, a_iEvents, 0};
-        const int iReady = poll(&oSocket, 1, a_iTimeoutMs < 0 ? -1 : remainingMs(oDeadline));
+        const int iReady = poll(&oSocket, 1, a_iTimeoutMs < 0 ? -1 : oDeadline.getRemainingMs());
         if (iReady > 0 && (oSocket.revents & POLLNVAL) != 0)
         {
             errno = EBADF;

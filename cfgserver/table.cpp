@@ -14,7 +14,8 @@ namespace
 std::string describeKey(const TableSchema& a_oSchema, std::size_t a_uiColumn, const std::string& a_strKey)
 {
     const Column& oColumn = a_oSchema.m_oColumns[a_uiColumn];
-    return oColumn.m_strName + (oColumn.m_bSecret ? " of that value" : " " + quoted(a_strKey));
+    return oColumn.m_strName +
+           (oColumn.m_eSecret != quorvad::dbm::ESecret::eNone ? " of that value" : " " + quoted(a_strKey));
 }
 
 [[noreturn]] void refuseDuplicate(const TableSchema& a_oSchema, std::size_t a_uiColumn, const std::string& a_strKey)

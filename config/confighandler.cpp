@@ -14,12 +14,10 @@ namespace
 
 constexpr char s_acLogFile[] = "confighandler";
 
-constexpr char s_acUnknownSerialNo[] = "Sxxxxxxxxxxxx";
-
 } // namespace
 
 ConfigHandler::ConfigHandler()
-    : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_strSerialNo(s_acUnknownSerialNo), m_bInitial(true),
+    : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_strSerialNo(dbm::SerialNo_Unknown), m_bInitial(true),
       m_oDnsRelay(dbm::Table_DNSRelay, 1)
 {
 }
@@ -130,7 +128,7 @@ void ConfigHandler::loadSerialNumber(IConfigClient& a_oClient)
     korrin::ValueList oRow;
     if (a_oClient.getrowbykey(dbm::Table_etl, dbm::Id, "1", oColumns, oRow) != 0 || !oRow.hasValue(dbm::etl_serial_no))
     {
-        m_strSerialNo = s_acUnknownSerialNo;
+        m_strSerialNo = dbm::SerialNo_Unknown;
         return;
     }
     m_strSerialNo = textOf(oRow, dbm::etl_serial_no);

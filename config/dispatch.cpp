@@ -32,9 +32,9 @@ void ConfigHandler::dispatch(int a_iId)
     const std::string strInterface = textOf(oAccount, dbm::Interface);
     const ConfigObject* pRow6 = findRow(m_oNetifIPv6, strInterface);
     const std::string strAddr6 = pRow6 != nullptr ? textColumn(*pRow6, dbm::Addr) : std::string();
-    const std::string strType = textColumn(oAccount, "ServiceType");
-    const bool bHttps = strType == "update-url";
-    if (!bHttps && strType != "gnudip")
+    const std::string strType = textColumn(oAccount, dbm::DynDns_ServiceType);
+    const bool bHttps = strType == dbm::ServiceType_UpdateUrl;
+    if (!bHttps && strType != dbm::ServiceType_Gnudip)
     {
         return;
     }
@@ -61,7 +61,7 @@ void ConfigHandler::sendHttps(int a_iId,
                               const ConfigObject& a_oWatch,
                               const std::string& a_strAddr6)
 {
-    const std::string strHostname = textColumn(a_oAccount, "Hostname");
+    const std::string strHostname = textColumn(a_oAccount, dbm::DynDns_Hostname);
     LOG_DEBUG(
         "Send update for '%s' on interface '%s'...", strHostname.c_str(), textOf(a_oAccount, dbm::Interface).c_str());
     try
@@ -78,7 +78,7 @@ void ConfigHandler::sendHttps(int a_iId,
 
 void ConfigHandler::sendGnudip(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch)
 {
-    const std::string strHostname = textColumn(a_oAccount, "Hostname");
+    const std::string strHostname = textColumn(a_oAccount, dbm::DynDns_Hostname);
     LOG_DEBUG("Send gnudip update for '%s' on interface '%s'...",
               strHostname.c_str(),
               textOf(a_oAccount, dbm::Interface).c_str());
@@ -100,12 +100,12 @@ std::shared_ptr<Action> ConfigHandler::makeHttpsAction(int a_iId,
                                                        const ConfigObject& a_oWatch,
                                                        const std::string& a_strAddr6) const
 {
-    const std::string strServer = textColumn(a_oAccount, "ServerAddr");
+    const std::string strServer = textColumn(a_oAccount, dbm::DynDns_ServerAddr);
     const std::string strAddr = textColumn(a_oWatch, dbm::Addr);
-    const std::string strHostname = textColumn(a_oAccount, "Hostname");
-    const std::string strUser = textColumn(a_oAccount, "AccountUserName");
-    const std::string strPassword = textColumn(a_oAccount, "Password");
-    const std::string strExpected = textColumn(a_oAccount, "ExpectedResultSubString");
+    const std::string strHostname = textColumn(a_oAccount, dbm::DynDns_Hostname);
+    const std::string strUser = textColumn(a_oAccount, dbm::DynDns_AccountUserName);
+    const std::string strPassword = textColumn(a_oAccount, dbm::DynDns_Password);
+    const std::string strExpected = textColumn(a_oAccount, dbm::DynDns_ExpectedResultSubString);
     const std::string strInterface = textOf(a_oAccount, dbm::Interface);
     const std::string strServers = getNameservers(strInterface);
     return std::make_shared<CurlAction>(strServer,
@@ -124,12 +124,12 @@ std::shared_ptr<Action> ConfigHandler::makeHttpsAction(int a_iId,
 std::shared_ptr<Action>
 ConfigHandler::makeGnudipAction(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch) const
 {
-    const std::string strServer = textColumn(a_oAccount, "ServerAddr");
+    const std::string strServer = textColumn(a_oAccount, dbm::DynDns_ServerAddr);
     const std::string strInterface = textOf(a_oAccount, dbm::Interface);
     const std::string strAddr = textColumn(a_oWatch, dbm::Addr);
-    const std::string strHostname = textColumn(a_oAccount, "Hostname");
-    const std::string strUser = textColumn(a_oAccount, "AccountUserName");
-    const std::string strPassword = textColumn(a_oAccount, "Password");
+    const std::string strHostname = textColumn(a_oAccount, dbm::DynDns_Hostname);
+    const std::string strUser = textColumn(a_oAccount, dbm::DynDns_AccountUserName);
+    const std::string strPassword = textColumn(a_oAccount, dbm::DynDns_Password);
     const std::string strServers = getNameservers(strInterface);
     return std::make_shared<GnudipAction>(
         strServer, strInterface, strAddr, strHostname, strUser, strPassword, strServers, a_iId);
@@ -137,7 +137,7 @@ ConfigHandler::makeGnudipAction(int a_iId, const ConfigObject& a_oAccount, const
 
 void ConfigHandler::startScheduler(int a_iId, const ConfigObject& a_oAccount, std::shared_ptr<Action> a_pAction)
 {
-    const int iRetries = a_oAccount.getValue("Retry").getInteger();
+    const int iRetries = a_oAccount.getValue(dbm::DynDns_Retry).getInteger();
     const int iStartPeriodSec = getRandomStartPeriodSec();
     auto pScheduler = std::make_unique<Scheduler>(iStartPeriodSec, iRetries, std::move(a_pAction));
     m_oSchedulers.insert_or_assign(a_iId, std::move(pScheduler));

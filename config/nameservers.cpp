@@ -63,9 +63,9 @@ std::string ConfigHandler::getNameservers(const std::string& a_strInterface) con
     }
     if (bUserServers)
     {
-        appendServer(strServers, textOf(m_oDnsRelay, "PrimaryServerIp"));
+        appendServer(strServers, textOf(m_oDnsRelay, dbm::DNSRelay_PrimaryServerIp));
         strServers += ",";
-        strServers += textOf(m_oDnsRelay, "SecondaryServerIp");
+        strServers += textOf(m_oDnsRelay, dbm::DNSRelay_SecondaryServerIp);
     }
     LOG_DEBUG("Nameservers: %s", strServers.c_str());
     if (strServers.empty())
@@ -88,7 +88,7 @@ std::string ConfigHandler::interfaceServers(const std::string& a_strInterface) c
     {
         if (unsignedOf(oServer, dbm::Enable) != 0 && textOf(oServer, dbm::Interface) == a_strInterface)
         {
-            appendServer(strServers, textOf(oServer, "IPAddress"));
+            appendServer(strServers, textOf(oServer, dbm::DNSClientServer_IPAddress));
         }
     }
     return strServers;

@@ -8,6 +8,7 @@
 #include "daemon/signals.h"
 #include "korrin/net/eventdispatcher.h"
 #include "platform/common/log.h"
+#include "platform/common/process.h"
 #include "status/statusinfolog.h"
 #include "vadro/basic/singletonadapter.h"
 #include "vadro/cfg/notificationhandler.h"
@@ -149,13 +150,13 @@ int runDaemon(int a_iArgc, char** a_ppArgv)
     VADRO_Daemon oDaemon = {};
     {
         // A stop signal that comes early waits for its handler; else it would end the process and leave the PID file.
-        const StopSignalBlock oBlock;
+        const platform::StopSignalBlock oBlock(platform::StopSignalBlock::AtEnd::Unblock);
         parseOptions(oOptions, a_iArgc, a_ppArgv);
-        occupyStandardDescriptors();
+        platform::occupyStandardDescriptors();
         cleanEnvironment();
         chooseCertificates();
         raiseDescriptorLimit();
-        keepMemoryPrivate();
+        platform::keepMemoryPrivate();
         useOneHeap();
         useSmallStacks();
         startLogging(oOptions, oHook, a_ppArgv[0]);

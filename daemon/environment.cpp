@@ -2,13 +2,10 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <fcntl.h>
 #include <initializer_list>
 #include <malloc.h>
 #include <pthread.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 namespace quorvad
 {
@@ -28,17 +25,6 @@ void cleanEnvironment()
     }
 }
 
-void occupyStandardDescriptors()
-{
-    for (const int iFd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-    {
-        if (fcntl(iFd, F_GETFD) < 0)
-        {
-            static_cast<void>(open("/dev/null", O_RDWR)); // the lowest free number is this one
-        }
-    }
-}
-
 void raiseDescriptorLimit()
 {
     rlimit oLimit = {};
@@ -47,14 +33,6 @@ void raiseDescriptorLimit()
         oLimit.rlim_cur = oLimit.rlim_max;
         setrlimit(RLIMIT_NOFILE, &oLimit);
     }
-}
-
-// The limit alone does not count where core files are piped to a program.
-void keepMemoryPrivate()
-{
-    const rlimit oNone = {0, 0};
-    setrlimit(RLIMIT_CORE, &oNone);
-    prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
 }
 
 void useOneHeap()

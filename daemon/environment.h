@@ -7,16 +7,8 @@ namespace quorvad
 /// (SSLKEYLOGFILE). Before any thread exists.
 void cleanEnvironment();
 
-/// Puts /dev/null where a standard descriptor was closed; a socket would get its number otherwise, and what is printed
-/// would go there.
-void occupyStandardDescriptors();
-
 /// Raises the soft limit on open descriptors to the hard one: every update holds some. A failure changes nothing.
 void raiseDescriptorLimit();
-
-/// From here on no core file of this process is written, neither by the kernel nor by a helper that it would pipe one
-/// to, and only root may trace the process: its memory holds passwords and update URLs. A failure changes nothing.
-void keepMemoryPrivate();
 
 /// Keeps all threads to one heap. Each update runs on a thread of its own and reads the bundle of certificates; heaps
 /// of their own would each keep what the largest of them once took. No effect with a C library that knows no such

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "platform/common/stopsignals.h"
+
 #include <atomic>
-#include <csignal>
 #include <cstdint>
 
 namespace korrin::net
@@ -32,29 +33,17 @@ void installSignalHandlers();
 /// Writes one log line for each signal that was recorded since the last call. Main thread.
 void logRecordedSignals();
 
-/// While it lives, the stop signals wait. They are let through at its end, also where the parent process had blocked
-/// them: a daemon that can't be stopped is of no use. Otherwise the thread's mask is restored.
-class StopSignalBlock
-{
-public:
-    StopSignalBlock();
-    ~StopSignalBlock();
-    StopSignalBlock(const StopSignalBlock&) = delete;
-    StopSignalBlock& operator=(const StopSignalBlock&) = delete;
-
-private:
-    sigset_t m_oStopSignals;
-};
-
 /// While it lives, a stop signal wakes the dispatcher, which must outlive it. A stop signal that came before wakes it
 /// at once. One instance at a time, made and destroyed on the main thread.
 class DispatcherWakeUp
 {
 public:
     explicit DispatcherWakeUp(korrin::net::EventDispatcher& a_oDispatcher);
-    ~DispatcherWakeUp();
     DispatcherWakeUp(const DispatcherWakeUp&) = delete;
     DispatcherWakeUp& operator=(const DispatcherWakeUp&) = delete;
+
+private:
+    platform::LoopWakeUp m_oWakeUp;
 };
 
 } // namespace quorvad

@@ -2,7 +2,7 @@
 
 #include "actions/action.h"
 #include "platform/common/log.h"
-#include "scheduler/blockedsignals.h"
+#include "platform/common/stopsignals.h"
 #include "vadro/error/assert.h"
 
 #include <algorithm>
@@ -56,7 +56,7 @@ Scheduler::Scheduler(int a_iStartPeriodSec, int a_iRetries, std::shared_ptr<Acti
       m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_bFinished(false), m_bStopAnnounced(false)
 {
     LOG_DEBUG("Built scheduler with %d retries and %d seconds as start period", m_iRetries, m_iPeriodSec);
-    const BlockedSignals oBlocked;
+    const platform::StopSignalBlock oBlocked(platform::StopSignalBlock::AtEnd::Restore);
     try
     {
         m_oThread = std::thread(task, this);

@@ -1,7 +1,6 @@
 #include "status/isotime.h"
 
-#include <array>
-#include <ctime>
+#include "platform/common/localtime.h"
 
 namespace quorvad
 {
@@ -10,12 +9,7 @@ std::string currentTimeToIsoFormat()
 {
     timespec oNow{};
     clock_gettime(CLOCK_REALTIME, &oNow);
-    tzset(); // localtime_r alone reads the zone only once per process
-    tm oLocal{};
-    localtime_r(&oNow.tv_sec, &oLocal);
-    std::array<char, 64> acText{};
-    const std::size_t uiLength = std::strftime(acText.data(), acText.size(), "%FT%T%z", &oLocal);
-    return {acText.data(), uiLength};
+    return platform::formatLocalTime(oNow.tv_sec, platform::g_acIsoFormat);
 }
 
 } // namespace quorvad

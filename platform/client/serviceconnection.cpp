@@ -64,7 +64,7 @@ void ServiceConnection::initialize()
 
 void ServiceConnection::awaitLink()
 {
-    const Deadline oDeadline(m_oConnectTimeout);
+    const platform::Deadline oDeadline(m_oConnectTimeout);
     // The pauses grow, so the last one may reach past the deadline: one more try is made then.
     bool bLastTry = oDeadline.hasPassed();
     m_oLink.connect();

@@ -44,7 +44,7 @@ void ServiceLink::connect()
         openSocket();
         wire::Request oHello = makeGreeting(m_oSettings.m_oIntroduction);
         // Fits the buffer of a fresh socket, or something is wrong.
-        send(makeFrame(oHello), Deadline(std::chrono::milliseconds(0)));
+        send(makeFrame(oHello), platform::Deadline(std::chrono::milliseconds(0)));
         m_eState = State::Greeting;
         m_oTimer.start(m_oLimits.m_oRequest);
     }
@@ -86,7 +86,7 @@ std::string ServiceLink::makeFrame(wire::Request& a_oRequest)
     return wire::encodeFrame(wire::encode(a_oRequest));
 }
 
-void ServiceLink::send(const std::string& a_strFrame, const Deadline& a_oDeadline)
+void ServiceLink::send(const std::string& a_strFrame, const platform::Deadline& a_oDeadline)
 {
     m_oReply.reset();
     m_bAwaiting = true;
@@ -130,7 +130,7 @@ wire::Reply ServiceLink::exchange(const std::string& a_strFrame)
 {
     try
     {
-        const Deadline oDeadline(m_oLimits.m_oRequest);
+        const platform::Deadline oDeadline(m_oLimits.m_oRequest);
         send(a_strFrame, oDeadline);
         return awaitReply(oDeadline);
     }
@@ -146,7 +146,7 @@ wire::Reply ServiceLink::exchange(const std::string& a_strFrame)
     }
 }
 
-wire::Reply ServiceLink::awaitReply(const Deadline& a_oDeadline)
+wire::Reply ServiceLink::awaitReply(const platform::Deadline& a_oDeadline)
 {
     for (;;)
     {

@@ -90,10 +90,10 @@ private:
     void openSocket();
     void checkPeer() const;
     [[nodiscard]] std::string makeFrame(wire::Request& a_oRequest);
-    void send(const std::string& a_strFrame, const Deadline& a_oDeadline);
+    void send(const std::string& a_strFrame, const platform::Deadline& a_oDeadline);
     void finishGreeting(const wire::Reply& a_oReply);
     wire::Reply exchange(const std::string& a_strFrame);
-    wire::Reply awaitReply(const Deadline& a_oDeadline);
+    wire::Reply awaitReply(const platform::Deadline& a_oDeadline);
 
     void onReadable();
     void onTimer();

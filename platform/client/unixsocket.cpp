@@ -65,7 +65,7 @@ uid_t UnixSocket::getPeerUser() const
     return oPeer.uid;
 }
 
-void UnixSocket::send(std::string_view a_strBytes, const Deadline& a_oDeadline) const
+void UnixSocket::send(std::string_view a_strBytes, const platform::Deadline& a_oDeadline) const
 {
     while (!a_strBytes.empty())
     {
@@ -105,12 +105,12 @@ bool UnixSocket::receive(wire::FrameReader& a_oReader) const
     return false;
 }
 
-void UnixSocket::waitReadable(const Deadline& a_oDeadline) const
+void UnixSocket::waitReadable(const platform::Deadline& a_oDeadline) const
 {
     wait(POLLIN, a_oDeadline);
 }
 
-void UnixSocket::wait(short a_iEvents, const Deadline& a_oDeadline) const
+void UnixSocket::wait(short a_iEvents, const platform::Deadline& a_oDeadline) const
 {
     if (a_oDeadline.hasPassed())
     {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/base/uniquefd.h"
-#include "platform/client/deadline.h"
+#include "platform/common/deadline.h"
 #include "platform/wire/frame.h"
 
 #include <string>
@@ -24,14 +24,14 @@ public:
     [[nodiscard]] uid_t getPeerUser() const;
 
     /// Sends everything; blocks until the deadline at most. Never raises SIGPIPE.
-    void send(std::string_view a_strBytes, const Deadline& a_oDeadline) const;
+    void send(std::string_view a_strBytes, const platform::Deadline& a_oDeadline) const;
     /// Reads once what is there; false when nothing is. Never blocks.
     [[nodiscard]] bool receive(wire::FrameReader& a_oReader) const;
     /// Blocks until there is something to read.
-    void waitReadable(const Deadline& a_oDeadline) const;
+    void waitReadable(const platform::Deadline& a_oDeadline) const;
 
 private:
-    void wait(short a_iEvents, const Deadline& a_oDeadline) const;
+    void wait(short a_iEvents, const platform::Deadline& a_oDeadline) const;
 
     platform::UniqueFd m_oFd;
 };

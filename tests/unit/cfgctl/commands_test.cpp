@@ -69,11 +69,11 @@ TEST_F(Commands, AddShowSetDelete)
     EXPECT_EQ(run(cfgctl::runSet, on("DNSClientServer", {"Interface=ppp1"}, {"Enable=0"})), "");
     EXPECT_EQ(run(cfgctl::runDelete, on("DNSClientServer", {"Id=8"})), "");
     EXPECT_EQ(run(cfgctl::runShow, on("DNSClientServer")),
-              "Id  Enable  Interface  IPAddress\n"
+              "Id  Enable  Interface  IPAddress  Origin\n"
               " 1       1  ppp0       192.0.2.1\n"
               " 7       0  ppp1\n");
     EXPECT_EQ(run(cfgctl::runShow, on("DNSClientServer", {"Enable=0"})),
-              "Id  Enable  Interface  IPAddress\n 7       0  ppp1\n");
+              "Id  Enable  Interface  IPAddress  Origin\n 7       0  ppp1\n");
 }
 
 TEST_F(Commands, RefusalsSayWhatAndWhyAndWriteNothing)

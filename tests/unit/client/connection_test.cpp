@@ -72,7 +72,7 @@ protected:
     std::vector<std::string> passUntilDelivery()
     {
         std::vector<std::string> oLoaded;
-        for (const vadro::cfg::Deadline oEnd(5s); oLoaded.empty() && !oEnd.hasPassed();)
+        for (const platform::Deadline oEnd(5s); oLoaded.empty() && !oEnd.hasPassed();)
         {
             m_oLoop.wait(100);
             m_pConnection->process();
@@ -207,7 +207,7 @@ TEST_F(Connection, EveryMisbehaviourEndsInAFreshConnection)
              {
                  strBurst += strFrame;
              }
-             for (const vadro::cfg::Deadline oEnd(4s); !oEnd.hasPassed();)
+             for (const platform::Deadline oEnd(4s); !oEnd.hasPassed();)
              {
                  a_oPeer.sendBytes(strBurst); // throws once the client has hung up
              }
@@ -288,7 +288,7 @@ TEST_F(Connection, ServiceThatOnlyGreetsIsAskedLessAndLess)
         make().initialize();
         const auto oStart = std::chrono::steady_clock::now();
         unsigned uiCount = 0;
-        for (const vadro::cfg::Deadline oEnd(5s); !bFourth && !oEnd.hasPassed(); m_oLoop.wait(20))
+        for (const platform::Deadline oEnd(5s); !bFourth && !oEnd.hasPassed(); m_oLoop.wait(20))
         {
             (void)count(uiCount);
         }
@@ -312,7 +312,7 @@ TEST_F(Connection, CallerThatOnlyEverAsksMeetsTheHangUpAndThenTheServiceThatCame
                           a_oPeer.greet();
                           a_oPeer.reply(a_oPeer.expect(Operation::GetRowCount), 5);
                       }});
-    for (const vadro::cfg::Deadline oEnd(5s); count(uiCount) != 0U && !oEnd.hasPassed();)
+    for (const platform::Deadline oEnd(5s); count(uiCount) != 0U && !oEnd.hasPassed();)
     {
         std::this_thread::yield();
     }

@@ -123,7 +123,7 @@ TEST_F(SignalsTest, StopWaitsForTheHandlersEvenIfBlockedFromOutside)
     sigaddset(&oTerm, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &oTerm, nullptr);
     {
-        const StopSignalBlock oBlock;
+        const platform::StopSignalBlock oBlock(platform::StopSignalBlock::AtEnd::Unblock);
         raise(SIGTERM);
         raise(SIGINT);
         EXPECT_FALSE(g_bTerminate);

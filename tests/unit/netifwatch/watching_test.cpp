@@ -67,7 +67,7 @@ TEST(Reconciling, WritesDifferencesOnly)
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Written);
     EXPECT_EQ(show(oSession, s_pIPv4), "1 docker0 172.17.0.1 0; 3 a 192.0.2.1 1; 4 b  0");
     EXPECT_EQ(show(oSession, s_pIPv6), "1 a 2001:db8::1");
-    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.53; 2 1 a 192.0.2.54");
+    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.53 ; 2 1 a 192.0.2.54 ");
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Unchanged);
 
     // Two interfaces swap names, the lower IPv6 address comes back after the other took its place, a server goes.
@@ -84,7 +84,7 @@ TEST(Reconciling, WritesDifferencesOnly)
     EXPECT_EQ(oNext.reconcile(oState), Outcome::Unchanged);
     oState.m_oServers = ServersByName{{"a", {"192.0.2.54"}}, {"b", {"192.0.2.55"}}};
     EXPECT_EQ(oNext.reconcile(oState), Outcome::Written);
-    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.54; 3 1 b 192.0.2.55");
+    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.54 ; 3 1 b 192.0.2.55 ");
     // Without it they are a stranger's.
     std::filesystem::remove(oFolder / "rows");
     oState.m_oServers = ServersByName{{"a", {"192.0.2.1"}}};
@@ -94,7 +94,7 @@ TEST(Reconciling, WritesDifferencesOnly)
     EXPECT_EQ(oNext.reconcile(oState), Outcome::Written);
     insert(oOther, s_pDns, {{"Interface", "c"}, {"IPAddress", "198.51.100.1"}});
     EXPECT_EQ(oNext.reconcile(oState), Outcome::Written);
-    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.54; 3 1 b 192.0.2.55; 5 1 c 198.51.100.1");
+    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.54 ; 3 1 b 192.0.2.55 ; 5 1 c 198.51.100.1 ");
 }
 
 TEST(Reconciling, Problems)

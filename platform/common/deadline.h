@@ -4,10 +4,10 @@
 #include <chrono>
 #include <climits>
 
-namespace vadro::cfg
+namespace platform
 {
 
-/// A moment on the monotonic clock, which steps of the wall clock don't move.
+/// A moment on the monotonic clock, which steps of the wall clock do not move. Any thread.
 class Deadline
 {
 public:
@@ -25,4 +25,4 @@ private:
     std::chrono::steady_clock::time_point m_oEnd;
 };
 
-} // namespace vadro::cfg
+} // namespace platform
