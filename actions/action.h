@@ -1,5 +1,7 @@
 #pragma once
 
+#include "actions/error.h"
+
 #include <cstdint>
 #include <string>
 

@@ -1,17 +1,15 @@
 #include "actions/curlaction.h"
 
-#include "actions/error.h"
 #include "actions/httpreply.h"
 #include "actions/interfacestate.h"
 #include "actions/outcomereport.h"
+#include "actions/updateurl.h"
 #include "actions/version.h"
 #include "platform/common/log.h"
-#include "vadro/string/replace.h"
 
 #include <algorithm>
 #include <curl/curl.h>
 #include <exception>
-#include <utility>
 
 namespace quorvad
 {
@@ -20,8 +18,6 @@ namespace
 {
 
 constexpr char s_acLogFile[] = "curlaction";
-
-constexpr long s_iTransferSeconds = 10;
 
 } // namespace
 
@@ -64,18 +60,8 @@ std::string CurlAction::getUrl()
 
 void CurlAction::UpdatePlaceholders(const std::string& a_strUrl)
 {
-    // In this order: a value that holds a later placeholder is substituted again.
-    const std::pair<const char*, const std::string&> aoPlaceholders[] = {{"<ipaddr>", m_strIpAddr},
-                                                                         {"<ipaddr6>", m_strIpAddr6},
-                                                                         {"<domain>", m_strDomain},
-                                                                         {"<username>", m_strUsername},
-                                                                         {"<password>", m_strPassword},
-                                                                         {"<serial>", m_strSerialNo}};
-    m_strUrl = a_strUrl;
-    for (const auto& [pName, strValue] : aoPlaceholders)
-    {
-        m_strUrl = vadro::string::replaceAllOccurrences(m_strUrl, pName, strValue);
-    }
+    m_strUrl = fillPlaceholders(a_strUrl,
+                                {m_strIpAddr, m_strIpAddr6, m_strDomain, m_strUsername, m_strPassword, m_strSerialNo});
 }
 
 void CurlAction::configureHandle(const std::string& a_strNameservers)
@@ -85,7 +71,7 @@ void CurlAction::configureHandle(const std::string& a_strNameservers)
     curl_easy_setopt(pCurl, CURLOPT_WRITEFUNCTION, writeCallback);
     curl_easy_setopt(pCurl, CURLOPT_WRITEDATA, &m_strResponse);
     curl_easy_setopt(pCurl, CURLOPT_NOSIGNAL, 1L); // worker threads must not get SIGALRM
-    curl_easy_setopt(pCurl, CURLOPT_TIMEOUT, s_iTransferSeconds);
+    curl_easy_setopt(pCurl, CURLOPT_TIMEOUT, s_iTransferSec);
     if (!m_strUsername.empty())
     {
         curl_easy_setopt(pCurl, CURLOPT_HTTPAUTH, CURLAUTH_BASIC);
@@ -130,7 +116,7 @@ bool CurlAction::execute()
     LOG_INFO("HTTPS response code: %i", static_cast<int>(iStatus));
 
     removeLineFeeds(m_strResponse);
-    const bool bSuccess = isAccepted(iStatus);
+    const bool bSuccess = judgeResponse(iStatus);
     LOG_DEBUG("Save DynDNS log and status");
     logResponse(bSuccess, static_cast<int>(iStatus), reportExcerpt(m_strResponse));
     return bSuccess;
@@ -163,28 +149,28 @@ long CurlAction::readStatus()
     return iStatus;
 }
 
-bool CurlAction::isAccepted(long a_iStatus) const
+bool CurlAction::judgeResponse(long a_iStatus) const
 {
     const std::string strExcerpt = shortExcerpt(m_strResponse);
-    switch (judgeReply(a_iStatus, m_strResponse, m_strExpectedResultSubString))
+    const EHttpVerdict eVerdict = judgeReply(a_iStatus, m_strResponse, m_strExpectedResultSubString);
+    switch (eVerdict)
     {
     case EHttpVerdict::eStatusOk:
-        return true;
     case EHttpVerdict::eStatusRefused:
-        return false;
+        break;
     case EHttpVerdict::eEmptyBody:
         LOG_ERROR("HTTPS response is empty");
-        return false;
+        break;
     case EHttpVerdict::eTextFound:
         LOG_DEBUG("HTTPS response: '%s'", strExcerpt.c_str());
-        return true;
+        break;
     case EHttpVerdict::eTextMissing:
         LOG_WARNING("HTTPS response body does not contain expected substring (%s)",
                     m_strExpectedResultSubString.c_str());
         LOG_INFO("Received: '%s'", strExcerpt.c_str());
-        return false;
+        break;
     }
-    return false;
+    return isAccepted(eVerdict);
 }
 
 void CurlAction::logResponse(bool a_bSuccess, int a_iResponseCode, const std::string& a_strResponse)

@@ -14,6 +14,8 @@ namespace quorvad
 class CurlAction : public Action
 {
 public:
+    /// The time limit of one attempt, from the look-up of the name to the end of the reply, in seconds.
+    static constexpr long s_iTransferSec = 10;
     /// What is kept of a reply's body; the rest is read and dropped, so that an endless body can't take the memory.
     static constexpr std::size_t s_uiMaxResponseBytes = std::size_t{1024} * 1024;
 
@@ -36,7 +38,7 @@ public:
                int a_iDynDnsId);
     ~CurlAction() override;
 
-    /// Blocks for at most 10 seconds. Throws Error (CurlEasyPerformFailed, CurlEasyGetinfoFailed) after the outcome
+    /// Blocks for at most s_iTransferSec. Throws Error (CurlEasyPerformFailed, CurlEasyGetinfoFailed) after the outcome
     /// was reported. An interface that is not up and running gives false without a report.
     [[nodiscard]] bool execute() override;
     [[nodiscard]] std::string getUrl() override;
@@ -65,7 +67,7 @@ private:
     void setNameservers(const std::string& a_strNameservers);
     void performTransfer();
     [[nodiscard]] long readStatus();
-    [[nodiscard]] bool isAccepted(long a_iStatus) const;
+    [[nodiscard]] bool judgeResponse(long a_iStatus) const;
 };
 
 } // namespace quorvad

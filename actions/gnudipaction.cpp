@@ -1,6 +1,5 @@
 #include "actions/gnudipaction.h"
 
-#include "actions/error.h"
 #include "actions/gnudipprotocol.h"
 #include "actions/outcomereport.h"
 #include "actions/socketwait.h"

@@ -1,30 +1,11 @@
-// The one-shot MD5 call is all that is needed of libcrypto and does no allocation of its own; it is deprecated since
-// 3.0 in favour of a heavier interface. Asking for the older interface silences that here alone.
-#define OPENSSL_API_COMPAT 0x10100000L // NOLINT(cppcoreguidelines-macro-usage): read by the library's headers
-
 #include "actions/gnudipprotocol.h"
 
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
-#include <openssl/md5.h>
 
 namespace quorvad
 {
-
-std::string md5Hex(const std::string& a_strText)
-{
-    constexpr char acDigits[] = "0123456789abcdef";
-    unsigned char acDigest[MD5_DIGEST_LENGTH];
-    MD5(reinterpret_cast<const unsigned char*>(a_strText.data()), a_strText.size(), acDigest);
-    std::string strHex;
-    for (const unsigned char uiByte : acDigest)
-    {
-        strHex += acDigits[uiByte >> 4U];
-        strHex += acDigits[uiByte & 0x0fU];
-    }
-    return strHex;
-}
 
 bool isUserPartOfHost(const std::string& a_strUsername, const std::string& a_strHostname)
 {
@@ -37,11 +18,6 @@ std::string trimSalt(std::string a_strReceived)
     const std::size_t uiLast = a_strReceived.find_last_not_of("\r\n");
     a_strReceived.erase(uiLast == std::string::npos ? 0 : uiLast + 1);
     return a_strReceived;
-}
-
-std::string makeHashInput(const std::string& a_strPassword, const std::string& a_strSalt)
-{
-    return md5Hex(a_strPassword) + "." + a_strSalt;
 }
 
 std::string

@@ -1,6 +1,9 @@
 #include "actions/httpreply.h"
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <utility>
 
 namespace quorvad
 {
@@ -12,28 +15,36 @@ constexpr long s_iHttpOk = 200;
 constexpr std::size_t s_uiShortBytes = 100;
 constexpr std::size_t s_uiReportBytes = 200;
 
-void appendEscaped(std::string& a_strText, char a_cByte)
+/// The characters special to HTML and what stands for them.
+constexpr std::pair<char, const char*> s_oEntities[] = {
+    {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&#39;"}};
+
+std::string escapeHtml(const std::string& a_strText)
 {
-    switch (a_cByte)
+    std::string strEscaped;
+    for (const char cByte : a_strText)
     {
-    case '&':
-        a_strText += "&amp;";
-        break;
-    case '<':
-        a_strText += "&lt;";
-        break;
-    case '>':
-        a_strText += "&gt;";
-        break;
-    case '"':
-        a_strText += "&quot;";
-        break;
-    case '\'':
-        a_strText += "&#39;";
-        break;
-    default:
-        a_strText += a_cByte;
+        const auto* const pEntity = std::find_if(
+            std::begin(s_oEntities), std::end(s_oEntities), [&](const auto& a_oOne) { return a_oOne.first == cByte; });
+        pEntity != std::end(s_oEntities) ? strEscaped += pEntity->second : strEscaped += cByte;
     }
+    return strEscaped;
+}
+
+/// The number of bytes that were escaped into the text.
+std::size_t countUnescaped(const std::string& a_strEscaped)
+{
+    std::size_t uiCount = 0;
+    for (std::size_t uiAt = 0; uiAt < a_strEscaped.size(); ++uiCount)
+    {
+        const auto* const pEntity =
+            std::find_if(std::begin(s_oEntities),
+                         std::end(s_oEntities),
+                         [&](const auto& a_oOne)
+                         { return a_strEscaped.compare(uiAt, std::strlen(a_oOne.second), a_oOne.second) == 0; });
+        uiAt += pEntity != std::end(s_oEntities) ? std::strlen(pEntity->second) : 1;
+    }
+    return uiCount;
 }
 
 } // namespace
@@ -50,12 +61,7 @@ std::string shortExcerpt(const std::string& a_strBody)
 
 std::string reportExcerpt(const std::string& a_strBody)
 {
-    std::string strEscaped;
-    for (const char cByte : a_strBody.substr(0, s_uiReportBytes))
-    {
-        appendEscaped(strEscaped, cByte);
-    }
-    return strEscaped;
+    return escapeHtml(a_strBody.substr(0, s_uiReportBytes));
 }
 
 EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const std::string& a_strExpected)
@@ -69,6 +75,25 @@ EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const std:
         return EHttpVerdict::eEmptyBody;
     }
     return a_strBody.find(a_strExpected) != std::string::npos ? EHttpVerdict::eTextFound : EHttpVerdict::eTextMissing;
+}
+
+bool isAccepted(EHttpVerdict a_eVerdict)
+{
+    return a_eVerdict == EHttpVerdict::eStatusOk || a_eVerdict == EHttpVerdict::eTextFound;
+}
+
+std::optional<bool> judgeExcerpt(long a_iStatus, const std::string& a_strExcerpt, const std::string& a_strExpected)
+{
+    if (a_iStatus == 0)
+    {
+        return false;
+    }
+    const EHttpVerdict eVerdict = judgeReply(a_iStatus, a_strExcerpt, escapeHtml(a_strExpected));
+    if (eVerdict == EHttpVerdict::eTextMissing && countUnescaped(a_strExcerpt) >= s_uiReportBytes)
+    {
+        return std::nullopt;
+    }
+    return isAccepted(eVerdict);
 }
 
 } // namespace quorvad

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace quorvad
@@ -26,5 +27,13 @@ void removeLineFeeds(std::string& a_strBody);
 [[nodiscard]] std::string reportExcerpt(const std::string& a_strBody);
 /// @param a_strBody without its line feeds
 [[nodiscard]] EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const std::string& a_strExpected);
+/// The provider took the update.
+[[nodiscard]] bool isAccepted(EHttpVerdict a_eVerdict);
+/// The same of an attempt of which only its log row is left: whether it was accepted, as far as that tells. Nothing
+/// where the excerpt was cut and the expected text is not in it.
+/// @param a_iStatus 0 for an attempt without an answer
+/// @param a_strExcerpt as reportExcerpt made it
+[[nodiscard]] std::optional<bool>
+judgeExcerpt(long a_iStatus, const std::string& a_strExcerpt, const std::string& a_strExpected);
 
 } // namespace quorvad

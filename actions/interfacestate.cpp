@@ -18,10 +18,30 @@ constexpr char s_acLogFile[] = "interfacestate";
 
 } // namespace
 
-bool isInterfaceRunning(const std::string& a_strInterface)
+// An interface stands in the list once for each of its addresses, each time with the same flags.
+EInterfaceState readInterfaceState(const std::string& a_strInterface)
 {
     ifaddrs* pFirst = nullptr;
     if (getifaddrs(&pFirst) != 0)
+    {
+        return EInterfaceState::eUnknown;
+    }
+    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> pList(pFirst, freeifaddrs);
+    constexpr unsigned uiWanted = IFF_UP | IFF_RUNNING;
+    for (const ifaddrs* pEntry = pList.get(); pEntry != nullptr; pEntry = pEntry->ifa_next)
+    {
+        if (pEntry->ifa_addr != nullptr && a_strInterface == pEntry->ifa_name)
+        {
+            return (pEntry->ifa_flags & uiWanted) == uiWanted ? EInterfaceState::eRunning : EInterfaceState::eDown;
+        }
+    }
+    return EInterfaceState::eMissing;
+}
+
+bool isInterfaceRunning(const std::string& a_strInterface)
+{
+    const EInterfaceState eState = readInterfaceState(a_strInterface);
+    if (eState == EInterfaceState::eUnknown)
     {
         const int iError = errno;
         LOG_TO(VADRO_Sysloglevel_registerModul("quorvad"),
@@ -29,19 +49,8 @@ bool isInterfaceRunning(const std::string& a_strInterface)
                "Can't read the list of interfaces, so '%s' counts as down: %s",
                a_strInterface.c_str(),
                std::generic_category().message(iError).c_str());
-        return false;
     }
-    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> pList(pFirst, freeifaddrs);
-    constexpr unsigned uiWanted = IFF_UP | IFF_RUNNING;
-    for (const ifaddrs* pEntry = pList.get(); pEntry != nullptr; pEntry = pEntry->ifa_next)
-    {
-        if (pEntry->ifa_addr != nullptr && a_strInterface == pEntry->ifa_name &&
-            (pEntry->ifa_flags & uiWanted) == uiWanted)
-        {
-            return true;
-        }
-    }
-    return false;
+    return eState == EInterfaceState::eRunning;
 }
 
 } // namespace quorvad

@@ -17,6 +17,7 @@ namespace quorvad
 {
 
 class Action;
+class Error;
 
 /// The daemon's centre: keeps the cache of the watched tables, decides which accounts need an update and owns the
 /// running schedulers.
@@ -95,9 +96,6 @@ private:
     const ConfigObject*
     storeInterface(const InterfaceTable& a_oTable, const std::string& a_strInterface, korrin::ValueList& a_oRow);
 
-    [[nodiscard]] bool userServersOn() const;
-    [[nodiscard]] std::string interfaceServers(const std::string& a_strInterface) const;
-
     void announceStops(const AccountIds& a_oIds) const;
     void markAccountChanges(AccountIds& a_oPending);
     [[nodiscard]] bool accountNeedsAction(int a_iId, const ConfigObject& a_oAccount) const;
@@ -113,9 +111,7 @@ private:
     void logMissingInterface(const std::string& a_strInterface) const;
 
     void dispatch(int a_iId);
-    void
-    sendHttps(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch, const std::string& a_strAddr6);
-    void sendGnudip(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch);
+    void logRefused(bool a_bHttps, const Error& a_oError) const;
     [[nodiscard]] std::shared_ptr<Action> makeHttpsAction(int a_iId,
                                                           const ConfigObject& a_oAccount,
                                                           const ConfigObject& a_oWatch,

@@ -77,6 +77,11 @@ int integerOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
     return a_oRow.hasValue(a_pColumn) ? a_oRow.getValue(a_pColumn).getInteger() : 0;
 }
 
+unsigned int unsignedOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
+{
+    return a_oRow.hasValue(a_pColumn) ? a_oRow.getValue(a_pColumn).getUnsigned() : 0;
+}
+
 std::string textOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
     return a_oRow.hasValue(a_pColumn) ? a_oRow.getValue(a_pColumn).getText() : std::string();
@@ -85,12 +90,6 @@ std::string textOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
 int integerOf(const ConfigObject& a_oObject, const char* a_pColumn)
 {
     return integerOf(a_oObject.m_oLastSnapshot, a_pColumn);
-}
-
-unsigned int unsignedOf(const ConfigObject& a_oObject, const char* a_pColumn)
-{
-    const korrin::ValueList& oRow = a_oObject.m_oLastSnapshot;
-    return oRow.hasValue(a_pColumn) ? oRow.getValue(a_pColumn).getUnsigned() : 0;
 }
 
 std::string textOf(const ConfigObject& a_oObject, const char* a_pColumn)

@@ -39,9 +39,9 @@ public:
 
 // Columns that a row may lack: 0 or the empty text then.
 [[nodiscard]] int integerOf(const korrin::ValueList& a_oRow, const char* a_pColumn);
+[[nodiscard]] unsigned int unsignedOf(const korrin::ValueList& a_oRow, const char* a_pColumn);
 [[nodiscard]] std::string textOf(const korrin::ValueList& a_oRow, const char* a_pColumn);
 [[nodiscard]] int integerOf(const ConfigObject& a_oObject, const char* a_pColumn);
-[[nodiscard]] unsigned int unsignedOf(const ConfigObject& a_oObject, const char* a_pColumn);
 [[nodiscard]] std::string textOf(const ConfigObject& a_oObject, const char* a_pColumn);
 
 } // namespace quorvad

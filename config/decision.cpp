@@ -1,5 +1,6 @@
 #include "config/columns.h"
 #include "config/confighandler.h"
+#include "config/nameservers.h"
 #include "config/rowlookup.h"
 #include "platform/common/log.h"
 
@@ -26,10 +27,8 @@ void ConfigHandler::process()
     markAccountChanges(oPending);
     markIpv4Changes(oPending);
     markIpv6Changes(oPending);
-    const bool bForced = userServersOn();
-    const bool bUserServersOnly = bForced && integerOf(m_oDnsRelay, dbm::DNSRelay_UserProvidedDnsServerMode) != 0;
-    markDnsRelayChange(bForced, oPending);
-    markDnsServerChanges(bUserServersOnly, oPending);
+    markDnsRelayChange(usesUserServers(m_oDnsRelay.m_oLastSnapshot), oPending);
+    markDnsServerChanges(usesUserServersOnly(m_oDnsRelay.m_oLastSnapshot), oPending);
     announceStops(oPending);
     for (const int iId : oPending)
     {
@@ -211,7 +210,7 @@ void ConfigHandler::markDnsServerChanges(bool a_bUserServersOnly, AccountIds& a_
             continue;
         }
         oServer.m_bChanged = false;
-        if (a_bUserServersOnly || unsignedOf(oServer, dbm::Enable) == 0)
+        if (a_bUserServersOnly || unsignedOf(oServer.m_oLastSnapshot, dbm::Enable) == 0)
         {
             continue;
         }

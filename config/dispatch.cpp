@@ -5,6 +5,7 @@
 #include "config/confighandler.h"
 #include "config/rowlookup.h"
 #include "platform/common/log.h"
+#include "scheduler/timing.h"
 
 namespace quorvad
 {
@@ -46,55 +47,37 @@ void ConfigHandler::dispatch(int a_iId)
         oAccount.m_bChanged = true;
         return;
     }
-    if (bHttps)
+    // The columns of an account are read one by one, so that it is defined which missing one is reported.
+    const std::string strHostname = textColumn(oAccount, dbm::DynDns_Hostname);
+    LOG_DEBUG("Send %supdate for '%s' on interface '%s'...",
+              bHttps ? "" : "gnudip ",
+              strHostname.c_str(),
+              strInterface.c_str());
+    try
     {
-        sendHttps(a_iId, oAccount, *pWatch, strAddr6);
+        std::shared_ptr<Action> pAction =
+            bHttps ? makeHttpsAction(a_iId, oAccount, *pWatch, strAddr6) : makeGnudipAction(a_iId, oAccount, *pWatch);
+        LOG_INFO("%s update will be scheduled...", bHttps ? "HTTPS" : "GnuDIP");
+        startScheduler(a_iId, oAccount, std::move(pAction));
+    }
+    catch (const Error& oError)
+    {
+        logRefused(bHttps, oError);
+    }
+}
+
+void ConfigHandler::logRefused(bool a_bHttps, const Error& a_oError) const
+{
+    if (a_bHttps)
+    {
+        LOG_ERROR("Failed to send HTTPS update: '%s'", a_oError.what());
     }
     else
     {
-        sendGnudip(a_iId, oAccount, *pWatch);
+        LOG_ERROR("Failed to send GnuDIP update (%s)", a_oError.what());
     }
 }
 
-void ConfigHandler::sendHttps(int a_iId,
-                              const ConfigObject& a_oAccount,
-                              const ConfigObject& a_oWatch,
-                              const std::string& a_strAddr6)
-{
-    const std::string strHostname = textColumn(a_oAccount, dbm::DynDns_Hostname);
-    LOG_DEBUG(
-        "Send update for '%s' on interface '%s'...", strHostname.c_str(), textOf(a_oAccount, dbm::Interface).c_str());
-    try
-    {
-        std::shared_ptr<Action> pAction = makeHttpsAction(a_iId, a_oAccount, a_oWatch, a_strAddr6);
-        LOG_INFO("HTTPS update will be scheduled...");
-        startScheduler(a_iId, a_oAccount, std::move(pAction));
-    }
-    catch (const Error& oError)
-    {
-        LOG_ERROR("Failed to send HTTPS update: '%s'", oError.what());
-    }
-}
-
-void ConfigHandler::sendGnudip(int a_iId, const ConfigObject& a_oAccount, const ConfigObject& a_oWatch)
-{
-    const std::string strHostname = textColumn(a_oAccount, dbm::DynDns_Hostname);
-    LOG_DEBUG("Send gnudip update for '%s' on interface '%s'...",
-              strHostname.c_str(),
-              textOf(a_oAccount, dbm::Interface).c_str());
-    try
-    {
-        std::shared_ptr<Action> pAction = makeGnudipAction(a_iId, a_oAccount, a_oWatch);
-        LOG_INFO("GnuDIP update will be scheduled...");
-        startScheduler(a_iId, a_oAccount, std::move(pAction));
-    }
-    catch (const Error& oError)
-    {
-        LOG_ERROR("Failed to send GnuDIP update (%s)", oError.what());
-    }
-}
-
-// The columns are read one by one, so that it is defined which missing one is reported.
 std::shared_ptr<Action> ConfigHandler::makeHttpsAction(int a_iId,
                                                        const ConfigObject& a_oAccount,
                                                        const ConfigObject& a_oWatch,
@@ -145,7 +128,7 @@ void ConfigHandler::startScheduler(int a_iId, const ConfigObject& a_oAccount, st
 
 int ConfigHandler::getRandomStartPeriodSec() const
 {
-    return 50 + static_cast<int>(getRandomUint(20));
+    return g_iShortestStartSec - 1 + static_cast<int>(getRandomUint(g_iLongestStartSec - g_iShortestStartSec + 1));
 }
 
 void ConfigHandler::removeFinishedSchedulers()

@@ -9,6 +9,7 @@
 #include "korrin/net/eventdispatcher.h"
 #include "platform/common/log.h"
 #include "platform/common/process.h"
+#include "scheduler/timing.h"
 #include "status/statusinfolog.h"
 #include "vadro/basic/singletonadapter.h"
 #include "vadro/cfg/notificationhandler.h"
@@ -31,7 +32,7 @@ constexpr char s_acLogFile[] = "main";
 constexpr char s_acProgram[] = "quorvad";
 constexpr char s_acPidFolder[] = "/run";
 constexpr std::uint32_t s_uiAllTraceLevels = 1023;
-constexpr unsigned s_uiWaitMs = 60000;
+constexpr unsigned s_uiWaitMs = 1000 * g_uiPassSec;
 
 void startLogging(const Options& a_oOptions, vadro::error::DefaultAssertHook& a_oHook, const char* a_pProgram)
 {

@@ -3,6 +3,7 @@
 #include "actions/action.h"
 #include "platform/common/log.h"
 #include "platform/common/stopsignals.h"
+#include "scheduler/timing.h"
 #include "vadro/error/assert.h"
 
 #include <algorithm>
@@ -23,8 +24,6 @@ constexpr char s_acLogFile[] = "scheduler";
 
 using TimePoint = std::chrono::time_point<std::chrono::system_clock, std::chrono::microseconds>;
 
-constexpr std::int32_t s_iSliceSec = 4;
-
 long threadId()
 {
     return static_cast<long>(syscall(SYS_gettid));
@@ -41,12 +40,6 @@ TimePoint later(TimePoint a_oFrom, std::int32_t a_iSeconds)
     const std::chrono::microseconds oSpan = std::chrono::seconds(a_iSeconds);
     return a_oFrom > TimePoint::max() - std::max(oSpan, std::chrono::microseconds(0)) ? TimePoint::max()
                                                                                       : a_oFrom + oSpan;
-}
-
-std::int32_t doubled(std::int32_t a_iSeconds)
-{
-    const std::int64_t iDoubled = std::int64_t{2} * a_iSeconds;
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(iDoubled, INT32_MIN, INT32_MAX));
 }
 
 } // namespace
@@ -120,12 +113,12 @@ void Scheduler::run()
 {
     LOG_DEBUG("(%li) run", threadId());
     TimePoint oDeadline = later(now(), m_iPeriodSec);
-    m_iPeriodSec = doubled(m_iPeriodSec);
+    m_iPeriodSec = doubledInterval(m_iPeriodSec);
     std::unique_lock<std::mutex> oLock(m_oMutex);
     int iCount = 0;
     while (iCount < m_iRetries && !m_bStop && !m_bStopAnnounced.load())
     {
-        const TimePoint oSliceEnd = later(now(), s_iSliceSec);
+        const TimePoint oSliceEnd = later(now(), g_iSliceSec);
         if (m_oCondition.wait_until(oLock, oSliceEnd, [this] { return m_bStop || m_bStopAnnounced.load(); }))
         {
             LOG_DEBUG("(%li) Leave thread func...", threadId());
@@ -144,7 +137,7 @@ void Scheduler::run()
         }
         oDeadline = later(oNow, m_iPeriodSec);
         LOG_DEBUG("Action failed, schedule next try in %d seconds", m_iPeriodSec);
-        m_iPeriodSec = doubled(m_iPeriodSec);
+        m_iPeriodSec = doubledInterval(m_iPeriodSec);
         ++iCount;
     }
     complete();

@@ -27,6 +27,18 @@ TEST(HttpReply, ExcerptsAreCutBeforeTheyAreEscaped)
     EXPECT_EQ(reportExcerpt(strWithZero), strWithZero);
 }
 
+// The log keeps only the beginning of an answer: what was cut off may have held the expected text.
+TEST(HttpReply, StoredExcerptTellsWhatItCan)
+{
+    const std::string strLong(300, '&');
+    EXPECT_EQ(judgeExcerpt(200, reportExcerpt("a <b> good"), "<b> go"), true);
+    EXPECT_EQ(judgeExcerpt(200, reportExcerpt(strLong.substr(0, 199)), "good"), false);
+    EXPECT_EQ(judgeExcerpt(200, reportExcerpt(strLong + "good"), "good"), std::nullopt);
+    EXPECT_EQ(judgeExcerpt(404, reportExcerpt("good"), "good"), true);
+    EXPECT_EQ(judgeExcerpt(404, reportExcerpt(strLong), ""), false);
+    EXPECT_EQ(judgeExcerpt(0, "Connection error: no good", "good"), false);
+}
+
 TEST(Gnudip, RequestForKnownSalt)
 {
     EXPECT_EQ(trimSalt("abc\r\n\n\r"), "abc");

@@ -1,4 +1,5 @@
 #include "resolver/dnsresolver.h"
+#include "resolver/serverlist.h"
 
 #include "actions/error.h"
 #include "dnsserver.h"
@@ -94,6 +95,18 @@ TEST_F(DnsResolverTest, AnswersWithoutServer)
     for (const char* pList : {",1.1.1.1", "1.1.1.1 ,8.8.8.8", "dns.example", "fe80::1%lo"})
     {
         EXPECT_THROW(DnsResolver("lo", pList), Error) << pList;
+    }
+}
+
+TEST(ServerList, PortsAndALastCommaAreFine)
+{
+    for (const char* pList : {"192.0.2.1", "192.0.2.1:53", "192.0.2.1,", "[2001:db8::1]:5353,192.0.2.1"})
+    {
+        EXPECT_TRUE(isUsableServerList(pList)) << pList;
+    }
+    for (const char* pList : {"dns.example.net", ",192.0.2.1", "192.0.2.1,,192.0.2.2", ",", "192.0.2.1 ,192.0.2.2"})
+    {
+        EXPECT_FALSE(isUsableServerList(pList)) << pList;
     }
 }
 

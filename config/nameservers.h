@@ -1,0 +1,24 @@
+#pragma once
+
+#include "korrin/valuelist.h"
+
+#include <string>
+#include <vector>
+
+namespace quorvad
+{
+
+// Which DNS servers serve an interface. Pure; a row may be empty or lack columns, which then count as switched off.
+
+/// The DNSRelay row lets the user's own servers take part.
+[[nodiscard]] bool usesUserServers(const korrin::ValueList& a_oRelay);
+/// They take part and leave the interfaces' servers out.
+[[nodiscard]] bool usesUserServersOnly(const korrin::ValueList& a_oRelay);
+
+/// The servers of the interface's enabled DNSClientServer rows in table order, the user's two behind them or instead of
+/// them, joined by commas; elements are empty where the columns are. Empty when there is no server at all.
+[[nodiscard]] std::string composeNameservers(const korrin::ValueList& a_oRelay,
+                                             const std::vector<const korrin::ValueList*>& a_oServers,
+                                             const std::string& a_strInterface);
+
+} // namespace quorvad
