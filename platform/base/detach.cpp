@@ -1,6 +1,6 @@
 #include "platform/base/detach.h"
 
-#include "platform/base/uniquefd.h"
+#include "platform/base/io.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -21,19 +21,13 @@ pid_t s_iSecondParent = 0;
 // One errno value tells the first parent what became of the start.
 void report(int a_iFd, int a_iError)
 {
-    while (::write(a_iFd, &a_iError, sizeof a_iError) < 0 && errno == EINTR)
-    {
-    }
+    static_cast<void>(writeAll(a_iFd, {reinterpret_cast<const char*>(&a_iError), sizeof a_iError}));
 }
 
 int awaitReport(int a_iFd)
 {
     int iError = 0;
-    ssize_t iRead = 0;
-    do
-    {
-        iRead = ::read(a_iFd, &iError, sizeof iError);
-    } while (iRead < 0 && errno == EINTR);
+    const ssize_t iRead = readOnce(a_iFd, reinterpret_cast<char*>(&iError), sizeof iError);
     return iRead == static_cast<ssize_t>(sizeof iError) ? iError : ECHILD; // ended without a word
 }
 

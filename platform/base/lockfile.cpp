@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -122,7 +123,7 @@ LockFile::Outcome LockFile::tryOnce()
     {
         return Outcome::Again;
     }
-    m_oFile.take(oFile);
+    m_oFile = std::move(oFile);
     return Outcome::Held;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/base/pidfile.h"
 
+#include "platform/base/io.h"
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -39,23 +41,6 @@ int readSome(int a_iFd, std::array<char, 64>& a_acBuffer, std::size_t& a_uiSize)
     return 0;
 }
 
-int writeAll(int a_iFd, std::string_view a_strText)
-{
-    while (!a_strText.empty())
-    {
-        const ssize_t iWritten = ::write(a_iFd, a_strText.data(), a_strText.size());
-        if (iWritten > 0)
-        {
-            a_strText.remove_prefix(static_cast<std::size_t>(iWritten));
-        }
-        else if (iWritten == 0 || errno != EINTR)
-        {
-            return iWritten == 0 ? EIO : errno;
-        }
-    }
-    return 0;
-}
-
 int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_strText)
 {
     UniqueFd oFile(::openat(a_iDirFd, a_strName.c_str(), s_iCreateFlags, 0644));
@@ -64,9 +49,9 @@ int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_
         return errno;
     }
     int iError = fchmod(oFile.get(), 0644) == 0 ? 0 : errno; // readable for all, whatever the umask
-    if (iError == 0)
+    if (iError == 0 && !writeAll(oFile.get(), a_strText))
     {
-        iError = writeAll(oFile.get(), a_strText);
+        iError = errno;
     }
     if (!oFile.reset() && iError == 0)
     {

@@ -1,18 +1,16 @@
 #include "platform/base/servicemanager.h"
 
 #include "platform/base/errnoguard.h"
-#include "platform/base/uniquefd.h"
+#include "platform/base/io.h"
 
 #include <cinttypes>
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string>
 #include <string_view>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace platform
@@ -46,30 +44,20 @@ bool isStandardErrorJournal() noexcept
     return variable("JOURNAL_STREAM") == acStream;
 }
 
-void reportReady() noexcept
+void reportReady()
 {
     const ErrnoGuard oErrno;
-    const std::string_view strPath = variable("NOTIFY_SOCKET");
-    sockaddr_un oAddress = {};
-    if (strPath.empty() || strPath.size() >= sizeof oAddress.sun_path)
+    std::string strPath(variable("NOTIFY_SOCKET"));
+    if (!strPath.empty() && strPath.front() == '@')
     {
-        return;
+        strPath.front() = '\0'; // a name without a file
     }
-    oAddress.sun_family = AF_UNIX;
-    std::memcpy(oAddress.sun_path, strPath.data(), strPath.size());
-    if (strPath.front() == '@')
-    {
-        oAddress.sun_path[0] = '\0'; // a name without a file
-    }
-    const auto uiSize = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + strPath.size());
     const UniqueFd oSocket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    constexpr std::string_view strWord = "READY=1";
-    static_cast<void>(::sendto(oSocket.get(),
-                               strWord.data(),
-                               strWord.size(),
-                               MSG_NOSIGNAL,
-                               reinterpret_cast<const sockaddr*>(&oAddress),
-                               uiSize));
+    if (UnixAddress(strPath).connect(oSocket.get()))
+    {
+        constexpr std::string_view strWord = "READY=1";
+        static_cast<void>(::send(oSocket.get(), strWord.data(), strWord.size(), MSG_NOSIGNAL));
+    }
 }
 
 } // namespace platform

@@ -9,6 +9,6 @@ namespace platform
 
 /// Tells the service manager, if one waits for that at the socket in NOTIFY_SOCKET, that this process now serves.
 /// Nobody there, or nobody listening, is no failure: whoever waits for the word has a time limit. Blocks not.
-void reportReady() noexcept;
+void reportReady();
 
 } // namespace platform

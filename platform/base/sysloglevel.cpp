@@ -5,6 +5,7 @@
 #include "platform/base/servicemanager.h"
 #include "platform/base/standarderror.h"
 #include "platform/base/syslogsender.h"
+#include "platform/common/localtime.h"
 
 #include <atomic>
 #include <cerrno>
@@ -78,11 +79,8 @@ std::string timeStamp()
 {
     timespec oNow{};
     clock_gettime(CLOCK_REALTIME, &oNow);
-    tm oLocal{};
-    localtime_r(&oNow.tv_sec, &oLocal);
-    char acText[64];
-    acText[std::strftime(acText, sizeof acText, "%F %T", &oLocal)] = '\0';
-    return std::string(acText) + static_cast<const char*>(VAStr(".%03ld", oNow.tv_nsec / 1000000));
+    return platform::formatLocalTime(oNow.tv_sec, "%F %T") +
+           static_cast<const char*>(VAStr(".%03ld", oNow.tv_nsec / 1000000));
 }
 
 void writeLine(const Identity* a_pIdentity, int a_iLevel, const char* a_pFile, unsigned a_uiLine, const char* a_pText)

@@ -1,13 +1,14 @@
 #include "platform/base/syslogsender.h"
 
+#include "platform/base/io.h"
+#include "platform/common/localtime.h"
+
 #include <cerrno>
 #include <ctime>
 #include <utility>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <syslog.h>
 
 namespace platform
@@ -22,13 +23,8 @@ constexpr int s_iPatienceMs = 500;
 // The header that loggers expect on the local socket: "<27>Jan 31 23:59:59 quorvad[123]: ".
 std::string makeLine(int a_iPriority, const std::string& a_strProgram, const std::string& a_strText)
 {
-    const time_t iNow = time(nullptr);
-    tm oLocal{};
-    localtime_r(&iNow, &oLocal);
-    char acTime[32];
-    acTime[std::strftime(acTime, sizeof acTime, "%b %e %T", &oLocal)] = '\0';
-    return "<" + std::to_string(a_iPriority | LOG_DAEMON) + ">" + acTime + " " + a_strProgram + "[" +
-           std::to_string(getpid()) + "]: " + a_strText;
+    return "<" + std::to_string(a_iPriority | LOG_DAEMON) + ">" + formatLocalTime(std::time(nullptr), "%b %e %T") +
+           " " + a_strProgram + "[" + std::to_string(getpid()) + "]: " + a_strText;
 }
 
 bool isFull(int a_iErrno)
@@ -97,15 +93,10 @@ bool SyslogSender::waitForRoom() const
 void SyslogSender::open()
 {
     m_oSocket.reset();
-    sockaddr_un oAddress{};
-    oAddress.sun_family = AF_UNIX;
-    m_strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
     const UniqueFd oLow(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (oLow.isOpen() && ::connect(oLow.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) == 0)
+    if (oLow.isOpen() && UnixAddress(m_strPath).connect(oLow.get()))
     {
-        // Detaching points the numbers of the standard descriptors elsewhere.
-        UniqueFd oHigh(::fcntl(oLow.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-        m_oSocket.take(oHigh);
+        m_oSocket = duplicateAboveStandard(oLow.get());
     }
 }
 

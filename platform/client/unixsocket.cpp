@@ -1,5 +1,6 @@
 #include "platform/client/unixsocket.h"
 
+#include "platform/base/io.h"
 #include "platform/client/linkerror.h"
 
 #include <array>
@@ -8,7 +9,6 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 namespace vadro::cfg
 {
@@ -26,18 +26,6 @@ bool isNothingYet(int a_iErrno)
     return a_iErrno == EAGAIN || a_iErrno == EWOULDBLOCK || a_iErrno == EINTR;
 }
 
-sockaddr_un makeAddress(const std::string& a_strPath)
-{
-    sockaddr_un oAddress{};
-    oAddress.sun_family = AF_UNIX;
-    if (a_strPath.size() >= sizeof oAddress.sun_path)
-    {
-        throwSystemReason(ENAMETOOLONG);
-    }
-    a_strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
-    return oAddress;
-}
-
 } // namespace
 
 UnixSocket::UnixSocket(const std::string& a_strPath)
@@ -47,8 +35,7 @@ UnixSocket::UnixSocket(const std::string& a_strPath)
     {
         throwSystemReason(errno);
     }
-    const sockaddr_un oAddress = makeAddress(a_strPath);
-    if (::connect(m_oFd.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) != 0)
+    if (!platform::UnixAddress(a_strPath).connect(m_oFd.get()))
     {
         throwSystemReason(errno);
     }

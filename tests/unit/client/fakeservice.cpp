@@ -1,11 +1,12 @@
 #include "fakeservice.h"
 
+#include "platform/base/io.h"
+
 #include <array>
 #include <stdexcept>
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace
@@ -105,10 +106,7 @@ void FakeService::start(std::vector<Script> a_oScripts)
     ::close(m_iListener); // of an earlier start
     ::unlink(m_strPath.c_str());
     m_iListener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un oAddress{};
-    oAddress.sun_family = AF_UNIX;
-    m_strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
-    check(::bind(m_iListener, reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) == 0, "bind");
+    check(platform::UnixAddress(m_strPath).bind(m_iListener), "bind");
     check(::listen(m_iListener, 4) == 0, "listen");
     m_oThread = std::thread([this, oScripts = std::move(a_oScripts)] { run(oScripts); });
 }

@@ -1,5 +1,7 @@
 #include "platform/base/syslogsender.h"
 
+#include "platform/base/io.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -7,7 +9,6 @@
 #include <regex>
 
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <syslog.h>
 
 // The C library's syslog() never returns here.
@@ -16,11 +17,8 @@ TEST(SyslogSender, LoggerThatStandsStillCostsLinesAndNoTime)
     char acFolder[] = "/tmp/syslogsender.XXXXXX";
     ASSERT_NE(nullptr, mkdtemp(acFolder));
     const std::string strPath = std::string(acFolder) + "/log";
-    sockaddr_un oAddress{};
-    oAddress.sun_family = AF_UNIX;
-    strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
     const platform::UniqueFd oLogger(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
-    ASSERT_EQ(0, bind(oLogger.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress));
+    ASSERT_TRUE(platform::UnixAddress(strPath).bind(oLogger.get()));
     platform::SyslogSender oSender(strPath);
     const auto oStart = std::chrono::steady_clock::now();
     for (int i = 0; i < 5000; ++i)
