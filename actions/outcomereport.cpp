@@ -1,7 +1,7 @@
 #include "actions/outcomereport.h"
 
-#include "config/columns.h"
 #include "config/configobjects.h"
+#include "config/schema.h"
 #include "korrin/valuelist.h"
 #include "platform/common/values.h"
 #include "status/statusinfolog.h"

@@ -1,7 +1,7 @@
 #include "config/confighandler.h"
 
-#include "config/columns.h"
 #include "config/nameservers.h"
+#include "config/schema.h"
 #include "platform/common/log.h"
 
 namespace quorvad

@@ -1,9 +1,9 @@
 #include "actions/curlaction.h"
 #include "actions/error.h"
 #include "actions/gnudipaction.h"
-#include "config/columns.h"
 #include "config/confighandler.h"
-#include "config/rowlookup.h"
+#include "config/rows.h"
+#include "config/schema.h"
 #include "platform/common/log.h"
 #include "scheduler/timing.h"
 

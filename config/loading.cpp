@@ -1,6 +1,6 @@
-#include "config/columns.h"
 #include "config/confighandler.h"
-#include "config/tablereader.h"
+#include "config/rows.h"
+#include "config/schema.h"
 #include "platform/common/log.h"
 
 namespace quorvad

@@ -1,7 +1,7 @@
 #include "config/nameservers.h"
 
-#include "config/columns.h"
 #include "config/configobjects.h"
+#include "config/schema.h"
 
 namespace quorvad
 {

@@ -2,8 +2,7 @@
 
 #include "actions/error.h"
 #include "platform/common/log.h"
-#include "resolver/addresslist.h"
-#include "resolver/aresresult.h"
+#include "resolver/answer.h"
 #include "resolver/channelwait.h"
 #include "resolver/lookuptables.h"
 

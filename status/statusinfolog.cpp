@@ -1,6 +1,6 @@
 #include "status/statusinfolog.h"
 
-#include "config/columns.h"
+#include "config/schema.h"
 #include "platform/common/log.h"
 #include "vadro/error/assert.h"
 

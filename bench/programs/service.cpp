@@ -9,7 +9,7 @@
 #include "bench/programs/floors.h"
 #include "bench/programs/measure.h"
 #include "config/confighandler.h"
-#include "config/tablereader.h"
+#include "config/rows.h"
 #include "korrin/net/eventdispatcher.h"
 #include "platform/wire/message.h"
 #include "status/statusinfolog.h"

@@ -3,7 +3,7 @@
 
 #include "actions/error.h"
 #include "dnsserver.h"
-#include "resolver/addresslist.h"
+#include "resolver/answer.h"
 #include "resolver/lookuptables.h"
 
 #include <cstring>

@@ -12,4 +12,8 @@ namespace quorvad
 /// an answer without addresses, a_pList is null.
 [[nodiscard]] int makeAddressList(const hostent& a_oHost, addrinfo*& a_pList);
 
+/// The EAI_ code (negative) for a c-ares status of a look-up without addresses. ARES_SUCCESS, an answer without
+/// addresses, is EAI_SYSTEM like every status without an entry of its own.
+[[nodiscard]] int toGetaddrinfoCode(int a_iAresStatus);
+
 } // namespace quorvad

@@ -1,4 +1,4 @@
-#include "resolver/addresslist.h"
+#include "resolver/answer.h"
 
 #include <ares.h>
 #include <cstdlib>
@@ -21,41 +21,33 @@ struct Block
 };
 
 template<typename Address>
-Block<Address>* makeBlock(int a_iFamily)
+addrinfo* makeBlock(int a_iFamily, Address a_oAddress)
 {
     void* pMemory = std::calloc(1, sizeof(Block<Address>));
     if (pMemory == nullptr)
     {
         return nullptr;
     }
-    auto* pBlock = new (pMemory) Block<Address>{};
+    auto* pBlock = new (pMemory) Block<Address>{{}, a_oAddress};
     pBlock->m_oInfo.ai_family = a_iFamily;
     pBlock->m_oInfo.ai_addrlen = sizeof(Address);
     pBlock->m_oInfo.ai_addr = reinterpret_cast<sockaddr*>(&pBlock->m_oAddress);
-    return pBlock;
+    return &pBlock->m_oInfo;
 }
 
 addrinfo* makeEntry(int a_iFamily, const char* a_pBytes)
 {
     if (a_iFamily == AF_INET6)
     {
-        auto* pBlock = makeBlock<sockaddr_in6>(AF_INET6);
-        if (pBlock == nullptr)
-        {
-            return nullptr;
-        }
-        pBlock->m_oAddress.sin6_family = AF_INET6;
-        std::memcpy(&pBlock->m_oAddress.sin6_addr, a_pBytes, sizeof(in6_addr));
-        return &pBlock->m_oInfo;
+        sockaddr_in6 oAddress = {};
+        oAddress.sin6_family = AF_INET6;
+        std::memcpy(&oAddress.sin6_addr, a_pBytes, sizeof(in6_addr));
+        return makeBlock(AF_INET6, oAddress);
     }
-    auto* pBlock = makeBlock<sockaddr_in>(AF_INET);
-    if (pBlock == nullptr)
-    {
-        return nullptr;
-    }
-    pBlock->m_oAddress.sin_family = AF_INET;
-    std::memcpy(&pBlock->m_oAddress.sin_addr, a_pBytes, sizeof(in_addr));
-    return &pBlock->m_oInfo;
+    sockaddr_in oAddress = {};
+    oAddress.sin_family = AF_INET;
+    std::memcpy(&oAddress.sin_addr, a_pBytes, sizeof(in_addr));
+    return makeBlock(AF_INET, oAddress);
 }
 
 bool hasKnownAddresses(const hostent& a_oHost)
@@ -89,6 +81,25 @@ int makeAddressList(const hostent& a_oHost, addrinfo*& a_pList)
         ppTail = &(*ppTail)->ai_next;
     }
     return ARES_SUCCESS;
+}
+
+int toGetaddrinfoCode(int a_iAresStatus)
+{
+    switch (a_iAresStatus)
+    {
+    case ARES_ENODATA:
+    case ARES_ENOTFOUND:
+    case ARES_EBADNAME:
+        return EAI_NONAME;
+    case ARES_ENOTIMP:
+        return EAI_FAMILY;
+    case ARES_ENOMEM:
+        return EAI_MEMORY;
+    case ARES_EDESTRUCTION:
+        return EAI_FAIL;
+    default:
+        return EAI_SYSTEM;
+    }
 }
 
 } // namespace quorvad
