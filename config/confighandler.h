@@ -17,7 +17,6 @@ namespace quorvad
 {
 
 class Action;
-class Error;
 
 /// The daemon's centre: keeps the cache of the watched tables, decides which accounts need an update and owns the
 /// running schedulers.
@@ -111,7 +110,7 @@ private:
     void logMissingInterface(const std::string& a_strInterface) const;
 
     void dispatch(int a_iId);
-    void logRefused(bool a_bHttps, const Error& a_oError) const;
+    void send(bool a_bHttps, int a_iId, const ConfigObject& a_oWatch, const std::string& a_strAddr6);
     [[nodiscard]] std::shared_ptr<Action> makeHttpsAction(int a_iId,
                                                           const ConfigObject& a_oAccount,
                                                           const ConfigObject& a_oWatch,

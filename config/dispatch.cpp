@@ -1,5 +1,4 @@
 #include "actions/curlaction.h"
-#include "actions/error.h"
 #include "actions/gnudipaction.h"
 #include "config/confighandler.h"
 #include "config/rows.h"
@@ -47,34 +46,34 @@ void ConfigHandler::dispatch(int a_iId)
         oAccount.m_bChanged = true;
         return;
     }
-    // The columns of an account are read one by one, so that it is defined which missing one is reported.
+    send(bHttps, a_iId, *pWatch, strAddr6);
+}
+
+// The columns of an account are read one by one, so that it is defined which missing one is reported.
+void ConfigHandler::send(bool a_bHttps, int a_iId, const ConfigObject& a_oWatch, const std::string& a_strAddr6)
+{
+    const ConfigObject& oAccount = *m_oDynDnsCfgs.at(a_iId);
     const std::string strHostname = textColumn(oAccount, dbm::DynDns_Hostname);
-    LOG_DEBUG("Send %supdate for '%s' on interface '%s'...",
-              bHttps ? "" : "gnudip ",
-              strHostname.c_str(),
-              strInterface.c_str());
+    const std::string strInterface = textOf(oAccount, dbm::Interface);
+    const char* pKind = a_bHttps ? "" : "gnudip ";
+    LOG_DEBUG("Send %supdate for '%s' on interface '%s'...", pKind, strHostname.c_str(), strInterface.c_str());
     try
     {
-        std::shared_ptr<Action> pAction =
-            bHttps ? makeHttpsAction(a_iId, oAccount, *pWatch, strAddr6) : makeGnudipAction(a_iId, oAccount, *pWatch);
-        LOG_INFO("%s update will be scheduled...", bHttps ? "HTTPS" : "GnuDIP");
+        std::shared_ptr<Action> pAction = a_bHttps ? makeHttpsAction(a_iId, oAccount, a_oWatch, a_strAddr6)
+                                                   : makeGnudipAction(a_iId, oAccount, a_oWatch);
+        LOG_INFO("%s update will be scheduled...", a_bHttps ? "HTTPS" : "GnuDIP");
         startScheduler(a_iId, oAccount, std::move(pAction));
     }
     catch (const Error& oError)
     {
-        logRefused(bHttps, oError);
-    }
-}
-
-void ConfigHandler::logRefused(bool a_bHttps, const Error& a_oError) const
-{
-    if (a_bHttps)
-    {
-        LOG_ERROR("Failed to send HTTPS update: '%s'", a_oError.what());
-    }
-    else
-    {
-        LOG_ERROR("Failed to send GnuDIP update (%s)", a_oError.what());
+        if (a_bHttps)
+        {
+            LOG_ERROR("Failed to send HTTPS update: '%s'", oError.what());
+        }
+        else
+        {
+            LOG_ERROR("Failed to send GnuDIP update (%s)", oError.what());
+        }
     }
 }
 

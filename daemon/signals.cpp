@@ -38,10 +38,10 @@ void wakeDispatcher(void* a_pDispatcher)
 
 void onTerminateSignal(int a_iSignal)
 {
-    platform::recordSignal(
-        a_iSignal); // before the loop can see the request and leave: it looks at the record once more then
+    // The loop looks at the record once more after it has seen the request, and the wake-up shows it both.
+    platform::recordSignal(a_iSignal);
     g_bTerminate.store(true);
-    platform::wakeLoop(); // last, so that the woken loop sees both
+    platform::wakeLoop();
 }
 
 // Before the loop runs, a wake-up would end the wait for a service that is away: the first pass writes the line then.
