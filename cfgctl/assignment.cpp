@@ -1,8 +1,12 @@
 #include "cfgctl/assignment.h"
 
 #include "cfgctl/errors.h"
+#include "cfgctl/inputoutput.h"
+#include "cfgctl/secrets.h"
+#include "cfgctl/utf8.h"
 
 #include <algorithm>
+#include <charconv>
 #include <set>
 
 namespace cfgctl
@@ -21,6 +25,34 @@ bool isName(std::string_view a_strText)
     const auto isNameByte = [](char a_cByte) { return isLetter(a_cByte) || (a_cByte >= '0' && a_cByte <= '9'); };
     return !a_strText.empty() && isLetter(a_strText.front()) &&
            std::all_of(a_strText.begin(), a_strText.end(), isNameByte);
+}
+
+int parseInteger(const std::string& a_strColumn, const std::string& a_strText)
+{
+    int iValue = 0;
+    const char* pEnd = a_strText.data() + a_strText.size();
+    const auto [pStopped, eError] = std::from_chars(a_strText.data(), pEnd, iValue);
+    if (eError == std::errc::result_out_of_range)
+    {
+        throw Failure(a_strColumn + " is out of range: an integer from -2147483648 to 2147483647 is expected");
+    }
+    if (eError != std::errc() || pStopped != pEnd)
+    {
+        throw Failure(a_strColumn + " takes a whole decimal number, such as 0 or 5");
+    }
+    return iValue;
+}
+
+void requireText(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strText)
+{
+    if (a_strText.find('\0') != std::string::npos)
+    {
+        throw Failure(a_strTable + "." + a_strColumn + ": a text cannot hold a NUL byte");
+    }
+    if (!isUtf8(a_strText))
+    {
+        throw Failure(a_strTable + "." + a_strColumn + ": the text is not valid UTF-8");
+    }
 }
 
 } // namespace
@@ -71,6 +103,96 @@ std::vector<Assignment> parseAssignments(const std::vector<std::string>& a_oText
 bool isFromStandardInput(const Assignment& a_oAssignment)
 {
     return a_oAssignment.m_bFromFile && a_oAssignment.m_strValue == "-";
+}
+
+void readValues(std::vector<Assignment>& a_oAssignments)
+{
+    for (Assignment& oAssignment : a_oAssignments)
+    {
+        if (oAssignment.m_bFromFile)
+        {
+            oAssignment.m_strValue = readValue(oAssignment.m_strValue);
+            oAssignment.m_bFromFile = false;
+        }
+    }
+}
+
+void requireColumn(const std::string& a_strTable, const korrin::ValueList& a_oColumns, const std::string& a_strColumn)
+{
+    if (a_oColumns.hasValue(a_strColumn))
+    {
+        return;
+    }
+    std::string strKnown;
+    for (const auto& [strName, oValue] : a_oColumns)
+    {
+        strKnown += (strKnown.empty() ? "" : ", ") + strName;
+    }
+    throw Failure("Table " + a_strTable + " has no column " + a_strColumn + "; it has " + strKnown);
+}
+
+korrin::Value parseValue(const std::string& a_strTable,
+                         const korrin::ValueList& a_oColumns,
+                         const std::string& a_strColumn,
+                         const std::string& a_strText)
+{
+    requireColumn(a_strTable, a_oColumns, a_strColumn);
+    if (a_oColumns.getValue(a_strColumn).getType() == korrin::eValueInteger)
+    {
+        return {korrin::eValueInteger, parseInteger(a_strTable + "." + a_strColumn, a_strText)};
+    }
+    requireText(a_strTable, a_strColumn, a_strText);
+    return {korrin::eValueText, a_strText};
+}
+
+korrin::ValueList
+makeRow(Database& a_oDatabase, const std::string& a_strTable, const std::vector<Assignment>& a_oValues)
+{
+    const korrin::ValueList oColumns = a_oDatabase.getColumns(a_strTable);
+    korrin::ValueList oRow;
+    for (const Assignment& oAssignment : a_oValues)
+    {
+        const std::string& strColumn = oAssignment.m_strColumn;
+        oRow.add(strColumn, parseValue(a_strTable, oColumns, strColumn, oAssignment.m_strValue));
+    }
+    return oRow;
+}
+
+Rows selectRows(Database& a_oDatabase, const std::string& a_strTable, const std::vector<Assignment>& a_oKey)
+{
+    const korrin::ValueList oColumns = a_oDatabase.getColumns(a_strTable);
+    if (a_oKey.empty())
+    {
+        return a_oDatabase.getRows(a_strTable);
+    }
+    const std::string& strColumn = a_oKey.front().m_strColumn;
+    const korrin::Value oValue = parseValue(a_strTable, oColumns, strColumn, a_oKey.front().m_strValue);
+    Rows oRows = a_oDatabase.getRows(a_strTable);
+    oRows.remove_if([&](const korrin::ValueList& a_oRow) { return a_oRow.getValue(strColumn) != oValue; });
+    return oRows;
+}
+
+std::string selectId(Database& a_oDatabase, const std::string& a_strTable, const std::vector<Assignment>& a_oKey)
+{
+    const Rows oRows = selectRows(a_oDatabase, a_strTable, a_oKey);
+    if (oRows.size() == 1)
+    {
+        return oRows.front().getValue("Id").getText();
+    }
+    const std::string& strColumn = a_oKey.front().m_strColumn;
+    const std::string strKey = strColumn + "=" + hideSecret(a_strTable, strColumn, a_oKey.front().m_strValue);
+    if (oRows.empty())
+    {
+        throw Failure("Table " + a_strTable + " has no row with " + strKey + " ('cfgctl show " + a_strTable +
+                      "' lists them)");
+    }
+    std::string strIds;
+    for (const korrin::ValueList& oRow : oRows)
+    {
+        strIds += (strIds.empty() ? "" : ", ") + oRow.getValue("Id").getText();
+    }
+    throw Failure(std::to_string(oRows.size()) + " rows of table " + a_strTable + " have " + strKey +
+                  "; name one by its Id: " + strIds);
 }
 
 } // namespace cfgctl

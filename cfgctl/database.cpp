@@ -1,15 +1,110 @@
 #include "cfgctl/database.h"
 
 #include "cfgctl/errors.h"
+#include "platform/base/uniquefd.h"
+#include "platform/client/credentials.h"
+#include "platform/client/timer.h"
 #include "platform/wire/message.h"
 
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <grp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <thread>
+#include <unistd.h>
 
 namespace cfgctl
 {
 
 namespace
 {
+
+constexpr unsigned s_uiConnectTimeoutSec = 1;
+constexpr unsigned s_uiRetryDelayMs = 200;
+constexpr std::chrono::seconds s_oAnswerTimeout{3};
+
+/// For commands that end before anything could change.
+class WatchesNothing : public vadro::cfg::IConfigHandler
+{
+public:
+    void getTableNames(std::list<std::string>&) override {}
+    bool loadFromConfig(vadro::cfg::common::IConfigClient&, const std::string&) override { return true; }
+    void onServiceEvent() override {}
+};
+
+WatchesNothing s_oWatchesNothing;
+
+/// Why a connection can't be made; 0 when it can, -1 when whoever accepts it isn't trusted.
+int probe(const std::string& a_strSocket)
+{
+    const platform::UniqueFd oSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    sockaddr_un oAddress = {};
+    oAddress.sun_family = AF_UNIX;
+    a_strSocket.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
+    if (connect(oSocket.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) != 0)
+    {
+        return errno;
+    }
+    ucred oPeer = {};
+    socklen_t uiSize = sizeof oPeer;
+    const bool bKnown = getsockopt(oSocket.get(), SOL_SOCKET, SO_PEERCRED, &oPeer, &uiSize) == 0;
+    return bKnown && !vadro::cfg::isTrustedUser(oPeer.uid) ? -1 : 0;
+}
+
+/// Whoever may use the socket, by its group's name where it has one.
+std::string nameUsers(const std::string& a_strSocket)
+{
+    struct stat oStatus = {};
+    const bool bGroup = stat(a_strSocket.c_str(), &oStatus) == 0 && (oStatus.st_mode & S_IWGRP) != 0;
+    group oEntry = {};
+    group* pFound = nullptr;
+    std::array<char, 4096> oBuffer{};
+    if (!bGroup || getgrgid_r(oStatus.st_gid, &oEntry, oBuffer.data(), oBuffer.size(), &pFound) != 0 ||
+        pFound == nullptr)
+    {
+        return "Only its owner, its group and root may use it: try again as one of them, for instance with sudo";
+    }
+    const std::string strGroup = pFound->gr_name;
+    return "Only root and the group '" + strGroup + "' may use it: try again with sudo, or join the group with 'sudo " +
+           "adduser USER " + strGroup + "' and log in again";
+}
+
+/// Where systemd runs the machine and the service listens where its unit says, systemd starts it.
+std::string describeStart(const std::string& a_strSocket)
+{
+    if (a_strSocket != g_pDefaultSocket)
+    {
+        return "cfgserver --socket " + a_strSocket;
+    }
+    return access("/run/systemd/system", F_OK) == 0 ? "systemctl start cfgserver" : "cfgserver";
+}
+
+std::string nextStep(const std::string& a_strSocket)
+{
+    switch (probe(a_strSocket))
+    {
+    case 0:
+        return "Its log may tell why";
+    case -1:
+        return "Find out who listens there, or say with --socket PATH where the service does";
+    case EACCES:
+        return nameUsers(a_strSocket);
+    case EAGAIN:
+        return "It has more to do than it can answer: try again later; its log may tell why";
+    default:
+        return "Is it running? Start it with '" + describeStart(a_strSocket) +
+               "', or say with --socket PATH where it listens";
+    }
+}
+
+std::string withoutFullStop(std::string a_strText)
+{
+    a_strText.erase(a_strText.find_last_not_of('.') + 1);
+    return a_strText;
+}
 
 constexpr std::chrono::milliseconds s_oAskAgain{100};
 
@@ -18,7 +113,7 @@ bool is(korrin::protocol::EResultCode a_oResult, wire::Result a_eResult)
     return a_oResult == static_cast<unsigned int>(a_eResult);
 }
 
-const char* nextStep(korrin::protocol::EResultCode a_oResult)
+const char* hint(korrin::protocol::EResultCode a_oResult)
 {
     if (is(a_oResult, wire::Result::UnknownTable))
     {
@@ -33,6 +128,41 @@ const char* nextStep(korrin::protocol::EResultCode a_oResult)
 
 } // namespace
 
+Session::Session(const std::string& a_strSocket)
+    : m_oNotifications(
+          a_strSocket.c_str(), m_oDispatcher, "cfgctl", false, s_uiConnectTimeoutSec, s_uiRetryDelayMs, false, false)
+{
+    connect(a_strSocket, s_oWatchesNothing);
+}
+
+Session::Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler)
+    : m_oNotifications(
+          a_strSocket.c_str(), m_oDispatcher, "cfgctl watch", true, s_uiConnectTimeoutSec, s_uiRetryDelayMs, true, true)
+{
+    connect(a_strSocket, a_oHandler);
+}
+
+void Session::connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler)
+{
+    m_oNotifications.registerConfigHandler(&a_oHandler);
+    // The library is more patient with a service that accepts and doesn't answer than someone at a terminal is.
+    vadro::cfg::Timer oPatience(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
+    oPatience.start(s_oAnswerTimeout);
+    try
+    {
+        m_oNotifications.initialize();
+    }
+    catch (const std::exception& oError)
+    {
+        throw Failure(withoutFullStop(oError.what()) + ". " + nextStep(a_strSocket));
+    }
+    std::string strVersion;
+    if (getClient().getserviceversion(strVersion) != 0)
+    {
+        throw Failure("The configuration service at '" + a_strSocket + "' doesn't answer; its log may tell why");
+    }
+}
+
 void Database::check(korrin::protocol::EResultCode a_oResult, const std::string& a_strWhat)
 {
     if (a_oResult == 0)
@@ -45,7 +175,7 @@ void Database::check(korrin::protocol::EResultCode a_oResult, const std::string&
     {
         strReason = "the service gave no reason (code " + std::to_string(a_oResult) + ")";
     }
-    throw Failure(a_strWhat + ": " + strReason + nextStep(a_oResult));
+    throw Failure(a_strWhat + ": " + strReason + hint(a_oResult));
 }
 
 std::vector<std::string> Database::getTables()

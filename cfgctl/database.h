@@ -1,8 +1,9 @@
 #pragma once
 
-#include "cfgctl/jsonimport.h"
-#include "cfgctl/jsonoutput.h"
+#include "cfgctl/tablejson.h"
+#include "korrin/net/eventdispatcher.h"
 #include "vadro/cfg/common/iconfigclient.h"
+#include "vadro/cfg/notificationhandler.h"
 
 #include <chrono>
 #include <string>
@@ -10,6 +11,30 @@
 
 namespace cfgctl
 {
+
+/// Where the service listens unless it is told otherwise.
+constexpr const char* g_pDefaultSocket = "/tmp/cfgserver.socket";
+
+/// A connection to the configuration service for the length of one command; one thread.
+class Session
+{
+public:
+    /// Blocks until connected. Throws Failure, after about a second, when the service can't be
+    /// reached, and after three when it doesn't answer.
+    explicit Session(const std::string& a_strSocket);
+    /// As above, with table changes delivered to a_oHandler by process(), and a lost connection rebuilt.
+    Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler);
+
+    [[nodiscard]] vadro::cfg::common::IConfigClient& getClient() { return m_oNotifications.getConfigClient(); }
+    [[nodiscard]] korrin::net::EventDispatcher& getDispatcher() { return m_oDispatcher; }
+    void process() { m_oNotifications.process(); }
+
+private:
+    void connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler);
+
+    korrin::net::EventDispatcher m_oDispatcher;
+    vadro::cfg::NotificationHandler m_oNotifications;
+};
 
 /// The client's operations with their failures turned into texts. Borrows the client. Every call is at least one
 /// exchange with the service, may block for its time limit and throws Failure that says what couldn't be done and the

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "cfgctl/jsonimport.h"
-#include "cfgctl/jsonoutput.h"
+#include "cfgctl/tablejson.h"
 
 #include <string>
 #include <vector>

@@ -1,8 +1,7 @@
 #include "cfgctl/arguments.h"
+#include "cfgctl/database.h"
 #include "cfgctl/errors.h"
-#include "cfgctl/inputfile.h"
-#include "cfgctl/output.h"
-#include "cfgctl/session.h"
+#include "cfgctl/inputoutput.h"
 
 #include <csignal>
 #include <fcntl.h>

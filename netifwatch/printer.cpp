@@ -1,7 +1,7 @@
 #include "netifwatch/printer.h"
 
-#include "cfgctl/jsonoutput.h"
 #include "cfgctl/table.h"
+#include "cfgctl/tablejson.h"
 #include "netifwatch/dnsrows.h"
 #include "netifwatch/machine.h"
 #include "netifwatch/statusrows.h"

@@ -1,6 +1,6 @@
 #include "netifwatch/process.h"
 
-#include "cfgctl/output.h"
+#include "cfgctl/inputoutput.h"
 #include "netifwatch/printer.h"
 #include "netifwatch/stopsignals.h"
 #include "netifwatch/watcher.h"

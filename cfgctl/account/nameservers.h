@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cfgctl/jsonoutput.h"
+#include "cfgctl/tablejson.h"
 
 #include <string>
 #include <vector>

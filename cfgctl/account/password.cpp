@@ -1,8 +1,7 @@
 #include "cfgctl/account/password.h"
 
 #include "cfgctl/errors.h"
-#include "cfgctl/inputfile.h"
-#include "cfgctl/output.h"
+#include "cfgctl/inputoutput.h"
 
 #include <array>
 #include <cerrno>

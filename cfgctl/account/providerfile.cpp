@@ -3,7 +3,7 @@
 #include "cfgctl/account/names.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
-#include "cfgctl/inputfile.h"
+#include "cfgctl/inputoutput.h"
 #include "cfgctl/utf8.h"
 
 #include <algorithm>
@@ -242,18 +242,28 @@ void addOrReplace(Providers& a_oProviders, const Providers& a_oMore)
     }
 }
 
+Providers takeFile(const std::string& a_strPath, const std::string& a_strJson)
+{
+    try
+    {
+        return parseProviders(a_strJson);
+    }
+    catch (const Failure& oError)
+    {
+        fail("The provider file '" + a_strPath + "' can't be used: " + oError.what());
+    }
+}
+
 void addFile(ProviderList& a_oList, const std::string& a_strPath)
 {
     try
     {
-        addOrReplace(a_oList.m_oProviders, parseProviders(readFile(a_strPath, s_uiFileLimit)));
+        const std::string strJson = readFile(a_strPath, s_uiFileLimit); // whose reason names the file
+        addOrReplace(a_oList.m_oProviders, takeFile(a_strPath, strJson));
     }
     catch (const Failure& oError)
     {
-        const std::string strReason = oError.what();
-        const bool bRead = strReason.find("Can't read") != std::string::npos;
-        a_oList.m_oComplaints.push_back((bRead ? "" : "The provider file '" + a_strPath + "' can't be used: ") +
-                                        strReason);
+        a_oList.m_oComplaints.emplace_back(oError.what());
     }
 }
 

@@ -5,7 +5,7 @@
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
-#include "cfgctl/output.h"
+#include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
 
 namespace cfgctl

@@ -1,6 +1,6 @@
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
-#include "cfgctl/output.h"
+#include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
 
 namespace cfgctl

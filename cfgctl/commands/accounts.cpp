@@ -4,7 +4,7 @@
 #include "cfgctl/account/sources.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
-#include "cfgctl/output.h"
+#include "cfgctl/inputoutput.h"
 
 namespace cfgctl
 {

@@ -2,7 +2,7 @@
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
-#include "cfgctl/output.h"
+#include "cfgctl/inputoutput.h"
 #include "platform/base/escape.h"
 
 #include <ctime>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "cfgctl/arguments.h"
 #include "cfgctl/database.h"
-#include "cfgctl/options.h"
 
 #include <string>
 

@@ -1,10 +1,10 @@
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
-#include "cfgctl/commands/follow.h"
+#include "cfgctl/commands/watch.h"
+#include "cfgctl/database.h"
 #include "cfgctl/errors.h"
+#include "cfgctl/inputoutput.h"
 #include "cfgctl/logrows.h"
-#include "cfgctl/output.h"
-#include "cfgctl/session.h"
 
 #include <ctime>
 #include <iterator>

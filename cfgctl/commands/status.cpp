@@ -1,5 +1,5 @@
 #include "cfgctl/commands/commands.h"
-#include "cfgctl/output.h"
+#include "cfgctl/inputoutput.h"
 #include "cfgctl/statusrows.h"
 
 #include <ctime>

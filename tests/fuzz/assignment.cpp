@@ -1,6 +1,5 @@
 // An argument COLUMN=VALUE, against a column of each type.
 #include "cfgctl/assignment.h"
-#include "cfgctl/columnvalue.h"
 #include "tests/fuzz/fuzz.h"
 
 #include <stdexcept>

@@ -1,7 +1,6 @@
 // A file to import: what is accepted is the same after an export.
 #include "cfgctl/errors.h"
-#include "cfgctl/jsonimport.h"
-#include "cfgctl/jsonoutput.h"
+#include "cfgctl/tablejson.h"
 #include "cfgserver/row.h"
 #include "tests/fuzz/fuzz.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cfgctl/inputfile.h"
+#include "cfgctl/inputoutput.h"
 #include "tests/unit/support/child.h"
 
 #include <fcntl.h>

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "cfgctl/database.h"
-#include "cfgctl/session.h"
 #include "cfgserver/database.h"
 #include "cfgserver/server.h"
 #include "cfgserver/servicesocket.h"

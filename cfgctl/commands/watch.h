@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cfgctl/options.h"
+#include "cfgctl/arguments.h"
 #include "vadro/cfg/common/iconfigclient.h"
 
 #include <functional>

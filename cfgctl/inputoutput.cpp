@@ -1,0 +1,175 @@
+#include "cfgctl/inputoutput.h"
+
+#include "cfgctl/errors.h"
+#include "platform/base/escape.h"
+#include "platform/base/uniquefd.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace cfgctl
+{
+
+namespace
+{
+
+constexpr std::size_t s_uiValueLimit = 64UL * 1024UL;
+
+[[noreturn]] void failReading(const std::string& a_strPath, const std::string& a_strReason)
+{
+    throw Failure("Cannot read " + (a_strPath == "-" ? std::string("standard input") : "'" + a_strPath + "'") + ": " +
+                  a_strReason);
+}
+
+[[noreturn]] void failWriting(const std::string& a_strPath, int a_iError)
+{
+    throw Failure("Cannot write '" + a_strPath + "': " + std::strerror(a_iError));
+}
+
+ssize_t readSome(int a_iFd, char* a_pBuffer, std::size_t a_uiSize)
+{
+    ssize_t iRead = 0;
+    do
+    {
+        iRead = read(a_iFd, a_pBuffer, a_uiSize);
+    } while (iRead < 0 && errno == EINTR);
+    return iRead;
+}
+
+void dropLineEnd(std::string& a_strText)
+{
+    if (!a_strText.empty() && a_strText.back() == '\n')
+    {
+        a_strText.pop_back();
+        if (!a_strText.empty() && a_strText.back() == '\r')
+        {
+            a_strText.pop_back();
+        }
+    }
+}
+
+void writeTo(platform::UniqueFd& a_oFile, const std::string& a_strPath, std::string_view a_strContent)
+{
+    const bool bWritten = a_oFile.isOpen() && writeAll(a_oFile.get(), a_strContent) &&
+                          (fsync(a_oFile.get()) == 0 || errno == EINVAL); // a pipe can't be synchronised
+    if (!bWritten || !a_oFile.reset())
+    {
+        failWriting(a_strPath, errno);
+    }
+}
+
+bool isReplaceable(const std::string& a_strPath)
+{
+    struct stat oStat = {};
+    return lstat(a_strPath.c_str(), &oStat) != 0 || S_ISREG(oStat.st_mode);
+}
+
+void replaceFile(const std::string& a_strPath, std::string_view a_strContent)
+{
+    std::string strTemporary = a_strPath + ".XXXXXX";
+    platform::UniqueFd oFile(mkostemp(strTemporary.data(), O_CLOEXEC)); // mode 0600
+    if (!oFile.isOpen())
+    {
+        failWriting(a_strPath, errno);
+    }
+    try
+    {
+        writeTo(oFile, a_strPath, a_strContent);
+        if (rename(strTemporary.c_str(), a_strPath.c_str()) != 0)
+        {
+            failWriting(a_strPath, errno);
+        }
+    }
+    catch (const Failure&)
+    {
+        unlink(strTemporary.c_str());
+        throw;
+    }
+}
+
+} // namespace
+
+bool writeAll(int a_iFd, std::string_view a_strText) noexcept
+{
+    while (!a_strText.empty())
+    {
+        const ssize_t iWritten = write(a_iFd, a_strText.data(), a_strText.size());
+        if (iWritten < 0 && errno != EINTR)
+        {
+            return false;
+        }
+        a_strText.remove_prefix(iWritten > 0 ? static_cast<std::size_t>(iWritten) : 0);
+    }
+    return true;
+}
+
+std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
+{
+    const bool bOpen = a_strPath != "-";
+    const platform::UniqueFd oFile(bOpen ? open(a_strPath.c_str(), O_RDONLY | O_CLOEXEC) : -1);
+    if (bOpen && !oFile.isOpen())
+    {
+        failReading(a_strPath, std::strerror(errno));
+    }
+    const int iFd = bOpen ? oFile.get() : STDIN_FILENO;
+    std::string strContent;
+    std::array<char, 16384> oBuffer{};
+    ssize_t iRead = 0;
+    while ((iRead = readSome(iFd, oBuffer.data(), oBuffer.size())) > 0)
+    {
+        strContent.append(oBuffer.data(), static_cast<std::size_t>(iRead));
+        if (strContent.size() > a_uiLimit)
+        {
+            failReading(a_strPath, "it is larger than " + std::to_string(a_uiLimit) + " bytes");
+        }
+    }
+    if (iRead < 0)
+    {
+        failReading(a_strPath, std::strerror(errno));
+    }
+    return strContent;
+}
+
+std::string readValue(const std::string& a_strPath)
+{
+    std::string strValue = readFile(a_strPath, s_uiValueLimit);
+    dropLineEnd(strValue);
+    return strValue;
+}
+
+void writeFile(const std::string& a_strPath, std::string_view a_strContent)
+{
+    if (isReplaceable(a_strPath))
+    {
+        return replaceFile(a_strPath, a_strContent);
+    }
+    platform::UniqueFd oFile(open(a_strPath.c_str(), O_WRONLY | O_CLOEXEC | O_TRUNC));
+    writeTo(oFile, a_strPath, a_strContent);
+}
+
+void writeOut(std::string_view a_strText)
+{
+    if (!writeAll(STDOUT_FILENO, a_strText))
+    {
+        throw Failure(std::string("Cannot write to standard output: ") + std::strerror(errno));
+    }
+}
+
+void complain(std::string_view a_strText) noexcept
+{
+    try
+    {
+        static_cast<void>(writeAll(STDERR_FILENO, "cfgctl: " + platform::escape(a_strText) + "\n"));
+    }
+    catch (const std::exception&) // no memory for the text; the exit status still tells
+    {
+        static_cast<void>(writeAll(STDERR_FILENO, "cfgctl: out of memory\n"));
+    }
+}
+
+} // namespace cfgctl
