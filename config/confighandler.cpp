@@ -48,7 +48,7 @@ std::string ConfigHandler::getNameservers(const std::string& a_strInterface) con
     {
         oServers.push_back(&oServer.m_oLastSnapshot);
     }
-    const std::string strServers = composeNameservers(m_oDnsRelay.m_oLastSnapshot, oServers, a_strInterface);
+    std::string strServers = composeNameservers(m_oDnsRelay.m_oLastSnapshot, oServers, a_strInterface);
     LOG_DEBUG("Nameservers: %s", strServers.c_str());
     if (strServers.empty())
     {
