@@ -8,8 +8,8 @@
 namespace quorvad
 {
 
-/// One dynamic DNS update that can be attempted again and again. Built on the main thread and held by shared_ptr; after
-/// that a single worker thread drives it, so the members need no lock.
+/// One dynamic DNS update, which may be attempted repeatedly. Built on the main thread and held by shared_ptr, then
+/// used by a single worker thread, so the members need no lock.
 class Action
 {
 public:

@@ -93,7 +93,7 @@ void CurlAction::setNameservers(const std::string& a_strNameservers)
     const CURLcode eCode = curl_easy_setopt(m_pCurl.get(), CURLOPT_DNS_SERVERS, a_strNameservers.c_str());
     if (eCode != CURLE_OK)
     {
-        // The transfer then works through the system's resolver, which nobody would notice without this line.
+        // The transfer then uses the system's resolver, which would go unnoticed without this line.
         LOG_WARNING("Setting the DNS servers '%s' for interface '%s' was refused: '%s'. The system "
                     "resolver is used; check the DNS servers of this interface.",
                     a_strNameservers.c_str(),
@@ -190,7 +190,7 @@ std::size_t CurlAction::writeCallback(char* a_pData, std::size_t a_uiSize, std::
     }
     catch (const std::exception&)
     {
-        // Out of memory: what is there already decides. No exception may pass through libcurl.
+        // Out of memory: judge by what is there. No exception may pass through libcurl.
     }
     return uiBytes;
 }

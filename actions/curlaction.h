@@ -16,15 +16,16 @@ class CurlAction : public Action
 public:
     /// The time limit of one attempt, from the look-up of the name to the end of the reply, in seconds.
     static constexpr long s_iTransferSec = 10;
-    /// What is kept of a reply's body; the rest is read and dropped, so that an endless body can't take the memory.
+    /// How much of a reply's body is kept; the rest is read and dropped, so that an endless body does not exhaust
+    /// memory.
     static constexpr std::size_t s_uiMaxResponseBytes = std::size_t{1024} * 1024;
 
     /// @param a_strUrl template with the placeholders "<ipaddr>", "<ipaddr6>", "<domain>", "<username>", "<password>"
-    ///                 and "<serial>"; the values go in as they are
+    ///                 and "<serial>"; replaced literally
     /// @param a_strIpAddr6 may be empty
     /// @param a_strExpectedResultSubString text that an accepting reply contains; empty: status 200 decides
     /// @param a_strNameservers DNS servers, separated by commas; empty throws Error(EmptyNameserverList)
-    /// Throws Error(CurlEasyInitFailed) when libcurl gives no handle. Needs a LibWrapper to exist.
+    /// Throws Error(CurlEasyInitFailed) if libcurl returns no handle. Needs a LibWrapper to exist.
     CurlAction(const std::string& a_strUrl,
                const std::string& a_strIpAddr,
                const std::string& a_strIpAddr6,
@@ -46,7 +47,7 @@ public:
     void UpdatePlaceholders(const std::string& a_strUrl);
     void logResponse(bool a_bSuccess, int a_iResponseCode, const std::string& a_strResponse);
 
-    /// libcurl's write function; a_pTarget is a std::string. Always takes all bytes, keeps what the limit allows.
+    /// libcurl's write function; a_pTarget is a std::string. Always accepts all bytes, keeps up to the limit.
     static std::size_t writeCallback(char* a_pData, std::size_t a_uiSize, std::size_t a_uiCount, void* a_pTarget);
 
     std::unique_ptr<void, void (*)(void*)> m_pCurl;

@@ -28,7 +28,7 @@ constexpr char s_acLogFile[] = "gnudipaction";
 constexpr std::uint16_t s_uiGnudipPort = 3495;
 constexpr int s_iWaitMs = 10000;
 
-/// The system's reason, as strerror has it, but safe in threads.
+/// The system's reason as of strerror, but thread-safe.
 std::string reason(int a_iError)
 {
     return std::generic_category().message(a_iError);
@@ -67,7 +67,7 @@ GnudipAction::~GnudipAction()
     closeSocket();
 }
 
-/// Closes the socket however an attempt ends, memory running out included.
+/// Closes the socket however an attempt ends, including std::bad_alloc.
 class GnudipAction::SocketGuard
 {
 public:
@@ -111,7 +111,7 @@ bool GnudipAction::bindSocket()
     oLocal.sin_family = AF_INET;
     if (inet_pton(AF_INET, m_strLocalAddr.c_str(), &oLocal.sin_addr) != 1)
     {
-        oLocal.sin_addr.s_addr = INADDR_ANY; // an unreadable address leaves the choice to the routing table
+        oLocal.sin_addr.s_addr = INADDR_ANY; // an invalid address leaves the choice to the routing table
     }
     LOG_DEBUG("Binding socket to '%s'", m_strLocalAddr.c_str());
     if (bind(m_iSocket, reinterpret_cast<const sockaddr*>(&oLocal), sizeof(oLocal)) != 0)

@@ -16,7 +16,7 @@ class GnudipAction : public Action
 {
 public:
     /// @param a_strServer name or IPv4 address of the GnuDIP server
-    /// @param a_strInterface where the DNS queries leave
+    /// @param a_strInterface the interface for DNS queries
     /// @param a_strLocalAddr IPv4 address of that interface, dotted
     /// @param a_strHostname user name, one separator character, GnuDIP domain
     /// @param a_strNameservers DNS servers, separated by commas
@@ -36,7 +36,7 @@ public:
 
     /// Opens, binds and connects m_iSocket; on failure no socket is left open.
     [[nodiscard]] bool connectToServer();
-    /// Problems go to the log only: a lost request shows up as a missing answer.
+    /// Failures are only logged: a lost request shows up as a missing answer.
     void sendToServer(const std::string& a_strText);
     /// Bytes received into m_acBuffer, or 0 when nothing arrived; the buffer's text always ends with a zero byte.
     [[nodiscard]] int receiveFromServer();

@@ -1,5 +1,5 @@
-// The one-shot MD5 call is all that is needed of libcrypto and does no allocation of its own; it is deprecated since
-// 3.0 in favour of a heavier interface. Asking for the older interface silences that here alone.
+// The one-shot MD5 call is all that is needed of libcrypto, and it does not allocate. It is deprecated since 3.0 in
+// favour of a heavier interface; asking for the older one silences the warning here alone.
 #define OPENSSL_API_COMPAT 0x10100000L // NOLINT(cppcoreguidelines-macro-usage): read by the library's headers
 
 #include "actions/gnudipprotocol.h"

@@ -20,10 +20,10 @@ enum class EGnudipAnswer
 /// The MD5 digest as 32 lowercase hexadecimal digits.
 [[nodiscard]] std::string md5Hex(const std::string& a_strText);
 
-/// True when the user name is shorter than the host name and is its beginning.
+/// True if the user name is a proper prefix of the host name.
 [[nodiscard]] bool isUserPartOfHost(const std::string& a_strUsername, const std::string& a_strHostname);
 
-/// The received salt without the line feeds and carriage returns at its end.
+/// The received salt without trailing line feeds and carriage returns.
 [[nodiscard]] std::string trimSalt(std::string a_strReceived);
 
 /// What is hashed for the request: the password's digest, a dot, the salt.

@@ -15,7 +15,7 @@ constexpr long s_iHttpOk = 200;
 constexpr std::size_t s_uiShortBytes = 100;
 constexpr std::size_t s_uiReportBytes = 200;
 
-/// The characters special to HTML and what stands for them.
+/// The special characters of HTML and their entities.
 constexpr std::pair<char, const char*> s_oEntities[] = {
     {'&', "&amp;"}, {'<', "&lt;"}, {'>', "&gt;"}, {'"', "&quot;"}, {'\'', "&#39;"}};
 

@@ -10,8 +10,8 @@ namespace quorvad
 enum class EHttpVerdict
 {
     eStatusOk,      ///< accepted: no text was expected and the status is 200
-    eStatusRefused, ///< no text was expected and the status is another one
-    eEmptyBody,     ///< a text was expected, nothing came
+    eStatusRefused, ///< no text was expected and the status is not 200
+    eEmptyBody,     ///< a text was expected and the body is empty
     eTextFound,     ///< accepted: the expected text is in the body
     eTextMissing    ///< a text was expected and is not in the body
 };
@@ -22,15 +22,15 @@ enum class EHttpVerdict
 void removeLineFeeds(std::string& a_strBody);
 /// The body's first 100 bytes, for the log.
 [[nodiscard]] std::string shortExcerpt(const std::string& a_strBody);
-/// The body's first 200 bytes with the five characters special to HTML escaped, for the result table, whose reader may
-/// be a web page.
+/// The body's first 200 bytes with the five special characters of HTML escaped, for the result table, which a web page
+/// may show.
 [[nodiscard]] std::string reportExcerpt(const std::string& a_strBody);
 /// @param a_strBody without its line feeds
 [[nodiscard]] EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const std::string& a_strExpected);
-/// The provider took the update.
+/// Whether the provider accepted the update.
 [[nodiscard]] bool isAccepted(EHttpVerdict a_eVerdict);
-/// The same of an attempt of which only its log row is left: whether it was accepted, as far as that tells. Nothing
-/// where the excerpt was cut and the expected text is not in it.
+/// The same for an attempt of which only the log row is left. Nothing if the excerpt was cut and the expected text is
+/// not in it: the outcome is unknown then.
 /// @param a_iStatus 0 for an attempt without an answer
 /// @param a_strExcerpt as reportExcerpt made it
 [[nodiscard]] std::optional<bool>

@@ -18,7 +18,7 @@ constexpr char s_acLogFile[] = "interfacestate";
 
 } // namespace
 
-// An interface stands in the list once for each of its addresses, each time with the same flags.
+// The list has an interface once per address, each time with the same flags.
 EInterfaceState readInterfaceState(const std::string& a_strInterface)
 {
     ifaddrs* pFirst = nullptr;

@@ -5,7 +5,7 @@
 namespace quorvad
 {
 
-/// What the kernel says of an interface.
+/// An interface's state in the kernel.
 enum class EInterfaceState
 {
     eUnknown, ///< the list of interfaces cannot be read
@@ -14,11 +14,10 @@ enum class EInterfaceState
     eRunning
 };
 
-/// Of the interface of exactly that name. For eUnknown errno says why. Any thread; does not block.
+/// The state of the interface of exactly that name. errno is set for eUnknown. Any thread; does not block.
 [[nodiscard]] EInterfaceState readInterfaceState(const std::string& a_strInterface);
 
-/// Whether an update may leave through it; where the list cannot be read it may not, with a warning. Any thread; does
-/// not block.
+/// Whether an update may leave through it; no, with a warning, if the list cannot be read. Any thread; does not block.
 [[nodiscard]] bool isInterfaceRunning(const std::string& a_strInterface);
 
 } // namespace quorvad

@@ -16,7 +16,7 @@ using platform::text;
 
 void reportOutcome(int a_iDynDnsId, bool a_bSuccess, int a_iResponseCode, const std::string& a_strResponse)
 {
-    // The objects' own Id plays no role here: the account travels in the column DynDnsId.
+    // The objects' own Id does not matter here: column DynDnsId names the account.
     ConfigObject oLog(dbm::Table_DynDnsLog, 1);
     ConfigObject oStatus(dbm::Table_DynDnsStatus, 1);
     const std::string strTimestamp = currentTimeToIsoFormat();

@@ -6,12 +6,12 @@
 namespace quorvad
 {
 
-/// The placeholders of an update URL in the order in which they are filled in: a value that holds a later placeholder
-/// has that one filled in as well.
+/// The placeholders of an update URL in the order of replacement: a value that contains a later placeholder has that
+/// one replaced as well.
 inline constexpr std::array<const char*, 6> g_apPlaceholders = {
     "<ipaddr>", "<ipaddr6>", "<domain>", "<username>", "<password>", "<serial>"};
 
-/// What they are filled with.
+/// Their values.
 struct UrlValues
 {
     std::string m_strIpAddr;
@@ -22,7 +22,7 @@ struct UrlValues
     std::string m_strSerialNo;
 };
 
-/// Puts the values in as they are, every occurrence. Pure.
+/// Replaces every occurrence literally. Pure.
 [[nodiscard]] std::string fillPlaceholders(const std::string& a_strTemplate, const UrlValues& a_oValues);
 
 } // namespace quorvad

@@ -3,8 +3,8 @@
 namespace quorvad
 {
 
-/// The release, as the command line prints it and as providers see it. The one place it is set is the project's version
-/// in the top CMakeLists.txt.
+/// The release, as the command line prints it and as providers see it. Set by the project's version in the top
+/// CMakeLists.txt alone.
 inline constexpr char g_acVersion[] = QUORVAD_VERSION;
 inline constexpr char g_acUserAgent[] = "quorvad/" QUORVAD_VERSION;
 

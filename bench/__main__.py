@@ -13,7 +13,7 @@ from pathlib import Path
 
 from bench import figures
 
-# What runs side by side disturbs nobody: it waits.
+# These may run in parallel, since they mostly wait.
 PLAN = {
     "idle": [("idle", "1"), ("idle", "10"), ("idle", "100"), ("idle", "1000")],
     "watcher": [("watcher",)],
@@ -35,7 +35,7 @@ LIMIT = 900  # seconds for one scenario
 
 
 def measure(name, words, bin_dir, out):
-    """One scenario in a sandbox of its own; its raw figures, or None."""
+    """Runs one scenario in its own sandbox; returns its raw figures, or None."""
     label = "-".join((name, *words))
     raw, log = out / f"{label}.json", out / f"{label}.log"
     raw.unlink(missing_ok=True)
@@ -55,7 +55,7 @@ def measure(name, words, bin_dir, out):
 
 
 def sizes(bin_dir, out):
-    """Stripped programs, and what they map."""
+    """Sizes of the stripped programs and of the libraries that they map."""
     found, libraries = {}, {}
     for program in ("quorvad", "cfgserver", "cfgctl", "netifwatch"):
         if not (bin_dir / program).exists():
@@ -80,7 +80,7 @@ def show(rows):
 
 
 def scenarios(chosen):
-    """The side by side ones as one batch, the others alone."""
+    """Those that may run in parallel as one batch, the others alone."""
     together = [(name, *words) for name in chosen if name in SIDE_BY_SIDE for words in [each[1:] for each in PLAN[name]]]
     alone = [[each] for name in chosen if name not in SIDE_BY_SIDE for each in PLAN[name]]
     return ([together] if together else []) + alone

@@ -24,7 +24,7 @@ def check(what, value, most):
 
 
 def instructions(program, *words):
-    """What the program executes in user mode."""
+    """Instructions that the program executes in user mode."""
     done = subprocess.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", program, *map(str, words)],
                           capture_output=True, text=True, timeout=120)
     found = re.search(r"Collected : (\d+)", done.stderr)
@@ -34,7 +34,7 @@ def instructions(program, *words):
 
 
 def per_run(program, *words):
-    """Instructions of one run more: what start and end of the program take is in both counts."""
+    """Instructions per additional run; start and end of the program cancel out."""
     return (instructions(program, *words, 6) - instructions(program, *words, 2)) / 4
 
 
@@ -65,14 +65,14 @@ def load(bench):
 
 
 def idle(bench, seconds=15):
-    """All programs at rest: the account has no tries, so that its worker ends at once."""
+    """All programs at rest: the account has no tries, so its worker ends at once."""
     router = bench.router
     bench.fill([account(1, Retry=0)])
     router.start_daemon("-f")
     wait_for("its worker ended", lambda: router.daemon.count("HTTPS update will be scheduled"), 40)
     watcher = start_watcher(router)
     programs = {"daemon": router.daemon, "service": router.service, "watcher": watcher}
-    for program in reversed(programs.values()):  # what the watcher writes wakes the others
+    for program in reversed(programs.values()):  # the watcher's writes wake the others
         bench.settle(program.pid)
     before = {name: probes.wakeups(program.pid) for name, program in programs.items()}
     time.sleep(seconds)
@@ -110,7 +110,7 @@ def main(bin_dir):
     for one in (size, idle, memory, written, load, https, gnudip):
         try:
             one(bench)
-        except RuntimeError as error:  # so slow that it ran into a time limit, for instance
+        except RuntimeError as error:  # for instance too slow for a time limit
             print(f"FAIL  {one.__name__}: {error}", flush=True)
             FAILED.append(one.__name__)
     return 1 if FAILED else 0

@@ -1,4 +1,4 @@
-"""What running processes hold and use, from the kernel's own accounting."""
+"""Resources of running processes, from the kernel's accounting."""
 
 import json
 import subprocess
@@ -35,7 +35,7 @@ def descriptors(pid):
 
 
 def wakeups(pid):
-    """How often the threads that are there gave the processor up of their own will."""
+    """Voluntary context switches of the present threads."""
     total = 0
     for task in Path(f"/proc/{pid}/task").iterdir():
         for line in (task / "status").read_text().splitlines():

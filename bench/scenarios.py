@@ -24,7 +24,7 @@ MANY = {"seconds": 600}
 
 
 def machine_certificates():
-    """As many as on a real machine: an HTTPS update is to find one among them."""
+    """As many certificates as on a real machine; an HTTPS update has to find one among them."""
     return [path.read_text() for path in sorted(Path("/usr/share/ca-certificates").rglob("*.crt"))]
 
 
@@ -51,7 +51,7 @@ class Bench:
         self.router.describe()
 
     def route(self):
-        """The floors know no interface: they get their way to the servers from the routes. A new address drops it."""
+        """The floors are not bound to an interface and need a route to the servers, which a new address removes."""
         ip("route", "replace", "10.99.0.0/24", "via", self.router.ppp0.peer, "dev", "ppp0")
 
     def fill(self, accounts, **tables):
@@ -64,12 +64,12 @@ class Bench:
         return self.router.start_daemon(*(options or ("-f",)), env=self.clock.env)
 
     def pass_start_period(self):
-        """The daemon's clock jumps, so that all pending updates are due within four seconds."""
+        """Steps the daemon's clock, so that all pending updates are due within four seconds."""
         self.steps += STEP
         self.clock.step(self.steps)
 
     def seen(self, log="requests.log"):
-        """How many requests the provider has seen."""
+        """The number of requests that reached the provider."""
         path = self.router.isp.folder / log
         return path.read_bytes().count(b"\n") if path.exists() else 0
 
@@ -89,7 +89,7 @@ class Bench:
 
     @staticmethod
     def settle(pid):
-        """Until the process has done nothing for a second."""
+        """Waits until the process has been idle for a second."""
         def quiet():
             before = probes.cpu_seconds(pid)
             time.sleep(1)
@@ -121,12 +121,12 @@ def idle(bin_dir, number):
 
 def start_watcher(router):
     program = router._program("netifwatch", [router.bin / "netifwatch", "--foreground", "--state", router.folder / "rows"])
-    wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="wan1"), 40)  # nobody else writes of that one
+    wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="wan1"), 40)  # nobody else writes its row
     return program
 
 
 def watcher(bin_dir):
-    """What the watcher holds and does while nothing changes."""
+    """The watcher while nothing changes."""
     router = Router(bin_dir)
     router.start_service()
     program = start_watcher(router)
@@ -187,7 +187,7 @@ def classes(bin_dir):
 
 
 class Watcher:
-    """The daemon, its lines read the moment they come."""
+    """The daemon, with its log lines read as they come."""
 
     def __init__(self, bench, line):
         self.process = subprocess.Popen([bench.bin / "quorvad", "-f"], stdin=subprocess.DEVNULL,
@@ -300,7 +300,7 @@ def service(bin_dir):
     bench, found = Bench(bin_dir, store=False), {}
     bench.fill([account(1)])
     found["commits"], found["sqlite"] = [], []
-    for number in range(40):  # by turns, and short ones: the disk of a busy machine is fast and slow by the second
+    for number in range(40):  # short turns, because a busy machine's disk varies by the second
         found["commits"] += bench.client("commits", 1)["commit_wall"]
         found["sqlite"] += probes.ask(bench.bin / "bench_sqlite", bench.router.folder / f"alone{number}.db", 1,
                                       20)["commit_wall"]

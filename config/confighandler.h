@@ -18,11 +18,11 @@ namespace quorvad
 
 class Action;
 
-/// The daemon's centre: keeps the cache of the watched tables, decides which accounts need an update and owns the
-/// running schedulers.
+/// The heart of the daemon: caches the watched tables, decides which accounts need an update and owns the running
+/// schedulers.
 ///
 /// Main thread only. The loaders refresh the cache and mark what changed; process() works from the cache alone and
-/// clears each mark that it has acted on. Workers never see the cache: their actions hold copies.
+/// clears each mark that it has acted on. Workers never see the cache; their actions hold copies.
 class ConfigHandler : public vadro::cfg::IConfigHandler
 {
 public:
@@ -36,7 +36,7 @@ public:
     ConfigHandler& operator=(const ConfigHandler&) = delete;
 
     void getTableNames(std::list<std::string>& a_oNames) override;
-    /// Refreshes the cache after a change of that table; the first call, for whatever table, loads everything.
+    /// Refreshes the cache after a change of that table; the first call, for any table, loads everything.
     /// Always true. Blocks for the client's calls.
     bool loadFromConfig(vadro::cfg::common::IConfigClient& a_oClient, const std::string& a_strTable) override;
     void onServiceEvent() override {}
@@ -47,18 +47,18 @@ public:
     void process();
     /// Destroys the schedulers whose worker has finished.
     void removeFinishedSchedulers();
-    /// 51 to 70 seconds, each equally likely. Throws std::runtime_error when the random device can't be read.
+    /// 51 to 70 seconds, uniformly distributed. Throws std::runtime_error if the random device cannot be read.
     [[nodiscard]] int getRandomStartPeriodSec() const;
     /// The DNS servers for an interface, joined by commas; empty, with a warning, when there is none.
     [[nodiscard]] std::string getNameservers(const std::string& a_strInterface) const;
 
-    // The loaders read through the client and block for its calls; a row that can't be read is skipped.
+    // The loaders read through the client and block for its calls; a row that cannot be read is skipped.
     void updateCachedTables(vadro::cfg::common::IConfigClient& a_oClient, bool a_bClearFirst);
     void loadSerialNumber(vadro::cfg::common::IConfigClient& a_oClient);
     void updateUserDnsServers(vadro::cfg::common::IConfigClient& a_oClient);
     void updateOtherDnsServers(vadro::cfg::common::IConfigClient& a_oClient);
 
-    // Destroyed from the last to the first: the workers are gone before the libraries that they use shut down.
+    // Destroyed in reverse order: the workers end before the libraries that they use shut down.
     std::uint32_t m_iModuleId;
     std::map<int, std::unique_ptr<ConfigObject>> m_oDynDnsCfgs; ///< every account ever seen, by Id
     InterfaceRows m_oNetifWatch;                                ///< IPv4 state, by interface name
@@ -73,7 +73,7 @@ public:
 private:
     using AccountIds = std::set<int>;
 
-    /// One of the two interface state tables: what is read of it and where it is kept.
+    /// One of the two interface state tables: what is read from it and where it is cached.
     struct InterfaceTable
     {
         const char* m_pTable;

@@ -56,7 +56,7 @@ bool ConfigObject::updateSnapshot(korrin::ValueList& a_oValues)
     return true;
 }
 
-// Reported under the handler's name: it is the handler's use of a row that fails here, not the keeping of it.
+// Reported under the handler's name, because it is the handler's use of the row that fails.
 korrin::Value ConfigObject::getValue(const std::string& a_strParamName) const
 {
     if (m_oLastSnapshot.empty())
@@ -71,7 +71,7 @@ korrin::Value ConfigObject::getValue(const std::string& a_strParamName) const
     return m_oLastSnapshot.getValue(a_strParamName);
 }
 
-// What a client library answers for a column that is not there is its own business, so it is never asked.
+// Client libraries differ in what they answer for a missing column, so they are never asked.
 int integerOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
     return a_oRow.hasValue(a_pColumn) ? a_oRow.getValue(a_pColumn).getInteger() : 0;

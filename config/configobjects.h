@@ -8,7 +8,7 @@
 namespace quorvad
 {
 
-/// The cached copy of one table row: the values last stored, and whether they still wait to be acted on.
+/// The cached copy of one table row: the values last stored, and whether they have yet to be acted on.
 ///
 /// A plain value without a lock: one thread at a time, any thread. Nothing here blocks.
 class ConfigObject

@@ -75,7 +75,7 @@ void ConfigHandler::markAccountChanges(AccountIds& a_oPending)
     }
 }
 
-// An account whose interface is not known yet stays marked and is looked at again in every pass.
+// An account whose interface is not known yet stays marked and is checked again in every pass.
 bool ConfigHandler::accountNeedsAction(int a_iId, const ConfigObject& a_oAccount) const
 {
     LOG_DEBUG("User config changed.");
@@ -200,7 +200,7 @@ void ConfigHandler::markDnsRelayChange(bool a_bForced, AccountIds& a_oPending)
     m_oDnsRelay.m_bChanged = false;
 }
 
-// While the user's servers alone are in force, changes of the others are used up without effect.
+// While only the user's servers are in force, changes of the others are consumed without effect.
 void ConfigHandler::markDnsServerChanges(bool a_bUserServersOnly, AccountIds& a_oPending)
 {
     for (ConfigObject& oServer : m_oNameservers)

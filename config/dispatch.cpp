@@ -41,7 +41,7 @@ void ConfigHandler::dispatch(int a_iId)
     const ConfigObject* pWatch = findRow(m_oNetifWatch, strInterface);
     if (pWatch == nullptr)
     {
-        // DNS changes name accounts whose interface nobody knows; they are kept until its row exists.
+        // After DNS changes there are accounts of unknown interfaces; they are kept until the interface's row exists.
         logMissingInterface(strInterface);
         oAccount.m_bChanged = true;
         return;
@@ -49,7 +49,7 @@ void ConfigHandler::dispatch(int a_iId)
     send(bHttps, a_iId, *pWatch, strAddr6);
 }
 
-// The columns of an account are read one by one, so that it is defined which missing one is reported.
+// The columns are read in a fixed order, so that the same missing one is always reported.
 void ConfigHandler::send(bool a_bHttps, int a_iId, const ConfigObject& a_oWatch, const std::string& a_strAddr6)
 {
     const ConfigObject& oAccount = *m_oDynDnsCfgs.at(a_iId);

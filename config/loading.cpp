@@ -121,7 +121,7 @@ void ConfigHandler::loadSerialNumber(IConfigClient& a_oClient)
     LOG_DEBUG("CPE's serial no.: %s", m_strSerialNo.c_str());
 }
 
-// Without its key a row can't be told from the others; one such row must not cost the rest.
+// A row without its key cannot be identified; one such row must not cost the rest.
 bool ConfigHandler::hasId(const char* a_pTable, const korrin::ValueList& a_oRow) const
 {
     if (a_oRow.hasValue(dbm::Id))
@@ -132,8 +132,8 @@ bool ConfigHandler::hasId(const char* a_pTable, const korrin::ValueList& a_oRow)
     return false;
 }
 
-// Both ways of reading an interface (full reload, notification) use the same columns: another list would count as a
-// change of the row.
+// Full reload and notification read the same columns of an interface: a different list would count as a change of the
+// row.
 ConfigHandler::InterfaceTable ConfigHandler::netifWatchTable()
 {
     return {dbm::Table_StatusNetifWatch, {dbm::Id, dbm::Addr, dbm::IsUp, dbm::Name}, m_oNetifWatch};
@@ -144,7 +144,7 @@ ConfigHandler::InterfaceTable ConfigHandler::netifIPv6Table()
     return {dbm::Table_StatusNetIfIPv6Addresses, {dbm::Id, dbm::Addr, dbm::Name}, m_oNetifIPv6};
 }
 
-// On the way of a full reload an interface that can't be read keeps what was known of it.
+// During a full reload an interface that cannot be read keeps its cached row.
 void ConfigHandler::loadInterface(IConfigClient& a_oClient,
                                   const InterfaceTable& a_oTable,
                                   const std::string& a_strInterface)

@@ -12,11 +12,11 @@ namespace quorvad
 
 /// The DNSRelay row lets the user's own servers take part.
 [[nodiscard]] bool usesUserServers(const korrin::ValueList& a_oRelay);
-/// They take part and leave the interfaces' servers out.
+/// They take part and replace the interfaces' servers.
 [[nodiscard]] bool usesUserServersOnly(const korrin::ValueList& a_oRelay);
 
-/// The servers of the interface's enabled DNSClientServer rows in table order, the user's two behind them or instead of
-/// them, joined by commas; elements are empty where the columns are. Empty when there is no server at all.
+/// The servers of the interface's enabled DNSClientServer rows in table order, followed or replaced by the user's two,
+/// joined by commas; an empty column gives an empty element. Empty if there is no server at all.
 [[nodiscard]] std::string composeNameservers(const korrin::ValueList& a_oRelay,
                                              const std::vector<const korrin::ValueList*>& a_oServers,
                                              const std::string& a_strInterface);

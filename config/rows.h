@@ -42,8 +42,8 @@ namespace quorvad
     return a_pAccount && textOf(*a_pAccount, dbm::Interface) == a_strInterface;
 }
 
-/// Calls a_oVisit with every row of the table that can be read, all columns, in table order. A row that can't be read
-/// is skipped; a table whose rows can't be counted reads as empty. Blocks for the client's calls.
+/// Calls a_oVisit with every row of the table that can be read, all columns, in table order. A row that cannot be
+/// read is skipped; a table whose rows cannot be counted reads as empty. Blocks for the client's calls.
 template<typename Visitor>
 void forEachRow(vadro::cfg::common::IConfigClient& a_oClient, const std::string& a_strTable, Visitor a_oVisit)
 {

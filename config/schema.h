@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-/// The configuration database: its names, texts that stand in it, and what is known of each table.
+/// The configuration database: its names, the fixed texts in it, and the properties of each table.
 namespace quorvad::dbm
 {
 
@@ -63,22 +63,22 @@ inline constexpr char DynDnsLog_ResponseCode[] = "ResponseCode";
 inline constexpr char DynDnsLog_Response[] = "Response";
 
 inline constexpr char etl_serial_no[] = "serial_no";
-/// What stands for a serial number that was never set.
+/// The placeholder for a serial number that was never set.
 inline constexpr char SerialNo_Unknown[] = "Sxxxxxxxxxxxx";
 
-/// What of a column's value must not be seen by everybody.
+/// Which part of a column's value is secret.
 enum class ESecret
 {
     eNone,
     eWhole, ///< a password
-    eUrl    ///< a URL that may hold keys: what identifies the user and the values of the query
+    eUrl    ///< a URL that may hold keys: its user part and the values of its query
 };
 
 /// What a table is for.
 enum class EKind
 {
     eSettings, ///< what people decide
-    eState     ///< what a program tells of the moment; an old one put back would mislead
+    eState     ///< what a program reports; restoring an old state would mislead
 };
 
 /// One column. Its type is the type of its default.
@@ -86,7 +86,7 @@ struct Column
 {
     std::string m_strName;
     korrin::Value m_oDefault;
-    bool m_bUnique = false; ///< no two rows of the table hold the same value; rows are found by it without a search
+    bool m_bUnique = false; ///< no two rows have the same value; rows are found by it without a search
     ESecret m_eSecret = ESecret::eNone;
 };
 
@@ -97,8 +97,8 @@ struct TableSchema
     EKind m_eKind;
     const char* m_pWriter; ///< the program that writes it besides people, or null
     std::vector<Column> m_oColumns;
-    bool m_bVolatile = false; ///< kept in memory only: what it tells is out of date after a restart anyway
-    bool m_bFixedRow = false; ///< always exactly one row, Id 1, which can be changed only
+    bool m_bVolatile = false; ///< kept in memory only: out of date after a restart anyway
+    bool m_bFixedRow = false; ///< always exactly one row, Id 1, which can only be changed
 
     [[nodiscard]] std::optional<std::size_t> findColumn(std::string_view a_strName) const;
 };
@@ -106,8 +106,8 @@ struct TableSchema
 /// The position of column Id in every table.
 inline constexpr std::size_t g_uiIdColumn = 0;
 
-/// All tables, in the order in which they are listed to clients: the one place that says what is known of a table, for
-/// the service that keeps it and for every program that reads it. Lives as long as the process; any thread.
+/// All tables, in the order in which clients see them: the one definition for the service that stores them and for
+/// every program that reads them. Lives as long as the process; any thread.
 [[nodiscard]] const std::vector<TableSchema>& getSchema();
 
 /// The position of a table in getSchema().

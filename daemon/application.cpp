@@ -59,8 +59,8 @@ void exitIfRunning(const VADRO_Daemon& a_oDaemon)
     }
 }
 
-/// The detaching and the PID file are for the convenience of others: where one fails, the kit has logged why and the
-/// updates go on without it. Only another instance that was faster ends this one.
+/// Detaching and the PID file are conveniences: if one fails, the kit has logged the reason and the daemon goes on
+/// without it. Only another instance that was faster ends this one.
 void detach(const VADRO_Daemon& a_oDaemon)
 {
     VADRO_Daemon_daemonize(&a_oDaemon);
@@ -91,7 +91,7 @@ void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
     g_bLoopRuns.store(true);
     while (!g_bTerminate)
     {
-        logRecordedSignals(); // a wait elsewhere may have taken the wake-up
+        logRecordedSignals(); // another wait may have consumed the wake-up
         a_oDispatcher.handleEvents(s_uiWaitMs);
         logRecordedSignals();
         a_oNotifications.process();
@@ -150,7 +150,8 @@ int runDaemon(int a_iArgc, char** a_ppArgv)
     Options oOptions;
     VADRO_Daemon oDaemon = {};
     {
-        // A stop signal that comes early waits for its handler; else it would end the process and leave the PID file.
+        // Early stop signals stay blocked until their handler is installed; they would end the process and leave the
+        // PID file.
         const platform::StopSignalBlock oBlock(platform::StopSignalBlock::AtEnd::Unblock);
         parseOptions(oOptions, a_iArgc, a_ppArgv);
         platform::occupyStandardDescriptors();

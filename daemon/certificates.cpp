@@ -18,7 +18,7 @@ namespace
 constexpr std::string_view s_strBegin = "-----BEGIN ";
 constexpr std::string_view s_strEnd = "-----END ";
 
-/// Eight digits of the hash, a dot, a number among those of the same hash.
+/// Eight hexadecimal digits of hash, a dot, and a number to distinguish equal hashes.
 bool isHashedName(const std::string& a_strName)
 {
     constexpr std::size_t uiDigits = 8;
@@ -29,7 +29,7 @@ bool isHashedName(const std::string& a_strName)
            std::all_of(a_strName.begin() + uiDigits + 1, a_strName.end(), isDigit);
 }
 
-/// Adds the certificates of a file, each as the text between its marks, which is the same wherever it stands.
+/// Adds the certificates of a file, each as the text between its markers, which is the same in every file.
 void readCertificates(const std::string& a_strFile, std::set<std::string>& a_oCertificates)
 {
     std::ifstream oFile(a_strFile);
@@ -69,7 +69,7 @@ std::set<std::string> readFolder(const std::string& a_strFolder)
     return oCertificates;
 }
 
-// An empty text stops OpenSSL from looking in the places that were compiled into it.
+// An empty value keeps OpenSSL from using its built-in places.
 void set(const char* a_pVariable, const std::string& a_strPath)
 {
     setenv(a_pVariable, a_strPath.c_str(), 1); // NOLINT(concurrency-mt-unsafe): no other thread yet

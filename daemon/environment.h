@@ -3,25 +3,24 @@
 namespace quorvad
 {
 
-/// Removes what could lead requests past the account's interface (the proxy variables) or write session keys to a file
+/// Removes variables that could divert requests from the account's interface (proxies) or write session keys to a file
 /// (SSLKEYLOGFILE). Before any thread exists.
 void cleanEnvironment();
 
-/// Raises the soft limit on open descriptors to the hard one: every update holds some. A failure changes nothing.
+/// Raises the soft limit on open descriptors to the hard one, since every update holds some. Failure is ignored.
 void raiseDescriptorLimit();
 
-/// Keeps all threads to one heap. Each update runs on a thread of its own and reads the bundle of certificates; heaps
-/// of their own would each keep what the largest of them once took. No effect with a C library that knows no such
-/// setting.
+/// Makes all threads share one heap. Each update runs on its own thread and may read the bundle of certificates; with
+/// a heap per thread, each would keep its peak. No effect if the C library has no such setting.
 void useOneHeap();
 
-/// Gives the threads that start from now on stacks of 1 MiB instead of the system's, usually 8 MiB: a thousand of those
-/// don't fit the address space of a 32-bit machine. Not less, though an update was seen to use a tenth: the C library
-/// keeps 40 MiB of stacks for later threads, each with a few pages of memory, so smaller ones are more of them. No
-/// effect with a C library that knows no such setting.
+/// Gives threads started from now on stacks of 1 MiB instead of the system's default, usually 8 MiB: a thousand of
+/// those do not fit the address space of a 32-bit machine. Not less, although an update uses a tenth: the C library
+/// caches 40 MiB of stacks, each with a few pages in use, so smaller stacks mean more of them. No effect if the C
+/// library has no such setting.
 void useSmallStacks();
 
-/// Gives what is free in the heap back to the system. No effect with a C library that can't.
+/// Returns free heap memory to the system. No effect if the C library cannot.
 void returnFreeMemory();
 
 } // namespace quorvad

@@ -17,7 +17,7 @@ namespace
 
 constexpr char s_acLogFile[] = "main";
 
-// A kit whose dispatcher can't be woken still ends its wait with EINTR where the signal arrives on the main thread.
+// If the kit's dispatcher has no wake-up, a signal on the main thread still ends its wait with EINTR.
 template<typename Dispatcher>
 auto wake(Dispatcher& a_oDispatcher, int /*a_iPreferred*/) -> decltype(a_oDispatcher.wakeUp(), void())
 {
@@ -38,7 +38,7 @@ void wakeDispatcher(void* a_pDispatcher)
 
 void onTerminateSignal(int a_iSignal)
 {
-    // The loop looks at the record once more after it has seen the request, and the wake-up shows it both.
+    // The loop checks the record again after it has seen the request, and the wake-up makes both visible.
     platform::recordSignal(a_iSignal);
     g_bTerminate.store(true);
     platform::wakeLoop();
@@ -84,7 +84,7 @@ DispatcherWakeUp::DispatcherWakeUp(korrin::net::EventDispatcher& a_oDispatcher)
 {
     if (g_bTerminate.load())
     {
-        platform::wakeLoop(); // the signal came while there was nothing to wake yet
+        platform::wakeLoop(); // the signal came before there was anything to wake
     }
 }
 

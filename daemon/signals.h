@@ -20,8 +20,8 @@ extern std::atomic<bool> g_bLoopRuns;
 /// Log module of the main file; 0 until start-up has registered it.
 extern std::uint32_t g_iModuleId;
 
-// The handlers only record the signal and wake the dispatcher. A handler that wrote to syslog could deadlock with the
-// log call that it interrupted. They run on any thread and keep errno.
+// The handlers only record the signal and wake the dispatcher; writing to syslog could deadlock with the log call that
+// was interrupted. They run on any thread and preserve errno.
 
 /// SIGINT, SIGTERM and SIGQUIT.
 void onTerminateSignal(int a_iSignal);
@@ -30,11 +30,11 @@ void onSigPipe(int a_iSignal);
 
 void installSignalHandlers();
 
-/// Writes one log line for each signal that was recorded since the last call. Main thread.
+/// Logs each signal recorded since the last call. Main thread.
 void logRecordedSignals();
 
-/// While it lives, a stop signal wakes the dispatcher, which must outlive it. A stop signal that came before wakes it
-/// at once. One instance at a time, made and destroyed on the main thread.
+/// While it lives, a stop signal wakes the dispatcher, which must outlive it; an earlier stop signal wakes it at once.
+/// One instance at a time, created and destroyed on the main thread.
 class DispatcherWakeUp
 {
 public:

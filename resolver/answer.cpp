@@ -73,7 +73,7 @@ int makeAddressList(const hostent& a_oHost, addrinfo*& a_pList)
         {
             if (a_pList != nullptr)
             {
-                freeaddrinfo(a_pList); // not every libc takes a null list
+                freeaddrinfo(a_pList); // not every libc accepts null
                 a_pList = nullptr;
             }
             return ARES_ENOMEM;

@@ -43,9 +43,9 @@ int nextTimeoutMs(ares_channel a_pChannel)
     const timeval* pTimeout = ares_timeout(a_pChannel, nullptr, &oStorage);
     if (pTimeout == nullptr)
     {
-        return iMillisPerSecond; // nothing is due: look again rather than sleep for ever
+        return iMillisPerSecond; // nothing is due: check again rather than sleep for ever
     }
-    // Rounded up, so that the last fraction of a millisecond isn't spent spinning.
+    // Rounded up, so that the last fraction of a millisecond is not spent spinning.
     const long long iMillis = pTimeout->tv_sec * 1000LL + (pTimeout->tv_usec + 999) / 1000;
     return static_cast<int>(std::clamp<long long>(iMillis, 0, INT_MAX));
 }
@@ -80,7 +80,7 @@ bool driveChannelOnce(ares_channel a_pChannel)
     {
         return false;
     }
-    // The result doesn't matter: after a failure or a signal no socket counts as ready and the loop looks again.
+    // The result does not matter: after a failure or a signal no socket counts as ready, and the loop checks again.
     (void)poll(oSet.m_oSockets.data(), oSet.m_uiCount, nextTimeoutMs(a_pChannel));
     processReady(a_pChannel, oSet);
     return true;

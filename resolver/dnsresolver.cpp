@@ -36,8 +36,8 @@ bool hasResult(int a_iRequestId)
     return s_oResults.count(a_iRequestId) != 0;
 }
 
-/// One look-up's entries in the tables. c-ares holds a pointer to the id while the query runs, so the query is ended
-/// before this goes, however the look-up is left.
+/// One look-up's entries in the tables. c-ares holds a pointer to the id while the query runs, so the destructor ends
+/// the query, however the look-up is left.
 class Lookup
 {
 public:
@@ -66,7 +66,7 @@ public:
     Lookup(const Lookup&) = delete;
     Lookup& operator=(const Lookup&) = delete;
 
-    /// The handler runs inside ares_cancel for a query that is still there.
+    /// For a query that is still pending, the handler runs inside ares_cancel.
     void cancelUnlessDone()
     {
         if (!hasResult(m_iId))
@@ -75,8 +75,8 @@ public:
         }
     }
 
-    /// Waits for the handler, which may be on another thread, and takes what it left. The limit is reached only when
-    /// the handler had no memory to leave a result.
+    /// Waits for the handler, which may run on another thread, and takes its result. The limit is reached only if the
+    /// handler had no memory to store a result.
     std::pair<int, addrinfo*> takeResult()
     {
         std::unique_lock<std::mutex> oLock(s_oMutex);

@@ -10,7 +10,7 @@
 namespace quorvad
 {
 
-// How an answer gets from c-ares's handler to the caller that waits for it: process-wide, shared by all resolvers.
+// How an answer gets from c-ares's handler to the waiting caller: process-wide, shared by all resolvers.
 
 extern std::atomic<int> s_iNextRequestId;
 extern std::mutex s_oMutex; ///< guards the two tables

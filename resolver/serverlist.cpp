@@ -5,7 +5,7 @@
 namespace quorvad
 {
 
-// Asked rather than parsed: what counts as an address is c-ares's rule.
+// c-ares is asked, because only it knows which addresses it accepts.
 bool isUsableServerList(const std::string& a_strNameservers)
 {
     ares_channel pChannel = nullptr;

@@ -5,9 +5,8 @@
 namespace quorvad
 {
 
-/// Whether c-ares, and with it libcurl, takes a list of DNS servers: addresses, each with a port if wanted, separated
-/// by commas. Reads the machine's resolver settings; sends nothing. The process-wide start-up of c-ares need not be
-/// done.
+/// Whether c-ares, and with it libcurl, accepts a list of DNS servers: addresses, optionally with ports, separated by
+/// commas. Reads the machine's resolver settings; sends nothing. c-ares need not be initialized for the process.
 [[nodiscard]] bool isUsableServerList(const std::string& a_strNameservers);
 
 } // namespace quorvad

@@ -1,4 +1,4 @@
-"""Certificate chains of a provider: root, intermediate, server. Made with openssl, anew for every sandbox."""
+"""Certificate chains of a provider: root, intermediate, server. Made with openssl for each sandbox."""
 
 import subprocess
 from pathlib import Path

@@ -1,4 +1,4 @@
-"""More ways out of the router than the usual two."""
+"""More uplinks of the router than the usual two."""
 
 from sandbox.provider import Provider
 from sandbox.router import Link

@@ -1,4 +1,4 @@
-"""What a machine may lack, lose or get wrong: for one program by a prefix or the environment, or for the whole sandbox."""
+"""Faults of a machine: for one program by a prefix or the environment, or for the whole sandbox."""
 
 import os
 import signal
@@ -68,26 +68,26 @@ class Shim:
 
 
 class Clock(Shim):
-    """A wall clock of its own."""
+    """A separate wall clock."""
 
     def __init__(self, folder):
         super().__init__(folder, "clockstep")
         self.state.write_bytes(bytes(8))
 
     def step(self, seconds):
-        """Away from the real time by this much."""
+        """Sets the offset from the real time."""
         with open(self.state, "r+b", buffering=0) as mapped:
             mapped.write(struct.pack("=q", seconds))
 
 
 class FailingDisk(Shim):
-    """A disk that refuses what is to be changed in files that are open, or to keep it."""
+    """A disk on which writes to open files, or flushes, fail."""
 
     def __init__(self, folder):
         super().__init__(folder, "diskfault")
 
     def fail(self, write=0, sync=0):
-        """With these error numbers from now on; 0: it works."""
+        """Sets these error numbers from now on; 0 for success."""
         self.tell(write, sync)
 
 
@@ -109,6 +109,6 @@ def kill_all(name):
 
 
 def readable_of_processes():
-    """What anybody may learn of the running processes: their arguments (and, of those that may be traced, environment)."""
+    """What anybody may read of running processes: their arguments, and the environment of those that may be traced."""
     return "".join(path.read_text(errors="replace") for name in ("cmdline", "environ")
                    for path in Path("/proc").glob(f"[0-9]*/{name}") if path.exists())

@@ -28,7 +28,7 @@ _libc = ctypes.CDLL(None, use_errno=True)
 
 
 class SandboxError(Exception):
-    """The machine lacks something; the text says what and what to do."""
+    """A prerequisite is missing; the text says which and what to do."""
 
 
 def is_inside():
@@ -226,7 +226,7 @@ def _private_devices():
 
 
 def cover(path, text):
-    """Puts a text in the place of a system file, for this sandbox only. Covering it again replaces the text."""
+    """Replaces a system file by a text for this sandbox only; may be repeated."""
     source = WORK / Path(path).name
     source.write_text(text)
     target = os.path.realpath(path)

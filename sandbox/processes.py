@@ -11,7 +11,7 @@ TAIL = 40  # lines of a log that a failure shows
 
 
 class Failure(Exception):
-    """Something that had to happen did not; the text says what, with the end of the logs that explain it."""
+    """An expected event did not happen; the text says which, with the end of the relevant logs."""
 
 
 def wait_for(what, condition, seconds, programs=(), pause=0.2):
@@ -31,7 +31,7 @@ def wait_for(what, condition, seconds, programs=(), pause=0.2):
 
 
 class Program:
-    """One process with a log file for its output. Belongs to the sandbox: its end kills it at the latest."""
+    """One process with a log file for its output. Killed at the end of the sandbox at the latest."""
 
     def __init__(self, name, command, folder, netns=None, env=None):
         self.name = name

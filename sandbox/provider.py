@@ -1,4 +1,4 @@
-"""A provider in a network namespace of its own: DNS (dnsmasq), HTTPS (nginx), GnuDIP (gnudip.py)."""
+"""A provider in its own network namespace: DNS (dnsmasq), HTTPS (nginx), GnuDIP (gnudip.py)."""
 
 import json
 import re
@@ -81,7 +81,7 @@ class Provider:
         wait_for(f"{program.name} listening on {address}:{port}", listening, 20, [program], 0.05)
 
     def start_dns(self, address, names):
-        """names: {host name: address}. A name that is not there does not exist. Start it again for other names."""
+        """names: {host name: address}. Other names do not exist. Restart it to change the names."""
         self.add_address(address)
         command = ["dnsmasq", "--keep-in-foreground", "--conf-file=/dev/null", "--user=root", "--no-resolv",
                    "--no-hosts", "--no-daemon", "--pid-file=", "--log-queries=extra", "--bind-interfaces",
@@ -92,7 +92,7 @@ class Provider:
         return program
 
     def queries(self, address, name=None):
-        """What the DNS server at this address was asked: [(source, type, name)]."""
+        """The queries that the DNS server at this address got: [(source, type, name)]."""
         log = (self.folder / f"dns-{address}.log").read_text(errors="replace")
         found = re.findall(r" query\[(\w+)\] (\S+) from (\S+)$", log, re.M)
         return [(source, kind, asked) for kind, asked, source in found if name in (None, asked)]
@@ -143,7 +143,7 @@ class Provider:
         return _json_lines(self.folder / f"gnudip-{address}.record")
 
     def start_faults(self, password="", certificates=None):
-        """The provider that does everything wrong: faultprovider.py; certificates as it takes them."""
+        """The faulty provider: faultprovider.py, with its certificates."""
         self.add_address(FAULT_NETWORK)
         settings = self.folder / "faults.json"
         files = {kind: [str(path) for path in pair] for kind, pair in (certificates or {}).items()}

@@ -12,8 +12,8 @@ from sandbox.provider import Provider
 
 SOCKET = Path("/tmp/cfgserver.socket")
 PID_FILE = Path("/run/quorvad.pid")
-# Servers stand behind the peers, on addresses that only a route decides about: the same DNS address exists behind both
-# interfaces, so that a query shows which way it took.
+# Servers are behind the peers, on routed addresses. The same DNS address exists behind both interfaces, so that a query
+# shows which way it took.
 DNS, DNS_2, HTTPS, GNUDIP = "10.99.0.53", "10.99.0.54", "10.99.0.80", "10.99.0.35"
 IPV6 = "fd64::2"  # of ppp0
 HTTPS_HOST, GNUDIP_HOST = "ddns.example.net", "gnudip.example.net"
@@ -27,7 +27,7 @@ while True: os.write(1, sink.recv(65536).rstrip(b"\\0\\n") + b"\\n")"""
 
 
 class Link:
-    """A virtual cable from an interface of the router to a namespace, with a route of its own for its addresses."""
+    """A virtual cable from an interface of the router to a namespace, with a route for the addresses behind it."""
 
     def __init__(self, interface, netns, number, metric):
         self.interface, self.netns, self.number, self.metric = interface, netns, number, metric
@@ -68,7 +68,7 @@ def ip(*words):
 
 
 class Router:
-    """Two ways out: ppp0, which the accounts follow, and wan1, where the default route points."""
+    """Two uplinks: ppp0, which the accounts follow, and wan1 with the default route."""
 
     def __init__(self, bin_dir, folder=namespaces.WORK):
         self.bin = Path(bin_dir).resolve()
@@ -163,13 +163,13 @@ class Router:
         return mark
 
     def start_impostor(self, prefix=()):
-        """Another program listens where the service should."""
+        """Another program listens in the service's place."""
         program = self._program("impostor", [*prefix, sys.executable, "-u", impostor.__file__, SOCKET])
         wait_for("the impostor listens", SOCKET.exists, 10, [program], 0.05)
         return program
 
     def start_relay(self):
-        """Before the service: the daemon then reaches it through relay.py, cfgctl without."""
+        """To be called before the service starts: the daemon then reaches it through relay.py, cfgctl directly."""
         self.socket = Path("/tmp/behind.socket")
         self.set_faults()
         self.relay = self._program("relay", [sys.executable, relay.__file__, SOCKET, self.socket,
@@ -177,7 +177,7 @@ class Router:
         wait_for("the relay listens", SOCKET.exists, 10, [self.relay], 0.05)
 
     def spoilt(self):
-        """When requests were spoilt, seconds of the monotonic clock."""
+        """Times at which requests were spoilt, in seconds of the monotonic clock."""
         record = self.folder / "relay.record"
         return [float(line.split()[0]) for line in record.read_text().splitlines()] if record.exists() else []
 
@@ -222,7 +222,7 @@ class Router:
         self.ctl("add", "DNSClientServer", "Enable=1", "Interface=ppp0", f"IPAddress={DNS}")
 
     def show_interfaces(self):
-        """The state of the interfaces lives in the service's memory only: whoever watches them says it again."""
+        """Writes the interface states again, which the service keeps in memory only."""
         if self.watcher:
             self.wait_shown()
             return
@@ -230,7 +230,7 @@ class Router:
         self.ctl("add", "StatusNetIfIPv6Addresses", "Name=ppp0", f"Addr={IPV6}")
 
     def add_account(self, service, server, host, user="", password="", **columns):
-        """Adds a DynDns row and returns its Id. The password takes the way of a file."""
+        """Adds a DynDns row and returns its Id. The password goes through a file."""
         words = [f"ServiceType={service}", f"ServerAddr={server}", f"Hostname={host}", f"AccountUserName={user}"]
         words += [f"{name}={value}" for name, value in {"Interface": "ppp0", "Retry": 1, **columns}.items()]
         secret = self.folder / "password"

@@ -1,4 +1,4 @@
-"""Daemon and service under continuous changes, and what they hold meanwhile. Runs inside a sandbox: see scripts/soak.
+"""Resources of daemon and service under continuous changes. Runs inside a sandbox: see scripts/soak.
 
 Rounds of 100 s. In the first 20 s of each, everything changes several times a second: accounts, DNS servers, interfaces;
 all schedulers come and go. After that only wan1 goes on changing, and the accounts on ppp0 come to their tries, some with
@@ -65,7 +65,7 @@ class Soak:
             self.ctl("add", "DNSClientServer", "Enable=1", "Interface=wan1", f"IPAddress={DNS}")
 
     def ctl(self, *words):
-        """The service may be away, or somebody else writing."""
+        """The service may be away, or another client may be writing."""
         self.refused += self.router.ctl(*words, check=False).returncode != 0
         self.changes += 1
 
@@ -92,7 +92,7 @@ class Soak:
         ))()
 
     def replace(self, account):
-        # Under its old Id: the daemon keeps an account that is deleted for good until its own end.
+        # Under its old Id: the daemon keeps a deleted account until it ends.
         columns = [f"{name}={value}" for name, value in {**account, "Password": "word"}.items()]
         self.ctl("delete", "DynDns", f"Id={account['Id']}")
         self.ctl("add", "DynDns", *columns)

@@ -17,7 +17,7 @@ struct FileCloser
     void operator()(std::FILE* a_pFile) const { std::fclose(a_pFile); }
 };
 
-// Unbuffered: four bytes are read instead of a whole buffer, and the kernel never interrupts so short a read.
+// Unbuffered, so that only four bytes are read; the kernel never interrupts so short a read.
 std::uint32_t readSeed(const char* a_pDevice)
 {
     std::uint32_t uiSeed = 0;
@@ -32,7 +32,7 @@ std::uint32_t readSeed(const char* a_pDevice)
 
 } // namespace
 
-// The library's distribution is not used: how it maps engine outputs to a range differs between its versions.
+// The standard library's distribution is not used: its mapping to a range differs between implementations.
 unsigned int detail::getRandomUint(const char* a_pDevice, unsigned int a_uiMax)
 {
     std::mt19937 oEngine(readSeed(a_pDevice));

@@ -34,7 +34,7 @@ TimePoint now()
     return std::chrono::time_point_cast<std::chrono::microseconds>(std::chrono::system_clock::now());
 }
 
-// Stays at the end of time instead of wrapping into the past, which would make a far deadline due at once.
+// Saturates instead of wrapping into the past, which would make a far deadline due at once.
 TimePoint later(TimePoint a_oFrom, std::int32_t a_iSeconds)
 {
     const std::chrono::microseconds oSpan = std::chrono::seconds(a_iSeconds);
@@ -69,7 +69,7 @@ Scheduler::~Scheduler()
 void Scheduler::announceStop() noexcept
 {
     m_bStopAnnounced.store(true);
-    // Without the mutex, which a try in progress holds: a worker just about to wait misses this, and stop() finds it.
+    // Without the mutex, which a try in progress holds. A worker just about to wait misses this; stop() then ends it.
     m_oCondition.notify_one();
 }
 
@@ -149,7 +149,7 @@ void Scheduler::complete()
     m_bFinished.store(true);
 }
 
-// An exception that left a thread would end the process; the owner rather reaps a worker that ended early.
+// An exception leaving a thread would end the process; a worker that ended early is simply reaped by the owner.
 void Scheduler::task(Scheduler* a_pScheduler)
 {
     try

@@ -66,7 +66,7 @@ void StatusInfoLog::commitChanges(IConfigClient& a_oClient)
     std::vector<ConfigObject> oLogs;
     std::map<int, ConfigObject> oStatus;
     {
-        // One hold for both, so that no report is torn into two passes.
+        // Both under one lock, so that no report is split between two passes.
         const std::lock_guard<std::mutex> oLock(m_oMutex);
         oLogs.swap(m_oLogs);
         oStatus.swap(m_oStatus);

@@ -15,7 +15,7 @@ namespace quorvad
 /// Gathers the outcomes of update attempts in memory and writes them to DynDnsLog and DynDnsStatus once per pass.
 ///
 /// One instance, reached through vadro::basic::SingletonAdapter. Worker threads only push; everything that takes a
-/// client runs on the main thread and works on rows taken out of the store, so no worker ever waits for the database.
+/// client runs on the main thread, on rows taken out of the store, so no worker ever waits for the database.
 class StatusInfoLog
 {
 public:
@@ -35,12 +35,13 @@ public:
     [[nodiscard]] std::map<int, ConfigObject> getStatus();
 
     /// Writes the newest waiting log row and the status row of each account. Main thread. Blocks for about 60 s when
-    /// write access is refused; the rows are then dropped with a warning. Without waiting rows the client isn't called.
+    /// write access is refused; the rows are then dropped with a warning. Without waiting rows the client is not
+    /// called.
     void commitChanges(vadro::cfg::common::IConfigClient& a_oClient);
     /// Deletes the oldest rows of DynDnsLog beyond m_uiMaxLogEntries. Main thread, under write access.
     void cleanupDynDnsLog(vadro::cfg::common::IConfigClient& a_oClient);
-    /// Inserts or updates each account's status row; one that fails is warned about and skipped. Main thread, under
-    /// write access. The rows are used up.
+    /// Inserts or updates each account's status row; one that fails is skipped with a warning. Main thread, under
+    /// write access. Consumes the rows.
     void saveStatus(vadro::cfg::common::IConfigClient& a_oClient, std::map<int, ConfigObject>& a_oStatus);
 
     std::uint32_t m_uiMaxLogEntries;

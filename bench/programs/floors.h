@@ -15,7 +15,7 @@ void gnudipFloor(const std::string& a_strAddress,
                  const std::string& a_strDomain,
                  const std::string& a_strPassword);
 
-/// A child process at the other end of a Unix socket; asked with one byte, it answers with this many.
+/// A child process at the other end of a Unix socket, which answers each byte with this many.
 class Echo
 {
 public:
@@ -24,7 +24,7 @@ public:
     Echo(const Echo&) = delete;
     Echo& operator=(const Echo&) = delete;
 
-    /// Asks and reads the whole answer.
+    /// Sends a request and reads the whole answer.
     void ask();
 
 private:

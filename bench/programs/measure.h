@@ -19,7 +19,7 @@ struct Cost
     std::vector<double> m_oWall;
 };
 
-/// Runs the work once without looking, then in chunks.
+/// Runs the work once unmeasured, then in chunks.
 [[nodiscard]] Cost measure(int a_iChunks, int a_iRunsPerChunk, const std::function<void()>& a_oWork);
 
 /// One line of JSON: {"name": [..], ...}.
@@ -34,7 +34,7 @@ private:
     std::string m_strText;
 };
 
-/// A whole number of the command line; ends the program for anything else.
+/// An integer argument; anything else ends the program.
 [[nodiscard]] int toNumber(const std::string& a_strText);
 
 /// Ends the program with the text on standard error.

@@ -25,7 +25,7 @@ using vadro::cfg::common::IConfigClient;
 
 constexpr char s_acSocket[] = "/tmp/cfgserver.socket";
 
-/// As the daemon gets its deliveries: what is measured runs inside one.
+/// The measured work runs inside a delivery, as in the daemon.
 class Delivery : public vadro::cfg::IConfigHandler
 {
 public:
@@ -94,7 +94,7 @@ void load(IConfigClient& a_oClient, int a_iChunks)
     oReport.print();
 }
 
-/// How often this process waited for something: once per round trip, as long as the other end isn't faster.
+/// How often this process waited: once per round trip unless the other end is faster.
 double waits()
 {
     rusage oUsage = {};

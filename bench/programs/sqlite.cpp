@@ -11,7 +11,7 @@
 namespace
 {
 
-/// Those of the service, in its order (cfgserver/database.cpp): a floor with larger pages writes more per commit.
+/// The service's settings in its order (cfgserver/database.cpp); larger pages would write more per commit.
 constexpr const char* s_pSettings = "PRAGMA page_size=1024; PRAGMA locking_mode=EXCLUSIVE; PRAGMA synchronous=FULL;"
                                     "PRAGMA wal_autocheckpoint=1024; PRAGMA journal_size_limit=1048576;"
                                     "PRAGMA cache_size=-512; PRAGMA temp_store=MEMORY; PRAGMA trusted_schema=OFF;"

@@ -40,7 +40,7 @@ void runGnudipAction(const Words& a_oWords)
     }
 }
 
-/// By turns, so that whatever else the machine does meets both.
+/// Alternating, so that other load on the machine affects both.
 void compare(const std::function<void()>& a_oAction, const std::function<void()>& a_oFloor, int a_iChunks, int a_iRuns)
 {
     bench::Cost oAction;
