@@ -2,8 +2,8 @@
 
 #include "cfgctl/errors.h"
 #include "platform/base/uniquefd.h"
-#include "platform/client/credentials.h"
-#include "platform/client/timer.h"
+#include "platform/client/connection.h"
+#include "platform/base/eventloop.h"
 #include "platform/wire/message.h"
 
 #include <array>
@@ -51,7 +51,7 @@ int probe(const std::string& a_strSocket)
     ucred oPeer = {};
     socklen_t uiSize = sizeof oPeer;
     const bool bKnown = getsockopt(oSocket.get(), SOL_SOCKET, SO_PEERCRED, &oPeer, &uiSize) == 0;
-    return bKnown && !vadro::cfg::isTrustedUser(oPeer.uid) ? -1 : 0;
+    return bKnown && !platform::isTrustedUser(oPeer.uid) ? -1 : 0;
 }
 
 /// Whoever may use the socket, by its group's name where it has one.
@@ -146,7 +146,7 @@ void Session::connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler
 {
     m_oNotifications.registerConfigHandler(&a_oHandler);
     // The library is more patient with a service that accepts and doesn't answer than someone at a terminal is.
-    vadro::cfg::Timer oPatience(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
+    platform::Timer oPatience(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
     oPatience.start(s_oAnswerTimeout);
     try
     {

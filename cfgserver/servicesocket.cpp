@@ -1,7 +1,7 @@
 #include "cfgserver/servicesocket.h"
 
 #include "cfgserver/admission.h"
-#include "platform/client/credentials.h"
+#include "platform/client/connection.h"
 #include "platform/common/log.h"
 
 #include <cerrno>
@@ -87,7 +87,7 @@ std::optional<Peer> findListener(const std::string& a_strPath)
 /// listener, so it has nothing to lose.
 bool isSquatter(const Peer& a_oPeer)
 {
-    return ::geteuid() == 0 && !vadro::cfg::isTrustedUser(a_oPeer.m_uiUser);
+    return ::geteuid() == 0 && !platform::isTrustedUser(a_oPeer.m_uiUser);
 }
 
 /// Returns whoever listens there without being entitled to.

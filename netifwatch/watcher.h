@@ -7,7 +7,7 @@
 #include "netifwatch/kernelevents.h"
 #include "netifwatch/options.h"
 #include "netifwatch/reconciler.h"
-#include "platform/client/timer.h"
+#include "platform/base/eventloop.h"
 #include "vadro/cfg/notificationhandler.h"
 
 #include <functional>
@@ -54,7 +54,7 @@ private:
     InterfaceFilter m_oFilter;
     vadro::cfg::NotificationHandler m_oNotifications;
     Reconciler m_oReconciler;
-    vadro::cfg::Timer m_oTimer;
+    platform::Timer m_oTimer;
     KernelEvents m_oEvents;
     std::optional<FileWatch> m_oFiles;
 

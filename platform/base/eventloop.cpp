@@ -3,11 +3,13 @@
 #include "platform/base/errnoguard.h"
 #include "platform/common/log.h"
 
+#include <algorithm>
 #include <array>
 #include <system_error>
 
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
 
 namespace platform
@@ -43,7 +45,7 @@ EventLoop::EventLoop()
     }
     if (control(m_oEpollFd.get(), EPOLL_CTL_ADD, m_oWakeFd.get(), EPOLLIN, 0) != 0)
     {
-        throwSystemError("event loop: can't watch its own wake-up");
+        throwSystemError("event loop: cannot watch its own wake-up");
     }
 }
 
@@ -61,7 +63,7 @@ void EventLoop::add(int a_iFd, std::uint32_t a_uiEvents, Handler a_oHandler)
             m_oWatches.erase(it);
         }
         errno = iReason;
-        throwSystemError("event loop: can't watch a descriptor");
+        throwSystemError("event loop: cannot watch a descriptor");
     }
     it->second = std::move(oWatch);
 }
@@ -72,7 +74,7 @@ void EventLoop::modify(int a_iFd, std::uint32_t a_uiEvents)
     const std::uint32_t uiNumber = it != m_oWatches.end() ? it->second.m_uiNumber : 0;
     if (control(m_oEpollFd.get(), EPOLL_CTL_MOD, a_iFd, a_uiEvents, uiNumber) != 0)
     {
-        throwSystemError("event loop: can't change what is waited for");
+        throwSystemError("event loop: cannot change what is waited for");
     }
 }
 
@@ -80,7 +82,7 @@ void EventLoop::remove(int a_iFd)
 {
     if (m_oWatches.erase(a_iFd) > 0)
     {
-        const platform::ErrnoGuard oErrno;
+        const ErrnoGuard oErrno;
         control(m_oEpollFd.get(), EPOLL_CTL_DEL, a_iFd, 0, 0);
     }
 }
@@ -91,7 +93,7 @@ bool EventLoop::wait(int a_iTimeoutMs)
     const int iCount = epoll_wait(m_oEpollFd.get(), aoEvents.data(), static_cast<int>(aoEvents.size()), a_iTimeoutMs);
     if (iCount < 0 && errno != EINTR)
     {
-        throwSystemError("event loop: can't wait");
+        throwSystemError("event loop: cannot wait");
     }
     // Whatever ended the wait: after EINTR, too, the signal's handler may have called wakeUp().
     const bool bWoken = drainWakeUps();
@@ -126,7 +128,7 @@ void EventLoop::dispatch(const epoll_event& a_oEvent)
 
 void EventLoop::wakeUp() noexcept
 {
-    const platform::ErrnoGuard oErrno;
+    const ErrnoGuard oErrno;
     const std::uint64_t uiOne = 1;
     // Fails only when the counter is full, which wakes as well.
     [[maybe_unused]] const ssize_t iWritten = ::write(m_oWakeFd.get(), &uiOne, sizeof uiOne);
@@ -134,9 +136,58 @@ void EventLoop::wakeUp() noexcept
 
 bool EventLoop::drainWakeUps() noexcept
 {
-    const platform::ErrnoGuard oErrno;
+    const ErrnoGuard oErrno;
     std::uint64_t uiCount = 0;
     return ::read(m_oWakeFd.get(), &uiCount, sizeof uiCount) == static_cast<ssize_t>(sizeof uiCount);
+}
+
+Timer::Timer(EventLoop& a_oLoop, std::function<void()> a_oCallback)
+    : m_oLoop(a_oLoop), m_oFd(::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK))
+{
+    if (!m_oFd.isOpen())
+    {
+        throwSystemError("event loop: no timer granted");
+    }
+    m_oLoop.add(m_oFd.get(),
+                EPOLLIN,
+                [this, oCallback = std::move(a_oCallback)](std::uint32_t)
+                {
+                    if (acknowledge())
+                    {
+                        oCallback();
+                    }
+                });
+}
+
+Timer::~Timer()
+{
+    m_oLoop.remove(m_oFd.get());
+}
+
+void Timer::start(std::chrono::milliseconds a_oFromNow)
+{
+    set(std::max<std::chrono::nanoseconds>(a_oFromNow, std::chrono::nanoseconds(1))); // 0 would stop it
+}
+
+void Timer::stop()
+{
+    set(std::chrono::nanoseconds(0));
+}
+
+void Timer::set(std::chrono::nanoseconds a_oFromNow)
+{
+    const auto oSeconds = std::chrono::duration_cast<std::chrono::seconds>(a_oFromNow);
+    itimerspec oTime{};
+    oTime.it_value.tv_sec = static_cast<time_t>(oSeconds.count()); // 32 bits on some machines, far more than any wait
+    oTime.it_value.tv_nsec = static_cast<long>((a_oFromNow - oSeconds).count());
+    ::timerfd_settime(m_oFd.get(), 0, &oTime, nullptr); // fails for a bad descriptor or time only
+}
+
+// False when the timer was stopped or set anew after the loop had seen it expire.
+bool Timer::acknowledge() const
+{
+    std::uint64_t uiExpirations = 0;
+    return ::read(m_oFd.get(), &uiExpirations, sizeof uiExpirations) == static_cast<ssize_t>(sizeof uiExpirations);
 }
 
 } // namespace platform

@@ -2,6 +2,7 @@
 
 #include "platform/base/uniquefd.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -56,11 +57,33 @@ private:
     void dispatch(const epoll_event& a_oEvent);
     [[nodiscard]] bool drainWakeUps() noexcept;
 
-    platform::UniqueFd m_oEpollFd;
-    platform::UniqueFd m_oWakeFd;
+    UniqueFd m_oEpollFd;
+    UniqueFd m_oWakeFd;
     std::uint32_t m_uiLastNumber = 0;
     std::map<int, Watch> m_oWatches;
     std::uint32_t m_iModuleId;
+};
+
+/// Calls back once from within the event loop, after a time on the monotonic clock. The loop must outlive it.
+class Timer
+{
+public:
+    /// Throws std::system_error when the kernel grants no descriptor.
+    Timer(EventLoop& a_oLoop, std::function<void()> a_oCallback);
+    ~Timer();
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    /// Replaces the time that was set before.
+    void start(std::chrono::milliseconds a_oFromNow);
+    void stop();
+
+private:
+    void set(std::chrono::nanoseconds a_oFromNow);
+    [[nodiscard]] bool acknowledge() const;
+
+    EventLoop& m_oLoop;
+    UniqueFd m_oFd;
 };
 
 } // namespace platform

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace vadro::cfg
+namespace platform
 {
 
 using korrin::protocol::EResultCode;
@@ -81,19 +81,10 @@ EResultCode ConfigClient::getrow(const std::string& a_strTable,
                                  korrin::NameList& a_oColumns,
                                  korrin::ValueList& a_oValues)
 {
-    if (a_oColumns.empty() && m_oAhead.wantsPage(a_strTable, a_uiIndex))
-    {
-        m_oAhead.keepPage(a_strTable, readPage(a_strTable, a_uiIndex, a_oColumns));
-    }
-    if (a_oColumns.empty() && m_oAhead.takeRow(a_strTable, a_uiIndex, a_oValues))
-    {
-        m_strLastError.clear();
-        return toCode(wire::Result::Ok);
-    }
     wire::Request oRequest = makeRequest(wire::Operation::GetRow, a_strTable);
     oRequest.m_uiNumber = a_uiIndex;
     oRequest.m_oNames = a_oColumns;
-    return readRow(std::move(oRequest), a_oValues);
+    return readRowAhead(oRequest, a_oValues);
 }
 
 EResultCode ConfigClient::getrowbykey(const std::string& a_strTable,
@@ -104,18 +95,7 @@ EResultCode ConfigClient::getrowbykey(const std::string& a_strTable,
 {
     wire::Request oRequest = makeKeyRequest(wire::Operation::GetRowByKey, a_strTable, a_strKeyColumn, a_strKeyValue);
     oRequest.m_oNames = a_oColumns;
-    if (m_oAhead.find(oRequest) == nullptr && m_oAhead.wantsRows(oRequest))
-    {
-        m_oAhead.keepRows(oRequest, readPage(a_strTable, 0, a_oColumns));
-    }
-    if (const wire::Reply* pKnown = m_oAhead.find(oRequest))
-    {
-        m_strLastError = pKnown->m_strError;
-        return giveRow(*pKnown, a_oValues);
-    }
-    wire::Reply oReply = ask(oRequest);
-    m_oAhead.keep(oRequest, oReply);
-    return giveRow(std::move(oReply), a_oValues);
+    return readRowAhead(oRequest, a_oValues);
 }
 
 EResultCode ConfigClient::insertrow(const std::string& a_strTable, korrin::ValueList a_oValues)
@@ -220,18 +200,6 @@ EResultCode ConfigClient::commit()
     return toCode(eResult);
 }
 
-// Rows from a position on, as many as one reply holds. None when the service has none to give: whoever asked then asks
-// for the one row, and learns why.
-std::list<korrin::ValueList>
-ConfigClient::readPage(const std::string& a_strTable, std::uint32_t a_uiFirst, const korrin::NameList& a_oNames)
-{
-    wire::Request oRequest = makeRequest(wire::Operation::GetRows, a_strTable);
-    oRequest.m_uiNumber = a_uiFirst;
-    oRequest.m_oNames = a_oNames;
-    wire::Reply oReply = ask(std::move(oRequest));
-    return oReply.m_eResult == wire::Result::Ok ? std::move(oReply.m_oRows) : std::list<korrin::ValueList>();
-}
-
 wire::Reply ConfigClient::ask(wire::Request a_oRequest)
 {
     wire::Reply oReply = m_oRequester.request(std::move(a_oRequest));
@@ -255,6 +223,29 @@ EResultCode ConfigClient::readRow(wire::Request a_oRequest, korrin::ValueList& a
     return giveRow(ask(std::move(a_oRequest)), a_oValues);
 }
 
+EResultCode ConfigClient::readRowAhead(const wire::Request& a_oRead, korrin::ValueList& a_oValues)
+{
+    std::optional<wire::Reply> oReply = m_oAhead.find(a_oRead);
+    if (!oReply)
+    {
+        if (std::optional<wire::Request> oPage = m_oAhead.wantPage(a_oRead))
+        {
+            m_oAhead.keepPage(a_oRead, ask(std::move(*oPage)));
+            oReply = m_oAhead.find(a_oRead);
+        }
+    }
+    if (oReply)
+    {
+        m_strLastError = oReply->m_strError;
+    }
+    else
+    {
+        oReply = ask(a_oRead);
+        m_oAhead.keep(a_oRead, *oReply);
+    }
+    return giveRow(std::move(*oReply), a_oValues);
+}
+
 EResultCode ConfigClient::giveRow(wire::Reply a_oReply, korrin::ValueList& a_oValues)
 {
     if (a_oReply.m_eResult != wire::Result::Ok)
@@ -275,4 +266,4 @@ EResultCode ConfigClient::fail(wire::Result a_eResult, const char* a_pReason)
     return toCode(a_eResult);
 }
 
-} // namespace vadro::cfg
+} // namespace platform

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace vadro::cfg
+namespace platform
 {
 
 /// What carries a request to the service and brings its reply; the connection's failures are replies, too.
@@ -20,7 +20,7 @@ public:
 };
 
 /// The client of the configuration service: turns operations into requests. Throws nothing but std::bad_alloc.
-class ConfigClient : public common::IConfigClient
+class ConfigClient : public vadro::cfg::common::IConfigClient
 {
 public:
     /// The requester is borrowed and must outlive the client.
@@ -68,9 +68,8 @@ private:
     wire::Reply ask(wire::Request a_oRequest);
     korrin::protocol::EResultCode write(wire::Request a_oRequest);
     korrin::protocol::EResultCode readRow(wire::Request a_oRequest, korrin::ValueList& a_oValues);
+    korrin::protocol::EResultCode readRowAhead(const wire::Request& a_oRead, korrin::ValueList& a_oValues);
     korrin::protocol::EResultCode giveRow(wire::Reply a_oReply, korrin::ValueList& a_oValues);
-    std::list<korrin::ValueList>
-    readPage(const std::string& a_strTable, std::uint32_t a_uiFirst, const korrin::NameList& a_oNames);
     korrin::protocol::EResultCode fail(wire::Result a_eResult, const char* a_pReason);
 
     IRequester& m_oRequester;
@@ -80,4 +79,4 @@ private:
     ReadAhead m_oAhead;
 };
 
-} // namespace vadro::cfg
+} // namespace platform

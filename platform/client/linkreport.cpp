@@ -2,7 +2,7 @@
 
 #include "platform/common/log.h"
 
-namespace vadro::cfg
+namespace platform
 {
 
 namespace
@@ -77,4 +77,4 @@ std::string LinkReport::describe(const LinkError& a_oError) const
     return std::string(VAStr("Cannot reach the configuration service at '%s': %s", pPath, a_oError.what()));
 }
 
-} // namespace vadro::cfg
+} // namespace platform

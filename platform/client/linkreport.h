@@ -1,13 +1,13 @@
 #pragma once
 
-#include "platform/client/linkerror.h"
+#include "platform/client/connection.h"
 
 #include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
 
-namespace vadro::cfg
+namespace platform
 {
 
 /// What the log is told of the connection, one warning for each time without one, and the sentence that says why there
@@ -33,4 +33,4 @@ private:
     bool m_bWarned = false; // of this time without connection
 };
 
-} // namespace vadro::cfg
+} // namespace platform

@@ -1,20 +1,30 @@
 #include "platform/client/readahead.h"
 
 #include <algorithm>
-#include <utility>
 
-namespace vadro::cfg
+namespace platform
 {
 
 namespace
 {
 
-constexpr std::size_t s_uiKeysBeforeFetch = 3;
-constexpr std::size_t s_uiMaxReplies = 2048;
+constexpr std::size_t s_uiKeysBeforePage = 3;
+constexpr std::size_t s_uiMaxKeyed = 2048;
 
-bool isSameRead(const std::string& a_strColumn, const korrin::NameList& a_oNames, const wire::Request& a_oRead)
+bool isByKey(const wire::Request& a_oRead)
 {
-    return a_strColumn == a_oRead.m_strKeyColumn && a_oNames == a_oRead.m_oNames;
+    return a_oRead.m_eOperation == wire::Operation::GetRowByKey;
+}
+
+std::string keyOf(const wire::Request& a_oRead)
+{
+    return isByKey(a_oRead) ? a_oRead.m_strKeyValue : std::to_string(a_oRead.m_uiNumber);
+}
+
+bool namesItsKey(const wire::Request& a_oRead)
+{
+    const korrin::NameList& oNames = a_oRead.m_oNames;
+    return std::find(oNames.begin(), oNames.end(), a_oRead.m_strKeyColumn) != oNames.end();
 }
 
 } // namespace
@@ -27,119 +37,106 @@ void ReadAhead::setDelivering(bool a_bDelivering)
 
 void ReadAhead::forget(const std::string& a_strTable)
 {
-    m_oSequences.erase(a_strTable);
-    m_oKeyed.erase(a_strTable);
-}
-
-void ReadAhead::forgetAll()
-{
-    m_oSequences.clear();
-    m_oKeyed.clear();
+    m_oReads.erase({a_strTable, wire::Operation::GetRow});
+    m_oReads.erase({a_strTable, wire::Operation::GetRowByKey});
 }
 
 void ReadAhead::expectRows(const std::string& a_strTable, std::uint32_t a_uiCount)
 {
-    m_oSequences.erase(a_strTable);
+    m_oReads.erase({a_strTable, wire::Operation::GetRow});
     if (m_bDelivering && a_uiCount > 1)
     {
-        m_oSequences[a_strTable];
+        m_oReads[{a_strTable, wire::Operation::GetRow}];
     }
 }
 
-bool ReadAhead::wantsPage(const std::string& a_strTable, std::uint32_t a_uiIndex) const
+std::optional<wire::Reply> ReadAhead::find(const wire::Request& a_oRead)
 {
-    const auto it = m_oSequences.find(a_strTable);
-    return it != m_oSequences.end() && it->second.m_uiNext == a_uiIndex && it->second.m_oRows.empty();
-}
-
-void ReadAhead::keepPage(const std::string& a_strTable, std::list<korrin::ValueList> a_oRows)
-{
-    const auto it = m_oSequences.find(a_strTable); // it may have changed while the page came
-    if (it != m_oSequences.end() && a_oRows.empty())
+    Reads* pReads = findReads(a_oRead);
+    if (pReads == nullptr)
     {
-        m_oSequences.erase(it);
+        return std::nullopt;
     }
-    else if (it != m_oSequences.end())
+    const auto it = pReads->m_oReplies.find(keyOf(a_oRead));
+    if (it == pReads->m_oReplies.end())
     {
-        it->second.m_oRows = std::move(a_oRows);
+        return std::nullopt;
     }
+    if (isByKey(a_oRead))
+    {
+        return it->second;
+    }
+    return std::move(pReads->m_oReplies.extract(it).mapped());
 }
 
-bool ReadAhead::takeRow(const std::string& a_strTable, std::uint32_t a_uiIndex, korrin::ValueList& a_oValues)
+std::optional<wire::Request> ReadAhead::wantPage(const wire::Request& a_oRead)
 {
-    const auto it = m_oSequences.find(a_strTable);
-    if (it == m_oSequences.end() || it->second.m_uiNext != a_uiIndex || it->second.m_oRows.empty())
+    if (m_bDelivering && isByKey(a_oRead))
     {
-        return false;
+        // The first choice of columns is kept: a handler has no other.
+        m_oReads.try_emplace({a_oRead.m_strTable, a_oRead.m_eOperation},
+                             Reads{a_oRead.m_strKeyColumn, a_oRead.m_oNames, {}, 0});
     }
-    a_oValues = std::move(it->second.m_oRows.front());
-    it->second.m_oRows.pop_front();
-    ++it->second.m_uiNext;
-    return true;
+    const Reads* pReads = findReads(a_oRead);
+    if (pReads == nullptr || !pReads->m_uiNextPage)
+    {
+        return std::nullopt;
+    }
+    const bool bWanted = isByKey(a_oRead) ? pReads->m_oReplies.size() >= s_uiKeysBeforePage && namesItsKey(a_oRead)
+                                          : *pReads->m_uiNextPage == a_oRead.m_uiNumber;
+    if (!bWanted)
+    {
+        return std::nullopt;
+    }
+    wire::Request oPage;
+    oPage.m_eOperation = wire::Operation::GetRows;
+    oPage.m_strTable = a_oRead.m_strTable;
+    oPage.m_uiNumber = *pReads->m_uiNextPage;
+    oPage.m_oNames = a_oRead.m_oNames;
+    return oPage;
 }
 
-const wire::Reply* ReadAhead::find(const wire::Request& a_oRead)
+void ReadAhead::keepPage(const wire::Request& a_oRead, wire::Reply a_oPage)
 {
-    const Keyed* pKeyed = findKeyed(a_oRead);
-    if (pKeyed == nullptr)
+    Reads* pReads = findReads(a_oRead);
+    if (pReads == nullptr)
     {
-        return nullptr;
+        return; // the table changed while the page came
     }
-    const auto itReply = pKeyed->m_oReplies.find(a_oRead.m_strKeyValue);
-    return itReply != pKeyed->m_oReplies.end() ? &itReply->second : nullptr;
-}
-
-bool ReadAhead::wantsRows(const wire::Request& a_oRead)
-{
-    const korrin::NameList& oNames = a_oRead.m_oNames;
-    Keyed* pKeyed = openKeyed(a_oRead);
-    if (pKeyed == nullptr || pKeyed->m_bFetched || pKeyed->m_oReplies.size() < s_uiKeysBeforeFetch ||
-        std::find(oNames.begin(), oNames.end(), a_oRead.m_strKeyColumn) == oNames.end())
+    const bool bByKey = isByKey(a_oRead);
+    if (!bByKey)
     {
-        return false;
+        pReads->m_oReplies.clear(); // rows of the page before that nobody read
     }
-    pKeyed->m_bFetched = true;
-    return true;
-}
-
-void ReadAhead::keepRows(const wire::Request& a_oRead, std::list<korrin::ValueList> a_oRows)
-{
-    wire::Request oRead = a_oRead;
-    while (!a_oRows.empty())
+    const auto uiCount = static_cast<std::uint32_t>(a_oPage.m_oRows.size());
+    pReads->m_uiNextPage = bByKey || uiCount == 0 ? std::nullopt : std::optional(a_oRead.m_uiNumber + uiCount);
+    wire::Request oRow = a_oRead;
+    while (!a_oPage.m_oRows.empty() && (!bByKey || pReads->m_oReplies.size() < s_uiMaxKeyed))
     {
         wire::Reply oReply;
-        oReply.m_oRows.splice(oReply.m_oRows.end(), a_oRows, a_oRows.begin());
-        oRead.m_strKeyValue = std::as_const(oReply.m_oRows.front()).getValue(oRead.m_strKeyColumn).getText();
-        keep(oRead, std::move(oReply));
+        oReply.m_oRows.splice(oReply.m_oRows.end(), a_oPage.m_oRows, a_oPage.m_oRows.begin());
+        oRow.m_strKeyValue = std::as_const(oReply.m_oRows.front()).getValue(oRow.m_strKeyColumn).getText();
+        pReads->m_oReplies.emplace(keyOf(oRow), std::move(oReply)); // the first row of a key is the one that counts
+        ++oRow.m_uiNumber;
     }
 }
 
-void ReadAhead::keep(const wire::Request& a_oRead, wire::Reply a_oReply)
+void ReadAhead::keep(const wire::Request& a_oRead, const wire::Reply& a_oReply)
 {
     const bool bAnswered = a_oReply.m_eResult == wire::Result::Ok || a_oReply.m_eResult == wire::Result::NoSuchRow;
-    Keyed* pKeyed = findKeyed(a_oRead);
-    if (bAnswered && pKeyed != nullptr && pKeyed->m_oReplies.size() < s_uiMaxReplies)
+    Reads* pReads = isByKey(a_oRead) && bAnswered ? findReads(a_oRead) : nullptr;
+    if (pReads != nullptr && pReads->m_oReplies.size() < s_uiMaxKeyed)
     {
-        // The first row of a key is the one that counts.
-        pKeyed->m_oReplies.emplace(a_oRead.m_strKeyValue, std::move(a_oReply));
+        pReads->m_oReplies.emplace(keyOf(a_oRead), a_oReply);
     }
 }
 
-// One kind of read per table is kept, the first: a handler has no other.
-ReadAhead::Keyed* ReadAhead::openKeyed(const wire::Request& a_oRead)
+ReadAhead::Reads* ReadAhead::findReads(const wire::Request& a_oRead)
 {
-    if (m_bDelivering)
-    {
-        m_oKeyed.emplace(a_oRead.m_strTable, Keyed{a_oRead.m_strKeyColumn, a_oRead.m_oNames, {}, false});
-    }
-    return findKeyed(a_oRead);
-}
-
-ReadAhead::Keyed* ReadAhead::findKeyed(const wire::Request& a_oRead)
-{
-    const auto it = m_oKeyed.find(a_oRead.m_strTable);
-    const bool bSame = it != m_oKeyed.end() && isSameRead(it->second.m_strColumn, it->second.m_oNames, a_oRead);
+    const auto it = m_oReads.find({a_oRead.m_strTable, a_oRead.m_eOperation});
+    const bool bSame = it != m_oReads.end() && it->second.m_strKeyColumn == a_oRead.m_strKeyColumn &&
+                       it->second.m_oNames == a_oRead.m_oNames;
     return bSame ? &it->second : nullptr;
 }
 
-} // namespace vadro::cfg
+} // namespace platform

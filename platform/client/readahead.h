@@ -4,63 +4,53 @@
 
 #include <list>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 
-namespace vadro::cfg
+namespace platform
 {
 
 /// What was read ahead for the handler's call that is going on. A handler reads tables row by row, and the same rows
 /// by key again and again; out of here most of that comes without a round trip to the service each.
 ///
-/// Holds at most one page per table that is read in order and some rows per key column, and nothing at all outside a
-/// delivery. Pure: asks nobody.
+/// A read is a request for one row, by position (GetRow) or by key (GetRowByKey). Per table and way of reading, replies
+/// are kept for one choice of columns: at most one page of rows by position, a bounded number of rows by key, and
+/// nothing at all outside a delivery. Pure: asks nobody.
 class ReadAhead
 {
 public:
     /// A call of the handler begins or ends: what was read for another one is forgotten.
     void setDelivering(bool a_bDelivering);
-    /// The table changed, or may have.
+    /// The table changed, or may have. A reply that was under way meanwhile is not kept: it may be older.
     void forget(const std::string& a_strTable);
-    void forgetAll();
+    void forgetAll() { m_oReads.clear(); }
 
     /// The rows of the table were counted: they will be read one after the other.
     void expectRows(const std::string& a_strTable, std::uint32_t a_uiCount);
-    /// Whether the row is the next of a table that is read in order, and nothing is left of it here.
-    [[nodiscard]] bool wantsPage(const std::string& a_strTable, std::uint32_t a_uiIndex) const;
-    /// The rows from the next one on; none: the service has no pages to give, and is not asked again.
-    void keepPage(const std::string& a_strTable, std::list<korrin::ValueList> a_oRows);
-    /// True if the row was here; it is moved out, and the one behind it is the next.
-    [[nodiscard]] bool takeRow(const std::string& a_strTable, std::uint32_t a_uiIndex, korrin::ValueList& a_oValues);
 
-    /// The reply to an equal read by key; null: not known.
-    [[nodiscard]] const wire::Reply* find(const wire::Request& a_oRead);
-    /// Called before each such read: whether so many keys were asked for that the rows of the table are worth one
-    /// transfer. At most once.
-    [[nodiscard]] bool wantsRows(const wire::Request& a_oRead);
-    /// The first rows of the table, with the columns of the read. Nothing is kept, here and below, when the table
-    /// changed since wantsRows(): the reply may be older than the change.
-    void keepRows(const wire::Request& a_oRead, std::list<korrin::ValueList> a_oRows);
-    void keep(const wire::Request& a_oRead, wire::Reply a_oReply);
+    /// The reply to an equal read; none: not known. By position it is given once.
+    [[nodiscard]] std::optional<wire::Reply> find(const wire::Request& a_oRead);
+    /// Called for what is not known, before the service is asked: the request for the page of rows to fetch first, if
+    /// that is worth it. By position, when the row is the next of a table that is read in order; by key, once, when
+    /// several keys were asked for.
+    [[nodiscard]] std::optional<wire::Request> wantPage(const wire::Request& a_oRead);
+    /// The reply to that request; without rows, pages are wanted no more.
+    void keepPage(const wire::Request& a_oRead, wire::Reply a_oPage);
+    void keep(const wire::Request& a_oRead, const wire::Reply& a_oReply);
 
 private:
-    struct Sequence
+    struct Reads
     {
-        std::uint32_t m_uiNext = 0;
-        std::list<korrin::ValueList> m_oRows; // the next one first
-    };
-    struct Keyed
-    {
-        std::string m_strColumn;
+        std::string m_strKeyColumn; // empty: by position
         korrin::NameList m_oNames;
-        std::map<std::string, wire::Reply> m_oReplies; // by the key's value
-        bool m_bFetched = false;
+        std::map<std::string, wire::Reply> m_oReplies; // by the key's value or the position
+        std::optional<std::uint32_t> m_uiNextPage = 0; // position of its first row; none: no page is wanted any more
     };
-    Keyed* openKeyed(const wire::Request& a_oRead);
-    [[nodiscard]] Keyed* findKeyed(const wire::Request& a_oRead);
+    [[nodiscard]] Reads* findReads(const wire::Request& a_oRead);
 
     bool m_bDelivering = false;
-    std::map<std::string, Sequence> m_oSequences; // by table
-    std::map<std::string, Keyed> m_oKeyed;        // by table
+    std::map<std::pair<std::string, wire::Operation>, Reads> m_oReads; // by table and way of reading
 };
 
-} // namespace vadro::cfg
+} // namespace platform

@@ -1,9 +1,13 @@
 #include "platform/client/serviceconnection.h"
 
+#include "vadro/cfg/notificationhandler.h"
+
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
-namespace vadro::cfg
+namespace platform
 {
 
 namespace
@@ -35,14 +39,19 @@ private:
     ConfigClient& m_oClient;
 };
 
+bool isWatched(const std::list<std::string>& a_oTables, const std::string& a_strTable)
+{
+    return std::find(a_oTables.begin(), a_oTables.end(), a_strTable) != a_oTables.end();
+}
+
 } // namespace
 
-ServiceConnection::ServiceConnection(platform::EventLoop& a_oLoop,
+ServiceConnection::ServiceConnection(EventLoop& a_oLoop,
                                      const LinkSettings& a_oSettings,
                                      unsigned int a_uiConnectTimeoutSec,
                                      const LinkLimits& a_oLimits)
-    : m_oLoop(a_oLoop), m_oConnectTimeout(a_uiConnectTimeoutSec),
-      m_oClient(*this, a_oSettings.m_oIntroduction.m_bReadOnly), m_oLink(a_oLoop, *this, a_oSettings, a_oLimits)
+    : m_oLoop(a_oLoop), m_oConnectTimeout(a_uiConnectTimeoutSec), m_oClient(*this, a_oSettings.m_bReadOnly),
+      m_oLink(a_oLoop, *this, a_oSettings, a_oLimits)
 {
 }
 
@@ -50,10 +59,7 @@ void ServiceConnection::initialize()
 {
     if (m_pHandler != nullptr)
     {
-        std::list<std::string> oNames;
-        m_pHandler->getTableNames(oNames);
-        m_oPending.watch(oNames);
-        m_oLink.setWatched(m_oPending.getWatched());
+        watchTables();
     }
     {
         const FlagScope oScope(m_bInitializing);
@@ -62,9 +68,25 @@ void ServiceConnection::initialize()
     wakeForDeliveries();
 }
 
+void ServiceConnection::watchTables()
+{
+    std::list<std::string> oNames;
+    m_pHandler->getTableNames(oNames);
+    m_oPending.clear();
+    m_oWatched.clear();
+    for (const std::string& strName : oNames)
+    {
+        if (!isWatched(m_oWatched, strName))
+        {
+            m_oWatched.push_back(strName);
+        }
+    }
+    m_oLink.setWatched(m_oWatched);
+}
+
 void ServiceConnection::awaitLink()
 {
-    const platform::Deadline oDeadline(m_oConnectTimeout);
+    const Deadline oDeadline(m_oConnectTimeout);
     // The pauses grow, so the last one may reach past the deadline: one more try is made then.
     bool bLastTry = oDeadline.hasPassed();
     m_oLink.connect();
@@ -118,9 +140,10 @@ void ServiceConnection::deliver()
     }
     // Without a connection a handler could read nothing and would take its rows for gone; all tables are delivered
     // once it is back.
-    for (const std::string& strTable : m_oPending.getPending())
+    const std::set<std::string> oDue = m_oPending; // what comes meanwhile waits for the next pass
+    for (const std::string& strTable : m_oWatched)
     {
-        if (m_oLink.isUp() && m_oPending.take(strTable))
+        if (oDue.count(strTable) > 0 && m_oLink.isUp() && m_oPending.erase(strTable) > 0)
         {
             const DeliveryScope oScope(m_oClient);
             m_pHandler->loadFromConfig(m_oClient, strTable);
@@ -130,7 +153,7 @@ void ServiceConnection::deliver()
 
 void ServiceConnection::wakeForDeliveries()
 {
-    if (!m_bDelivering && (m_bServiceEvent || (m_oLink.isUp() && !m_oPending.isEmpty())))
+    if (!m_bDelivering && (m_bServiceEvent || (m_oLink.isUp() && !m_oPending.empty())))
     {
         m_oLoop.wakeUp();
     }
@@ -138,12 +161,13 @@ void ServiceConnection::wakeForDeliveries()
 
 void ServiceConnection::onLinkUp()
 {
+    // At the start, the first delivery makes a handler load everything.
+    const auto itEnd = m_bInitializing && !m_oWatched.empty() ? std::next(m_oWatched.begin()) : m_oWatched.end();
+    m_oPending.insert(m_oWatched.begin(), itEnd);
     if (m_bInitializing)
     {
-        m_oPending.markFirst(); // the first delivery makes a handler load everything
         return;
     }
-    m_oPending.markAll();
     m_bServiceEvent = m_pHandler != nullptr;
 }
 
@@ -155,7 +179,10 @@ void ServiceConnection::onLinkDown()
 
 void ServiceConnection::onTableChanged(const std::string& a_strTable)
 {
-    m_oPending.mark(a_strTable);
+    if (isWatched(m_oWatched, a_strTable))
+    {
+        m_oPending.insert(a_strTable);
+    }
     m_oClient.onTableChanged(a_strTable);
 }
 
@@ -175,6 +202,53 @@ wire::Reply ServiceConnection::request(wire::Request a_oRequest)
 std::string ServiceConnection::getServiceVersion() const
 {
     return m_oLink.isUp() ? m_oLink.getServiceVersion() : std::string();
+}
+
+} // namespace platform
+
+namespace vadro::cfg
+{
+
+NotificationHandler::NotificationHandler(const char* a_pSocketPath,
+                                         korrin::net::EventDispatcher& a_oDispatcher,
+                                         const std::string& a_strClientName,
+                                         bool a_bNotifyOwnChanges,
+                                         unsigned int a_uiConnectTimeoutSec,
+                                         unsigned int a_uiRetryDelayMs,
+                                         bool a_bReconnect,
+                                         bool a_bReadOnly)
+{
+    platform::LinkSettings oSettings;
+    oSettings.m_strSocketPath = a_pSocketPath;
+    oSettings.m_strClientName = a_strClientName;
+    oSettings.m_bNotifyOwnChanges = a_bNotifyOwnChanges;
+    oSettings.m_bReadOnly = a_bReadOnly;
+    oSettings.m_bReconnect = a_bReconnect;
+    oSettings.m_uiRetryDelayMs = a_uiRetryDelayMs;
+    m_pConnection =
+        std::make_unique<platform::ServiceConnection>(a_oDispatcher.getEventLoop(), oSettings, a_uiConnectTimeoutSec);
+}
+
+NotificationHandler::~NotificationHandler() = default;
+
+void NotificationHandler::registerConfigHandler(IConfigHandler* a_pHandler)
+{
+    m_pConnection->registerConfigHandler(a_pHandler);
+}
+
+void NotificationHandler::initialize()
+{
+    m_pConnection->initialize();
+}
+
+common::IConfigClient& NotificationHandler::getConfigClient()
+{
+    return m_pConnection->getConfigClient();
+}
+
+void NotificationHandler::process()
+{
+    m_pConnection->process();
 }
 
 } // namespace vadro::cfg

@@ -2,11 +2,15 @@
 
 #include "platform/base/eventloop.h"
 #include "platform/client/configclient.h"
-#include "platform/client/pendingtables.h"
 #include "platform/client/servicelink.h"
 #include "vadro/cfg/iconfighandler.h"
 
-namespace vadro::cfg
+#include <chrono>
+#include <list>
+#include <set>
+#include <string>
+
+namespace platform
 {
 
 /// What stands behind NotificationHandler, with the same contracts: the link to the service, the client that uses it,
@@ -14,14 +18,14 @@ namespace vadro::cfg
 class ServiceConnection : private ILinkListener, private IRequester
 {
 public:
-    ServiceConnection(platform::EventLoop& a_oLoop,
+    ServiceConnection(EventLoop& a_oLoop,
                       const LinkSettings& a_oSettings,
                       unsigned int a_uiConnectTimeoutSec,
                       const LinkLimits& a_oLimits = LinkLimits());
 
-    void registerConfigHandler(IConfigHandler* a_pHandler) { m_pHandler = a_pHandler; }
+    void registerConfigHandler(vadro::cfg::IConfigHandler* a_pHandler) { m_pHandler = a_pHandler; }
     void initialize();
-    [[nodiscard]] common::IConfigClient& getConfigClient() { return m_oClient; }
+    [[nodiscard]] vadro::cfg::common::IConfigClient& getConfigClient() { return m_oClient; }
     void process();
 
 private:
@@ -31,14 +35,16 @@ private:
     wire::Reply request(wire::Request a_oRequest) override;
     [[nodiscard]] std::string getServiceVersion() const override;
 
+    void watchTables();
     void awaitLink();
     void deliver();
     void wakeForDeliveries();
 
-    platform::EventLoop& m_oLoop;
-    IConfigHandler* m_pHandler = nullptr;
+    EventLoop& m_oLoop;
+    vadro::cfg::IConfigHandler* m_pHandler = nullptr;
     std::chrono::seconds m_oConnectTimeout;
-    PendingTables m_oPending;
+    std::list<std::string> m_oWatched; // in the order of delivery, each once
+    std::set<std::string> m_oPending;  // watched tables that wait to be delivered
     bool m_bInitializing = false;
     bool m_bDelivering = false;
     bool m_bServiceEvent = false; // the handler has to hear of a connection lost or found
@@ -46,4 +52,4 @@ private:
     ServiceLink m_oLink;
 };
 
-} // namespace vadro::cfg
+} // namespace platform

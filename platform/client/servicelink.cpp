@@ -4,7 +4,7 @@
 
 #include <sys/epoll.h>
 
-namespace vadro::cfg
+namespace platform
 {
 
 namespace
@@ -18,12 +18,37 @@ wire::Reply makeFailure(wire::Result a_eResult, std::string a_strReason)
     return oReply;
 }
 
+wire::Request makeGreeting(const LinkSettings& a_oSettings)
+{
+    const auto toFlag = [](bool a_bFlag) { return korrin::Value(korrin::eValueInteger, a_bFlag ? 1 : 0); };
+    wire::Request oHello;
+    oHello.m_eOperation = wire::Operation::Hello;
+    oHello.m_uiNumber = wire::g_uiProtocolVersion;
+    oHello.m_strTable = a_oSettings.m_strClientName;
+    oHello.m_oNames.assign(a_oSettings.m_oWatched.begin(), a_oSettings.m_oWatched.end());
+    oHello.m_oValues.add("NotifyOwnChanges", toFlag(a_oSettings.m_bNotifyOwnChanges));
+    oHello.m_oValues.add("ReadOnly", toFlag(a_oSettings.m_bReadOnly));
+    return oHello;
+}
+
+/// The service's name and version from its answer. Throws LinkError with the service's reason when it refused.
+std::string readGreetingReply(const wire::Reply& a_oReply)
+{
+    if (a_oReply.m_eResult != wire::Result::Ok)
+    {
+        throw LinkError(wire::Result::BadRequest, "it refused this client: " + a_oReply.m_strError);
+    }
+    if (a_oReply.m_oRows.empty())
+    {
+        throw LinkError(wire::Result::Garbled, "it did not say what it is");
+    }
+    const korrin::ValueList& oAbout = a_oReply.m_oRows.front();
+    return oAbout.getValue("Service").getText() + " " + oAbout.getValue("Version").getText();
+}
+
 } // namespace
 
-ServiceLink::ServiceLink(platform::EventLoop& a_oLoop,
-                         ILinkListener& a_oListener,
-                         LinkSettings a_oSettings,
-                         LinkLimits a_oLimits)
+ServiceLink::ServiceLink(EventLoop& a_oLoop, ILinkListener& a_oListener, LinkSettings a_oSettings, LinkLimits a_oLimits)
     : m_oLoop(a_oLoop), m_oListener(a_oListener), m_oSettings(std::move(a_oSettings)), m_oLimits(std::move(a_oLimits)),
       m_oBackoff(std::chrono::milliseconds(m_oSettings.m_uiRetryDelayMs), m_oLimits.m_oMaxRetryDelay),
       m_oTimer(a_oLoop, [this] { onTimer(); }), m_oReport(m_oSettings.m_strSocketPath)
@@ -42,9 +67,9 @@ void ServiceLink::connect()
     try
     {
         openSocket();
-        wire::Request oHello = makeGreeting(m_oSettings.m_oIntroduction);
+        wire::Request oHello = makeGreeting(m_oSettings);
         // Fits the buffer of a fresh socket, or something is wrong.
-        send(makeFrame(oHello), platform::Deadline(std::chrono::milliseconds(0)));
+        send(makeFrame(oHello), Deadline(std::chrono::milliseconds(0)));
         m_eState = State::Greeting;
         m_oTimer.start(m_oLimits.m_oRequest);
     }
@@ -66,14 +91,14 @@ void ServiceLink::stop()
 
 void ServiceLink::openSocket()
 {
-    m_pStream = std::make_unique<MessageStream>(m_oSettings.m_strSocketPath);
+    m_pConnection = std::make_unique<Connection>(m_oSettings.m_strSocketPath);
     checkPeer();
-    m_oLoop.add(m_pStream->getSocket().getFd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
+    m_oLoop.add(m_pConnection->getFd(), EPOLLIN, [this](std::uint32_t) { onReadable(); });
 }
 
 void ServiceLink::checkPeer() const
 {
-    const uid_t uiUser = m_pStream->getSocket().getPeerUser();
+    const uid_t uiUser = m_pConnection->getPeerUser();
     if (!m_oLimits.m_oIsTrusted(uiUser))
     {
         throw LinkError(wire::Result::NoAccess, std::to_string(uiUser));
@@ -86,11 +111,11 @@ std::string ServiceLink::makeFrame(wire::Request& a_oRequest)
     return wire::encodeFrame(wire::encode(a_oRequest));
 }
 
-void ServiceLink::send(const std::string& a_strFrame, const platform::Deadline& a_oDeadline)
+void ServiceLink::send(const std::string& a_strFrame, const Deadline& a_oDeadline)
 {
     m_oReply.reset();
     m_bAwaiting = true;
-    m_pStream->getSocket().send(a_strFrame, a_oDeadline);
+    m_pConnection->send(a_strFrame, a_oDeadline);
 }
 
 void ServiceLink::finishGreeting(const wire::Reply& a_oReply)
@@ -130,7 +155,7 @@ wire::Reply ServiceLink::exchange(const std::string& a_strFrame)
 {
     try
     {
-        const platform::Deadline oDeadline(m_oLimits.m_oRequest);
+        const Deadline oDeadline(m_oLimits.m_oRequest);
         send(a_strFrame, oDeadline);
         return awaitReply(oDeadline);
     }
@@ -146,7 +171,7 @@ wire::Reply ServiceLink::exchange(const std::string& a_strFrame)
     }
 }
 
-wire::Reply ServiceLink::awaitReply(const platform::Deadline& a_oDeadline)
+wire::Reply ServiceLink::awaitReply(const Deadline& a_oDeadline)
 {
     for (;;)
     {
@@ -156,9 +181,9 @@ wire::Reply ServiceLink::awaitReply(const platform::Deadline& a_oDeadline)
             m_bProved = true;
             return std::move(*m_oReply);
         }
-        if (a_oDeadline.hasPassed() || !m_pStream->receive())
+        if (a_oDeadline.hasPassed() || !m_pConnection->receive())
         {
-            m_pStream->getSocket().waitReadable(a_oDeadline);
+            m_pConnection->waitReadable(a_oDeadline);
         }
     }
 }
@@ -167,7 +192,7 @@ void ServiceLink::onReadable()
 {
     try
     {
-        (void)m_pStream->receive(); // the rest is reported again
+        (void)m_pConnection->receive(); // the rest is reported again
         handleMessages();
         if (m_eState == State::Greeting && m_oReply)
         {
@@ -198,7 +223,7 @@ void ServiceLink::onTimer()
 
 void ServiceLink::handleMessages()
 {
-    while (std::optional<wire::Message> oMessage = m_pStream->take())
+    while (std::optional<wire::Message> oMessage = m_pConnection->take())
     {
         std::visit([this](auto& a_oContent) { handle(a_oContent); }, *oMessage);
     }
@@ -262,11 +287,11 @@ void ServiceLink::close()
     m_eState = State::Down;
     m_bAwaiting = false;
     m_oReply.reset();
-    if (m_pStream)
+    if (m_pConnection)
     {
-        m_oLoop.remove(m_pStream->getSocket().getFd());
-        m_pStream.reset();
+        m_oLoop.remove(m_pConnection->getFd());
+        m_pConnection.reset();
     }
 }
 
-} // namespace vadro::cfg
+} // namespace platform

@@ -7,10 +7,13 @@
 #include <memory>
 #include <string>
 
+namespace platform
+{
+class ServiceConnection;
+}
+
 namespace vadro::cfg
 {
-
-class ServiceConnection;
 
 /// The configuration client: one connection to the service's socket and the delivery of table changes.
 ///
@@ -55,7 +58,7 @@ public:
     void process();
 
 private:
-    std::unique_ptr<ServiceConnection> m_pConnection;
+    std::unique_ptr<platform::ServiceConnection> m_pConnection;
 };
 
 } // namespace vadro::cfg

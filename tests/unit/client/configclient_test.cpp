@@ -11,7 +11,7 @@ namespace
 
 using wire::Result;
 
-class ScriptedRequester : public vadro::cfg::IRequester
+class ScriptedRequester : public platform::IRequester
 {
 public:
     wire::Reply request(wire::Request a_oRequest) override
@@ -48,7 +48,7 @@ korrin::ValueList row(int a_iId)
 TEST(ConfigClient, WriteAccessEndsWithCommitLossAndRefusalAndIsNotForReaders)
 {
     ScriptedRequester oRequester;
-    vadro::cfg::ConfigClient oClient(oRequester, false);
+    platform::ConfigClient oClient(oRequester, false);
     const std::vector<std::pair<Result, std::function<void()>>> oEnds = {
         {Result::Ok, [&] { oClient.commit(); }},
         {Result::StorageFailed, [&] { oClient.commit(); }},
@@ -72,14 +72,14 @@ TEST(ConfigClient, WriteAccessEndsWithCommitLossAndRefusalAndIsNotForReaders)
         EXPECT_FALSE(oClient.hasdbaccess()) << static_cast<unsigned>(eResult);
     }
     const int iRequests = oRequester.m_iRequests;
-    EXPECT_EQ(vadro::cfg::ConfigClient(oRequester, true).getdbaccess(), static_cast<unsigned>(Result::NoAccess));
+    EXPECT_EQ(platform::ConfigClient(oRequester, true).getdbaccess(), static_cast<unsigned>(Result::NoAccess));
     EXPECT_EQ(oRequester.m_iRequests, iRequests) << "a client that only reads must not ask";
 }
 
 TEST(ConfigClient, LargeTableIsReadPageByPageAllOrNothing)
 {
     ScriptedRequester oRequester;
-    vadro::cfg::ConfigClient oClient(oRequester, false);
+    platform::ConfigClient oClient(oRequester, false);
     oRequester.m_oReplies = {{0, Result::Ok, "", 3, {row(1), row(2)}, {}}, {0, Result::Ok, "", 3, {row(3)}, {}}};
     std::list<korrin::ValueList> oRows;
     EXPECT_EQ(oClient.getrows("T", oRows), 0U);
@@ -94,7 +94,7 @@ TEST(ConfigClient, LargeTableIsReadPageByPageAllOrNothing)
 TEST(ConfigClient, ReadWithoutARowFailsAndDeletionNamesItsPosition)
 {
     ScriptedRequester oRequester;
-    vadro::cfg::ConfigClient oClient(oRequester, false);
+    platform::ConfigClient oClient(oRequester, false);
     korrin::NameList oNames;
     korrin::ValueList oValues = row(9);
     EXPECT_NE(oClient.getrow("T", 0, oNames, oValues), 0U);

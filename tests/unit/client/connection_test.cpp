@@ -13,10 +13,10 @@ namespace
 {
 
 using namespace std::chrono_literals;
+using platform::ServiceConnection;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using vadro::cfg::ServiceConnection;
 using wire::Operation;
 using wire::Result;
 
@@ -53,7 +53,7 @@ class Connection : public testing::Test
 protected:
     ServiceConnection& make(unsigned a_uiConnectSec = 5)
     {
-        vadro::cfg::LinkSettings oSettings;
+        platform::LinkSettings oSettings;
         oSettings.m_strSocketPath = m_oService.getPath();
         oSettings.m_uiRetryDelayMs = m_uiRetryDelayMs;
         m_pConnection = std::make_unique<ServiceConnection>(m_oLoop, oSettings, a_uiConnectSec, m_oLimits);
@@ -96,7 +96,7 @@ protected:
 
     platform::EventLoop m_oLoop;
     unsigned m_uiRetryDelayMs = 10;
-    vadro::cfg::LinkLimits m_oLimits{3s, 30s, vadro::cfg::isTrustedUser};
+    platform::LinkLimits m_oLimits{3s, 30s, platform::isTrustedUser};
     RecordingHandler m_oHandler;
     FakeService m_oService;
     std::unique_ptr<ServiceConnection> m_pConnection;
@@ -391,7 +391,7 @@ TEST_F(Connection, WakeUpEndsInitializeAndTheServiceIsFoundLater)
 
 TEST(Backoff, DoublesUpToItsLimitAndNeverSpins)
 {
-    vadro::cfg::Backoff oBackoff(500ms, 30s);
+    platform::Backoff oBackoff(500ms, 30s);
     std::vector<long> oPauses;
     for (int i = 0; i < 8; ++i)
     {
@@ -400,7 +400,7 @@ TEST(Backoff, DoublesUpToItsLimitAndNeverSpins)
     EXPECT_THAT(oPauses, ElementsAre(500, 1000, 2000, 4000, 8000, 16000, 30000, 30000));
     oBackoff.restart();
     EXPECT_EQ(oBackoff.take(), 500ms);
-    EXPECT_GE(vadro::cfg::Backoff(0ms, 0ms).take(), 1ms);
+    EXPECT_GE(platform::Backoff(0ms, 0ms).take(), 1ms);
 }
 
 } // namespace

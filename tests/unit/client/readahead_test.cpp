@@ -11,7 +11,7 @@ namespace
 {
 
 /// A client with the real service behind it, without a socket between. Counts its requests.
-class Direct : public vadro::cfg::IRequester
+class Direct : public platform::IRequester
 {
 public:
     explicit Direct(cfgserver::Service& a_oService) : m_oClient(*this, false), m_oService(a_oService)
@@ -32,7 +32,7 @@ public:
     }
     [[nodiscard]] std::string getServiceVersion() const override { return ""; }
 
-    vadro::cfg::ConfigClient m_oClient;
+    platform::ConfigClient m_oClient;
     int m_iRequests = 0;
     std::function<void()> m_oBehindReply; // what the service sends right behind the next reply
 
@@ -44,7 +44,7 @@ private:
 class ReadAhead : public testing::Test
 {
 protected:
-    void write(Direct& a_oOne, const std::function<void(vadro::cfg::ConfigClient&)>& a_oWrites)
+    void write(Direct& a_oOne, const std::function<void(platform::ConfigClient&)>& a_oWrites)
     {
         ASSERT_EQ(a_oOne.m_oClient.getdbaccess(), 0U);
         a_oWrites(a_oOne.m_oClient);
@@ -53,7 +53,7 @@ protected:
     void add(Direct& a_oOne, const char* a_pTable, int a_iFirst, int a_iLast)
     {
         write(a_oOne,
-              [&](vadro::cfg::ConfigClient& a_oClient)
+              [&](platform::ConfigClient& a_oClient)
               {
                   for (int iId = a_iFirst; iId <= a_iLast; ++iId)
                   {
@@ -67,7 +67,7 @@ protected:
     }
     /// What a read gives: code, reason, row.
     template<typename Read>
-    static auto outcome(vadro::cfg::ConfigClient& a_oClient, Read a_oRead)
+    static auto outcome(platform::ConfigClient& a_oClient, Read a_oRead)
     {
         korrin::ValueList oRow;
         std::string strWhy;

@@ -1,16 +1,17 @@
-#include "platform/client/unixsocket.h"
+#include "platform/client/connection.h"
 
 #include "platform/base/io.h"
-#include "platform/client/linkerror.h"
 
 #include <array>
 #include <cerrno>
 #include <system_error>
 
 #include <poll.h>
+#include <pwd.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
-namespace vadro::cfg
+namespace platform
 {
 
 namespace
@@ -28,20 +29,33 @@ bool isNothingYet(int a_iErrno)
 
 } // namespace
 
-UnixSocket::UnixSocket(const std::string& a_strPath)
+bool isTrustedUser(uid_t a_uiUser)
+{
+    if (a_uiUser == 0 || a_uiUser == geteuid())
+    {
+        return true;
+    }
+    passwd oEntry{};
+    passwd* pFound = nullptr;
+    std::array<char, 4096> acStrings;
+    const int iError = getpwnam_r(QUORVAD_SERVICE_USER, &oEntry, acStrings.data(), acStrings.size(), &pFound);
+    return iError == 0 && pFound != nullptr && pFound->pw_uid == a_uiUser;
+}
+
+Connection::Connection(const std::string& a_strPath)
     : m_oFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0))
 {
     if (!m_oFd.isOpen())
     {
         throwSystemReason(errno);
     }
-    if (!platform::UnixAddress(a_strPath).connect(m_oFd.get()))
+    if (!UnixAddress(a_strPath).connect(m_oFd.get()))
     {
         throwSystemReason(errno);
     }
 }
 
-uid_t UnixSocket::getPeerUser() const
+uid_t Connection::getPeerUser() const
 {
     ucred oPeer{};
     socklen_t uiSize = sizeof oPeer;
@@ -52,7 +66,7 @@ uid_t UnixSocket::getPeerUser() const
     return oPeer.uid;
 }
 
-void UnixSocket::send(std::string_view a_strBytes, const platform::Deadline& a_oDeadline) const
+void Connection::send(std::string_view a_strBytes, const Deadline& a_oDeadline) const
 {
     while (!a_strBytes.empty())
     {
@@ -72,13 +86,13 @@ void UnixSocket::send(std::string_view a_strBytes, const platform::Deadline& a_o
     }
 }
 
-bool UnixSocket::receive(wire::FrameReader& a_oReader) const
+bool Connection::receive()
 {
     std::array<char, 16384> acBytes;
     const ssize_t iReceived = ::recv(m_oFd.get(), acBytes.data(), acBytes.size(), MSG_DONTWAIT);
     if (iReceived > 0)
     {
-        a_oReader.feed(acBytes.data(), static_cast<std::size_t>(iReceived));
+        m_oReader.feed(acBytes.data(), static_cast<std::size_t>(iReceived));
         return true;
     }
     if (iReceived == 0)
@@ -92,12 +106,35 @@ bool UnixSocket::receive(wire::FrameReader& a_oReader) const
     return false;
 }
 
-void UnixSocket::waitReadable(const platform::Deadline& a_oDeadline) const
+std::optional<wire::Message> Connection::take()
+{
+    std::string strPayload;
+    switch (m_oReader.next(strPayload))
+    {
+    case wire::FrameReader::State::NeedMore:
+        return std::nullopt;
+    case wire::FrameReader::State::Broken:
+        throw LinkError(wire::Result::Garbled,
+                        "unreadable: a frame of " + std::to_string(m_oReader.getRefusedLength()) + " bytes announced");
+    case wire::FrameReader::State::Payload:
+        break;
+    }
+    try
+    {
+        return wire::decode(strPayload);
+    }
+    catch (const wire::DecodeError& e)
+    {
+        throw LinkError(wire::Result::Garbled, std::string("unreadable: ") + e.what());
+    }
+}
+
+void Connection::waitReadable(const Deadline& a_oDeadline) const
 {
     wait(POLLIN, a_oDeadline);
 }
 
-void UnixSocket::wait(short a_iEvents, const platform::Deadline& a_oDeadline) const
+void Connection::wait(short a_iEvents, const Deadline& a_oDeadline) const
 {
     if (a_oDeadline.hasPassed())
     {
@@ -111,4 +148,4 @@ void UnixSocket::wait(short a_iEvents, const platform::Deadline& a_oDeadline) co
     }
 }
 
-} // namespace vadro::cfg
+} // namespace platform
