@@ -2,7 +2,7 @@
 
 add_test(NAME lint.seam COMMAND ${seam})
 
-# The flags of a debug or sanitizer build make other programs than those that are shipped.
+# Debug and sanitizer builds are not shipped and have other flags.
 if(NOT QUORVAD_SANITIZE AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$")
     set(files)
     foreach(program IN LISTS QUORVAD_PROGRAMS)

@@ -23,8 +23,8 @@ set_target_properties(quorvad_curl PROPERTIES
     INTERFACE_INCLUDE_DIRECTORIES ${QUORVAD_CURL_INCLUDE}
     INTERFACE_LINK_LIBRARIES "quorvad_cares;OpenSSL::SSL;OpenSSL::Crypto;Threads::Threads")
 
-# A libcurl without c-ares takes the daemon's DNS options for unknown and asks the system's resolver instead, in silence;
-# one that reads file:// lets an account's URL read the router's files. Neither shows before it hurts, so it is tried here.
+# A libcurl without c-ares silently ignores the daemon's DNS options and asks the system's resolver instead;
+# one that reads file:// lets an account's URL read the router's files. Neither is noticed until it does harm, so it is tested here.
 function(quorvad_reject_curl a_why)
     message(FATAL_ERROR "The libcurl at ${QUORVAD_CURL_LIBRARY} can't be used: ${a_why}\n"
         "Build a fitting one with: scripts/build-curl ${QUORVAD_DEPS_DIR}/curl")
@@ -51,7 +51,7 @@ function(quorvad_run_curl_check)
     endif()
 endfunction()
 
-# Nothing can be run: the names in the archive must tell.
+# Nothing can be run: go by the names in the archive.
 function(quorvad_read_curl_symbols)
     file(STRINGS ${QUORVAD_CURL_LIBRARY} ares REGEX "ares_set_local_dev" LIMIT_COUNT 1)
     file(STRINGS ${QUORVAD_CURL_LIBRARY} https REGEX "Curl_handler_https" LIMIT_COUNT 1)
