@@ -1,6 +1,6 @@
 /* A wall clock that can be stepped for one program: LD_PRELOAD=clockstep.so CLOCKSTEP_FILE=FILE PROGRAM...
- * FILE holds the offset from the real time in seconds, 8 bytes in the machine's order, changed in place. As with a real
- * step, waits until a moment of the wall clock follow the step, waits for a span of time don't. */
+ * FILE holds the offset from the real time in seconds, 8 bytes in native order, changed in place. As with a real step,
+ * waits until a wall-clock time follow it, waits for a duration do not. */
 #define _GNU_SOURCE
 #include <errno.h>
 #include <fcntl.h>

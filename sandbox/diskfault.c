@@ -1,6 +1,6 @@
 /* A disk that fails for one program: LD_PRELOAD=diskfault.so DISKFAULT_FILE=FILE PROGRAM...
- * FILE holds two error numbers, of every write and of every sync; 0, or no file, is a disk that works. Read again at every
- * call. The bytes before a failed sync are in the file, as they are in the cache of a real kernel. */
+ * FILE holds two error numbers, for every write and for every sync; 0, or no file, is a working disk. Read at every call.
+ * The bytes before a failed sync are in the file, as they are in the cache of a real kernel. */
 #define _GNU_SOURCE
 #include <errno.h>
 #include <stdio.h>

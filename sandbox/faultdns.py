@@ -11,7 +11,7 @@ _A, _CNAME, _IN = 1, 5, 1
 _REPLY, _TRUNCATED = 0x8580, 0x0200  # an authoritative answer with recursion; bits of the flags
 _SERVFAIL, _NXDOMAIN, _REFUSED = 2, 3, 5
 MANY = 300
-STRANGER = "10.98.9.9"  # what an answer with a wrong id says: nobody may go there
+STRANGER = "10.98.9.9"  # the address in answers with a wrong id: must never be used
 
 
 def question(query):
@@ -34,14 +34,14 @@ def record(owner, kind, data):
 
 
 def reply(query, records=(), code=0, flags=0, change=0):
-    """change: what the id of the query is xored with."""
+    """change: XORed with the id of the query."""
     identity, = struct.unpack_from("!H", query)
     head = struct.pack("!HHHHHH", identity ^ change, _REPLY | flags | code, 1, len(records), 0, 0)
     return head + question(query)[2] + b"".join(records)
 
 
 def addresses(query, *texts):
-    """A good answer; for every other type than A the name has nothing."""
+    """A good answer; empty for other types than A."""
     name, kind, _ = question(query)
     return reply(query, [record(name, _A, socket.inet_aton(text)) for text in texts] if kind == _A else ())
 
@@ -76,7 +76,7 @@ class Server:
                 connection.sendall(struct.pack("!H", len(answer)) + answer)
 
     def _answer(self, query, peer, tcp):
-        """None: nothing is said."""
+        """None: no answer."""
         name, kind, _ = question(query)
         fault = name.split(".")[0]
         print("query", fault, kind, "tcp" if tcp else "udp", peer[0], flush=True)

@@ -62,7 +62,7 @@ class Server:
         if salt is not None:
             connection.sendall(salt)
             if answer in ("close", "reset"):
-                connection.recv(1, socket.MSG_PEEK)  # the client has read the salt and said its part, which stays unread
+                connection.recv(1, socket.MSG_PEEK)  # the client has read the salt and sent its request, which stays unread
         if answer == "silent":
             time.sleep(SILENCE)
         elif answer == "reset":

@@ -1,4 +1,4 @@
-"""A provider that does everything wrong: python3 faultprovider.py SETTINGS
+"""A faulty provider: python3 faultprovider.py SETTINGS
 
 SETTINGS is a JSON file {"certificates": {kind: [chain, key]}, "password": word of the GnuDIP account, empty for no
 GnuDIP, "dns": address, "answer": address for good names}. Serves one HTTPS fault per port (PORTS), the GnuDIP faults
@@ -70,7 +70,7 @@ def drips(connection):
 
 
 def splits(connection):
-    """Every byte in a record and segment of its own."""
+    """Each byte in its own record and segment."""
     read_request(connection)
     for byte in reply("200 OK", b"good <split> reply\n"):
         connection.sendall(bytes((byte,)))
@@ -152,7 +152,7 @@ def listen(port):
 
 
 def serve(listener, handle):
-    """Accepts for ever; each connection has a thread of its own."""
+    """Accepts for ever, with a thread per connection."""
     def run():
         while True:
             connection, peer = listener.accept()
