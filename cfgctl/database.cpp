@@ -1,9 +1,9 @@
 #include "cfgctl/database.h"
 
 #include "cfgctl/errors.h"
+#include "platform/base/eventloop.h"
 #include "platform/base/uniquefd.h"
 #include "platform/client/connection.h"
-#include "platform/base/eventloop.h"
 #include "platform/wire/message.h"
 
 #include <array>

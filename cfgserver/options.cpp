@@ -1,7 +1,7 @@
 #include "cfgserver/options.h"
 
 #include "platform/base/escape.h"
-#include "platform/base/standarderror.h"
+#include "platform/base/io.h"
 
 #include <CLI/CLI.hpp>
 

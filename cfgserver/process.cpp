@@ -5,8 +5,8 @@
 #include "cfgserver/signals.h"
 #include "cfgserver/startreport.h"
 #include "platform/base/escape.h"
+#include "platform/base/io.h"
 #include "platform/base/servicemanager.h"
-#include "platform/base/standarderror.h"
 #include "platform/common/log.h"
 #include "vadro/daemon.h"
 

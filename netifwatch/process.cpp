@@ -5,7 +5,7 @@
 #include "netifwatch/stopsignals.h"
 #include "netifwatch/watcher.h"
 #include "platform/base/escape.h"
-#include "platform/base/standarderror.h"
+#include "platform/base/io.h"
 #include "platform/common/log.h"
 #include "vadro/daemon.h"
 

@@ -1,7 +1,7 @@
 #include "vadro/error/assert.h"
 
 #include "platform/base/escape.h"
-#include "platform/base/standarderror.h"
+#include "platform/base/io.h"
 #include "vadro/error/defaultasserthook.h"
 #include "vadro/sysloglevel.h"
 

@@ -1,17 +1,17 @@
 #include "vadro/daemon.h"
 
-#include "platform/base/detach.h"
+#include "platform/base/io.h"
 #include "platform/base/lockfile.h"
 #include "platform/base/pidfile.h"
-#include "platform/base/processcheck.h"
-#include "platform/base/uniquefd.h"
 #include "platform/common/log.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <optional>
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -23,6 +23,107 @@ using platform::LockFile;
 using platform::UniqueFd;
 
 constexpr int s_iLockLimitMs = 2000; // far more than two starts need, short enough for a start that must go on
+
+pid_t s_iFirstParent = 0;
+pid_t s_iSecondParent = 0;
+
+// One errno value tells the first parent what became of the start.
+void report(int a_iFd, int a_iError)
+{
+    static_cast<void>(platform::writeAll(a_iFd, {reinterpret_cast<const char*>(&a_iError), sizeof a_iError}));
+}
+
+int awaitReport(int a_iFd)
+{
+    int iError = 0;
+    const ssize_t iRead = platform::readOnce(a_iFd, reinterpret_cast<char*>(&iError), sizeof iError);
+    return iRead == static_cast<ssize_t>(sizeof iError) ? iError : ECHILD; // ended without a word
+}
+
+void reap(pid_t a_iChild)
+{
+    while (waitpid(a_iChild, nullptr, 0) < 0 && errno == EINTR)
+    {
+    }
+}
+
+// Opens the new session and returns in a process that doesn't lead it: such a one can never acquire a terminal.
+void forkSessionMember(int a_iReportFd)
+{
+    s_iSecondParent = getpid();
+    if (setsid() < 0 || chdir("/") != 0)
+    {
+        report(a_iReportFd, errno);
+        _exit(1);
+    }
+    const pid_t iChild = fork();
+    if (iChild < 0)
+    {
+        report(a_iReportFd, errno);
+    }
+    if (iChild != 0)
+    {
+        _exit(iChild < 0 ? 1 : 0);
+    }
+    report(a_iReportFd, 0);
+}
+
+void redirectStandardDescriptors(UniqueFd& a_oNull)
+{
+    for (int iFd = STDIN_FILENO; iFd <= STDERR_FILENO; ++iFd)
+    {
+        dup2(a_oNull.get(), iFd);
+    }
+    if (a_oNull.get() <= STDERR_FILENO)
+    {
+        a_oNull.release();
+    }
+}
+
+/// Leaves the terminal and the calling process behind: double fork, new session, working directory "/", standard
+/// descriptors on /dev/null. 0 in the detached process, the only one in which it returns after success; the first
+/// parent waits until that process exists, then leaves with _exit(0). An errno value on failure, with the caller as
+/// it was. No other thread may exist.
+int detachProcess()
+{
+    UniqueFd oNull(::open("/dev/null", O_RDWR)); // first: while nothing has happened yet
+    int aiPipe[2] = {-1, -1};
+    if (!oNull.isOpen() || pipe2(aiPipe, O_CLOEXEC) != 0)
+    {
+        return errno;
+    }
+    UniqueFd oReportEnd(aiPipe[1]);
+    UniqueFd oAwaitEnd(aiPipe[0]);
+    std::fflush(nullptr); // or the detached process writes the parent's text a second time
+    s_iFirstParent = getpid();
+    const pid_t iChild = fork();
+    if (iChild < 0)
+    {
+        return errno;
+    }
+    if (iChild > 0)
+    {
+        oReportEnd.reset();
+        const int iError = awaitReport(oAwaitEnd.get());
+        if (iError == 0)
+        {
+            _exit(0);
+        }
+        reap(iChild);
+        return iError;
+    }
+    forkSessionMember(oReportEnd.get());
+    oReportEnd.reset(); // before the standard descriptors are set: a pipe end may have one of their numbers
+    oAwaitEnd.reset();
+    redirectStandardDescriptors(oNull);
+    return 0;
+}
+
+// The parents are about to end: no other instance. Once the PID file is written, their ids may be anybody's.
+bool isDetachedParent(pid_t a_iPid)
+{
+    return a_iPid == s_iFirstParent || a_iPid == s_iSecondParent;
+}
 
 uint32_t moduleId()
 {
@@ -58,18 +159,18 @@ std::optional<pid_t> readOtherInstance(const VADRO_Daemon& a_oDaemon, int a_iDir
     {
         LOG_TO(moduleId(),
                warning,
-               "PID file %s can't be read and counts as stale: %s",
+               "PID file %s cannot be read and counts as stale: %s",
                a_oDaemon.m_strPidFile.c_str(),
                reason(iError).c_str());
     }
-    const bool bOther = iPid && *iPid != getpid() && !platform::isDetachedFrom(*iPid) && platform::isRunning(*iPid);
+    const bool bOther = iPid && *iPid != getpid() && !isDetachedParent(*iPid) && platform::isRunning(*iPid);
     return bOther ? iPid : std::nullopt;
 }
 
 void logNotRemoved(const VADRO_Daemon& a_oDaemon, const std::string& a_strReason)
 {
     LOG_TO(
-        moduleId(), warning, "PID file %s can't be removed: %s", a_oDaemon.m_strPidFile.c_str(), a_strReason.c_str());
+        moduleId(), warning, "PID file %s cannot be removed: %s", a_oDaemon.m_strPidFile.c_str(), a_strReason.c_str());
 }
 
 void logNotWritten(const VADRO_Daemon& a_oDaemon, int a_iError)
@@ -80,7 +181,7 @@ void logNotWritten(const VADRO_Daemon& a_oDaemon, int a_iError)
                                                      : "";
     LOG_TO(moduleId(),
            error,
-           "PID file %s can't be written: %s%s",
+           "PID file %s cannot be written: %s%s",
            a_oDaemon.m_strPidFile.c_str(),
            std::generic_category().message(a_iError).c_str(),
            pAdvice);
@@ -103,12 +204,12 @@ int VADRO_Daemon_occupiedPidFile(const VADRO_Daemon* a_pDaemon)
 
 int VADRO_Daemon_daemonize(const VADRO_Daemon* /*a_pDaemon*/)
 {
-    const int iError = platform::detachProcess();
+    const int iError = detachProcess();
     if (iError != 0)
     {
         LOG_TO(moduleId(),
                error,
-               "Can't detach, the process stays in the foreground: %s",
+               "Cannot detach, the process stays in the foreground: %s",
                std::generic_category().message(iError).c_str());
     }
     return iError == 0 ? 1 : 0;
@@ -165,7 +266,8 @@ int VADRO_Daemon_createPidFile(const VADRO_Daemon* a_pDaemon)
     }
     else
     {
-        platform::forgetDetachedParents();
+        s_iFirstParent = 0;
+        s_iSecondParent = 0;
     }
     return iError == 0 ? 1 : 0;
 }

@@ -1,10 +1,12 @@
 #include "platform/base/eventloop.h"
 
-#include "platform/base/errnoguard.h"
+#include "korrin/net/eventdispatcher.h"
+#include "platform/base/io.h"
 #include "platform/common/log.h"
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <system_error>
 
 #include <sys/epoll.h>
@@ -191,3 +193,29 @@ bool Timer::acknowledge() const
 }
 
 } // namespace platform
+
+namespace korrin::net
+{
+
+EventDispatcher::EventDispatcher() : m_pLoop(std::make_unique<platform::EventLoop>())
+{
+}
+
+EventDispatcher::~EventDispatcher() = default;
+
+void EventDispatcher::handleEvents(unsigned int a_uiMilliseconds)
+{
+    m_pLoop->wait(static_cast<int>(std::min<unsigned int>(a_uiMilliseconds, INT_MAX)));
+}
+
+void EventDispatcher::wakeUp() noexcept
+{
+    m_pLoop->wakeUp();
+}
+
+platform::EventLoop& EventDispatcher::getEventLoop()
+{
+    return *m_pLoop;
+}
+
+} // namespace korrin::net

@@ -2,6 +2,7 @@
 
 #include "platform/base/uniquefd.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <string_view>
 
@@ -12,6 +13,19 @@
 namespace platform
 {
 
+/// Gives errno back as it was: for what runs inside a signal handler or between a failing call and its report.
+class ErrnoGuard
+{
+public:
+    ErrnoGuard() = default;
+    ~ErrnoGuard() { errno = m_iErrno; }
+    ErrnoGuard(const ErrnoGuard&) = delete;
+    ErrnoGuard& operator=(const ErrnoGuard&) = delete;
+
+private:
+    int m_iErrno = errno;
+};
+
 /// Writes all bytes, in as many calls as it takes; blocks as the descriptor does. A signal does not end it.
 [[nodiscard]] bool writeAll(int a_iFd, std::string_view a_strBytes) noexcept;
 
@@ -20,6 +34,11 @@ namespace platform
 
 /// A duplicate whose number is none of the standard descriptors', which detaching points elsewhere.
 [[nodiscard]] UniqueFd duplicateAboveStandard(int a_iFd) noexcept;
+
+/// Writes the line to standard error with one write(2), so that lines of several threads or processes never mix. The
+/// line brings its own line feed. Whatever goes wrong (no reader, full disk, closed descriptor) is ignored and leaves
+/// no SIGPIPE behind; errno is kept. Any thread; blocks as long as the receiving end does.
+void writeStandardError(std::string_view a_strLine) noexcept;
 
 /// The address of a Unix socket: a path.
 class UnixAddress

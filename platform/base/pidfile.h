@@ -1,14 +1,12 @@
 #pragma once
 
-#include "platform/base/uniquefd.h"
-
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include <sys/types.h>
 
-// PID files as such: contents, reading, writing. Failures come back as errno values; nothing is logged here.
+// PID files and the processes that they name. Failures come back as errno values; nothing is logged here.
 namespace platform
 {
 
@@ -24,5 +22,20 @@ namespace platform
 /// is there whole or not at all. 0 on success. a_bLocked: the caller holds the file's LockFile, so that a <name>.new
 /// can only be what a killed process left behind.
 [[nodiscard]] int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool a_bLocked);
+
+/// What /proc/<pid>/stat tells of a process.
+struct ProcessState
+{
+    std::string m_strCommand; // at most 15 bytes of the program's name
+    char m_cState = '?';      // 'Z': ended, its exit status not fetched yet
+};
+
+/// Takes command and state from the contents of a stat file; none when the text isn't one. The command may hold
+/// anything, blanks and parentheses included. Pure.
+[[nodiscard]] std::optional<ProcessState> parseProcessStat(std::string_view a_strContents);
+
+/// True when the process lives, whoever it belongs to; one that has ended and was not reaped yet does not. One of which
+/// /proc tells nothing counts as alive. Does not block.
+[[nodiscard]] bool isRunning(pid_t a_iPid);
 
 } // namespace platform

@@ -1,6 +1,5 @@
 #include "platform/base/servicemanager.h"
 
-#include "platform/base/errnoguard.h"
 #include "platform/base/io.h"
 
 #include <cinttypes>

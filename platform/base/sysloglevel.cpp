@@ -1,14 +1,16 @@
 #include "vadro/sysloglevel.h"
 
-#include "platform/base/errnoguard.h"
 #include "platform/base/escape.h"
+#include "platform/base/io.h"
 #include "platform/base/servicemanager.h"
-#include "platform/base/standarderror.h"
 #include "platform/base/syslogsender.h"
 #include "platform/common/localtime.h"
 
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <exception>
 #include <forward_list>
@@ -21,6 +23,8 @@
 
 namespace
 {
+
+char s_acFallback[] = "(log text lost: it could not be formatted)";
 
 constexpr std::size_t s_uiTextLimit = 8192;
 
@@ -162,5 +166,26 @@ void VADRO_Sysloglevel_write(
     catch (const std::exception&)
     {
         platform::writeStandardError("log line lost: out of memory\n");
+    }
+}
+
+VAStr::VAStr(const char* a_pFormat, ...) : m_pText(nullptr), m_bOwned(false)
+{
+    const platform::ErrnoGuard oErrno;
+    va_list oArguments;
+    va_start(oArguments, a_pFormat);
+    m_bOwned = vasprintf(&m_pText, a_pFormat, oArguments) >= 0;
+    va_end(oArguments);
+    if (!m_bOwned)
+    {
+        m_pText = s_acFallback;
+    }
+}
+
+VAStr::~VAStr()
+{
+    if (m_bOwned)
+    {
+        std::free(m_pText);
     }
 }

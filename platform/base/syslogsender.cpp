@@ -42,8 +42,9 @@ void SyslogSender::send(int a_iPriority, const std::string& a_strProgram, const 
 {
     const std::lock_guard<std::mutex> oLock(m_oMutex);
     if (m_uiLost > 0 &&
-        deliver(
-            makeLine(LOG_WARNING, a_strProgram, std::to_string(m_uiLost) + " lines were lost: the logger stood still")))
+        deliver(makeLine(LOG_WARNING,
+                         a_strProgram,
+                         std::to_string(m_uiLost) + " log lines dropped: the system logger was not reading")))
     {
         m_uiLost = 0;
     }

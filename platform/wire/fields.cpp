@@ -2,6 +2,8 @@
 
 #include "platform/wire/message.h"
 
+#include <msgpack.hpp>
+
 #include <limits>
 
 namespace wire
@@ -20,7 +22,82 @@ bool neverCopy(msgpack::type::object_type, std::size_t, void*)
     return true;
 }
 
+// message, rows, row, column
+constexpr unsigned g_uiMaxDepth = 4;
+
+/// Stops the parser (false) at the first thing that no message contains, and remembers what it was.
+class ShapeVisitor : public msgpack::null_visitor
+{
+public:
+    explicit ShapeVisitor(std::size_t a_uiPayloadSize) : m_uiUnclaimed(a_uiPayloadSize) {}
+
+    bool visit_boolean(bool) { return refuse("a boolean"); }
+    bool visit_float32(float) { return refuse("a floating point number"); }
+    bool visit_float64(double) { return refuse("a floating point number"); }
+    bool visit_bin(const char*, std::uint32_t) { return refuse("binary data"); }
+    bool visit_ext(const char*, std::uint32_t) { return refuse("an extension"); }
+    bool start_map(std::uint32_t) { return refuse("a map"); }
+
+    bool start_array(std::uint32_t a_uiCount)
+    {
+        // Every element takes a byte at least, so all arrays together can't promise more than there are bytes.
+        if (a_uiCount > m_uiUnclaimed)
+        {
+            return refuse("more array elements promised than there are bytes");
+        }
+        m_uiUnclaimed -= a_uiCount;
+        m_uiElements += a_uiCount; // bounded by the payload's bytes, so it can't wrap
+        if (m_uiElements > g_uiMaxElements)
+        {
+            return refuse("more array elements than a message may have");
+        }
+        return ++m_uiDepth <= g_uiMaxDepth || refuse("arrays nested too deep");
+    }
+    bool end_array()
+    {
+        --m_uiDepth;
+        return true;
+    }
+
+    void parse_error(std::size_t, std::size_t) { refuse("a byte that MessagePack does not know"); }
+    void insufficient_bytes(std::size_t, std::size_t) { refuse("cut off"); }
+
+    [[nodiscard]] const char* reason() const { return m_pReason; }
+
+private:
+    bool refuse(const char* a_pReason)
+    {
+        if (m_pReason == nullptr)
+        {
+            m_pReason = a_pReason;
+        }
+        return false;
+    }
+
+    std::size_t m_uiUnclaimed;
+    std::size_t m_uiElements = 0;
+    unsigned m_uiDepth = 0;
+    const char* m_pReason = nullptr;
+};
+
 } // namespace
+
+void checkShape(std::string_view a_strPayload)
+{
+    ShapeVisitor oVisitor(a_strPayload.size());
+    std::size_t uiOffset = 0;
+    const bool bWhole = msgpack::parse(a_strPayload.data(), a_strPayload.size(), uiOffset, oVisitor);
+    if (oVisitor.reason() != nullptr || !bWhole)
+    {
+        throw DecodeError(std::string("malformed message: ") +
+                          (oVisitor.reason() != nullptr ? oVisitor.reason() : "not MessagePack"));
+    }
+    if (uiOffset != a_strPayload.size())
+    {
+        throw DecodeError("malformed message: " + std::to_string(a_strPayload.size() - uiOffset) +
+                          " bytes behind its end");
+    }
+}
 
 ObjectTree::ObjectTree(std::string_view a_strPayload)
 {

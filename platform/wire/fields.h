@@ -9,6 +9,10 @@
 namespace wire
 {
 
+/// Checks, without storing anything, that a payload is exactly one MessagePack array that nests no deeper and promises
+/// no more elements than a message can have, and holds nothing but arrays, integers, texts and nil. Throws DecodeError.
+void checkShape(std::string_view a_strPayload);
+
 /// The objects of a payload that passed checkShape(). Texts stay in the payload, which must outlive the tree; at most
 /// one object of 24 bytes is made per payload byte.
 class ObjectTree

@@ -1,6 +1,5 @@
 #include "platform/base/lockfile.h"
 #include "platform/base/pidfile.h"
-#include "platform/base/processcheck.h"
 
 #include "pidfilefixture.h"
 
@@ -93,7 +92,7 @@ TEST_F(PidFileTest, WhatIsNoFileIsNeitherFollowedNorWaitedFor)
     EXPECT_EQ(0, VADRO_Daemon_occupiedPidFile(&m_oDaemon));
     VADRO_Daemon_deletePidFile(&m_oDaemon);
     EXPECT_EQ(0, VADRO_Daemon_createPidFile(&m_oDaemon));
-    EXPECT_NE(std::string::npos, m_oCapture.take().find("quorvad.pid can't be written: File exists"));
+    EXPECT_NE(std::string::npos, m_oCapture.take().find("quorvad.pid cannot be written: File exists"));
 }
 
 TEST_F(PidFileTest, LeavesNothingBehindWhenItCannotBeWritten)
@@ -116,7 +115,7 @@ TEST_F(PidFileTest, LeavesNothingBehindWhenItCannotBeWritten)
     char acLog[500] = {};
     EXPECT_LT(0, read(aiPipe[0], acLog, sizeof acLog - 1));
     close(aiPipe[0]);
-    EXPECT_THAT(acLog, testing::HasSubstr(m_oDaemon.m_strPidFile + " can't be written: File too large"));
+    EXPECT_THAT(acLog, testing::HasSubstr(m_oDaemon.m_strPidFile + " cannot be written: File too large"));
 }
 
 // The lock is out of other users' reach: anyone may lock the folder itself.
