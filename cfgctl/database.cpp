@@ -6,6 +6,7 @@
 #include "platform/client/connection.h"
 #include "platform/wire/message.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -262,6 +263,30 @@ void Database::commit()
     check(oResult,
           bAnswered ? "Nothing was written"
                     : "The service didn't say whether everything was written or nothing; look before you try again");
+}
+
+StatusSources readSources(Database& a_oDatabase)
+{
+    StatusSources oSources;
+    oSources.m_oAccounts = a_oDatabase.getRows(dbm::Table_DynDns);
+    oSources.m_oInterfaces = a_oDatabase.getRows(dbm::Table_StatusNetifWatch);
+    oSources.m_oIPv6 = a_oDatabase.getRows(dbm::Table_StatusNetIfIPv6Addresses);
+    oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
+    oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log, whose newest row it judges
+    oSources.m_oRelay = a_oDatabase.getRows(dbm::Table_DNSRelay);
+    oSources.m_oServers = a_oDatabase.getRows(dbm::Table_DNSClientServer);
+    oSources.m_oSerial = a_oDatabase.getRows(dbm::Table_etl);
+    return oSources;
+}
+
+const korrin::ValueList& findLast(const Rows& a_oRows, const std::string& a_strColumn, const std::string& a_strText)
+{
+    static const korrin::ValueList s_oNone;
+    const auto it = std::find_if(a_oRows.rbegin(),
+                                 a_oRows.rend(),
+                                 [&](const korrin::ValueList& a_oRow)
+                                 { return a_oRow.getValue(a_strColumn).getText() == a_strText; });
+    return it == a_oRows.rend() ? s_oNone : *it;
 }
 
 } // namespace cfgctl

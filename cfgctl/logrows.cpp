@@ -1,7 +1,8 @@
 #include "cfgctl/logrows.h"
 
-#include "cfgctl/account/outcome.h"
+#include "cfgctl/account/attempts.h"
 #include "cfgctl/timestamp.h"
+#include "platform/common/values.h"
 
 namespace cfgctl
 {
@@ -9,28 +10,30 @@ namespace cfgctl
 namespace
 {
 
-const char* nameOutcome(const korrin::ValueList& a_oAccount, const korrin::ValueList& a_oLog)
+bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
-    if (a_oAccount.empty())
-    {
-        return "unknown";
-    }
-    return isSuccess(a_oAccount, a_oLog) ? "ok" : "failed";
+    return a_oRow.getValue(a_pColumn).getType() == korrin::eValueNull;
 }
 
-Cell outcomeCell(const std::string& a_strOutcome)
+Cell outcomeCell(const korrin::ValueList& a_oRow)
 {
-    if (a_strOutcome == "unknown")
+    const std::string& strOutcome = a_oRow.getValue("Outcome").getText();
+    if (isNull(a_oRow, dbm::DynDns_Hostname))
     {
         return {"account is gone", Style::Faint};
     }
-    return {a_strOutcome == "ok" ? "updated" : "failed", a_strOutcome == "ok" ? Style::Good : Style::Bad};
+    if (strOutcome == nameOutcome(Outcome::Unknown))
+    {
+        return {strOutcome, Style::Faint};
+    }
+    const bool bUpdated = strOutcome == nameOutcome(Outcome::Updated);
+    return {bUpdated ? "updated" : "failed", bUpdated ? Style::Good : Style::Bad};
 }
 
 std::string describeWhen(const korrin::ValueList& a_oRow)
 {
-    std::string strText = a_oRow.getValue("Timestamp").getText();
-    if (a_oRow.getValue("AgeSeconds").getType() == korrin::eValueNull)
+    std::string strText = a_oRow.getValue(dbm::DynDnsLog_Timestamp).getText();
+    if (isNull(a_oRow, "AgeSeconds"))
     {
         return strText;
     }
@@ -42,35 +45,37 @@ std::string describeWhen(const korrin::ValueList& a_oRow)
 std::vector<Cell> makeCells(const korrin::ValueList& a_oRow, const std::string& a_strWhen)
 {
     return {{a_strWhen},
-            {a_oRow.getValue("DynDnsId").getText(), Style::Plain, true},
-            {a_oRow.getValue("Hostname").getText()},
-            outcomeCell(a_oRow.getValue("Outcome").getText()),
-            {a_oRow.getValue("ResponseCode").getText(), Style::Plain, true},
-            {a_oRow.getValue("Response").getText()}};
+            {a_oRow.getValue(dbm::DynDnsLog_DynDnsId).getText(), Style::Plain, true},
+            {a_oRow.getValue(dbm::DynDns_Hostname).getText()},
+            outcomeCell(a_oRow),
+            {a_oRow.getValue(dbm::DynDnsLog_ResponseCode).getText(), Style::Plain, true},
+            {a_oRow.getValue(dbm::DynDnsLog_Response).getText()}};
 }
 
 } // namespace
 
-Rows makeLogRows(const Rows& a_oAccounts, const Rows& a_oLog, int a_iAccount, int a_iAfter, std::time_t a_iNow)
+Rows makeLogRows(const LogSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow)
 {
     Rows oResult;
-    for (const korrin::ValueList& oLog : a_oLog)
+    for (const korrin::ValueList& oLog : a_oSources.m_oLog)
     {
-        const korrin::Value& oAccountId = oLog.getValue("DynDnsId");
-        if (oLog.getValue("Id").getInteger() <= a_iAfter || (a_iAccount != 0 && oAccountId.getInteger() != a_iAccount))
+        const korrin::Value& oAccountId = oLog.getValue(dbm::DynDnsLog_DynDnsId);
+        if (oLog.getValue(dbm::Id).getInteger() <= a_iAfter ||
+            (a_iAccount != 0 && oAccountId.getInteger() != a_iAccount))
         {
             continue;
         }
-        const korrin::ValueList& oAccount = findLast(a_oAccounts, "Id", oAccountId.getText());
+        const korrin::ValueList& oAccount = findLast(a_oSources.m_oAccounts, dbm::Id, oAccountId.getText());
+        const korrin::Value& oTimestamp = oLog.getValue(dbm::DynDnsLog_Timestamp);
         korrin::ValueList oRow;
-        oRow.add("Id", oLog.getValue("Id"));
-        oRow.add("DynDnsId", oAccountId);
-        oRow.add("Hostname", oAccount.getValue("Hostname"));
-        oRow.add("Timestamp", oLog.getValue("Timestamp"));
-        oRow.add("AgeSeconds", ageOf(oLog.getValue("Timestamp").getText(), a_iNow));
-        oRow.add("Outcome", korrin::Value(korrin::eValueText, nameOutcome(oAccount, oLog)));
-        oRow.add("ResponseCode", oLog.getValue("ResponseCode"));
-        oRow.add("Response", oLog.getValue("Response"));
+        oRow.add(dbm::Id, oLog.getValue(dbm::Id));
+        oRow.add(dbm::DynDnsLog_DynDnsId, oAccountId);
+        oRow.add(dbm::DynDns_Hostname, oAccount.getValue(dbm::DynDns_Hostname));
+        oRow.add(dbm::DynDnsLog_Timestamp, oTimestamp);
+        oRow.add("AgeSeconds", ageOf(oTimestamp.getText(), a_iNow));
+        oRow.add("Outcome", platform::text(nameOutcome(judgeAttempt(oAccount, a_oSources.m_oStatus, oLog))));
+        oRow.add(dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode));
+        oRow.add(dbm::DynDnsLog_Response, oLog.getValue(dbm::DynDnsLog_Response));
         oResult.push_back(std::move(oRow));
     }
     return oResult;

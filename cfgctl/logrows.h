@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cfgctl/account/sources.h"
+#include "cfgctl/database.h"
 #include "cfgctl/table.h"
 
 #include <ctime>
@@ -8,11 +8,18 @@
 namespace cfgctl
 {
 
+/// The tables that the log is put together from.
+struct LogSources
+{
+    Rows m_oAccounts; ///< DynDns
+    Rows m_oStatus;   ///< DynDnsStatus
+    Rows m_oLog;      ///< DynDnsLog, the newest row last
+};
+
 /// DynDnsLog rows with an Id above a_iAfter, the newest last, of one account unless a_iAccount is 0: Id, DynDnsId,
-/// Hostname, Timestamp, AgeSeconds, Outcome ("ok", "failed"; "unknown" of an account that is gone), ResponseCode,
-/// Response; null where there is nothing. Pure.
-[[nodiscard]] Rows
-makeLogRows(const Rows& a_oAccounts, const Rows& a_oLog, int a_iAccount, int a_iAfter, std::time_t a_iNow);
+/// Hostname (null when the account is gone), Timestamp, AgeSeconds (null for a Timestamp that cannot be read), Outcome
+/// ("ok", "failed", "unknown"), ResponseCode, Response. Pure.
+[[nodiscard]] Rows makeLogRows(const LogSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow);
 
 /// The same for a person. Pure.
 [[nodiscard]] Table makeLogTable(const Rows& a_oLogRows);

@@ -1,7 +1,9 @@
 #include "cfgctl/secrets.h"
 
-#include <algorithm>
-#include <array>
+#include "actions/updateurl.h"
+#include "config/schema.h"
+
+#include <set>
 
 namespace cfgctl
 {
@@ -9,24 +11,36 @@ namespace cfgctl
 namespace
 {
 
-constexpr std::array<std::string_view, 6> s_oPlaceholders{
-    "<ipaddr>", "<ipaddr6>", "<domain>", "<username>", "<password>", "<serial>"};
+namespace dbm = quorvad::dbm;
+using dbm::ESecret;
+
+constexpr std::string_view s_strSeparators = "?&;";
+
+/// The length of the placeholder that a text begins with; 0 when it begins with none.
+std::size_t placeholderLength(std::string_view a_strText)
+{
+    for (const std::string_view strPlaceholder : quorvad::g_apPlaceholders)
+    {
+        if (a_strText.substr(0, strPlaceholder.size()) == strPlaceholder)
+        {
+            return strPlaceholder.size();
+        }
+    }
+    return 0;
+}
 
 /// Nothing but placeholders, which the daemon fills in, and separators.
 bool isPlaceholder(std::string_view a_strText)
 {
     while (!a_strText.empty())
     {
-        const auto itFound = std::find_if(s_oPlaceholders.begin(),
-                                          s_oPlaceholders.end(),
-                                          [&](std::string_view a_strPlaceholder)
-                                          { return a_strText.substr(0, a_strPlaceholder.size()) == a_strPlaceholder; });
         const bool bSeparator = a_strText.front() == ',' || a_strText.front() == ':';
-        if (itFound == s_oPlaceholders.end() && !bSeparator)
+        const std::size_t uiLength = bSeparator ? 1 : placeholderLength(a_strText);
+        if (uiLength == 0)
         {
             return false;
         }
-        a_strText.remove_prefix(bSeparator ? 1 : itFound->size());
+        a_strText.remove_prefix(uiLength);
     }
     return true;
 }
@@ -86,27 +100,76 @@ std::string hideUrl(std::string_view a_strUrl)
     return hideUserInfo(a_strUrl.substr(0, uiQuery)) + "?" + hideQuery(a_strUrl.substr(uiQuery + 1));
 }
 
-bool isSecretColumn(const std::string& a_strTable, const std::string& a_strColumn)
+/// A URL taken apart at the separators of its query, which stay with the part before them.
+std::vector<std::string> splitQuery(const std::string& a_strUrl)
 {
-    return a_strTable == "DynDns" && (a_strColumn == "Password" || a_strColumn == "ServerAddr");
+    std::vector<std::string> oParts;
+    std::size_t uiFrom = 0;
+    while (uiFrom < a_strUrl.size())
+    {
+        const std::size_t uiEnd = a_strUrl.find_first_of(s_strSeparators, uiFrom);
+        const std::size_t uiNext = uiEnd == std::string::npos ? a_strUrl.size() : uiEnd + 1;
+        oParts.push_back(a_strUrl.substr(uiFrom, uiNext - uiFrom));
+        uiFrom = uiNext;
+    }
+    return oParts;
+}
+
+std::string withoutSeparator(const std::string& a_strPart)
+{
+    return a_strPart.substr(0, a_strPart.find_first_of(s_strSeparators));
 }
 
 } // namespace
 
 std::string hideSecret(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strValue)
 {
-    if (!isSecretColumn(a_strTable, a_strColumn) || a_strValue.empty())
+    if (a_strValue.empty())
     {
         return a_strValue;
     }
-    return a_strColumn == "Password" ? std::string(g_strHidden) : hideUrl(a_strValue);
+    switch (dbm::secrecyOf(a_strTable, a_strColumn))
+    {
+    case ESecret::eNone:
+        return a_strValue;
+    case ESecret::eWhole:
+        break;
+    case ESecret::eUrl:
+        return hideUrl(a_strValue);
+    }
+    return std::string(g_strHidden);
+}
+
+std::string hideTemplate(const std::string& a_strTemplate, const std::vector<std::string>& a_oPublic)
+{
+    std::string strHidden = hideUrl(a_strTemplate);
+    const std::vector<std::string> oHidden = splitQuery(strHidden);
+    const std::vector<std::string> oRaw = splitQuery(a_strTemplate);
+    if (oHidden.size() != oRaw.size())
+    {
+        return strHidden;
+    }
+    std::set<std::string> oKnown;
+    for (const std::string& strUrl : a_oPublic)
+    {
+        for (const std::string& strPart : splitQuery(strUrl))
+        {
+            oKnown.insert(withoutSeparator(strPart));
+        }
+    }
+    std::string strResult;
+    for (std::size_t uiAt = 0; uiAt < oRaw.size(); ++uiAt)
+    {
+        strResult += oKnown.count(withoutSeparator(oRaw[uiAt])) != 0 ? oRaw[uiAt] : oHidden[uiAt];
+    }
+    return strResult;
 }
 
 void hideSecrets(const std::string& a_strTable, korrin::ValueList& a_oRow)
 {
     for (auto& [strColumn, oValue] : a_oRow)
     {
-        if (isSecretColumn(a_strTable, strColumn))
+        if (dbm::secrecyOf(a_strTable, strColumn) != ESecret::eNone)
         {
             oValue = korrin::Value(oValue.getType(), hideSecret(a_strTable, strColumn, oValue.getText()));
         }
@@ -115,7 +178,8 @@ void hideSecrets(const std::string& a_strTable, korrin::ValueList& a_oRow)
 
 bool hasHiddenPart(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strValue)
 {
-    return isSecretColumn(a_strTable, a_strColumn) && a_strValue.find(g_strHidden) != std::string::npos;
+    return dbm::secrecyOf(a_strTable, a_strColumn) != ESecret::eNone &&
+           a_strValue.find(g_strHidden) != std::string::npos;
 }
 
 } // namespace cfgctl

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace cfgctl
 {
@@ -11,12 +12,15 @@ namespace cfgctl
 /// What is shown in the place of a secret.
 constexpr std::string_view g_strHidden = "********";
 
-/// The value as it may be shown. Of table DynDns, a password that is not empty is hidden whole; of an update URL, what
-/// identifies the user before '@' and every part of the query that isn't just placeholders, since providers hand out
-/// keys there.
-/// A key in a URL's path can't be told from a path. Everything else stays. Pure.
+/// The value as it may be shown, by the secrecy that the schema gives its column: a password that is not empty is
+/// hidden whole; of an update URL, what identifies the user before '@' and every part of the query that is not just
+/// placeholders, since providers put keys there. A key in a URL's path cannot be told from a path. Everything else
+/// stays. Pure.
 [[nodiscard]] std::string
 hideSecret(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strValue);
+
+/// An update URL as hideSecret shows it, with those parts left that occur in one of the published templates. Pure.
+[[nodiscard]] std::string hideTemplate(const std::string& a_strTemplate, const std::vector<std::string>& a_oPublic);
 
 /// Hides the secrets of a row in place. Pure.
 void hideSecrets(const std::string& a_strTable, korrin::ValueList& a_oRow);

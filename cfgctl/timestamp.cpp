@@ -94,13 +94,4 @@ korrin::Value ageOf(std::string_view a_strTimestamp, std::time_t a_iNow)
     return {korrin::eValueInteger, static_cast<int>(std::clamp<std::time_t>(a_iNow - *oTime, INT_MIN, INT_MAX))};
 }
 
-std::string formatTimestamp(std::time_t a_iTime)
-{
-    std::tm oTime{};
-    localtime_r(&a_iTime, &oTime);
-    std::array<char, 64> oBuffer{};
-    const std::size_t uiLength = std::strftime(oBuffer.data(), oBuffer.size(), "%FT%T%z", &oTime);
-    return {oBuffer.data(), uiLength};
-}
-
 } // namespace cfgctl

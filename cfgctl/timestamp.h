@@ -24,7 +24,4 @@ namespace cfgctl
 /// Seconds since then, as far as an integer goes; null for a text that names no moment. Pure.
 [[nodiscard]] korrin::Value ageOf(std::string_view a_strTimestamp, std::time_t a_iNow);
 
-/// Local time in the same form.
-[[nodiscard]] std::string formatTimestamp(std::time_t a_iTime);
-
 } // namespace cfgctl

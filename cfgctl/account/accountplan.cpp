@@ -3,12 +3,20 @@
 #include "cfgctl/account/names.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
+#include "config/schema.h"
+#include "platform/common/values.h"
+#include "vadro/string/replace.h"
 
 namespace cfgctl
 {
 
 namespace
 {
+
+namespace dbm = quorvad::dbm;
+using platform::integer;
+using platform::text;
+using vadro::string::replaceAllOccurrences;
 
 void require(const std::string& a_strFault, const std::string& a_strSubject)
 {
@@ -32,12 +40,11 @@ std::string encode(const std::string& a_strWhat,
     if (!a_oPlan.m_bEncode)
     {
         throw Failure("The " + a_strWhat +
-                      " has characters that would break the update URL. This provider hands out none with other "
-                      "characters than letters, digits, '-', '.', '_' and '~': look whether it was copied whole and "
-                      "without anything around it");
+                      " contains characters that would break the update URL. This provider uses only letters, digits, "
+                      "'-', '.', '_' and '~': check that it was copied whole and without anything around it");
     }
     a_oNotes.push_back("The " + a_strWhat +
-                       " has characters that would break the update URL; it is stored percent-encoded, which the "
+                       " contains characters that would break the update URL; it is stored percent-encoded, which the "
                        "provider decodes.");
     return strEncoded;
 }
@@ -50,7 +57,7 @@ std::string chooseTemplate(const Provider& a_oProvider, const AccountSpec& a_oSp
     }
     if (a_oProvider.m_strUrlDual.empty())
     {
-        throw Failure(a_oProvider.m_strName + " takes one address per request: leave --dual out");
+        throw Failure(a_oProvider.m_strName + " takes one address per request: omit --dual");
     }
     return a_oProvider.m_strUrlDual;
 }
@@ -61,8 +68,7 @@ std::string labelOf(const AccountSpec& a_oSpec, const Provider& a_oProvider)
     if (a_oSpec.m_strZone.empty())
     {
         throw Failure(a_oProvider.m_strName +
-                      " wants the label and the zone of the host apart: give the zone with --zone, such as "
-                      "--host home.example.org --zone example.org");
+                      " needs the zone of the host: use --zone, as in --host home.example.org --zone example.org");
     }
     require(findHostFault(a_oSpec.m_strZone), "The zone '" + a_oSpec.m_strZone + "'");
     const std::string& strHost = a_oSpec.m_strHost;
@@ -95,7 +101,7 @@ std::string chooseUser(const Provider& a_oProvider, const AccountSpec& a_oSpec, 
     {
         const std::string strHint =
             a_oProvider.m_strUserHint.empty() ? std::string() : " (" + a_oProvider.m_strUserHint + ")";
-        throw Failure(a_oProvider.m_strName + " wants a user name" + strHint + ": give it with --user");
+        throw Failure(a_oProvider.m_strName + " needs a user name" + strHint + ": use --user");
     }
     require(findTextFault(strUser), "The user name");
     return strUser;
@@ -105,9 +111,10 @@ std::string explainUnchanged(const Provider& a_oProvider, int a_iRetry)
 {
     const std::string strTries = a_iRetry == 1 ? "1 try per change of address."
                                                : std::to_string(a_iRetry) +
-                                                     " tries per change of address, the second some two minutes after "
-                                                     "the first, in case that got lost.";
-    const std::string strAbuse = a_oProvider.m_strUnchanged == "nochg" ? ", and who repeats that gets blocked" : "";
+                                                     " tries per change of address, the second about two minutes after "
+                                                     "the first, in case that one was lost.";
+    const std::string strAbuse =
+        a_oProvider.m_strUnchanged == "nochg" ? ", and repeating it gets a client blocked" : "";
     return a_oProvider.m_strName + " answers an unchanged address with \"" + a_oProvider.m_strUnchanged +
            "\", which counts as a failed try here" + strAbuse + ".\nHence " + strTries;
 }
@@ -124,11 +131,6 @@ void addProviderNotes(const Provider& a_oProvider, int a_iRetry, AccountPlan& a_
     }
 }
 
-korrin::Value makeText(const std::string& a_strText)
-{
-    return {korrin::eValueText, a_strText};
-}
-
 void fillRow(const Provider& a_oProvider,
              const AccountSpec& a_oSpec,
              const std::string& a_strServer,
@@ -140,14 +142,14 @@ void fillRow(const Provider& a_oProvider,
     require(findTextFault(strExpect), "The expected text");
     const int iRetry = a_oSpec.m_iRetry.value_or(a_oProvider.m_iRetry);
     korrin::ValueList& oRow = a_oPlan.m_oRow;
-    oRow.add("Enable", korrin::Value(korrin::eValueInteger, a_oSpec.m_bEnable ? 1 : 0));
-    oRow.add("Interface", makeText(a_oSpec.m_strInterface));
-    oRow.add("ServiceType", makeText(bGnudip ? "gnudip" : "update-url"));
-    oRow.add("ServerAddr", makeText(a_strServer));
-    oRow.add("Hostname", makeText(a_oSpec.m_strHost));
-    oRow.add("AccountUserName", makeText(a_strUser));
-    oRow.add("ExpectedResultSubString", makeText(bGnudip ? std::string() : strExpect));
-    oRow.add("Retry", korrin::Value(korrin::eValueInteger, iRetry));
+    oRow.add(dbm::Enable, integer(a_oSpec.m_bEnable ? 1 : 0));
+    oRow.add(dbm::Interface, text(a_oSpec.m_strInterface));
+    oRow.add(dbm::DynDns_ServiceType, text(bGnudip ? dbm::ServiceType_Gnudip : dbm::ServiceType_UpdateUrl));
+    oRow.add(dbm::DynDns_ServerAddr, text(a_strServer));
+    oRow.add(dbm::DynDns_Hostname, text(a_oSpec.m_strHost));
+    oRow.add(dbm::DynDns_AccountUserName, text(a_strUser));
+    oRow.add(dbm::DynDns_ExpectedResultSubString, text(bGnudip ? std::string() : strExpect));
+    oRow.add(dbm::DynDns_Retry, integer(iRetry));
     addProviderNotes(a_oProvider, iRetry, a_oPlan);
 }
 
@@ -157,19 +159,19 @@ AccountPlan planGnudip(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     const std::string strUser = chooseUser(a_oProvider, a_oSpec, true, oPlan);
     if (strUser.find_first_of(": ") != std::string::npos)
     {
-        throw Failure("The user name can't have a ':' or a blank in it: they would break the GnuDIP request");
+        throw Failure("The user name must not contain ':' or a blank: they would break the GnuDIP request");
     }
     if (a_oSpec.m_strHost.compare(0, strUser.size() + 1, strUser + ".") != 0 ||
         a_oSpec.m_strHost.size() < strUser.size() + 2)
     {
         throw Failure("With GnuDIP the host is the user name, a dot and the server's domain, such as --user alice "
                       "--host alice.dyn.example.org; '" +
-                      a_oSpec.m_strHost + "' doesn't begin with '" + strUser + ".'");
+                      a_oSpec.m_strHost + "' does not begin with '" + strUser + ".'");
     }
     if (a_oSpec.m_bDual || !a_oSpec.m_strZone.empty())
     {
-        throw Failure(a_oSpec.m_bDual ? "GnuDIP announces an IPv4 address only: leave --dual out"
-                                      : "GnuDIP takes no zone: leave --zone out");
+        throw Failure(a_oSpec.m_bDual ? "GnuDIP announces an IPv4 address only: omit --dual"
+                                      : "GnuDIP takes no zone: omit --zone");
     }
     fillRow(a_oProvider, a_oSpec, a_oProvider.m_strUrl, strUser, oPlan);
     oPlan.m_bPasswordInHeader = true;
@@ -181,25 +183,27 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     AccountPlan oPlan;
     oPlan.m_bEncode = a_oProvider.m_bEncode;
     std::string strUrl = chooseTemplate(a_oProvider, a_oSpec);
-    const bool bLabel = hasPlaceholder(strUrl, "<label>") || hasPlaceholder(strUrl, "<zone>");
+    const bool bLabel = hasPlaceholder(strUrl, g_acLabel) || hasPlaceholder(strUrl, g_acZone);
     if (!bLabel && !a_oSpec.m_strZone.empty())
     {
-        throw Failure(a_oProvider.m_strName + " takes the host whole: leave --zone out");
+        throw Failure(a_oProvider.m_strName + " takes no zone: omit --zone");
     }
     const bool bUserInUrl = hasPlaceholder(strUrl, "<username>");
     const bool bBasic = a_oProvider.m_eSignIn == SignIn::Basic;
     const std::string strUser = chooseUser(a_oProvider, a_oSpec, bUserInUrl || bBasic, oPlan);
     if (bBasic && strUser.find(':') != std::string::npos)
     {
-        throw Failure("The user name can't have a ':' in it: Basic authentication takes what follows it as password");
+        throw Failure(
+            "The user name must not contain ':': with Basic authentication, what follows it is taken as the password");
     }
     if (bLabel)
     {
-        strUrl = fillIn(strUrl, {{"<label>", labelOf(a_oSpec, a_oProvider)}, {"<zone>", a_oSpec.m_strZone}});
+        strUrl = replaceAllOccurrences(strUrl, g_acLabel, labelOf(a_oSpec, a_oProvider));
+        strUrl = replaceAllOccurrences(strUrl, g_acZone, a_oSpec.m_strZone);
     }
     if (bUserInUrl)
     {
-        strUrl = fillIn(strUrl, {{"<username>", encode("user name", strUser, oPlan, oPlan.m_oNotes)}});
+        strUrl = replaceAllOccurrences(strUrl, "<username>", encode("user name", strUser, oPlan, oPlan.m_oNotes));
     }
     oPlan.m_bPasswordInUrl = hasPlaceholder(strUrl, "<password>");
     oPlan.m_bPasswordInHeader = bBasic;
@@ -211,7 +215,7 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 
 Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser)
 {
-    require(findUrlFault(a_strTemplate, getPlaceholders()), "The URL can't be used:");
+    require(findUrlFault(a_strTemplate, getPlaceholders()), "The URL cannot be used:");
     Provider oProvider;
     oProvider.m_strName = urlHost(a_strTemplate);
     oProvider.m_bSure = true;
@@ -258,9 +262,9 @@ preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, st
     }
     if (a_oPlan.m_bPasswordInHeader && percentEncode(a_strPassword) != a_strPassword)
     {
-        throw Failure("The password goes both into the URL, where it would have to be percent-encoded, and into the "
-                      "request's header, where it must not: choose one with letters, digits, '-', '.', '_' and '~' "
-                      "only, or a template without <password>");
+        throw Failure("The password is sent both in the URL, where it must be percent-encoded, and in the request's "
+                      "header, where it must not: choose one of letters, digits, '-', '.', '_' and '~' only, or a "
+                      "template without <password>");
     }
     return encode("password", a_strPassword, a_oPlan, a_oNotes);
 }
@@ -268,9 +272,9 @@ preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, st
 AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider)
 {
     AccountPlan oPlan;
-    const bool bGnudip = a_oRow.getValue("ServiceType").getText() == "gnudip";
-    oPlan.m_bPasswordInUrl = !bGnudip && hasPlaceholder(a_oRow.getValue("ServerAddr").getText(), "<password>");
-    oPlan.m_bPasswordInHeader = !a_oRow.getValue("AccountUserName").getText().empty();
+    oPlan.m_bPasswordInUrl =
+        !isGnudip(a_oRow) && hasPlaceholder(a_oRow.getValue(dbm::DynDns_ServerAddr).getText(), "<password>");
+    oPlan.m_bPasswordInHeader = !a_oRow.getValue(dbm::DynDns_AccountUserName).getText().empty();
     oPlan.m_bEncode = a_pProvider == nullptr || a_pProvider->m_bEncode;
     return oPlan;
 }

@@ -3,6 +3,9 @@
 #include "cfgctl/utf8.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <cstdint>
 #include <net/if.h>
 #include <string_view>
 
@@ -30,21 +33,61 @@ std::string findLabelFault(std::string_view a_strLabel)
 {
     if (a_strLabel.empty())
     {
-        return "has an empty part between its dots";
+        return "has an empty label";
     }
     if (a_strLabel.size() > s_uiLongestLabel)
     {
-        return "has a part of more than 63 characters";
+        return "has a label longer than " + std::to_string(s_uiLongestLabel) + " characters";
     }
     if (a_strLabel.front() == '-' || a_strLabel.back() == '-')
     {
-        return "has a part that begins or ends with '-'";
+        return "has a label that begins or ends with '-'";
     }
     if (!std::all_of(a_strLabel.begin(), a_strLabel.end(), isLabelCharacter))
     {
-        return "may have only letters, digits, '-' and '_' between its dots";
+        return "may contain only letters, digits, '-' and '_' between its dots";
     }
     return {};
+}
+
+struct Range
+{
+    std::uint32_t m_uiFirst;
+    unsigned m_uiBits;
+    const char* m_pName;
+};
+
+constexpr std::array<Range, 6> s_oIPv4Ranges = {{{0x0a000000, 8, "private"},
+                                                 {0xac100000, 12, "private"},
+                                                 {0xc0a80000, 16, "private"},
+                                                 {0x64400000, 10, "shared (the access provider translates it)"},
+                                                 {0xa9fe0000, 16, "link-local"},
+                                                 {0x7f000000, 8, "loopback"}}};
+
+std::string nameUnreachableIPv4(const in_addr& a_oAddress)
+{
+    const std::uint32_t uiAddress = ntohl(a_oAddress.s_addr);
+    for (const Range& oRange : s_oIPv4Ranges)
+    {
+        if ((uiAddress ^ oRange.m_uiFirst) >> (32 - oRange.m_uiBits) == 0)
+        {
+            return oRange.m_pName;
+        }
+    }
+    return {};
+}
+
+std::string nameUnreachableIPv6(const in6_addr& a_oAddress)
+{
+    if ((a_oAddress.s6_addr[0] & 0xfe) == 0xfc)
+    {
+        return "unique local";
+    }
+    if (IN6_IS_ADDR_LINKLOCAL(&a_oAddress))
+    {
+        return "link-local";
+    }
+    return IN6_IS_ADDR_LOOPBACK(&a_oAddress) ? "loopback" : "";
 }
 
 } // namespace
@@ -53,11 +96,11 @@ std::string findHostFault(const std::string& a_strHost)
 {
     if (a_strHost.empty() || a_strHost.size() > s_uiLongestName)
     {
-        return a_strHost.empty() ? "is empty" : "is longer than 253 characters";
+        return a_strHost.empty() ? "is empty" : "is longer than " + std::to_string(s_uiLongestName) + " characters";
     }
     if (std::any_of(a_strHost.begin(), a_strHost.end(), [](char a_c) { return (a_c & 0x80) != 0; }))
     {
-        return "must be in its ASCII form, which begins with xn--";
+        return "must be in its ASCII form (xn--...)";
     }
     if (a_strHost.find("://") != std::string::npos)
     {
@@ -84,14 +127,15 @@ std::string findInterfaceFault(const std::string& a_strName)
 {
     if (a_strName.empty() || a_strName.size() >= IFNAMSIZ)
     {
-        return a_strName.empty() ? "is empty" : "is longer than the 15 bytes of an interface's name";
+        return a_strName.empty() ? "is empty" : "is longer than " + std::to_string(IFNAMSIZ - 1) + " bytes";
     }
-    const bool bOdd = std::any_of(a_strName.begin(),
-                                  a_strName.end(),
-                                  [](char a_c) { return a_c == '/' || a_c == ':' || a_c == ' ' || isControl(a_c); });
-    if (bOdd || a_strName == "." || a_strName == ".." || !isUtf8(a_strName))
+    const bool bInvalid =
+        std::any_of(a_strName.begin(),
+                    a_strName.end(),
+                    [](char a_c) { return a_c == '/' || a_c == ':' || a_c == ' ' || isControl(a_c); });
+    if (bInvalid || a_strName == "." || a_strName == ".." || !isUtf8(a_strName))
     {
-        return "is no name that an interface can have; 'ip link' lists them";
+        return "is not a valid interface name; 'ip link' lists the interfaces";
     }
     return {};
 }
@@ -109,9 +153,20 @@ std::string findTextFault(const std::string& a_strText)
 {
     if (!isUtf8(a_strText))
     {
-        return "isn't UTF-8";
+        return "is not UTF-8";
     }
-    return std::any_of(a_strText.begin(), a_strText.end(), isControl) ? "has a control character in it" : "";
+    return std::any_of(a_strText.begin(), a_strText.end(), isControl) ? "contains a control character" : "";
+}
+
+std::string nameUnreachable(const std::string& a_strAddress)
+{
+    in_addr oIPv4 = {};
+    if (inet_pton(AF_INET, a_strAddress.c_str(), &oIPv4) == 1)
+    {
+        return nameUnreachableIPv4(oIPv4);
+    }
+    in6_addr oIPv6 = {};
+    return inet_pton(AF_INET6, a_strAddress.c_str(), &oIPv6) == 1 ? nameUnreachableIPv6(oIPv6) : std::string();
 }
 
 } // namespace cfgctl

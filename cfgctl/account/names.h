@@ -16,4 +16,8 @@ namespace cfgctl
 /// Text that can be part of a request's header: UTF-8 without control characters.
 [[nodiscard]] std::string findTextFault(const std::string& a_strText);
 
+/// What kind of address the Internet cannot reach this one is: "private", "link-local", ... Empty for one that it may
+/// reach, and for what is not an address. Pure.
+[[nodiscard]] std::string nameUnreachable(const std::string& a_strAddress);
+
 } // namespace cfgctl

@@ -18,7 +18,7 @@ namespace
 {
 
 constexpr std::array s_aiSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
-constexpr std::size_t s_uiLongest = 4096;
+constexpr std::size_t s_uiLongest = 4094; // a terminal cuts a line to 4095 bytes without a word
 
 volatile std::sig_atomic_t s_iSignal = 0;
 
@@ -86,7 +86,7 @@ public:
     {
         if (tcgetattr(STDIN_FILENO, &m_oOld) != 0)
         {
-            throw Failure(std::string("Can't ask on the terminal: ") + std::strerror(errno));
+            throw Failure(std::string("Cannot read from the terminal: ") + std::strerror(errno));
         }
         termios oQuiet = m_oOld;
         oQuiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -116,15 +116,15 @@ bool readLine(const SignalsNoted& a_oSignals, std::string& a_strLine)
         const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
         if (iRead == 0 || (iRead < 0 && errno != EINTR))
         {
-            throw Failure("No password was typed; nothing was written");
+            throw Failure("No password was entered; nothing was written");
         }
         a_strLine.append(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));
-        if (a_strLine.size() > s_uiLongest)
-        {
-            throw Failure("The password is longer than 4096 bytes: give it with --password-file");
-        }
     }
     a_strLine.pop_back();
+    if (a_strLine.size() > s_uiLongest)
+    {
+        throw Failure("The password is longer than " + std::to_string(s_uiLongest) + " bytes: use --password-file");
+    }
     return true;
 }
 
@@ -159,8 +159,9 @@ std::string readPassword(const std::string& a_strFile, const std::string& a_strQ
     }
     if (isatty(STDIN_FILENO) == 0)
     {
-        throw Failure("There is no terminal to ask for the password on: give it with --password-file FILE, or with "
-                      "'--password-file -' for standard input");
+        throw Failure(
+            "No terminal to ask for the password: use --password-file FILE, or '--password-file -' for standard "
+            "input");
     }
     return ask(a_strQuestion);
 }
@@ -169,7 +170,7 @@ bool confirm(const std::string& a_strQuestion, const std::string& a_strInstead)
 {
     if (isatty(STDIN_FILENO) == 0)
     {
-        throw Failure("There is no terminal to ask on; " + a_strInstead + " says yes");
+        throw Failure("No terminal to ask on; use " + a_strInstead);
     }
     static_cast<void>(writeAll(STDERR_FILENO, a_strQuestion + " [y/N] "));
     std::array<char, 64> oBuffer{};

@@ -11,8 +11,8 @@ namespace cfgctl
 /// when there is no terminal to ask on, or with the system's reason.
 [[nodiscard]] std::string readPassword(const std::string& a_strFile, const std::string& a_strQuestion);
 
-/// Asks on the terminal and takes "y" or "yes" for a yes. Throws Failure when there is no terminal, saying that
-/// a_strInstead answers the question as well.
+/// Asks on the terminal and takes "y" or "yes" for a yes. Throws Failure that names the option
+/// a_strInstead when there is no terminal.
 [[nodiscard]] bool confirm(const std::string& a_strQuestion, const std::string& a_strInstead);
 
 } // namespace cfgctl

@@ -1,12 +1,13 @@
 #include "cfgctl/account/problems.h"
 
-#include "cfgctl/account/nameservers.h"
-#include "cfgctl/account/reach.h"
+#include "actions/gnudipprotocol.h"
+#include "cfgctl/account/names.h"
+#include "cfgctl/account/provider.h"
 #include "cfgctl/account/urltemplate.h"
+#include "config/nameservers.h"
+#include "resolver/serverlist.h"
 
 #include <algorithm>
-#include <ifaddrs.h>
-#include <net/if.h>
 
 namespace cfgctl
 {
@@ -14,13 +15,15 @@ namespace cfgctl
 namespace
 {
 
+using quorvad::EInterfaceState;
+
 /// Why the transfer library sends nothing at all: another protocol, no server, a blank or control character.
 bool isRefused(const std::string& a_strUrl)
 {
-    const bool bOdd = std::any_of(a_strUrl.begin(),
-                                  a_strUrl.end(),
-                                  [](char a_c) { return static_cast<unsigned char>(a_c) <= 0x20 || a_c == 0x7f; });
-    return bOdd || a_strUrl.compare(0, 4, "http") != 0 || urlHost(a_strUrl).empty();
+    const bool bInvalid = std::any_of(a_strUrl.begin(),
+                                      a_strUrl.end(),
+                                      [](char a_c) { return static_cast<unsigned char>(a_c) <= 0x20 || a_c == 0x7f; });
+    return bInvalid || a_strUrl.compare(0, 4, "http") != 0 || urlHost(a_strUrl).empty();
 }
 
 /// Collects them for one account.
@@ -28,17 +31,17 @@ class Finder
 {
 public:
     Finder(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
-        : m_oAccount(a_oAccount), m_oSources(a_oSources), m_strInterface(text("Interface")),
-          m_oWatch(findLast(a_oSources.m_oInterfaces, "Name", m_strInterface))
+        : m_oAccount(a_oAccount), m_oSources(a_oSources), m_strInterface(text(dbm::Interface)),
+          m_oWatch(findLast(a_oSources.m_oInterfaces, dbm::Name, m_strInterface))
     {
     }
 
-    std::vector<Problem> find(InterfaceState a_eState)
+    std::vector<Problem> find(EInterfaceState a_eState)
     {
         checkSettings();
         checkInterface(a_eState);
         checkNameservers();
-        text("ServiceType") == "gnudip" ? checkGnudip() : checkUrl();
+        isGnudip(m_oAccount) ? checkGnudip() : checkUrl();
         std::stable_partition(
             m_oFound.begin(), m_oFound.end(), [](const Problem& a_oProblem) { return a_oProblem.m_bStops; });
         return m_oFound;
@@ -48,11 +51,8 @@ private:
     [[nodiscard]] std::string text(const char* a_pColumn) const { return m_oAccount.getValue(a_pColumn).getText(); }
     [[nodiscard]] std::string setting(const std::string& a_strAssignment) const
     {
-        return "cfgctl set DynDns Id=" + (text("Id").empty() ? std::string("ID") : text("Id")) + " " + a_strAssignment;
-    }
-    [[nodiscard]] std::string ipv6Address() const
-    {
-        return findLast(m_oSources.m_oIPv6, "Name", m_strInterface).getValue("Addr").getText();
+        return "cfgctl set DynDns Id=" + (text(dbm::Id).empty() ? std::string("ID") : text(dbm::Id)) + " " +
+               a_strAssignment;
     }
     void stop(const std::string& a_strWhat, const std::string& a_strNext, const std::string& a_strBrief)
     {
@@ -65,97 +65,95 @@ private:
 
     void checkSettings()
     {
-        if (m_oAccount.getValue("Enable").getInteger() == 0)
+        if (m_oAccount.getValue(dbm::Enable).getInteger() == 0)
         {
-            stop("The account is disabled", "cfgctl account enable " + text("Id"), "nothing: disabled");
+            stop("The account is disabled", "cfgctl account enable " + text(dbm::Id), "nothing: disabled");
         }
-        const std::string strService = text("ServiceType");
-        if (strService != "update-url" && strService != "gnudip")
+        const std::string strService = text(dbm::DynDns_ServiceType);
+        if (strService != dbm::ServiceType_UpdateUrl && strService != dbm::ServiceType_Gnudip)
         {
-            stop("Its ServiceType '" + strService + "' means nothing to the daemon",
-                 setting("ServiceType=update-url") + " (or gnudip)",
+            stop("Unknown ServiceType '" + strService + "'",
+                 setting(std::string("ServiceType=") + dbm::ServiceType_UpdateUrl) + " (or " + dbm::ServiceType_Gnudip +
+                     ")",
                  "nothing: unknown ServiceType");
         }
-        if (m_oAccount.getValue("Retry").getInteger() <= 0)
+        if (m_oAccount.getValue(dbm::DynDns_Retry).getInteger() <= 0)
         {
-            stop("Its Retry is not above 0, so it is never tried", setting("Retry=5"), "nothing: Retry is 0");
+            stop("Retry is not above 0, so no try is made", setting("Retry=5"), "nothing: Retry is 0");
         }
         if (m_strInterface.empty())
         {
-            stop("It follows no interface", setting("Interface=NAME"), "nothing: no interface");
+            stop("No interface is set", setting("Interface=NAME"), "nothing: no interface");
         }
     }
 
-    void checkInterface(InterfaceState a_eState)
+    void checkInterface(EInterfaceState a_eState)
     {
         if (m_strInterface.empty())
         {
             return;
         }
-        if (a_eState == InterfaceState::Missing)
+        if (a_eState == EInterfaceState::eMissing)
         {
-            stop("This machine has no interface '" + m_strInterface + "' now",
-                 "'ip link' lists them; " + setting("Interface=NAME") + " names another one",
+            stop("Interface '" + m_strInterface + "' does not exist",
+                 "'ip link' lists the interfaces; " + setting("Interface=NAME") + " chooses another",
                  "waits for interface " + m_strInterface);
         }
         if (m_oWatch.empty())
         {
-            stop("Nobody tells of interface '" + m_strInterface + "': it has no row in StatusNetifWatch",
-                 "is netifwatch running, and does it watch " + m_strInterface + "?",
-                 "waits for interface " + m_strInterface + " to be known: is netifwatch running?");
-            return;
+            stop("Interface '" + m_strInterface + "' is not monitored: it is not in StatusNetifWatch",
+                 "check that netifwatch is running and watches " + m_strInterface,
+                 "waits for interface " + m_strInterface + " to be monitored: is netifwatch running?");
         }
-        if (m_oWatch.getValue("IsUp").getInteger() == 0)
+        else if (m_oWatch.getValue(dbm::IsUp).getInteger() == 0)
         {
             stop("Interface '" + m_strInterface + "' is down",
-                 "it goes out once the interface is up",
+                 "bring it up; the update follows",
                  "waits until " + m_strInterface + " is up");
         }
-        else if (a_eState == InterfaceState::Down)
+        else if (a_eState == EInterfaceState::eDown)
         {
-            stop("The kernel says that interface '" + m_strInterface + "' is down or without carrier",
-                 "bring it up; its row in StatusNetifWatch says something else: is netifwatch running?",
+            stop("Interface '" + m_strInterface + "' is down or has no carrier",
+                 "bring it up, and check that netifwatch is running: StatusNetifWatch shows the interface as up",
                  "waits until " + m_strInterface + " is running");
         }
     }
 
     void checkNameservers()
     {
-        const std::string strFault =
-            findNameserverFault(chooseNameservers(m_strInterface, m_oSources.m_oRelay, m_oSources.m_oServers));
-        if (strFault.empty())
-        {
-            return;
-        }
+        const std::string strServers = nameserversOf(m_oAccount, m_oSources);
         const std::string strNext =
-            "look at 'cfgctl show DNSClientServer' and 'cfgctl show DNSRelay'; one is added with "
-            "'cfgctl add DNSClientServer Interface=" +
-            m_strInterface + " IPAddress=ADDRESS'";
-        if (strFault == "there is no DNS server" || text("ServiceType") == "gnudip")
+            "see 'cfgctl show DNSClientServer' and 'cfgctl show DNSRelay'; 'cfgctl add DNSClientServer Interface=" +
+            m_strInterface + " IPAddress=ADDRESS' adds one";
+        const std::string strBrief = "nothing: no usable DNS server for " + m_strInterface;
+        if (strServers.empty())
         {
-            stop("For interface '" + m_strInterface + "' " + strFault,
-                 strNext,
-                 "nothing: no usable DNS server for " + m_strInterface);
+            stop("Interface '" + m_strInterface + "' has no DNS server", strNext, strBrief);
             return;
         }
-        warn("For interface '" + m_strInterface + "' " + strFault + ", so the system's servers are asked", strNext);
+        if (quorvad::isUsableServerList(strServers))
+        {
+            return;
+        }
+        const std::string strWhat =
+            "The DNS servers of interface '" + m_strInterface + "' are not a list of addresses: '" + strServers + "'";
+        isGnudip(m_oAccount) ? stop(strWhat, strNext, strBrief)
+                             : warn(strWhat + ", so the system's servers are asked", strNext);
     }
 
     void checkGnudip()
     {
-        const std::string strUser = text("AccountUserName");
-        const std::string strHost = text("Hostname");
-        if (strHost.size() <= strUser.size() || strHost.compare(0, strUser.size(), strUser) != 0)
+        if (!quorvad::isUserPartOfHost(text(dbm::DynDns_AccountUserName), text(dbm::DynDns_Hostname)))
         {
-            stop("Its Hostname must be the user name, one character and the GnuDIP domain",
+            stop("Hostname does not begin with the user name, as GnuDIP needs it",
                  setting("Hostname=USER.DOMAIN AccountUserName=USER"),
-                 "nothing: host and user name don't fit");
+                 "nothing: Hostname does not fit the user name");
         }
-        if (text("ServerAddr").empty())
+        if (text(dbm::DynDns_ServerAddr).empty())
         {
-            stop("It names no GnuDIP server", setting("ServerAddr=NAME"), "nothing: no server");
+            stop("No GnuDIP server is set", setting("ServerAddr=NAME"), "nothing: no server");
         }
-        checkReach(m_oWatch.getValue("Addr").getText(), "IPv4");
+        checkReach(m_oWatch.getValue(dbm::Addr).getText(), "IPv4");
     }
 
     /// A name that leads to such an address helps nobody outside.
@@ -164,97 +162,92 @@ private:
         const std::string strKind = nameUnreachable(a_strAddress);
         if (!strKind.empty())
         {
-            warn("The " + a_strFamily + " address that it announces, " + a_strAddress + ", is " + strKind +
-                     ": nobody outside reaches it",
-                 "run the daemon on the outer router, or announce a public IPv6 address; more in getting-started.md");
+            warn("The " + a_strFamily + " address to be announced, " + a_strAddress + ", is " + strKind +
+                     ": it cannot be reached from the Internet",
+                 "run the daemon on the outer router, or announce a public IPv6 address; see getting-started.md");
         }
     }
 
     void checkUrl()
     {
-        const std::string strUrl = text("ServerAddr");
+        const std::string strUrl = text(dbm::DynDns_ServerAddr);
+        const quorvad::UrlValues oValues = urlValuesOf(m_oAccount, m_oSources);
         if (strUrl.compare(0, 8, "https://") != 0 && !strUrl.empty())
         {
-            warn("Its URL is not https: user name and password can be read on the way", "use an https:// URL");
+            warn("The URL is not https: user name and password are sent unencrypted", "use an https:// URL");
         }
-        checkFilledUrl(strUrl);
-        checkHoles(strUrl);
+        checkFilledUrl(strUrl, oValues);
+        checkHoles(strUrl, oValues);
         if (hasPlaceholder(strUrl, "<ipaddr>"))
         {
-            checkReach(m_oWatch.getValue("Addr").getText(), "IPv4");
+            checkReach(oValues.m_strIpAddr, "IPv4");
         }
         if (hasPlaceholder(strUrl, "<ipaddr6>"))
         {
-            checkReach(ipv6Address(), "IPv6");
+            checkReach(oValues.m_strIpAddr6, "IPv6");
         }
         checkSignIn(strUrl);
     }
 
-    /// Filled in with what the daemon would fill in.
-    void checkFilledUrl(const std::string& a_strUrl)
+    /// Filled in as the daemon does it, with addresses that any interface might have.
+    void checkFilledUrl(const std::string& a_strUrl, quorvad::UrlValues a_oValues)
     {
+        a_oValues.m_strIpAddr = "192.0.2.1";
+        a_oValues.m_strIpAddr6 = "2001:db8::1";
         const bool bPlain = a_strUrl.find("://") == std::string::npos && !a_strUrl.empty();
-        const std::string strUrl =
-            fillIn((bPlain ? "http://" : "") + a_strUrl,
-                   {{"<ipaddr>", "192.0.2.1"},
-                    {"<ipaddr6>", "2001:db8::1"},
-                    {"<domain>", text("Hostname")},
-                    {"<username>", text("AccountUserName")},
-                    {"<password>", text("Password")},
-                    {"<serial>", findLast(m_oSources.m_oSerial, "Id", "1").getValue("serial_no").getText()}});
+        const std::string strUrl = quorvad::fillPlaceholders((bPlain ? "http://" : "") + a_strUrl, a_oValues);
         const std::string strFault = findUrlFault(strUrl, {});
-        const std::string strNext = "write what goes into the URL percent-encoded; 'cfgctl account add' and 'cfgctl "
-                                    "account password' do that";
+        const std::string strNext =
+            "percent-encode what goes into the URL, as 'cfgctl account add' and 'cfgctl account "
+            "password' do";
         if (isRefused(strUrl))
         {
-            stop("Its update URL, once filled in, can't be used: " + strFault,
-                 strNext,
-                 "nothing: the update URL can't be used");
+            stop("The update URL, once filled in, cannot be used: " + strFault, strNext, "nothing: invalid update URL");
         }
         else if (!strFault.empty())
         {
-            warn("Its update URL, once filled in, may not mean what it should: " + strFault, strNext);
+            warn("The update URL, once filled in, looks wrong: " + strFault, strNext);
         }
     }
 
-    void checkHoles(const std::string& a_strUrl)
+    void checkHoles(const std::string& a_strUrl, const quorvad::UrlValues& a_oValues)
     {
-        const std::string strFill = "; some providers then delete the record or take the sender's address";
-        if (!m_oWatch.empty() && m_oWatch.getValue("Addr").getText().empty() && hasPlaceholder(a_strUrl, "<ipaddr>"))
+        const std::string strEmpty =
+            " is left empty; some providers then delete the record or use the sender's address";
+        if (!m_oWatch.empty() && a_oValues.m_strIpAddr.empty() && hasPlaceholder(a_strUrl, "<ipaddr>"))
         {
-            warn("Interface '" + m_strInterface + "' has no IPv4 address, so <ipaddr> is filled with nothing" + strFill,
+            warn("Interface '" + m_strInterface + "' has no IPv4 address, so <ipaddr>" + strEmpty,
                  "wait for an address, or use a template without <ipaddr>");
         }
-        if (hasPlaceholder(a_strUrl, "<ipaddr6>") && ipv6Address().empty())
+        if (hasPlaceholder(a_strUrl, "<ipaddr6>") && a_oValues.m_strIpAddr6.empty())
         {
-            warn("Interface '" + m_strInterface + "' has no IPv6 address, so <ipaddr6> is filled with nothing" +
-                     strFill,
-                 "use the template for IPv4 only (account add without --dual) until it has one");
+            warn("Interface '" + m_strInterface + "' has no IPv6 address, so <ipaddr6>" + strEmpty,
+                 "until it has one, use the template for IPv4 only (account add without --dual)");
         }
     }
 
     void checkSignIn(const std::string& a_strUrl)
     {
-        const std::string strUser = text("AccountUserName");
-        const bool bPassword = !text("Password").empty();
+        const std::string strUser = text(dbm::DynDns_AccountUserName);
+        const bool bPassword = !text(dbm::DynDns_Password).empty();
         const bool bInUrl = hasPlaceholder(a_strUrl, "<password>");
         if (strUser.find(':') != std::string::npos)
         {
-            warn("Its user name has a ':' in it: the server takes what follows as password",
+            warn("The user name contains ':': the server takes what follows as the password",
                  setting("AccountUserName=NAME"));
         }
         if (bPassword && !bInUrl && strUser.empty())
         {
-            warn("Its password is sent nowhere: there is neither a user name nor <password> in the URL",
+            warn("The password is never sent: there is neither a user name nor <password> in the URL",
                  setting("AccountUserName=NAME"));
         }
         if (!bPassword && (bInUrl || !strUser.empty()))
         {
-            warn("It has no password", "cfgctl account password " + text("Id"));
+            warn("No password is set", "cfgctl account password " + text(dbm::Id));
         }
-        if (text("ExpectedResultSubString").find('\n') != std::string::npos)
+        if (text(dbm::DynDns_ExpectedResultSubString).find('\n') != std::string::npos)
         {
-            warn("Its expected text has a line end in it, which no answer can hold",
+            warn("The expected text contains a line feed, so no answer can contain it",
                  setting("ExpectedResultSubString=TEXT"));
         }
     }
@@ -269,29 +262,40 @@ private:
 } // namespace
 
 std::vector<Problem>
-findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, InterfaceState a_eState)
+findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, EInterfaceState a_eState)
 {
     return Finder(a_oAccount, a_oSources).find(a_eState);
 }
 
-InterfaceState readInterfaceState(const std::string& a_strInterface)
+bool isStopped(const std::vector<Problem>& a_oProblems)
 {
-    ifaddrs* pList = nullptr;
-    if (getifaddrs(&pList) != 0)
+    return !a_oProblems.empty() && a_oProblems.front().m_bStops;
+}
+
+quorvad::UrlValues urlValuesOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
+{
+    const std::string& strInterface = a_oAccount.getValue(dbm::Interface).getText();
+    const auto addressIn = [&](const Rows& a_oRows)
+    { return findLast(a_oRows, dbm::Name, strInterface).getValue(dbm::Addr).getText(); };
+    quorvad::UrlValues oValues;
+    oValues.m_strIpAddr = addressIn(a_oSources.m_oInterfaces);
+    oValues.m_strIpAddr6 = addressIn(a_oSources.m_oIPv6);
+    oValues.m_strDomain = a_oAccount.getValue(dbm::DynDns_Hostname).getText();
+    oValues.m_strUsername = a_oAccount.getValue(dbm::DynDns_AccountUserName).getText();
+    oValues.m_strPassword = a_oAccount.getValue(dbm::DynDns_Password).getText();
+    oValues.m_strSerialNo = findLast(a_oSources.m_oSerial, dbm::Id, "1").getValue(dbm::etl_serial_no).getText();
+    return oValues;
+}
+
+std::string nameserversOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
+{
+    std::vector<const korrin::ValueList*> oServers;
+    for (const korrin::ValueList& oRow : a_oSources.m_oServers)
     {
-        return InterfaceState::Unknown;
+        oServers.push_back(&oRow);
     }
-    InterfaceState eState = InterfaceState::Missing;
-    for (const ifaddrs* pEntry = pList; pEntry != nullptr; pEntry = pEntry->ifa_next)
-    {
-        if (pEntry->ifa_addr != nullptr && a_strInterface == pEntry->ifa_name)
-        {
-            constexpr unsigned uiWanted = IFF_UP | IFF_RUNNING;
-            eState = (pEntry->ifa_flags & uiWanted) == uiWanted ? InterfaceState::Running : InterfaceState::Down;
-        }
-    }
-    freeifaddrs(pList);
-    return eState;
+    const korrin::ValueList oRelay = a_oSources.m_oRelay.empty() ? korrin::ValueList() : a_oSources.m_oRelay.front();
+    return quorvad::composeNameservers(oRelay, oServers, a_oAccount.getValue(dbm::Interface).getText());
 }
 
 } // namespace cfgctl

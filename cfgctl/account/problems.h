@@ -1,21 +1,14 @@
 #pragma once
 
-#include "cfgctl/account/sources.h"
+#include "actions/interfacestate.h"
+#include "actions/updateurl.h"
+#include "cfgctl/database.h"
 
 #include <string>
 #include <vector>
 
 namespace cfgctl
 {
-
-/// What the kernel says of an interface, which the daemon asks before each HTTPS update.
-enum class InterfaceState
-{
-    Unknown, ///< the list of interfaces could not be read, or nobody asked
-    Missing,
-    Down, ///< not up, or without carrier
-    Running
-};
 
 /// One thing that speaks against an account's updates.
 struct Problem
@@ -26,11 +19,18 @@ struct Problem
     std::string m_strBrief; ///< what the account waits for, in a few words; of one that stops
 };
 
-/// All of them, those that come first in the daemon's own order first. Pure.
+/// All of them: those that stop updates first, then in the daemon's own order.
+/// @param a_eState what the kernel says of the account's interface; eUnknown where nobody asked
 [[nodiscard]] std::vector<Problem>
-findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, InterfaceState a_eState);
+findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, quorvad::EInterfaceState a_eState);
 
-/// Asks the kernel; sends nothing.
-[[nodiscard]] InterfaceState readInterfaceState(const std::string& a_strInterface);
+/// Whether one of those that findProblems found keeps updates from going out. Pure.
+[[nodiscard]] bool isStopped(const std::vector<Problem>& a_oProblems);
+
+/// What the daemon would fill into the account's URL now. Pure.
+[[nodiscard]] quorvad::UrlValues urlValuesOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources);
+
+/// The DNS servers of the account's interface as the daemon would join them: "A,B", empty when there is none. Pure.
+[[nodiscard]] std::string nameserversOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources);
 
 } // namespace cfgctl

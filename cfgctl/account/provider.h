@@ -1,6 +1,9 @@
 #pragma once
 
+#include "korrin/valuelist.h"
+
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cfgctl
@@ -9,7 +12,7 @@ namespace cfgctl
 enum class SignIn
 {
     Basic, ///< user name and password in the request's header
-    Url,   ///< whatever identifies the user stands in the URL
+    Url,   ///< whatever identifies the user is part of the URL
     Gnudip
 };
 
@@ -22,7 +25,7 @@ struct Provider
     std::string m_strKey;
     std::string m_strName;
     bool m_bSure = false;
-    std::string m_strDoubt; ///< what isn't confirmed by the provider's own pages; of one that isn't sure
+    std::string m_strDoubt; ///< what the provider's own pages do not confirm; of one that is not sure
     SignIn m_eSignIn = SignIn::Basic;
     std::string m_strUrl;          ///< template; GnuDIP: the server
     std::string m_strUrlDual;      ///< template with both address families; empty when there is none
@@ -31,7 +34,7 @@ struct Provider
     std::string m_strPasswordHint; ///< what the provider takes as password
     bool m_bEncode = true;         ///< the provider decodes percent-encoded values; else they must need no encoding
     std::string m_strExpect;
-    std::string m_strUnchanged; ///< the answer to an unchanged address where the expected text doesn't cover it
+    std::string m_strUnchanged; ///< the answer to an unchanged address where the expected text does not cover it
     int m_iRetry = 5;
     std::string m_strNotes;
     std::string m_strDoc;
@@ -39,12 +42,41 @@ struct Provider
 
 using Providers = std::vector<Provider>;
 
+/// Placeholders of a template that are filled in when the account is made: the parts of the host.
+constexpr char g_acLabel[] = "<label>";
+constexpr char g_acZone[] = "<zone>";
+
+/// The most tries per change that an account may be given.
+constexpr int g_iMostTries = 20;
+constexpr const char* g_pOwnProviders = "/etc/quorvad/providers.json";
+
 /// Null when there is none. The pointer lives as long as the list is left alone.
 [[nodiscard]] const Provider* findProvider(const Providers& a_oProviders, const std::string& a_strKey);
 
-/// The provider that a row's ServiceType and ServerAddr come from: for HTTPS one whose template has the same address
-/// before the query, for GnuDIP one of the same server. Null when there is none.
-[[nodiscard]] const Provider*
-recogniseProvider(const Providers& a_oProviders, const std::string& a_strServiceType, const std::string& a_strServer);
+/// Whether a row of DynDns asks for GnuDIP; any other ServiceType that the daemon knows is an update URL.
+[[nodiscard]] bool isGnudip(const korrin::ValueList& a_oAccount);
+
+/// The provider that a row of DynDns comes from: for HTTPS one whose template has the same address before the query,
+/// for GnuDIP one of the same server. Null when there is none.
+[[nodiscard]] const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::ValueList& a_oAccount);
+
+/// The providers of {"providers": [{"key": ..., "url": ..., ...}, ...]}; docs/providers.md lists the fields. Everything
+/// is checked: known names, right types, unique keys, https templates with known placeholders. Pure. Throws Failure
+/// that names the entry, the field and what is wrong with it.
+[[nodiscard]] Providers parseProviders(std::string_view a_strJson);
+
+/// The same the other way round, every field of every provider. Pure.
+[[nodiscard]] std::string providersToJson(const Providers& a_oProviders);
+
+struct ProviderList
+{
+    Providers m_oProviders;
+    std::vector<std::string> m_oComplaints; ///< files that could not be used, and why
+};
+
+/// The providers that came with the program, then those of g_pOwnProviders where that file is there, then those of
+/// a_strMore unless it is empty. An entry of a later file takes the place of one with the same key; a file with a fault
+/// adds nothing and is complained about. Reads files; never throws for their content.
+[[nodiscard]] ProviderList loadProviders(const std::string& a_strMore);
 
 } // namespace cfgctl

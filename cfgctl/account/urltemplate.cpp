@@ -1,7 +1,9 @@
 #include "cfgctl/account/urltemplate.h"
 
+#include "actions/updateurl.h"
+#include "vadro/string/replace.h"
+
 #include <algorithm>
-#include <array>
 
 namespace cfgctl
 {
@@ -60,15 +62,15 @@ std::string findCharacterFault(std::string_view a_strUrl)
                               isIn(a_strUrl[uiAt + 2], s_strHex);
         if (cCharacter == '%' && !bEncoded)
         {
-            return "it has a '%' without two hexadecimal digits behind it";
+            return "it contains a '%' without two hexadecimal digits after it";
         }
         if (cCharacter == '#')
         {
-            return "it has a '#', and what follows that is never sent";
+            return "it contains a '#', and nothing after that is sent";
         }
         if (!bEncoded && !isIn(cCharacter, s_strUnreserved) && !isIn(cCharacter, s_strReserved))
         {
-            return "it has " + describeCharacter(cCharacter) + ", which a URL can hold only as %XX";
+            return "it contains " + describeCharacter(cCharacter) + ", which must be percent-encoded";
         }
     }
     return {};
@@ -88,11 +90,9 @@ std::string findUnknownPlaceholder(const std::string& a_strUrl)
 
 } // namespace
 
-const std::vector<std::string>& getPlaceholders()
+std::vector<std::string> getPlaceholders()
 {
-    static const std::vector<std::string> s_oPlaceholders{
-        "<ipaddr>", "<ipaddr6>", "<domain>", "<username>", "<password>", "<serial>"};
-    return s_oPlaceholders;
+    return {quorvad::g_apPlaceholders.begin(), quorvad::g_apPlaceholders.end()};
 }
 
 bool hasPlaceholder(const std::string& a_strTemplate, std::string_view a_strPlaceholder)
@@ -100,51 +100,29 @@ bool hasPlaceholder(const std::string& a_strTemplate, std::string_view a_strPlac
     return a_strTemplate.find(a_strPlaceholder) != std::string::npos;
 }
 
-std::string replaceAll(const std::string& a_strText, std::string_view a_strWhat, std::string_view a_strWith)
-{
-    std::string strResult;
-    std::size_t uiFrom = 0;
-    std::size_t uiFound = 0;
-    while ((uiFound = a_strText.find(a_strWhat, uiFrom)) != std::string::npos)
-    {
-        strResult.append(a_strText, uiFrom, uiFound - uiFrom).append(a_strWith);
-        uiFrom = uiFound + a_strWhat.size();
-    }
-    return strResult.append(a_strText, uiFrom, std::string::npos);
-}
-
-std::string fillIn(std::string a_strTemplate, const Replacements& a_oReplacements)
-{
-    for (const auto& [strPlaceholder, strValue] : a_oReplacements)
-    {
-        a_strTemplate = replaceAll(a_strTemplate, strPlaceholder, strValue);
-    }
-    return a_strTemplate;
-}
-
 std::string findUrlFault(const std::string& a_strTemplate, const std::vector<std::string>& a_oAllowed)
 {
     if (afterScheme(a_strTemplate) == 0)
     {
-        return "it doesn't begin with https://";
+        return "it does not begin with https://";
     }
     std::string strUrl = a_strTemplate;
     for (const std::string& strPlaceholder : a_oAllowed)
     {
-        strUrl = replaceAll(strUrl, strPlaceholder, "x");
+        strUrl = vadro::string::replaceAllOccurrences(strUrl, strPlaceholder, "x");
     }
     const std::string strUnknown = findUnknownPlaceholder(strUrl);
     if (!strUnknown.empty())
     {
-        return "nobody fills in " + strUnknown +
-               (a_oAllowed.empty() ? std::string() : "; the placeholders are " + join(a_oAllowed));
+        return "unknown placeholder " + strUnknown +
+               (a_oAllowed.empty() ? std::string() : "; known ones: " + join(a_oAllowed));
     }
     const std::string strHost = urlHost(a_strTemplate);
     const bool bHost =
         !strHost.empty() && std::all_of(strHost.begin(),
                                         strHost.end(),
                                         [](char a_cCharacter) { return isIn(a_cCharacter, s_strUnreserved); });
-    return bHost ? findCharacterFault(strUrl) : "it names no server behind the '://'";
+    return bHost ? findCharacterFault(strUrl) : "it names no server after '://'";
 }
 
 std::string urlBase(const std::string& a_strUrl)

@@ -1,12 +1,13 @@
 #include "cfgctl/account/password.h"
 #include "cfgctl/account/problems.h"
-#include "cfgctl/account/providerfile.h"
+#include "cfgctl/account/provider.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
+#include "platform/common/values.h"
 
 namespace cfgctl
 {
@@ -33,9 +34,9 @@ Provider chooseProvider(const AccountOptions& a_oOptions)
     const Provider* pProvider = findProvider(oList.m_oProviders, a_oOptions.m_strProvider);
     if (pProvider == nullptr)
     {
-        throw Failure("There is no provider '" + a_oOptions.m_strProvider +
-                      "': 'cfgctl providers' lists them; for another one give its update URL with --url, or its GnuDIP "
-                      "server with --server");
+        throw Failure("Unknown provider '" + a_oOptions.m_strProvider +
+                      "'; 'cfgctl providers' lists them. For another one, use --url with its update URL, or --server "
+                      "with its GnuDIP server");
     }
     return *pProvider;
 }
@@ -46,24 +47,24 @@ findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const
     std::vector<std::string> oWarnings;
     if (!a_oProvider.m_bSure)
     {
-        oWarnings.push_back("What is known of " + a_oProvider.m_strName + " is not confirmed by its own pages (" +
-                            a_oProvider.m_strDoubt + "): look at the first answers with 'cfgctl log'");
+        oWarnings.push_back("The settings for " + a_oProvider.m_strName + " are not confirmed by its own pages (" +
+                            a_oProvider.m_strDoubt + "): check the first answers with 'cfgctl log'");
     }
     for (const korrin::ValueList& oOther : a_oSources.m_oAccounts)
     {
-        const bool bSameServer =
-            oOther.getValue("ServiceType") == a_oRow.getValue("ServiceType") &&
-            urlHost(oOther.getValue("ServerAddr").getText()) == urlHost(a_oRow.getValue("ServerAddr").getText());
-        if (bSameServer && oOther.getValue("Hostname") == a_oRow.getValue("Hostname"))
+        const bool bSameServer = oOther.getValue(dbm::DynDns_ServiceType) == a_oRow.getValue(dbm::DynDns_ServiceType) &&
+                                 urlHost(oOther.getValue(dbm::DynDns_ServerAddr).getText()) ==
+                                     urlHost(a_oRow.getValue(dbm::DynDns_ServerAddr).getText());
+        if (bSameServer && oOther.getValue(dbm::DynDns_Hostname) == a_oRow.getValue(dbm::DynDns_Hostname))
         {
-            oWarnings.push_back("There is " + nameAccount(oOther) +
-                                " at the same provider already: the two will overwrite each other's address");
+            oWarnings.push_back("The host already has " + nameAccount(oOther) +
+                                " at this provider: the two will overwrite each other's address");
         }
     }
-    const InterfaceState eState = readInterfaceState(a_oRow.getValue("Interface").getText());
+    const auto eState = quorvad::readInterfaceState(a_oRow.getValue(dbm::Interface).getText());
     for (const Problem& oProblem : findProblems(a_oRow, a_oSources, eState))
     {
-        oWarnings.push_back(oProblem.m_strWhat + ": " + oProblem.m_strNext);
+        oWarnings.push_back(oProblem.m_strWhat + "; " + oProblem.m_strNext);
     }
     return oWarnings;
 }
@@ -73,7 +74,7 @@ std::string showRow(const korrin::ValueList& a_oRow, bool a_bShowSecrets)
     Table oTable{{"Column", "Value"}, {}};
     for (const auto& [strColumn, oValue] : a_oRow)
     {
-        const bool bHide = strColumn == "Password" && !a_bShowSecrets && !oValue.getText().empty();
+        const bool bHide = strColumn == dbm::DynDns_Password && !a_bShowSecrets && !oValue.getText().empty();
         oTable.m_oRows.push_back({{strColumn}, {bHide ? std::string(g_strHidden) : oValue.getText()}});
     }
     return renderTable(oTable, {}) + "Nothing was written.\n";
@@ -93,8 +94,8 @@ std::string askPassword(const AccountPlan& a_oPlan, const Provider& a_oProvider,
 korrin::Value store(Database& a_oDatabase, const korrin::ValueList& a_oRow, const Options& a_oOptions)
 {
     a_oDatabase.beginWrite(a_oOptions.m_oPatience);
-    a_oDatabase.insertRow("DynDns", a_oRow);
-    korrin::Value oId(korrin::eValueInteger, a_oDatabase.getLastId("DynDns"));
+    a_oDatabase.insertRow(dbm::Table_DynDns, a_oRow);
+    korrin::Value oId = platform::integer(a_oDatabase.getLastId(dbm::Table_DynDns));
     a_oDatabase.commit();
     return oId;
 }
@@ -110,17 +111,16 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     const bool bDryWithout = oAccount.m_bDryRun && oAccount.m_strPasswordFile.empty();
     if (!oPlan.m_strPasswordHint.empty() && !bDryWithout)
     {
-        oPlan.m_oRow.add("Password",
-                         korrin::Value(korrin::eValueText, preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
+        oPlan.m_oRow.add(dbm::DynDns_Password, platform::text(preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
     }
     const StatusSources oSources = readSources(a_oDatabase);
     const korrin::Value oId =
         oAccount.m_bDryRun ? korrin::Value(korrin::eValueNull, 0) : store(a_oDatabase, oPlan.m_oRow, a_oOptions);
     korrin::ValueList oRow = oPlan.m_oRow;
-    oRow.add("Id", oId);
+    oRow.add(dbm::Id, oId);
     if (bDryWithout)
     {
-        oRow.add("Password", korrin::Value(korrin::eValueText, std::string(g_strHidden))); // the one to come
+        oRow.add(dbm::DynDns_Password, platform::text(std::string(g_strHidden))); // the one to come
     }
     for (const std::string& strWarning : findWarnings(oProvider, oRow, oSources))
     {
@@ -129,7 +129,7 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     if (a_oOptions.m_bJson)
     {
         korrin::ValueList oResult;
-        oResult.add("Id", oId);
+        oResult.add(dbm::Id, oId);
         return rowToJson(oResult) + "\n";
     }
     std::string strText = oAccount.m_bDryRun ? showRow(oPlan.m_oRow, a_oOptions.m_bShowSecrets)

@@ -1,9 +1,9 @@
 #include "cfgctl/account/accountplan.h"
 #include "cfgctl/account/password.h"
-#include "cfgctl/account/sources.h"
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
+#include "platform/common/values.h"
 
 #include <thread>
 
@@ -22,7 +22,7 @@ std::string capitalised(std::string a_strText)
 korrin::ValueList makeFlag(bool a_bEnable)
 {
     korrin::ValueList oRow;
-    oRow.add("Enable", korrin::Value(korrin::eValueInteger, a_bEnable ? 1 : 0));
+    oRow.add(dbm::Enable, platform::integer(a_bEnable ? 1 : 0));
     return oRow;
 }
 
@@ -34,10 +34,10 @@ std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_
     std::string strText;
     for (const korrin::ValueList& oRow : oRows)
     {
-        const bool bChanged = (oRow.getValue("Enable").getInteger() != 0) != a_bEnable;
+        const bool bChanged = (oRow.getValue(dbm::Enable).getInteger() != 0) != a_bEnable;
         if (bChanged)
         {
-            a_oDatabase.updateRow("DynDns", oRow.getValue("Id").getText(), makeFlag(a_bEnable));
+            a_oDatabase.updateRow(dbm::Table_DynDns, oRow.getValue(dbm::Id).getText(), makeFlag(a_bEnable));
         }
         strText += capitalised(nameAccount(oRow)) + (bChanged ? " is now " : " was already ") +
                    (a_bEnable ? "enabled.\n" : "disabled.\n");
@@ -50,9 +50,9 @@ void deleteRowsOf(Database& a_oDatabase, const std::string& a_strTable, const st
 {
     for (const korrin::ValueList& oRow : a_oDatabase.getRows(a_strTable))
     {
-        if (oRow.getValue("DynDnsId").getText() == a_strAccount)
+        if (oRow.getValue(dbm::DynDnsLog_DynDnsId).getText() == a_strAccount)
         {
-            a_oDatabase.deleteRow(a_strTable, oRow.getValue("Id").getText());
+            a_oDatabase.deleteRow(a_strTable, oRow.getValue(dbm::Id).getText());
         }
     }
 }
@@ -61,7 +61,7 @@ bool anyEnabled(const Rows& a_oRows)
 {
     for (const korrin::ValueList& oRow : a_oRows)
     {
-        if (oRow.getValue("Enable").getInteger() != 0)
+        if (oRow.getValue(dbm::Enable).getInteger() != 0)
         {
             return true;
         }
@@ -102,10 +102,10 @@ std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
     a_oDatabase.beginWrite(a_oOptions.m_oPatience);
     for (const korrin::ValueList& oRow : oRows)
     {
-        const std::string& strId = oRow.getValue("Id").getText();
-        deleteRowsOf(a_oDatabase, "DynDnsStatus", strId);
-        deleteRowsOf(a_oDatabase, "DynDnsLog", strId);
-        a_oDatabase.deleteRow("DynDns", strId);
+        const std::string& strId = oRow.getValue(dbm::Id).getText();
+        deleteRowsOf(a_oDatabase, dbm::Table_DynDnsStatus, strId);
+        deleteRowsOf(a_oDatabase, dbm::Table_DynDnsLog, strId);
+        a_oDatabase.deleteRow(dbm::Table_DynDns, strId);
     }
     a_oDatabase.commit();
     return a_oOptions.m_bJson ? std::string() : "Removed " + strNames + ", with its outcomes.\n";
@@ -116,9 +116,7 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     const AccountOptions& oAccount = a_oOptions.m_oAccount;
     const korrin::ValueList oRow = readAccounts(a_oDatabase, oAccount.m_oIds).front();
     const Providers oProviders = readProviders(oAccount.m_strProviders);
-    const Provider* pProvider =
-        recogniseProvider(oProviders, oRow.getValue("ServiceType").getText(), oRow.getValue("ServerAddr").getText());
-    const AccountPlan oPlan = planOfRow(oRow, pProvider);
+    const AccountPlan oPlan = planOfRow(oRow, recogniseProvider(oProviders, oRow));
     if (!oPlan.m_bPasswordInUrl && !oPlan.m_bPasswordInHeader)
     {
         throw Failure(capitalised(nameAccount(oRow)) +
@@ -128,11 +126,11 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     const std::string strTyped =
         readPassword(oAccount.m_strPasswordFile, "New password of " + nameAccount(oRow) + ": ");
     korrin::ValueList oChange;
-    oChange.add("Password", korrin::Value(korrin::eValueText, preparePassword(oPlan, strTyped, oNotes)));
+    oChange.add(dbm::DynDns_Password, platform::text(preparePassword(oPlan, strTyped, oNotes)));
     a_oDatabase.beginWrite(a_oOptions.m_oPatience);
-    a_oDatabase.updateRow("DynDns", oRow.getValue("Id").getText(), oChange);
+    a_oDatabase.updateRow(dbm::Table_DynDns, oRow.getValue(dbm::Id).getText(), oChange);
     a_oDatabase.commit();
-    std::string strText = "The password of " + nameAccount(oRow) + " is changed.\n";
+    std::string strText = "The password of " + nameAccount(oRow) + " was changed.\n";
     for (const std::string& strNote : oNotes)
     {
         strText += strNote + "\n";

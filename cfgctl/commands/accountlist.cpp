@@ -2,6 +2,7 @@
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
+#include "platform/common/values.h"
 
 namespace cfgctl
 {
@@ -9,25 +10,25 @@ namespace cfgctl
 std::string runAccountList(Database& a_oDatabase, const Options& a_oOptions)
 {
     const Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
-    Rows oRows = a_oDatabase.getRows("DynDns");
+    Rows oRows = a_oDatabase.getRows(dbm::Table_DynDns);
     Table oTable;
     oTable.m_oHeadings = {"Id", "Hostname", "Provider", "Interface", "User", "Tries", "Enabled"};
     for (korrin::ValueList& oRow : oRows)
     {
         const std::string strProvider = nameProvider(oProviders, oRow);
-        const bool bEnabled = oRow.getValue("Enable").getInteger() != 0;
-        const std::string strUser = oRow.getValue("AccountUserName").getText();
-        oTable.m_oRows.push_back({{oRow.getValue("Id").getText(), Style::Plain, true},
-                                  {oRow.getValue("Hostname").getText()},
+        const bool bEnabled = oRow.getValue(dbm::Enable).getInteger() != 0;
+        const std::string strUser = oRow.getValue(dbm::DynDns_AccountUserName).getText();
+        oTable.m_oRows.push_back({{oRow.getValue(dbm::Id).getText(), Style::Plain, true},
+                                  {oRow.getValue(dbm::DynDns_Hostname).getText()},
                                   {strProvider},
-                                  {oRow.getValue("Interface").getText()},
+                                  {oRow.getValue(dbm::Interface).getText()},
                                   {strUser.empty() ? "(none)" : strUser, strUser.empty() ? Style::Faint : Style::Plain},
-                                  {oRow.getValue("Retry").getText(), Style::Plain, true},
+                                  {oRow.getValue(dbm::DynDns_Retry).getText(), Style::Plain, true},
                                   {bEnabled ? "yes" : "no", bEnabled ? Style::Plain : Style::Faint}});
-        oRow.add("Provider", korrin::Value(korrin::eValueText, strProvider));
+        oRow.add("Provider", platform::text(strProvider));
         if (!a_oOptions.m_bShowSecrets)
         {
-            hideSecrets("DynDns", oRow);
+            hideSecrets(dbm::Table_DynDns, oRow);
         }
     }
     if (a_oOptions.m_bJson)

@@ -1,8 +1,8 @@
 #include "cfgctl/commands/accounts.h"
 
-#include "cfgctl/account/providerfile.h"
-#include "cfgctl/account/sources.h"
+#include "cfgctl/account/provider.h"
 #include "cfgctl/account/urltemplate.h"
+#include "cfgctl/database.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 
@@ -11,14 +11,14 @@ namespace cfgctl
 
 Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds)
 {
-    const Rows oAll = a_oDatabase.getRows("DynDns");
+    const Rows oAll = a_oDatabase.getRows(dbm::Table_DynDns);
     Rows oRows;
     for (const int iId : a_oIds)
     {
-        const korrin::ValueList& oRow = findLast(oAll, "Id", std::to_string(iId));
+        const korrin::ValueList& oRow = findLast(oAll, dbm::Id, std::to_string(iId));
         if (oRow.empty())
         {
-            throw Failure("There is no account " + std::to_string(iId) + "; 'cfgctl account list' shows them");
+            throw Failure("No account " + std::to_string(iId) + "; 'cfgctl account list' shows all");
         }
         oRows.push_back(oRow);
     }
@@ -27,7 +27,8 @@ Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds)
 
 std::string nameAccount(const korrin::ValueList& a_oRow)
 {
-    return "account " + a_oRow.getValue("Id").getText() + " (" + a_oRow.getValue("Hostname").getText() + ")";
+    return "account " + a_oRow.getValue(dbm::Id).getText() + " (" + a_oRow.getValue(dbm::DynDns_Hostname).getText() +
+           ")";
 }
 
 Providers readProviders(const std::string& a_strMore)
@@ -42,13 +43,12 @@ Providers readProviders(const std::string& a_strMore)
 
 std::string nameProvider(const Providers& a_oProviders, const korrin::ValueList& a_oRow)
 {
-    const std::string& strService = a_oRow.getValue("ServiceType").getText();
-    const std::string& strServer = a_oRow.getValue("ServerAddr").getText();
-    if (const Provider* pProvider = recogniseProvider(a_oProviders, strService, strServer))
+    if (const Provider* pProvider = recogniseProvider(a_oProviders, a_oRow))
     {
         return pProvider->m_strName;
     }
-    return strService == "gnudip" ? strServer : urlHost(strServer);
+    const std::string& strServer = a_oRow.getValue(dbm::DynDns_ServerAddr).getText();
+    return isGnudip(a_oRow) ? strServer : urlHost(strServer);
 }
 
 } // namespace cfgctl

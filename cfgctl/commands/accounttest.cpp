@@ -1,9 +1,13 @@
-#include "cfgctl/account/report.h"
+#include "cfgctl/account/attempts.h"
+#include "cfgctl/account/problems.h"
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
+#include "cfgctl/secrets.h"
+#include "cfgctl/timestamp.h"
 #include "platform/base/escape.h"
+#include "vadro/string/replace.h"
 
 #include <ctime>
 #include <nlohmann/json.hpp>
@@ -16,16 +20,130 @@ namespace
 
 constexpr std::size_t s_uiNameWidth = 13;
 
-std::string toJson(const AccountReport& a_oReport)
+struct Fact
+{
+    const char* m_pKey;  ///< for programs
+    const char* m_pName; ///< for people
+    std::string m_strText;
+};
+
+std::string orNone(const std::string& a_strText)
+{
+    return a_strText.empty() ? "none" : a_strText;
+}
+
+std::string describeSignIn(const korrin::ValueList& a_oAccount)
+{
+    const std::string& strUser = a_oAccount.getValue(dbm::DynDns_AccountUserName).getText();
+    if (isGnudip(a_oAccount))
+    {
+        return "GnuDIP as " + strUser;
+    }
+    return strUser.empty() ? "by the URL alone" : "Basic authentication as " + strUser;
+}
+
+std::string describeSuccess(const korrin::ValueList& a_oAccount)
+{
+    if (isGnudip(a_oAccount))
+    {
+        return "code 0";
+    }
+    const std::string& strExpect = a_oAccount.getValue(dbm::DynDns_ExpectedResultSubString).getText();
+    return strExpect.empty() ? "HTTP status 200" : "an answer that contains \"" + strExpect + "\"";
+}
+
+std::string describeLast(const korrin::ValueList& a_oStatus, std::time_t a_iNow)
+{
+    if (a_oStatus.empty())
+    {
+        return "not tried yet";
+    }
+    const std::string& strTimestamp = a_oStatus.getValue(dbm::DynDnsStatus_Timestamp).getText();
+    const korrin::Value oAge = ageOf(strTimestamp, a_iNow);
+    const bool bSuccess = a_oStatus.getValue(dbm::DynDnsStatus_Success).getInteger() != 0;
+    return (bSuccess ? "updated " : "failed ") +
+           (oAge.getType() == korrin::eValueNull ? strTimestamp : describeAge(oAge.getInteger()));
+}
+
+std::string describeInterface(const std::string& a_strName, const korrin::ValueList& a_oWatch)
+{
+    if (a_oWatch.empty())
+    {
+        return a_strName.empty() ? "none" : a_strName + ", not monitored";
+    }
+    return a_strName + (a_oWatch.getValue(dbm::IsUp).getInteger() != 0 ? ", up" : ", down");
+}
+
+std::string describeNameservers(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
+{
+    const std::string strServers =
+        vadro::string::replaceAllOccurrences(nameserversOf(a_oAccount, a_oSources), ",", ", ");
+    return orNone(strServers);
+}
+
+/// The server of the next update: the URL as the daemon would fill it in, or the name of the GnuDIP server.
+std::string describeServer(const korrin::ValueList& a_oAccount,
+                           const StatusSources& a_oSources,
+                           const Provider* a_pProvider,
+                           bool a_bShowSecrets)
+{
+    const std::string& strServer = a_oAccount.getValue(dbm::DynDns_ServerAddr).getText();
+    if (isGnudip(a_oAccount))
+    {
+        return strServer;
+    }
+    quorvad::UrlValues oValues = urlValuesOf(a_oAccount, a_oSources);
+    if (a_bShowSecrets)
+    {
+        return quorvad::fillPlaceholders(strServer, oValues);
+    }
+    std::vector<std::string> oPublic;
+    if (a_pProvider != nullptr)
+    {
+        oPublic = {a_pProvider->m_strUrl, a_pProvider->m_strUrlDual};
+    }
+    oValues.m_strPassword = hideSecret(dbm::Table_DynDns, dbm::DynDns_Password, oValues.m_strPassword);
+    return quorvad::fillPlaceholders(hideTemplate(strServer, oPublic), oValues);
+}
+
+/// All that is known of the next update, in the order to show it.
+std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
+                               const StatusSources& a_oSources,
+                               const Provider* a_pProvider,
+                               bool a_bShowSecrets)
+{
+    const std::time_t iNow = std::time(nullptr);
+    const std::string& strId = a_oAccount.getValue(dbm::Id).getText();
+    const std::string& strInterface = a_oAccount.getValue(dbm::Interface).getText();
+    const korrin::ValueList& oWatch = findLast(a_oSources.m_oInterfaces, dbm::Name, strInterface);
+    const korrin::ValueList& oIPv6 = findLast(a_oSources.m_oIPv6, dbm::Name, strInterface);
+    const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
+    return {{"Hostname", "Hostname", a_oAccount.getValue(dbm::DynDns_Hostname).getText()},
+            {"Provider", "Provider", a_pProvider == nullptr ? "not in the list of providers" : a_pProvider->m_strName},
+            {"Server",
+             isGnudip(a_oAccount) ? "Server" : "URL",
+             describeServer(a_oAccount, a_oSources, a_pProvider, a_bShowSecrets)},
+            {"SignIn", "Sign-in", describeSignIn(a_oAccount)},
+            {"Success", "Success is", describeSuccess(a_oAccount)},
+            {"Tries", "Tries", a_oAccount.getValue(dbm::DynDns_Retry).getText() + " per change"},
+            {"Interface", "Interface", describeInterface(strInterface, oWatch)},
+            {"IPv4", "IPv4", orNone(oWatch.getValue(dbm::Addr).getText())},
+            {"IPv6", "IPv6", orNone(oIPv6.getValue(dbm::Addr).getText())},
+            {"DnsServers", "DNS servers", describeNameservers(a_oAccount, a_oSources)},
+            {"Last", "Last", describeLast(oStatus, iNow)},
+            {"Next", "Next", describeNext(a_oAccount, a_oSources, iNow)}};
+}
+
+std::string toJson(const std::vector<Fact>& a_oFacts, const std::vector<Problem>& a_oProblems)
 {
     nlohmann::ordered_json oJson = nlohmann::ordered_json::object();
-    for (const Fact& oFact : a_oReport.m_oFacts)
+    for (const Fact& oFact : a_oFacts)
     {
-        oJson[oFact.m_strKey] = oFact.m_strText;
+        oJson[oFact.m_pKey] = oFact.m_strText;
     }
-    oJson["Ready"] = a_oReport.isReady();
+    oJson["Ready"] = !isStopped(a_oProblems);
     oJson["Problems"] = nlohmann::ordered_json::array();
-    for (const Problem& oProblem : a_oReport.m_oProblems)
+    for (const Problem& oProblem : a_oProblems)
     {
         oJson["Problems"].push_back(
             {{"Stops", oProblem.m_bStops}, {"What", oProblem.m_strWhat}, {"Next", oProblem.m_strNext}});
@@ -33,16 +151,18 @@ std::string toJson(const AccountReport& a_oReport)
     return oJson.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
-std::string toText(const AccountReport& a_oReport)
+std::string toText(const std::vector<Fact>& a_oFacts, const std::vector<Problem>& a_oProblems)
 {
     std::string strText;
-    for (const auto& [strKey, strName, strFact] : a_oReport.m_oFacts)
+    for (const auto& [pKey, pName, strFact] : a_oFacts)
     {
-        strText += strName + std::string(s_uiNameWidth - strName.size(), ' ') + platform::escape(strFact) + "\n";
+        std::string strName = pName;
+        strName.resize(s_uiNameWidth, ' ');
+        strText += strName + platform::escape(strFact) + "\n";
     }
-    strText += a_oReport.isReady() ? "\nReady: an update goes out at the next change.\n"
-                                   : "\nNot ready: no update goes out.\n";
-    for (const Problem& oProblem : a_oReport.m_oProblems)
+    strText += isStopped(a_oProblems) ? "\nNot ready: no update goes out.\n"
+                                      : "\nReady: an update goes out at the next change.\n";
+    for (const Problem& oProblem : a_oProblems)
     {
         strText += std::string(oProblem.m_bStops ? "- " : "- but: ") + platform::escape(oProblem.m_strWhat) +
                    ".\n  Next step: " + platform::escape(oProblem.m_strNext) + "\n";
@@ -56,15 +176,15 @@ std::string runAccountTest(Database& a_oDatabase, const Options& a_oOptions)
 {
     const korrin::ValueList oRow = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds).front();
     const Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
-    const Provider* pProvider =
-        recogniseProvider(oProviders, oRow.getValue("ServiceType").getText(), oRow.getValue("ServerAddr").getText());
-    const InterfaceState eState = readInterfaceState(oRow.getValue("Interface").getText());
-    const AccountReport oReport =
-        makeReport(oRow, readSources(a_oDatabase), pProvider, eState, a_oOptions.m_bShowSecrets, std::time(nullptr));
-    writeOut(a_oOptions.m_bJson ? toJson(oReport) : toText(oReport));
-    if (!oReport.isReady())
+    const StatusSources oSources = readSources(a_oDatabase);
+    const std::vector<Fact> oFacts =
+        collectFacts(oRow, oSources, recogniseProvider(oProviders, oRow), a_oOptions.m_bShowSecrets);
+    const std::vector<Problem> oProblems =
+        findProblems(oRow, oSources, quorvad::readInterfaceState(oRow.getValue(dbm::Interface).getText()));
+    writeOut(a_oOptions.m_bJson ? toJson(oFacts, oProblems) : toText(oFacts, oProblems));
+    if (isStopped(oProblems))
     {
-        throw Failure("No update of " + nameAccount(oRow) + " goes out as things are");
+        throw Failure("No update of " + nameAccount(oRow) + " will be sent");
     }
     return {};
 }

@@ -41,7 +41,7 @@ public:
             writeOut(renderTable(makeLogTable(oRows), m_oOptions.m_oLayout));
         }
     }
-    /// What can't be read is read at the next change, or when the service is back.
+    /// What cannot be read is read at the next change, or when the service is back.
     void printNew(Database& a_oDatabase)
     {
         Rows oRows;
@@ -63,11 +63,14 @@ private:
     }
     Rows read(Database& a_oDatabase)
     {
-        const Rows oAccounts = a_oDatabase.getRows("DynDns");
-        Rows oRows = makeLogRows(oAccounts, a_oDatabase.getRows("DynDnsLog"), account(), m_iLast, std::time(nullptr));
+        LogSources oSources;
+        oSources.m_oAccounts = a_oDatabase.getRows(dbm::Table_DynDns);
+        oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
+        oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log, whose newest row it judges
+        Rows oRows = makeLogRows(oSources, account(), m_iLast, std::time(nullptr));
         if (!oRows.empty())
         {
-            m_iLast = oRows.back().getValue("Id").getInteger();
+            m_iLast = oRows.back().getValue(dbm::Id).getInteger();
         }
         return oRows;
     }
@@ -100,7 +103,7 @@ void runLog(const Options& a_oOptions)
     if (a_oOptions.m_bFollow)
     {
         Follower oFollower;
-        oFollower.m_oTables = {"DynDnsLog"};
+        oFollower.m_oTables = {dbm::Table_DynDnsLog};
         oFollower.m_oOnChange = [&](vadro::cfg::common::IConfigClient& a_oClient, const std::string&, bool)
         {
             Database oDatabase(a_oClient);

@@ -1,4 +1,4 @@
-#include "cfgctl/account/providerfile.h"
+#include "cfgctl/account/provider.h"
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
@@ -64,7 +64,7 @@ void runProviders(const Options& a_oOptions)
         const Provider* pProvider = findProvider(oProviders, strKey);
         if (pProvider == nullptr)
         {
-            throw Failure("There is no provider '" + strKey + "'; 'cfgctl providers' lists them");
+            throw Failure("Unknown provider '" + strKey + "'; 'cfgctl providers' lists them");
         }
         oProviders = {Provider(*pProvider)};
     }

@@ -3,7 +3,7 @@
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
-#include "cfgctl/timestamp.h"
+#include "platform/common/localtime.h"
 
 #include <algorithm>
 #include <atomic>
@@ -97,7 +97,7 @@ std::vector<std::string> chooseTables(const Options& a_oOptions)
 
 void printChange(const std::string& a_strTable, bool a_bJson)
 {
-    const std::string strTime = formatTimestamp(std::time(nullptr));
+    const std::string strTime = platform::formatLocalTime(std::time(nullptr), platform::g_acIsoFormat);
     if (!a_bJson)
     {
         writeOut(strTime + "  " + a_strTable + "\n");

@@ -54,9 +54,9 @@ def test_accounts(router):
     providers.write_text(json.dumps(PROVIDERS))
     common = ("--host", "home.example.org", "-i", "ppp0", "--user", "alice", "--providers", providers)
 
-    # Nobody tells of the interface yet: it is said, with what to do, and the account is kept.
+    # The interface is not monitored yet: the command says so, and keeps the account.
     added = router.ctl("account", "add", "-p", "local", *common, "--password-file", "-", text=WORD + "\n")
-    assert "counts as a failed try" in added.stdout and "is netifwatch running" in added.stderr
+    assert "counts as a failed try" in added.stdout and "is not monitored" in added.stderr
     tested = router.ctl("account", "test", "1", check=False)
     assert tested.returncode == 1 and "Not ready" in tested.stdout
     router.describe()

@@ -192,7 +192,7 @@ TEST_F(Commands, AccountsFromAddToRemove)
     oOne.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "an other");
     EXPECT_THAT(refused(cfgctl::runAccountPassword, oOne), HasSubstr("copied whole"));
     oOne.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "another");
-    EXPECT_THAT(run(cfgctl::runAccountPassword, oOne), HasSubstr("is changed"));
+    EXPECT_THAT(run(cfgctl::runAccountPassword, oOne), HasSubstr("was changed"));
     EXPECT_EQ(run(cfgctl::runShow, on("DynDns", {"Password=another"})).substr(0, 3), "Id ");
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("is now disabled"));
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
@@ -203,7 +203,7 @@ TEST_F(Commands, AccountsFromAddToRemove)
     oOne.m_oAccount.m_oSettle = std::chrono::milliseconds(0);
     oOne.m_oAccount.m_bYes = true;
     run(cfgctl::runAccountRemove, oOne);
-    EXPECT_THAT(refused(cfgctl::runAccountTest, oOne), HasSubstr("There is no account 1"));
+    EXPECT_THAT(refused(cfgctl::runAccountTest, oOne), HasSubstr("No account 1"));
     EXPECT_THAT(run(cfgctl::runShow, on("DynDnsLog")), testing::AllOf(HasSubstr(" y\n"), Not(HasSubstr(" x\n"))));
 }
 

@@ -91,7 +91,7 @@ TEST(Status, PutsTheTablesTogether)
               "Id  Hostname   Interface                      Last                   Answer    Next\n"
               " 1  a.example  ppp0 up 192.0.2.1 2001:db8::1  updated 3 minutes ago  good\\x0a  nothing: Retry is 0\n"
               " 2  b.example  eth1 down                      failed yesterday                 nothing: disabled\n"
-              " 3  c.example  eth2 unknown                   not tried yet                    nothing: unknown "
+              " 3  c.example  eth2 not monitored             not tried yet                    nothing: unknown "
               "ServiceType\n"
               " 4  d.example  none                           not tried yet                    nothing: unknown "
               "ServiceType\n");

@@ -3,6 +3,7 @@
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
 #include "cfgctl/timestamp.h"
+#include "platform/common/localtime.h"
 #include "tests/unit/cfgctl/expect.h"
 #include "tests/unit/cfgctl/liveservice.h"
 
@@ -127,12 +128,20 @@ TEST(Secrets, HidesPasswordsAndWhatMayBeOneInAUrl)
     }
 }
 
+TEST(Secrets, WhatAProviderPublishesStays)
+{
+    const std::string strUrl = "https://h.example/?sys=1&k=geheim&p=<password>";
+    EXPECT_EQ(cfgctl::hideTemplate(strUrl, {"https://h.example/?sys=1&k=<username>&p=<password>"}),
+              "https://h.example/?sys=1&k=********&p=<password>");
+    EXPECT_EQ(cfgctl::hideTemplate(strUrl, {}), "https://h.example/?sys=********&k=********&p=<password>");
+}
+
 TEST(Timestamp, IsReadWhateverTheZone)
 {
     EXPECT_EQ(cfgctl::parseTimestamp("1970-01-01T00:00:00+0000"), 0);
     EXPECT_EQ(cfgctl::parseTimestamp("2026-03-01T17:45:09+0100"), 1772383509);
     EXPECT_EQ(cfgctl::parseTimestamp("2026-03-01T11:15:09-0530"), 1772383509);
-    EXPECT_EQ(cfgctl::parseTimestamp(cfgctl::formatTimestamp(1772383509)), 1772383509);
+    EXPECT_EQ(cfgctl::parseTimestamp(platform::formatLocalTime(1772383509, platform::g_acIsoFormat)), 1772383509);
     for (const char* pText : {"",
                               "2026-03-01",
                               "2026-03-01T17:45:09Z",

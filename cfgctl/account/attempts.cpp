@@ -1,0 +1,176 @@
+#include "cfgctl/account/attempts.h"
+
+#include "actions/httpreply.h"
+#include "cfgctl/account/problems.h"
+#include "cfgctl/account/provider.h"
+#include "cfgctl/timestamp.h"
+#include "scheduler/timing.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace cfgctl
+{
+
+namespace
+{
+
+constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1; // time stamps are whole seconds
+constexpr std::time_t s_iAttempt = 12;                     // an attempt may take that long before its row is stamped
+constexpr std::time_t s_iWritten = quorvad::g_uiPassSec + 15;
+constexpr int s_iMostDoublings = 20;
+
+/// The daemon's wait after the try at that place of its series.
+std::time_t waitAfter(int a_iPlace, int a_iStart)
+{
+    std::int32_t iWait = a_iStart;
+    for (int iDone = 0; iDone < std::min(a_iPlace, s_iMostDoublings); ++iDone)
+    {
+        iWait = quorvad::doubledInterval(iWait);
+    }
+    return iWait;
+}
+
+/// The place of the second of two tries in its series, 1 for a first one: the daemon waits 2, 4, 8, ... times its
+/// start period, and these ranges do not overlap. A distance that fits none began a new series.
+int placeOf(std::time_t a_iGap)
+{
+    for (int iTry = 1; iTry < s_iMostDoublings; ++iTry)
+    {
+        if (a_iGap >= waitAfter(iTry, quorvad::g_iShortestStartSec) - s_iAttempt &&
+            a_iGap <= waitAfter(iTry, quorvad::g_iLongestStartSec) + s_iSlice + s_iAttempt)
+        {
+            return iTry + 1;
+        }
+    }
+    return 1;
+}
+
+/// The latest moment of the next try; nothing when no try is left.
+std::optional<std::time_t> latestNextTry(const std::vector<std::time_t>& a_oFailures, int a_iTries)
+{
+    const std::size_t uiCount = a_oFailures.size();
+    const int iPlace = uiCount < 2 ? 1 : placeOf(a_oFailures[uiCount - 1] - a_oFailures[uiCount - 2]);
+    if (iPlace >= a_iTries)
+    {
+        return std::nullopt;
+    }
+    return a_oFailures.back() + waitAfter(iPlace, quorvad::g_iLongestStartSec) + s_iSlice;
+}
+
+/// Times of the failures since the last success. Where the outcome is unknown, the distance to the next try tells
+/// whether that was a repetition.
+std::vector<std::time_t> failuresOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
+{
+    std::vector<std::time_t> oTimes;
+    for (const korrin::ValueList& oRow : a_oSources.m_oLog)
+    {
+        const auto oTime = parseTimestamp(oRow.getValue(dbm::DynDnsLog_Timestamp).getText());
+        if (!oTime || oRow.getValue(dbm::DynDnsLog_DynDnsId).getText() != a_oAccount.getValue(dbm::Id).getText())
+        {
+            continue;
+        }
+        if (judgeAttempt(a_oAccount, a_oSources.m_oStatus, oRow) == Outcome::Updated)
+        {
+            oTimes.clear();
+        }
+        else
+        {
+            oTimes.push_back(*oTime);
+        }
+    }
+    return oTimes;
+}
+
+std::string describeFailed(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow)
+{
+    const std::vector<std::time_t> oTimes = failuresOf(a_oAccount, a_oSources);
+    if (oTimes.empty() || oTimes.back() > a_iNow + s_iSlice)
+    {
+        return "tries again while tries are left";
+    }
+    const auto oLatest = latestNextTry(oTimes, a_oAccount.getValue(dbm::DynDns_Retry).getInteger());
+    if (!oLatest)
+    {
+        return "no try left: waits for a change of address or settings";
+    }
+    if (a_iNow > *oLatest + s_iWritten)
+    {
+        return "a try is overdue: is quorvad running?";
+    }
+    const std::time_t iSeconds = std::max<std::time_t>(*oLatest - a_iNow, 0);
+    return iSeconds < 60 ? "tries again within a minute" : "tries again within " + describeSpan(iSeconds + 59);
+}
+
+Outcome toOutcome(bool a_bSuccess)
+{
+    return a_bSuccess ? Outcome::Updated : Outcome::Failed;
+}
+
+Outcome judgeStored(const korrin::ValueList& a_oAccount, const korrin::ValueList& a_oLogRow)
+{
+    if (a_oAccount.empty())
+    {
+        return Outcome::Unknown;
+    }
+    const int iCode = a_oLogRow.getValue(dbm::DynDnsLog_ResponseCode).getInteger();
+    std::optional<bool> bAccepted = iCode == 0;
+    if (!isGnudip(a_oAccount))
+    {
+        bAccepted = quorvad::judgeExcerpt(iCode,
+                                          a_oLogRow.getValue(dbm::DynDnsLog_Response).getText(),
+                                          a_oAccount.getValue(dbm::DynDns_ExpectedResultSubString).getText());
+    }
+    return bAccepted ? toOutcome(*bAccepted) : Outcome::Unknown;
+}
+
+} // namespace
+
+const char* nameOutcome(Outcome a_eOutcome)
+{
+    switch (a_eOutcome)
+    {
+    case Outcome::Updated:
+        return "ok";
+    case Outcome::Failed:
+        return "failed";
+    case Outcome::Unknown:
+        break;
+    }
+    return "unknown";
+}
+
+Outcome judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const korrin::ValueList& a_oLogRow)
+{
+    const std::string& strId = a_oLogRow.getValue(dbm::DynDnsLog_DynDnsId).getText();
+    const korrin::ValueList& oStatus = findLast(a_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
+    const korrin::Value& oTimestamp = a_oLogRow.getValue(dbm::DynDnsLog_Timestamp);
+    if (!oStatus.empty() && oStatus.getValue(dbm::DynDnsStatus_Timestamp) == oTimestamp)
+    {
+        return toOutcome(oStatus.getValue(dbm::DynDnsStatus_Success).getInteger() != 0);
+    }
+    return judgeStored(a_oAccount, a_oLogRow);
+}
+
+std::string describeNext(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow)
+{
+    const std::vector<Problem> oProblems = findProblems(a_oAccount, a_oSources, quorvad::EInterfaceState::eUnknown);
+    if (isStopped(oProblems))
+    {
+        return oProblems.front().m_strBrief;
+    }
+    const std::string strId = a_oAccount.getValue(dbm::Id).getText();
+    const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
+    if (oStatus.empty())
+    {
+        return "first update within two minutes, else see quorvad's log";
+    }
+    if (oStatus.getValue(dbm::DynDnsStatus_Success).getInteger() != 0)
+    {
+        return "nothing until the address changes";
+    }
+    return describeFailed(a_oAccount, a_oSources, a_iNow);
+}
+
+} // namespace cfgctl

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "cfgctl/database.h"
+
+#include <ctime>
+#include <string>
+
+namespace cfgctl
+{
+
+/// How one attempt ended, as far as the tables tell.
+enum class Outcome
+{
+    Updated,
+    Failed,
+    Unknown ///< the expected text may be in the part of the answer that is not stored, or the account is gone
+};
+
+/// "ok", "failed" or "unknown", for programs.
+[[nodiscard]] const char* nameOutcome(Outcome a_eOutcome);
+
+/// Judges a DynDnsLog row of an account. The account's DynDnsStatus row decides on the attempt with its Timestamp; an
+/// older one is judged by the daemon's rule on what is stored of the answer, with the account's present settings; none
+/// are known of an account that is gone (an empty row). Pure.
+[[nodiscard]] Outcome
+judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const korrin::ValueList& a_oLogRow);
+
+/// What will happen next with an account, in a few plain words, as far as the tables tell. Pure.
+[[nodiscard]] std::string
+describeNext(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow);
+
+} // namespace cfgctl
