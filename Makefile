@@ -9,10 +9,10 @@ RELEASE := build/release
 CONFIGURE = cmake -DQUORVAD_DEPS_DIR=$(abspath $(DEPS)) --preset
 
 .DEFAULT_GOAL := build
-.PHONY: help build test demo run lint format sanitize fuzz bench install package check-package clean deps-build deps-test deps-lint deps-fuzz deps-package
+.PHONY: help build test demo run lint clang format sanitize fuzz bench install package check-package check-reproducible dist clean deps-build deps-test deps-lint deps-clang deps-fuzz deps-package
 
 help: ## Show this list
-	@awk -F':.*## ' '/^[a-z-]+:.*## / { printf "  make %-13s %s\n", $$1, $$2 }' $(firstword $(MAKEFILE_LIST))
+	@awk -F':.*## ' '/^[a-z-]+:.*## / { printf "  make %-18s %s\n", $$1, $$2 }' $(firstword $(MAKEFILE_LIST))
 
 build: deps-build ## Build the programs into build/release/bin (the default)
 	@$(CONFIGURE) release >/dev/null
@@ -29,9 +29,13 @@ demo: deps-test build ## Watch both kinds of update happen in a sandbox on this 
 run: build ## Run service, watcher and daemon on this machine until Ctrl-C; the database is kept under build/run
 	@scripts/run-local $(RELEASE)/bin build/run
 
-lint: deps-lint ## Check formatting, clang-tidy, cppcheck, the kit's seam and stray paths
+lint: deps-lint ## Check formatting, C++, scripts and Python, the kit's seam and stray paths
 	@$(CONFIGURE) release >/dev/null
 	@scripts/lint $(RELEASE)
+
+clang: deps-clang ## Compile programs and tests with clang, whose warnings are errors as well
+	@$(CONFIGURE) clang >/dev/null
+	@cmake --build --preset clang -j $(JOBS)
 
 format: deps-lint ## Format all C++ files in place
 	@scripts/format
@@ -60,6 +64,12 @@ package: deps-package ## Build the Debian package and ask lintian about it; the 
 check-package: package ## Install, use, upgrade and purge the package in a fresh Debian system of its own (root)
 	@scripts/check-package "$$(ls -t build/package/quorvad_*.deb | head -n 1)" build/package/cache
 
+check-reproducible: deps-build ## Build twice in two folders and compare the programs byte for byte
+	@scripts/check-reproducible $(DEPS)
+
+dist: ## Pack the newest commit as a tarball that builds and tests by itself; the result lies in build/dist
+	@scripts/dist
+
 clean: ## Delete what was built (the dependencies in .deps stay)
 	@rm -rf build
 
@@ -72,6 +82,9 @@ deps-test: deps-build
 
 deps-lint: deps-build
 	@scripts/install-deps lint
+
+deps-clang: deps-build
+	@scripts/install-deps clang
 
 deps-fuzz: deps-build
 	@scripts/install-deps fuzz

@@ -13,7 +13,7 @@ from pathlib import Path
 
 from bench import probes
 from sandbox.keys import trust
-from sandbox.machine import Clock
+from sandbox.shims import Clock
 from sandbox.processes import wait_for
 from sandbox.router import DNS, GNUDIP, GNUDIP_HOST, HTTPS_HOST, SOCKET, Router, ip
 
@@ -120,7 +120,7 @@ def idle(bin_dir, number):
 
 
 def start_watcher(router):
-    program = router._program("netifwatch", [router.bin / "netifwatch", "--foreground", "--state", router.folder / "rows"])
+    program = router.start_program("netifwatch", [router.bin / "netifwatch", "--foreground", "--state", router.folder / "rows"])
     wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="wan1"), 40)  # nobody else writes its row
     return program
 
@@ -269,8 +269,8 @@ def crowd(bin_dir, hanging):
     config = config.replace("requests.log", "slow.log")
     head = config[:config.index("    server {")]
     (isp.folder / "slow.conf").write_text(head + NGINX.format(address=slow, chain=chain, key=key) + "}\n")
-    isp._start("slow", [sys.executable, "-m", "bench.slowprovider", "127.0.0.1", "8080", "100"])
-    isp._start("slow-nginx", ["nginx", "-e", "stderr", "-p", isp.folder, "-c", "slow.conf"])
+    isp.start("slow", [sys.executable, "-m", "bench.slowprovider", "127.0.0.1", "8080", "100"])
+    isp.start("slow-nginx", ["nginx", "-e", "stderr", "-p", isp.folder, "-c", "slow.conf"])
     isp.start_dns("10.99.0.55", {"slow.example.net": slow, "hung.example.net": "10.97.0.1"})
     router.ctl("set", "DNSClientServer", "Interface=ppp0", "IPAddress=10.99.0.55")
     bench.fill([account(each, Retry=1, ServerAddr=f"https://{'hung' if hung and each % 10 == 0 else 'slow'}.example.net/")

@@ -31,8 +31,16 @@ else()
     # Needs optimisation; some distributions' compilers define it themselves.
     target_compile_options(quorvad_flags INTERFACE
         $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
-    target_link_options(quorvad_flags INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack -Wl,--gc-sections)
+    # Two builds of one source are equal whatever folders they are made in.
+    foreach(folder PROJECT_SOURCE_DIR PROJECT_BINARY_DIR QUORVAD_DEPS_DIR) # the last one that fits counts
+        target_compile_options(quorvad_flags INTERFACE
+            $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-ffile-prefix-map=${${folder}}=${folder}>)
+    endforeach()
+    target_link_options(quorvad_flags INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack,-z,text -Wl,--gc-sections)
 endif()
+
+execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/source-date
+    OUTPUT_VARIABLE QUORVAD_SOURCE_DATE OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
 
 # A static library of this tree; sources follow, libraries after LINK.
 function(quorvad_library a_name)

@@ -1,8 +1,8 @@
 """A GnuDIP server: python3 gnudip.py ADDRESS SETTINGS RECORD [FAULT]
 
 SETTINGS is a JSON file {user: {"password": ..., "domain": ...}}, read again at every connection. Every connection
-leaves one JSON line in RECORD. FAULT: "no-salt" (accepts, then says nothing), "no-answer" (says nothing after the
-salt), or a text that is given as answer to everything.
+leaves one JSON line in RECORD. FAULT: "no-salt" (accepts, then says nothing), or a text that is given as answer to
+everything.
 """
 
 import hashlib
@@ -55,9 +55,6 @@ class Exchange(socketserver.StreamRequestHandler):
         self.wfile.write(f"{salt}\r\n".encode())
         record["salt"] = salt
         record["request"] = self.rfile.readline(1024).decode()
-        if self.server.fault == "no-answer":
-            self.rfile.read(1)
-            return
         settings = json.loads(self.server.settings.read_text())
         record["answer"] = self.server.fault or str(judge(settings, salt, record["request"]))
         self.wfile.write(f"{record['answer']}\n".encode())

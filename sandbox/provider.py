@@ -10,8 +10,6 @@ from pathlib import Path
 from sandbox import gnudip
 from sandbox.processes import Program, wait_for
 
-FAULT_NETWORK, FAULT_DNS, FAULT_ANSWER = "10.98.0.1/16", "10.98.0.53", "10.98.0.80"
-
 _NGINX = """\
 user root;
 daemon off;
@@ -59,7 +57,7 @@ class Provider:
         self._names = {}
         self._servers = ""
 
-    def _start(self, name, command):
+    def start(self, name, command):
         program = Program(name, command, self.folder, self.netns, {"PYTHONDONTWRITEBYTECODE": "1"}).start()
         self.programs.append(program)
         return program
@@ -87,7 +85,7 @@ class Provider:
                    "--no-hosts", "--no-daemon", "--pid-file=", "--log-queries=extra", "--bind-interfaces",
                    "--cache-size=0", "--local=/#/", f"--listen-address={address}"]
         command += [f"--host-record={name},{target}" for name, target in names.items()]
-        program = self._start(f"dns-{address}", command)
+        program = self.start(f"dns-{address}", command)
         self._wait_port(program, address, 53)
         return program
 
@@ -111,7 +109,7 @@ class Provider:
         for name, text in pages.items():
             (self.folder / "pages" / name).write_text(text)
         (self.folder / "nginx.conf").write_text(_NGINX.format(folder=self.folder, servers=self._servers))
-        program = self._start("nginx", ["nginx", "-e", "stderr", "-p", self.folder, "-c", "nginx.conf"])
+        program = self.start("nginx", ["nginx", "-e", "stderr", "-p", self.folder, "-c", "nginx.conf"])
         for address in re.findall(r"listen (\S+):443", self._servers):
             self._wait_port(program, address, 443)
         return program
@@ -127,7 +125,7 @@ class Provider:
         """accounts: {user: {"password": ..., "domain": ...}}; fault as in gnudip.py."""
         self.add_address(address)
         settings = self.set_gnudip(address, accounts)
-        program = self._start(f"gnudip-{address}", [sys.executable, gnudip.__file__, address, settings,
+        program = self.start(f"gnudip-{address}", [sys.executable, gnudip.__file__, address, settings,
                                                     self.folder / f"gnudip-{address}.record", fault])
         self._wait_port(program, address, gnudip.PORT)
         return program
@@ -141,17 +139,6 @@ class Provider:
     def updates(self, address):
         """The exchanges that the GnuDIP server at this address ended, oldest first."""
         return _json_lines(self.folder / f"gnudip-{address}.record")
-
-    def start_faults(self, password="", certificates=None):
-        """The faulty provider: faultprovider.py, with its certificates."""
-        self.add_address(FAULT_NETWORK)
-        settings = self.folder / "faults.json"
-        files = {kind: [str(path) for path in pair] for kind, pair in (certificates or {}).items()}
-        settings.write_text(json.dumps({"certificates": files, "password": password, "dns": FAULT_DNS,
-                                        "answer": FAULT_ANSWER}))
-        program = self._start("faults", [sys.executable, "-m", "sandbox.faultprovider", settings])
-        program.wait_log("DNS ready")
-        return program
 
     def tail(self):
         return "\n".join(program.tail() for program in self.programs)

@@ -5,7 +5,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-from sandbox import impostor, namespaces, relay
+from sandbox import namespaces
 from sandbox.keys import Authority, trust
 from sandbox.processes import Failure, Program, wait_for
 from sandbox.provider import Provider
@@ -100,10 +100,10 @@ class Router:
         self.isp.start_gnudip(GNUDIP, gnudip_accounts or {})
 
     def start_syslog(self):
-        self.syslog = self._program("syslog", [sys.executable, "-u", "-c", _SYSLOG])
+        self.syslog = self.start_program("syslog", [sys.executable, "-u", "-c", _SYSLOG])
         wait_for("/dev/log", Path("/dev/log").exists, 10, [self.syslog], 0.05)
 
-    def _program(self, name, command, env=None):
+    def start_program(self, name, command, env=None):
         program = Program(name, command, self.folder, env=env).start()
         self._programs.append(program)
         return program
@@ -111,7 +111,7 @@ class Router:
     def start_service(self, *options, env=None):
         """Starts the service, or starts it again on the same database, and waits until it answers."""
         if self.service is None:
-            self.service = self._program("cfgserver", [self.bin / "cfgserver", "--foreground", "--socket", self.socket,
+            self.service = self.start_program("cfgserver", [self.bin / "cfgserver", "--foreground", "--socket", self.socket,
                                                        "--database", self.database, *options], env)
         else:
             self.service.start()
@@ -122,7 +122,7 @@ class Router:
         by hand waits for their rows. It leaves lan0 to nudge()."""
         if self.watcher is None:
             words = ["--foreground", "--debug", "--exclude", "lan0", "--state", state or self.folder / "dns-rows"]
-            self.watcher = self._program("netifwatch", [*prefix, self.bin / "netifwatch", *words, *options], env)
+            self.watcher = self.start_program("netifwatch", [*prefix, self.bin / "netifwatch", *words, *options], env)
             ip("-6", "addr", "add", f"{IPV6}/64", "dev", "ppp0", "nodad")
         else:
             self.watcher.start()
@@ -137,20 +137,13 @@ class Router:
             return self.rows("StatusNetifWatch", **wanted) and (ipv6 is None or found == [ipv6][:bool(ipv6)])
         wait_for(f"rows show {wanted}, {ipv6}", shown, seconds, [self.service, self.watcher])
 
-    def start_usual(self, *options, **columns):
-        """Provider, service and a row for each kind of account; returns their Ids."""
+    def start_usual(self, *options, page="page", **columns):
+        """Provider, service and a row for each kind of account; returns their Ids. page may carry a query."""
         self.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"})
         self.start_service(*options)
         self.describe()
-        return (self.add_account("update-url", f"https://{HTTPS_HOST}/plain/page", "home.example.org", **columns),
+        return (self.add_account("update-url", f"https://{HTTPS_HOST}/plain/{page}", "home.example.org", **columns),
                 self.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", "word", **columns))
-
-    def start_behind_relay(self):
-        """As start_usual, the relay in between; the daemon has two updates pending. Returns the accounts' Ids."""
-        self.start_relay()
-        accounts = self.start_usual()
-        self.start_daemon().wait_log("Built scheduler with", times=2)
-        return accounts
 
     def move(self, address):
         """ppp0 gets this address, and the database says so. Returns where the daemon's log then was."""
@@ -162,33 +155,8 @@ class Router:
             self.ctl("set", "StatusNetifWatch", "Name=ppp0", f"Addr={address}")
         return mark
 
-    def start_impostor(self, prefix=()):
-        """Another program listens in the service's place."""
-        program = self._program("impostor", [*prefix, sys.executable, "-u", impostor.__file__, SOCKET])
-        wait_for("the impostor listens", SOCKET.exists, 10, [program], 0.05)
-        return program
-
-    def start_relay(self):
-        """To be called before the service starts: the daemon then reaches it through relay.py, cfgctl directly."""
-        self.socket = Path("/tmp/behind.socket")
-        self.set_faults()
-        self.relay = self._program("relay", [sys.executable, relay.__file__, SOCKET, self.socket,
-                                             self.folder / "faults.json", self.folder / "relay.record"])
-        wait_for("the relay listens", SOCKET.exists, 10, [self.relay], 0.05)
-
-    def spoilt(self):
-        """Times at which requests were spoilt, in seconds of the monotonic clock."""
-        record = self.folder / "relay.record"
-        return [float(line.split()[0]) for line in record.read_text().splitlines()] if record.exists() else []
-
-    def set_faults(self, **faults):
-        """operation=fault, from the next request on; see relay.py."""
-        new = self.folder / "faults.new"
-        new.write_text(json.dumps(faults))
-        new.replace(self.folder / "faults.json")
-
     def start_daemon(self, *options, prefix=(), env=None, name="quorvad"):
-        self.daemon = self._program(name, [*prefix, self.bin / "quorvad", *(options or ("-f", "-d"))], env)
+        self.daemon = self.start_program(name, [*prefix, self.bin / "quorvad", *(options or ("-f", "-d"))], env)
         return self.daemon
 
     def ctl(self, *words, check=True, seconds=30, text=None):

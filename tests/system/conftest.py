@@ -7,7 +7,12 @@ import os
 
 import pytest
 
-from sandbox import Router, is_inside
+from sandbox import is_inside
+
+from doubles.router import FaultyRouter
+
+HERE = os.path.dirname(__file__)
+os.environ["PYTHONPATH"] = f"{os.environ.get('PYTHONPATH', '')}:{HERE}"  # also for the doubles that run as programs
 
 
 def pytest_configure(config):
@@ -17,7 +22,7 @@ def pytest_configure(config):
 
 @pytest.fixture(scope="session")
 def router():
-    return Router(os.environ["QUORVAD_BIN"])
+    return FaultyRouter(os.environ["QUORVAD_BIN"])
 
 
 @pytest.hookimpl(hookwrapper=True)

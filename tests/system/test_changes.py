@@ -5,14 +5,9 @@ from sandbox.router import DNS, DNS_2, GNUDIP, GNUDIP_HOST, HTTPS_HOST, START_PE
 BUILT = "Built scheduler with"
 
 
-def start(router, **account_columns):
+def start(router):
     """Everything running, with an HTTPS and a GnuDIP account; returns their Ids."""
-    router.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"})
-    router.start_service()
-    router.describe()
-    accounts = (router.add_account("update-url", f"https://{HTTPS_HOST}/plain/page?<ipaddr>+<ipaddr6>",
-                                   "home.example.org", **account_columns),
-                router.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", "word"))
+    accounts = router.start_usual(page="page?<ipaddr>+<ipaddr6>")
     router.start_daemon().wait_log(BUILT, times=2)
     return accounts
 

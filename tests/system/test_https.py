@@ -1,10 +1,9 @@
-"""HTTPS updates as the provider sees them, and the connections that the daemon refuses."""
+"""HTTPS updates as the provider sees them."""
 
 import base64
 import re
 
-from sandbox.keys import Authority
-from sandbox.router import DNS, HTTPS, HTTPS_HOST, START_PERIOD
+from sandbox.router import DNS, HTTPS_HOST, START_PERIOD
 
 URL = f"https://{HTTPS_HOST}"
 TEMPLATE = "?host=<domain>&ip=<ipaddr>&ip6=<ipaddr6>&user=<username>&word=<password>&sn=<serial>"
@@ -53,22 +52,3 @@ def test_update(router):
     assert {source for source, _, _ in router.isp.queries(DNS, HTTPS_HOST)} == {"10.64.0.2"}
     assert router.other.queries(DNS) == []
     assert router.daemon.stop() == 0
-
-
-def test_refused(router):
-    names = {"unknown.example.net": "10.99.0.81", "wrong.example.net": HTTPS}
-    stranger = Authority(router.folder, "Stranger")
-    router.isp.add_https("10.99.0.81", stranger, "unknown.example.net")
-    router.start_provider(pages={"page": "good\n"}, extra_names=names, hashed=False)
-    router.start_service()
-    router.describe()
-    accounts = {host: router.add_account("update-url", f"https://{host}/plain/page", "home.example.org")
-                for host in (HTTPS_HOST, *names, "nowhere.example.net")}
-    router.start_daemon()
-
-    certificate = (0, 0, "Connection error: SSL peer certificate or SSH remote key was not OK")
-    assert outcome(router, accounts["unknown.example.net"]) == certificate
-    assert outcome(router, accounts["wrong.example.net"]) == certificate
-    assert outcome(router, accounts["nowhere.example.net"]) == (0, 0, "Connection error: Couldn't resolve host name")
-    assert outcome(router, accounts[HTTPS_HOST])[:2] == (1, 200)
-    assert [request["host"] for request in router.isp.requests()] == [HTTPS_HOST]

@@ -8,10 +8,11 @@ import time
 
 import pytest
 
-from sandbox import machine
 from sandbox.processes import Failure, wait_for
 from sandbox.router import PID_FILE, START_PERIOD
+from sandbox.shims import Clock
 
+from doubles import machine
 from test_process import QUICK, detached, gone
 
 DAY = 86400
@@ -93,7 +94,7 @@ def test_disk(router):
 
 def test_clock(router):
     """Stepped forward a day a pending try is due at once; stepped back, a change is followed as ever."""
-    clock = machine.Clock(router.folder)
+    clock = Clock(router.folder)
     https, gnudip = router.start_usual()
     daemon = router.start_daemon(env=clock.env)
     daemon.wait_log(BUILT, times=2)

@@ -7,9 +7,10 @@ import signal
 import subprocess
 from pathlib import Path
 
-from sandbox import machine
 from sandbox.processes import wait_for
 from sandbox.router import DNS, DNS_2, IPV6, ip
+
+from doubles import machine
 
 PEER = ("-n", "isp")
 PPP0 = ("dev", "ppp0")
@@ -21,7 +22,7 @@ def start(router, *options, **how):
     router.start_service("--group", "daemon")
     router.start_watcher(*options, **how).wait_log("Connected to the configuration service")
     router.wait_shown()
-    router.changes = router._program("changes", [router.bin / "cfgctl", "watch", "--socket", router.socket])
+    router.changes = router.start_program("changes", [router.bin / "cfgctl", "watch", "--socket", router.socket])
     wait_for("changes are noted", lambda: touch(router) or router.changes.log(), 40)
 
 

@@ -5,12 +5,13 @@ from collections import Counter
 from datetime import datetime
 from pathlib import Path
 
-from sandbox import faultgnudip, namespaces
-from sandbox.faultprovider import PORTS
+from sandbox import namespaces
 from sandbox.keys import Authority
-from sandbox.links import add_link, tell
-from sandbox.provider import FAULT_ANSWER, FAULT_DNS
 from sandbox.router import GNUDIP, GNUDIP_HOST, HTTPS_HOST, START_PERIOD, ip
+
+from doubles import faultgnudip
+from doubles.faultprovider import PORTS
+from doubles.links import FAULT_ANSWER, FAULT_DNS, add_link, start_faults, tell
 
 FAULT_HOST, BLACK_HOLE, DEAD = "fault.example.net", "10.97.0.1", ("10.97.0.2", "10.97.0.3")  # nobody answers for 10.97
 GOOD, LATE = (1, 200, "good"), 4 + 4  # seconds: a deadline is looked at every 4, and a fault takes 10
@@ -60,9 +61,9 @@ HTTPS_OUTCOMES = {
 
 
 def test_providers(router):
-    router.start_provider(pages={"page": "good\n"}, extra_names={FAULT_HOST: FAULT_ANSWER})
+    router.start_provider(pages={"page": "good\n"}, extra_names={FAULT_HOST: FAULT_ANSWER}, hashed=False)
     server, stranger = router.authority.server, Authority(router.folder, "Stranger")
-    router.isp.start_faults(certificates={
+    start_faults(router.isp, certificates={
         "good": server(FAULT_HOST), "other.example.net": server("other.example.net"),
         "expired": server(FAULT_HOST, expired=True), "unknown": stranger.server(FAULT_HOST)})
     router.start_service()
@@ -95,7 +96,7 @@ GNUDIP_ERRORS = {"No salt received from GnuDIP server.": 2, "Empty response from
 
 def test_gnudip(router):
     Path("/proc/sys/net/ipv4/tcp_syn_retries").write_text("1")
-    router.isp.start_faults(password="word")
+    start_faults(router.isp, "word")
     router.start_service()
     router.describe()
     addresses = {**faultgnudip.ADDRESSES, "good": FAULT_ANSWER, "black-holed": BLACK_HOLE}
@@ -119,7 +120,7 @@ DNS_OUTCOMES = {
 
 
 def test_dns(router):
-    router.isp.start_faults(password="word")
+    start_faults(router.isp, "word")
     namespaces.cover("/etc/resolv.conf", f"nameserver {FAULT_DNS}\n")
     router.start_service()
     router.ctl("set", "etl", "Id=1", "serial_no=1")
@@ -161,7 +162,7 @@ def test_interfaces(router):
     router.describe()
     links = {name: add_link(router, name, number, (FAULT_DNS,), provider=name == "renamed")
              for number, name in enumerate(("downed", "unplugged", "gone", "renamed"), 66)}
-    router.other.start_faults(password="word")
+    start_faults(router.other, "word")
     https = [router.add_account("update-url", f"https://{HTTPS_HOST}/plain/page?<ipaddr>", "x") for _ in range(5)]
     gnudip = [router.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", "word") for _ in range(5)]
     accounts = {}

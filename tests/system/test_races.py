@@ -4,7 +4,7 @@ or one of valgrind's, which QUORVAD_RACES names (see scripts/races)."""
 import os
 import time
 
-from sandbox.soak import Soak
+from doubles.soak import Soak
 
 CHECKER = os.environ.get("QUORVAD_RACES", "")
 HERE = os.path.dirname(__file__)

@@ -6,9 +6,9 @@ import stat
 import subprocess
 from pathlib import Path
 
-from sandbox import machine
 from sandbox.router import DNS, GNUDIP_HOST, HTTPS_HOST, SOCKET, START_PERIOD
 
+from doubles import machine
 from test_machine import BUILT, needs_users
 
 WORD, KEY = "pa55-Of-The-Account", "k3y-In-The-Url"

@@ -44,18 +44,3 @@ def test_killed(router):
     router.wait_rows("DynDnsStatus", 60, nudge=False, DynDnsId=account, Success=1)
     assert [request["uri"] for request in router.isp.requests()] == ["/plain/page?10.64.0.66"]
     assert daemon.stop(signal.SIGTERM, 40) == 0
-
-
-def test_late(router):
-    """A daemon that starts first finds the service when it comes, and loads everything at once."""
-    daemon = router.start_daemon()
-    daemon.wait_log("generated at: ")
-    router.start_service()
-    daemon.wait_log("Init cache with data from config tables", 40)
-    router.describe()
-    router.add_account("update-url", f"https://{HTTPS_HOST}/", "home.example.org")
-    daemon.wait_log("Built scheduler with")
-    # A service that ends in order, and a daemon that is stopped while there is none.
-    assert router.service.stop() == 0 and not SOCKET.exists()
-    assert daemon.running
-    assert daemon.stop(signal.SIGINT, 40) == 0

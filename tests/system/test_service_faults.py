@@ -1,12 +1,12 @@
-"""A configuration service that misbehaves in every way: sandbox/relay.py stands between daemon and service."""
+"""A configuration service that misbehaves in every way: doubles/relay.py stands between daemon and service."""
 
 import signal
 import time
 
-from sandbox.machine import resident_kib
 from sandbox.processes import wait_for
 from sandbox.router import GNUDIP, START_PERIOD
 
+from doubles.machine import resident_kib
 from test_machine import BUILT, UPDATED
 
 ACCESS = 60  # seconds that the daemon asks for write access

@@ -5,7 +5,7 @@ import signal
 
 import pytest
 
-from sandbox.router import GNUDIP_HOST, HTTPS_HOST, START_PERIOD
+from sandbox.router import START_PERIOD
 
 VALGRIND = ("valgrind", "--error-exitcode=99", "--leak-check=full", "--errors-for-leak-kinds=definite,indirect,possible",
             "--track-fds=yes", "--num-callers=30")
@@ -13,11 +13,7 @@ VALGRIND = ("valgrind", "--error-exitcode=99", "--leak-check=full", "--errors-fo
 
 @pytest.mark.skipif(os.environ.get("QUORVAD_VALGRIND") != "1", reason="opt-in: QUORVAD_VALGRIND=1")
 def test_valgrind(router):
-    router.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"})
-    router.start_service()
-    router.describe()
-    router.add_account("update-url", f"https://{HTTPS_HOST}/plain/page", "home.example.org")
-    router.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", "word")
+    router.start_usual()
     daemon = router.start_daemon(prefix=VALGRIND)
     router.wait_rows("DynDnsStatus", START_PERIOD + 90, 2, Success=1)
     assert daemon.stop(signal.SIGTERM, 60) == 0

@@ -1,4 +1,4 @@
-"""A faulty provider: python3 faultprovider.py SETTINGS
+"""A faulty provider: python3 -m doubles.faultprovider SETTINGS
 
 SETTINGS is a JSON file {"certificates": {kind: [chain, key]}, "password": word of the GnuDIP account, empty for no
 GnuDIP, "dns": address, "answer": address for good names}. Serves one HTTPS fault per port (PORTS), the GnuDIP faults
@@ -15,7 +15,7 @@ import time
 import warnings
 from pathlib import Path
 
-from sandbox import faultdns, faultgnudip
+from doubles import faultdns, faultgnudip
 
 SILENCE = 30  # seconds; longer than any client waits for a reply
 MEBIBYTE = 1 << 20

@@ -1,7 +1,12 @@
-"""More uplinks of the router than the usual two."""
+"""More uplinks of the router than the usual two, and the faulty provider behind them."""
+
+import json
+import sys
 
 from sandbox.provider import Provider
 from sandbox.router import Link
+
+FAULT_NETWORK, FAULT_DNS, FAULT_ANSWER = "10.98.0.1/16", "10.98.0.53", "10.98.0.80"
 
 
 def add_link(router, name, number, servers=(), provider=False):
@@ -11,7 +16,7 @@ def add_link(router, name, number, servers=(), provider=False):
     link.lay()
     if provider:
         link.provider = Provider(link.netns, router.folder)
-        link.provider.start_faults(password="word")
+        start_faults(link.provider, "word")
     tell(router, name, link.address, servers)
     return link
 
@@ -21,3 +26,13 @@ def tell(router, name, address, servers):
     router.ctl("add", "StatusNetifWatch", f"Name={name}", f"Addr={address}", "IsUp=1")
     for server in servers:
         router.ctl("add", "DNSClientServer", "Enable=1", f"Interface={name}", f"IPAddress={server}")
+
+
+def start_faults(provider, password="", certificates=None):
+    """Starts faultprovider.py in the provider's namespace; certificates as it takes them."""
+    provider.add_address(FAULT_NETWORK)
+    settings = provider.folder / "faults.json"
+    files = {kind: [str(path) for path in pair] for kind, pair in (certificates or {}).items()}
+    settings.write_text(json.dumps({"certificates": files, "password": password, "dns": FAULT_DNS,
+                                    "answer": FAULT_ANSWER}))
+    provider.start("faults", [sys.executable, "-m", "doubles.faultprovider", settings]).wait_log("DNS ready")

@@ -1,6 +1,6 @@
 """Stands between the configuration service and its clients and spoils chosen answers:
 
-python3 -m sandbox.relay LISTEN TARGET FAULTS RECORD
+python3 relay.py LISTEN TARGET FAULTS RECORD
 
 FAULTS is a JSON file {operation: fault}, read again at every request, for instance {"GetRowByKey": "half"}. RECORD gets
 a line "seconds operation fault" for every spoilt request. Everything else passes unchanged to the service at TARGET.

@@ -2,11 +2,11 @@
 
 import os
 import signal
-import struct
 import subprocess
 from pathlib import Path
 
-from sandbox.namespaces import ROOT, mount
+from sandbox.namespaces import mount
+from sandbox.shims import Shim
 
 WITHOUT_URANDOM = ("unshare", "-m", "sh", "-c", 'mount --bind /dev/null /dev/urandom && exec "$@"', "sh")
 HAS_USERS = "4294967295" in Path("/proc/self/uid_map").read_text()  # else the sandbox maps one user only
@@ -53,38 +53,11 @@ class SmallDisk:
         mount("none", self.folder, None, _REMOUNT | (_READ_ONLY if read_only else 0))
 
 
-class Shim:
-    """Something of the machine that is replaced for programs started with env: NAME.c in this folder, told by a file."""
-
-    def __init__(self, folder, name):
-        library, self.state = Path(folder) / f"{name}.so", Path(folder) / name
-        subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-o", library, ROOT / "sandbox" / f"{name}.c"], check=True)
-        self.env = {"LD_PRELOAD": str(library), f"{name.upper()}_FILE": str(self.state)}
-
-    def tell(self, *numbers):
-        new = self.state.with_suffix(".new")
-        new.write_text(" ".join(map(str, numbers)) + "\n")
-        new.replace(self.state)
-
-
-class Clock(Shim):
-    """A separate wall clock."""
-
-    def __init__(self, folder):
-        super().__init__(folder, "clockstep")
-        self.state.write_bytes(bytes(8))
-
-    def step(self, seconds):
-        """Sets the offset from the real time."""
-        with open(self.state, "r+b", buffering=0) as mapped:
-            mapped.write(struct.pack("=q", seconds))
-
-
 class FailingDisk(Shim):
     """A disk on which writes to open files, or flushes, fail."""
 
     def __init__(self, folder):
-        super().__init__(folder, "diskfault")
+        super().__init__(folder, Path(__file__).with_name("diskfault.c"))
 
     def fail(self, write=0, sync=0):
         """Sets these error numbers from now on; 0 for success."""
