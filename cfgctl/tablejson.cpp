@@ -138,11 +138,12 @@ korrin::ValueList readRow(const Json& a_oJson, const std::string& a_strTable, co
 {
     require(a_oJson.is_object(), ": a row is an object of columns");
     korrin::ValueList oRow;
-    for (const auto& [strColumn, oValue] : a_oJson.items())
+    for (const auto& oField : a_oJson.items())
     {
+        const std::string& strColumn = oField.key();
         within(": ", [&] { requireColumn(a_strTable, a_oColumns, strColumn); });
         within(", " + strColumn + ": ",
-               [&] { oRow.add(strColumn, readColumn(oValue, a_oColumns.getValue(strColumn).getType())); });
+               [&] { oRow.add(strColumn, readColumn(oField.value(), a_oColumns.getValue(strColumn).getType())); });
     }
     return oRow;
 }

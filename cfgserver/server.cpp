@@ -155,7 +155,7 @@ void Server::admit(int a_iFd)
     {
         m_oLoop.add(a_iFd,
                     oSession.takeNewInterest().value_or(0),
-                    [this, &oSession](std::uint32_t a_uiEvents) { onEvents(oSession, a_uiEvents); });
+                    [&oSession](std::uint32_t a_uiEvents) { onEvents(oSession, a_uiEvents); });
     }
     catch (...)
     {
