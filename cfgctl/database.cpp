@@ -2,6 +2,7 @@
 
 #include "cfgctl/errors.h"
 #include "platform/base/eventloop.h"
+#include "platform/base/io.h"
 #include "platform/base/uniquefd.h"
 #include "platform/client/connection.h"
 #include "platform/wire/message.h"
@@ -13,7 +14,6 @@
 #include <grp.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 
@@ -42,10 +42,7 @@ WatchesNothing s_oWatchesNothing;
 int probe(const std::string& a_strSocket)
 {
     const platform::UniqueFd oSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    sockaddr_un oAddress = {};
-    oAddress.sun_family = AF_UNIX;
-    a_strSocket.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
-    if (connect(oSocket.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress) != 0)
+    if (!platform::UnixAddress(a_strSocket).connect(oSocket.get()))
     {
         return errno;
     }

@@ -2,6 +2,7 @@
 
 #include "cfgctl/errors.h"
 #include "platform/base/escape.h"
+#include "platform/base/io.h"
 #include "platform/base/uniquefd.h"
 
 #include <array>
@@ -55,7 +56,7 @@ void dropLineEnd(std::string& a_strText)
 
 void writeTo(platform::UniqueFd& a_oFile, const std::string& a_strPath, std::string_view a_strContent)
 {
-    const bool bWritten = a_oFile.isOpen() && writeAll(a_oFile.get(), a_strContent) &&
+    const bool bWritten = a_oFile.isOpen() && platform::writeAll(a_oFile.get(), a_strContent) &&
                           (fsync(a_oFile.get()) == 0 || errno == EINVAL); // a pipe can't be synchronised
     if (!bWritten || !a_oFile.reset())
     {
@@ -93,20 +94,6 @@ void replaceFile(const std::string& a_strPath, std::string_view a_strContent)
 }
 
 } // namespace
-
-bool writeAll(int a_iFd, std::string_view a_strText) noexcept
-{
-    while (!a_strText.empty())
-    {
-        const ssize_t iWritten = write(a_iFd, a_strText.data(), a_strText.size());
-        if (iWritten < 0 && errno != EINTR)
-        {
-            return false;
-        }
-        a_strText.remove_prefix(iWritten > 0 ? static_cast<std::size_t>(iWritten) : 0);
-    }
-    return true;
-}
 
 std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
 {
@@ -154,7 +141,7 @@ void writeFile(const std::string& a_strPath, std::string_view a_strContent)
 
 void writeOut(std::string_view a_strText)
 {
-    if (!writeAll(STDOUT_FILENO, a_strText))
+    if (!platform::writeAll(STDOUT_FILENO, a_strText))
     {
         throw Failure(std::string("Cannot write to standard output: ") + std::strerror(errno));
     }
@@ -164,11 +151,11 @@ void complain(std::string_view a_strText) noexcept
 {
     try
     {
-        static_cast<void>(writeAll(STDERR_FILENO, "cfgctl: " + platform::escape(a_strText) + "\n"));
+        static_cast<void>(platform::writeAll(STDERR_FILENO, "cfgctl: " + platform::escape(a_strText) + "\n"));
     }
     catch (const std::exception&) // no memory for the text; the exit status still tells
     {
-        static_cast<void>(writeAll(STDERR_FILENO, "cfgctl: out of memory\n"));
+        static_cast<void>(platform::writeAll(STDERR_FILENO, "cfgctl: out of memory\n"));
     }
 }
 

@@ -35,7 +35,7 @@ int openReserve()
 Server::Server(platform::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits)
     : m_oLoop(a_oLoop), m_oSocket(a_oSocket), m_oLimits(a_oLimits), m_oService(a_oStore, a_oLimits.m_oAccess),
       m_oWarnings(VADRO_Sysloglevel_registerModul("cfgserver")),
-      m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")), m_pReserve(std::make_unique<UniqueFd>(openReserve()))
+      m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")), m_oReserve(openReserve())
 {
     m_oLoop.add(m_oSocket.getFd(), EPOLLIN, [this](std::uint32_t) { acceptSome(); });
 }
@@ -95,7 +95,7 @@ bool Server::acceptOne()
         return true;
     }
     const int iError = errno;
-    if ((iError == EMFILE || iError == ENFILE) && m_pReserve->isOpen())
+    if ((iError == EMFILE || iError == ENFILE) && m_oReserve.isOpen())
     {
         refuseOne();
     }
@@ -108,10 +108,10 @@ bool Server::acceptOne()
 
 void Server::refuseOne()
 {
-    m_pReserve->reset();
+    m_oReserve.reset();
     UniqueFd oRefused(::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_CLOEXEC));
     oRefused.reset();
-    m_pReserve = std::make_unique<UniqueFd>(openReserve());
+    m_oReserve = UniqueFd(openReserve());
     m_oWarnings.write(Clock::now(), __LINE__, "A client was refused: this process has no descriptors left");
 }
 
@@ -127,9 +127,9 @@ void Server::resumeAccepting()
 {
     if (m_oAcceptAgain && Clock::now() >= *m_oAcceptAgain)
     {
-        if (!m_pReserve->isOpen())
+        if (!m_oReserve.isOpen())
         {
-            m_pReserve = std::make_unique<UniqueFd>(openReserve());
+            m_oReserve = UniqueFd(openReserve());
         }
         m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
         m_oAcceptAgain.reset();

@@ -51,7 +51,7 @@ private:
     RateLimitedLog m_oWarnings;
     uint32_t m_iModuleId;
     Sessions m_oSessions;
-    std::unique_ptr<platform::UniqueFd> m_pReserve;  // given up to refuse a client when there are no others left
+    platform::UniqueFd m_oReserve;                   // given up to refuse a client when there are no others left
     std::optional<Clock::time_point> m_oAcceptAgain; // accepting is paused until then
 };
 

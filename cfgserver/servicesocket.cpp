@@ -1,6 +1,7 @@
 #include "cfgserver/servicesocket.h"
 
 #include "cfgserver/admission.h"
+#include "platform/base/io.h"
 #include "platform/client/connection.h"
 #include "platform/common/log.h"
 
@@ -9,7 +10,6 @@
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -22,6 +22,7 @@ namespace
 constexpr char s_acLogFile[] = "servicesocket";
 
 using platform::UniqueFd;
+using platform::UnixAddress;
 
 constexpr int s_iBacklog = 64;
 
@@ -35,21 +36,14 @@ constexpr int s_iBacklog = 64;
     fail(a_strPath, std::string(a_pWhat) + ": " + std::generic_category().message(a_iError));
 }
 
-sockaddr_un makeAddress(const std::string& a_strPath)
+UnixAddress makeAddress(const std::string& a_strPath)
 {
-    sockaddr_un oAddress = {};
-    if (a_strPath.empty() || a_strPath.size() >= sizeof oAddress.sun_path)
+    const UnixAddress oAddress(a_strPath);
+    if (!oAddress.isValid())
     {
-        fail(a_strPath, "the path must have 1 to " + std::to_string(sizeof oAddress.sun_path - 1) + " bytes");
+        fail(a_strPath, "the path must have 1 to " + std::to_string(UnixAddress::s_uiMaxPath) + " bytes");
     }
-    oAddress.sun_family = AF_UNIX;
-    std::memcpy(oAddress.sun_path, a_strPath.data(), a_strPath.size());
     return oAddress;
-}
-
-const sockaddr* generic(const sockaddr_un& a_oAddress)
-{
-    return reinterpret_cast<const sockaddr*>(&a_oAddress);
 }
 
 int makeSocket(const std::string& a_strPath)
@@ -66,8 +60,7 @@ int makeSocket(const std::string& a_strPath)
 std::optional<Peer> findListener(const std::string& a_strPath)
 {
     const UniqueFd oProbe(makeSocket(a_strPath));
-    const sockaddr_un oAddress = makeAddress(a_strPath);
-    if (::connect(oProbe.get(), generic(oAddress), sizeof oAddress) == 0)
+    if (makeAddress(a_strPath).connect(oProbe.get()))
     {
         return readPeer(oProbe.get());
     }
@@ -186,10 +179,10 @@ ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> 
 
 void ServiceSocket::bindAndListen()
 {
-    const sockaddr_un oAddress = makeAddress(m_strPath);
+    const UnixAddress oAddress = makeAddress(m_strPath);
     {
         const PrivateUmask oUmask;
-        if (::bind(m_oSocket.get(), generic(oAddress), sizeof oAddress) != 0)
+        if (!oAddress.bind(m_oSocket.get()))
         {
             failWith(m_strPath, "can't be bound", errno);
         }

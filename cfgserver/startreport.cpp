@@ -1,5 +1,8 @@
 #include "cfgserver/startreport.h"
 
+#include "platform/base/io.h"
+
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -18,15 +21,15 @@ using platform::UniqueFd;
 const std::string s_strReady(1, '\0');
 
 /// The pipe's ends must not have the numbers of the standard descriptors, which are pointed elsewhere on detaching.
-std::unique_ptr<UniqueFd> moveUp(int a_iFd)
+UniqueFd moveUp(int a_iFd)
 {
     const UniqueFd oLow(a_iFd);
-    auto pHigh = std::make_unique<UniqueFd>(::fcntl(a_iFd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    if (!pHigh->isOpen())
+    UniqueFd oHigh = platform::duplicateAboveStandard(a_iFd);
+    if (!oHigh.isOpen())
     {
         throw std::system_error(errno, std::generic_category(), "can't prepare to detach");
     }
-    return pHigh;
+    return oHigh;
 }
 
 } // namespace
@@ -38,8 +41,8 @@ StartReport::StartReport()
     {
         throw std::system_error(errno, std::generic_category(), "can't prepare to detach");
     }
-    m_pReadEnd = moveUp(oEnds[0]);
-    m_pWriteEnd = moveUp(oEnds[1]);
+    m_oReadEnd = moveUp(oEnds[0]);
+    m_oWriteEnd = moveUp(oEnds[1]);
 }
 
 void StartReport::ready()
@@ -54,36 +57,20 @@ void StartReport::failed(const std::string& a_strReason)
 
 void StartReport::send(const std::string& a_strText)
 {
-    std::size_t uiSent = 0;
-    while (uiSent < a_strText.size())
-    {
-        const ssize_t iSent = ::write(m_pWriteEnd->get(), a_strText.data() + uiSent, a_strText.size() - uiSent);
-        if (iSent < 0 && errno != EINTR)
-        {
-            break;
-        }
-        uiSent += iSent > 0 ? static_cast<std::size_t>(iSent) : 0;
-    }
-    m_pReadEnd->reset();
-    m_pWriteEnd->reset();
+    static_cast<void>(platform::writeAll(m_oWriteEnd.get(), a_strText));
+    m_oReadEnd.reset();
+    m_oWriteEnd.reset();
 }
 
 std::string StartReport::await()
 {
-    m_pWriteEnd->reset();
+    m_oWriteEnd.reset();
     std::string strText;
     std::array<char, 512> oBuffer = {};
-    for (;;)
+    for (ssize_t iRead = 1; iRead > 0;)
     {
-        const ssize_t iRead = ::read(m_pReadEnd->get(), oBuffer.data(), oBuffer.size());
-        if (iRead > 0)
-        {
-            strText.append(oBuffer.data(), static_cast<std::size_t>(iRead));
-        }
-        else if (iRead == 0 || errno != EINTR)
-        {
-            break;
-        }
+        iRead = platform::readOnce(m_oReadEnd.get(), oBuffer.data(), oBuffer.size());
+        strText.append(oBuffer.data(), static_cast<std::size_t>(std::max<ssize_t>(iRead, 0)));
     }
     if (strText == s_strReady)
     {

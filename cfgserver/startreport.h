@@ -2,7 +2,6 @@
 
 #include "platform/base/uniquefd.h"
 
-#include <memory>
 #include <string>
 
 namespace cfgserver
@@ -27,8 +26,8 @@ public:
 private:
     void send(const std::string& a_strText);
 
-    std::unique_ptr<platform::UniqueFd> m_pReadEnd;
-    std::unique_ptr<platform::UniqueFd> m_pWriteEnd;
+    platform::UniqueFd m_oReadEnd;
+    platform::UniqueFd m_oWriteEnd;
 };
 
 } // namespace cfgserver

@@ -2,6 +2,7 @@
 
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
+#include "platform/base/io.h"
 
 #include <array>
 #include <cerrno>
@@ -132,7 +133,7 @@ bool askOnce(const std::string& a_strQuestion, std::string& a_strLine)
 {
     const SignalsNoted oSignals;
     const EchoOff oEchoOff;
-    static_cast<void>(writeAll(STDERR_FILENO, a_strQuestion));
+    static_cast<void>(platform::writeAll(STDERR_FILENO, a_strQuestion));
     return readLine(oSignals, a_strLine);
 }
 
@@ -143,7 +144,7 @@ std::string ask(const std::string& a_strQuestion)
     std::string strLine;
     while (!askOnce(a_strQuestion, strLine))
     {
-        static_cast<void>(writeAll(STDERR_FILENO, "\n"));
+        static_cast<void>(platform::writeAll(STDERR_FILENO, "\n"));
         static_cast<void>(std::raise(s_iSignal));
     }
     return strLine;
@@ -172,7 +173,7 @@ bool confirm(const std::string& a_strQuestion, const std::string& a_strInstead)
     {
         throw Failure("No terminal to ask on; use " + a_strInstead);
     }
-    static_cast<void>(writeAll(STDERR_FILENO, a_strQuestion + " [y/N] "));
+    static_cast<void>(platform::writeAll(STDERR_FILENO, a_strQuestion + " [y/N] "));
     std::array<char, 64> oBuffer{};
     const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
     const std::string strAnswer(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));

@@ -1,4 +1,5 @@
 #include "cfgserver/server.h"
+#include "platform/base/io.h"
 #include "samples.h"
 #include "tests/unit/support/child.h"
 
@@ -9,7 +10,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <thread>
 
 using namespace cfgserver;
@@ -22,14 +22,6 @@ namespace
 {
 
 constexpr int s_iBudgetMs = 10000;
-
-sockaddr_un addressOf(const std::string& a_strPath)
-{
-    sockaddr_un oAddress = {};
-    oAddress.sun_family = AF_UNIX;
-    a_strPath.copy(oAddress.sun_path, sizeof oAddress.sun_path - 1);
-    return oAddress;
-}
 
 wire::Request hello()
 {
@@ -48,8 +40,7 @@ public:
 
     void connectTo(const std::string& a_strPath)
     {
-        const sockaddr_un oAddress = addressOf(a_strPath);
-        EXPECT_EQ(::connect(m_oSocket.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress), 0);
+        EXPECT_TRUE(platform::UnixAddress(a_strPath).connect(m_oSocket.get()));
     }
 
     void sendBytes(const std::string& a_strBytes)
@@ -412,9 +403,8 @@ TEST(ServiceSocketTest, RootIsNotKeptOutByOthers)
     std::filesystem::permissions(oFolder / "", std::filesystem::perms::all);
     const std::string strPath = oFolder / "s";
     const platform::UniqueFd oSquatter(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    const sockaddr_un oAddress = addressOf(strPath);
     ASSERT_EQ(::seteuid(12345), 0);
-    EXPECT_EQ(::bind(oSquatter.get(), reinterpret_cast<const sockaddr*>(&oAddress), sizeof oAddress), 0);
+    EXPECT_TRUE(platform::UnixAddress(strPath).bind(oSquatter.get()));
     EXPECT_EQ(::listen(oSquatter.get(), 5), 0);
     EXPECT_TRUE(std::filesystem::create_directory(strPath + ".lock"));
     ASSERT_EQ(::seteuid(0), 0);
