@@ -120,7 +120,7 @@ def idle(bin_dir, number):
 
 
 def start_watcher(router):
-    program = router.start_program("netifwatch", [router.bin / "netifwatch", "--foreground", "--state", router.folder / "rows"])
+    program = router.start_program("netifwatch", [router.bin / "netifwatch", "--foreground"])
     wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="wan1"), 40)  # nobody else writes its row
     return program
 

@@ -28,10 +28,11 @@ FileWatch::FileWatch(platform::EventLoop& a_oLoop, std::vector<std::string> a_oP
 {
     if (!m_oInotify.isOpen())
     {
-        throw std::system_error(errno,
-                                std::generic_category(),
-                                "can't follow changes of resolv.conf (raise fs.inotify.max_user_instances or the limit "
-                                "on open files, or do without by --no-dns)");
+        throw std::system_error(
+            errno,
+            std::generic_category(),
+            "cannot watch resolv.conf for changes (raise fs.inotify.max_user_instances or the limit on "
+            "open files, or use --no-dns)");
     }
     watchAll();
     m_oLoop.add(m_oInotify.get(), EPOLLIN, [this](std::uint32_t) { onReadable(); });

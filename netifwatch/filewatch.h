@@ -15,7 +15,7 @@ namespace netifwatch
 
 /// Tells when the content of files may have changed, whichever way: written to, replaced by rename, made, removed,
 /// mounted over and written from behind, or the same with a link on the way to them. Best effort: what the kernel
-/// doesn't tell (network file systems) goes unseen.
+/// does not tell (network file systems) goes unseen.
 class FileWatch
 {
 public:

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,6 @@ struct IpAddress
     {
         return m_iFamily == a_oOther.m_iFamily && m_auiBytes == a_oOther.m_auiBytes;
     }
-    bool operator!=(const IpAddress& a_oOther) const { return !(*this == a_oOther); }
 };
 
 /// An address as the kernel has it on an interface.
@@ -50,5 +50,32 @@ struct Interface
 
 /// In the order of their index.
 using Interfaces = std::vector<Interface>;
+
+/// The address in the usual form ("192.0.2.1", "2001:db8::1"); empty for neither family. Pure.
+[[nodiscard]] std::string toText(const IpAddress& a_oAddress);
+
+/// Reads either family, no zone, nothing around it. Pure.
+[[nodiscard]] std::optional<IpAddress> parseAddress(const std::string& a_strText);
+
+/// From the kernel's or a bus's bytes; nothing when the length does not fit the family. Pure.
+[[nodiscard]] std::optional<IpAddress> makeAddress(int a_iFamily, const void* a_pBytes, std::size_t a_uiSize);
+
+/// 127.0.0.0/8, ::1, and the same written as IPv4 in IPv6; also 0.0.0.0 and ::, which mean the machine itself. Pure.
+[[nodiscard]] bool isOfThisMachine(const IpAddress& a_oAddress);
+
+/// fe80::/10 or 169.254.0.0/16: means something on one link only. Pure.
+[[nodiscard]] bool isLinkLocal(const IpAddress& a_oAddress);
+
+// Which address of an interface its peers should know. Pure; an empty text when there is none.
+
+/// The first primary address of global scope, in the kernel's order: the one that it sends from by itself. One that is
+/// deprecated only where there is no other.
+[[nodiscard]] std::string chooseIPv4(const Interface& a_oInterface);
+
+/// An address of global scope that is neither temporary, deprecated, tentative (or optimistic: another machine may
+/// still claim it) nor failed. Native addresses come before those of a transition mechanism (6to4, Teredo), and both
+/// before unique-local ones. Of several that are equally good a_strPresent is kept if it is one, else the numerically
+/// lowest is taken.
+[[nodiscard]] std::string chooseIPv6(const Interface& a_oInterface, const std::string& a_strPresent);
 
 } // namespace netifwatch

@@ -2,6 +2,8 @@
 
 #include "netifwatch/interface.h"
 
+#include <optional>
+
 namespace netifwatch
 {
 
@@ -9,5 +11,16 @@ namespace netifwatch
 /// read is read again, up to a hundred times: half a list would take rows away from interfaces that are there. Needs no
 /// privilege. Throws std::system_error when the kernel refuses, std::runtime_error when the list never stood still.
 [[nodiscard]] Interfaces readInterfaces();
+
+/// The way that the kernel would send something.
+struct Route
+{
+    int m_iInterface = 0;
+    bool m_bDefault = false; ///< no route knows the destination itself
+};
+
+/// Asks the kernel for the route to an address; with an interface (index, 0 for any), as a socket bound to it would
+/// be sent. Nothing where no route leads there, or where the address is this machine's own.
+[[nodiscard]] std::optional<Route> lookUpRoute(const IpAddress& a_oAddress, int a_iInterface);
 
 } // namespace netifwatch

@@ -1,9 +1,13 @@
 #include "netifwatch/options.h"
 
-#include <CLI/CLI.hpp>
+#include "platform/base/escape.h"
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
+#include <fnmatch.h>
 #include <limits>
+#include <utility>
 
 namespace netifwatch
 {
@@ -27,9 +31,9 @@ Examples:
   netifwatch -f -i 'ppp*' -i eth1    only these, in the foreground
   netifwatch -x 'docker*' -x 'veth*' all but these
   netifwatch --print                 show what would be written; asks no service
-  netifwatch --once --no-dns         write the state of the interfaces and end
+  netifwatch --once --no-dns         write the state of the interfaces and exit
 
-It needs no privilege but a user whom the configuration service lets write.
+It needs no privileges, only a user who may write to the configuration service.
 
 Exit status: 0 done or stopped by a signal, 1 failed (the reason is on standard
 error or in syslog), 2 wrong usage.)";
@@ -41,36 +45,33 @@ void declareChoices(CLI::App& a_oApp, Options& a_oOptions)
     a_oApp
         .add_option("-i,--interface",
                     a_oOptions.m_oInterfaces,
-                    "watch this interface, a name or a pattern as of a shell; may be repeated. Default: all but lo")
+                    "watch this interface (name or shell pattern); may be repeated. Default: all but lo")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    a_oApp.add_option("-x,--exclude", a_oOptions.m_oExcluded, "leave this one out, likewise")
+    a_oApp.add_option("-x,--exclude", a_oOptions.m_oExcluded, "exclude this interface, likewise")
         ->type_name("NAME")
         ->allow_extra_args(false);
     auto* pNoDns = a_oApp.add_flag_callback(
         "--no-dns", [&a_oOptions] { a_oOptions.m_bDns = false; }, "leave table DNSClientServer alone");
-    a_oApp.add_option("--resolv-conf", a_oOptions.m_strResolvConf, "where the DNS servers are read")
+    a_oApp
+        .add_option("--resolv-conf",
+                    a_oOptions.m_strResolvConf,
+                    "file with the DNS servers, read unless systemd-resolved knows them")
         ->type_name("FILE")
         ->capture_default_str()
         ->excludes(pNoDns);
+    a_oApp.add_option("--state", a_oOptions.m_strState)->group(""); // hidden: command lines of earlier versions have it
     a_oApp
-        .add_option("--state",
-                    a_oOptions.m_strState,
-                    "where it notes which rows of DNSClientServer are its own, to know them again")
-        ->type_name("FILE")
-        ->capture_default_str();
-    a_oApp
-        .add_option(
-            "--event-buffer", a_oOptions.m_iEventBuffer, "room for events of the kernel that wait; 0: the system's")
+        .add_option("--event-buffer", a_oOptions.m_iEventBuffer, "socket buffer for kernel events; 0: system default")
         ->type_name("BYTES")
         ->check(CLI::Range(0, std::numeric_limits<int>::max() / 2));
 }
 
 void declareModes(CLI::App& a_oApp, Options& a_oOptions, std::string& a_strLevel)
 {
-    auto* pOnce = a_oApp.add_flag("--once", a_oOptions.m_bOnce, "write the state of this moment and end");
+    auto* pOnce = a_oApp.add_flag("--once", a_oOptions.m_bOnce, "write the current state and exit");
     auto* pPrint = a_oApp.add_flag(
-        "--print,--dry-run", a_oOptions.m_bPrint, "print the rows of this moment and write nothing; needs no service");
+        "--print,--dry-run", a_oOptions.m_bPrint, "print the current rows and write nothing; needs no service");
     pPrint->excludes(pOnce);
     a_oApp.add_flag("--json", a_oOptions.m_bJson, "print as JSON")->needs(pPrint);
     a_oApp.add_flag(
@@ -88,6 +89,28 @@ void makeAbsolute(std::string& a_strPath)
     std::error_code oError;
     const std::filesystem::path oPath = std::filesystem::absolute(a_strPath, oError);
     a_strPath = oError ? a_strPath : oPath.lexically_normal().string();
+}
+
+bool matchesAny(const std::vector<std::string>& a_oPatterns, const std::string& a_strName)
+{
+    return std::any_of(a_oPatterns.begin(),
+                       a_oPatterns.end(),
+                       [&](const std::string& a_strPattern)
+                       { return fnmatch(a_strPattern.c_str(), a_strName.c_str(), 0) == 0; });
+}
+
+bool isText(std::string_view a_strName)
+{
+    while (!a_strName.empty())
+    {
+        const std::size_t uiLength = platform::getSequenceLength(a_strName);
+        if (uiLength == 0)
+        {
+            return false;
+        }
+        a_strName.remove_prefix(uiLength);
+    }
+    return true;
 }
 
 } // namespace
@@ -108,11 +131,24 @@ std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, O
         return oApp.exit(oEnd) == 0 ? 0 : s_iUsageError;
     }
     a_oOptions.m_bDebug = a_oOptions.m_bDebug || strLevel == "debug";
-    for (std::string* pPath : {&a_oOptions.m_strSocket, &a_oOptions.m_strResolvConf, &a_oOptions.m_strState})
+    makeAbsolute(a_oOptions.m_strSocket);
+    makeAbsolute(a_oOptions.m_strResolvConf);
+    if (!a_oOptions.m_strState.empty())
     {
-        makeAbsolute(*pPath);
+        makeAbsolute(a_oOptions.m_strState);
     }
     return std::nullopt;
+}
+
+InterfaceFilter::InterfaceFilter(std::vector<std::string> a_oIncluded, std::vector<std::string> a_oExcluded)
+    : m_oIncluded(std::move(a_oIncluded)), m_oExcluded(std::move(a_oExcluded))
+{
+}
+
+bool InterfaceFilter::accepts(const std::string& a_strName) const
+{
+    const bool bIncluded = m_oIncluded.empty() ? a_strName != "lo" : matchesAny(m_oIncluded, a_strName);
+    return bIncluded && !matchesAny(m_oExcluded, a_strName) && isText(a_strName);
 }
 
 } // namespace netifwatch

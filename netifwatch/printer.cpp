@@ -1,12 +1,11 @@
 #include "netifwatch/printer.h"
 
-#include "cfgctl/table.h"
-#include "cfgctl/tablejson.h"
-#include "netifwatch/dnsrows.h"
 #include "netifwatch/machine.h"
-#include "netifwatch/statusrows.h"
-#include "netifwatch/tablenames.h"
+#include "netifwatch/tableplan.h"
+#include "platform/base/escape.h"
 
+#include <algorithm>
+#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
@@ -17,6 +16,9 @@ namespace
 {
 
 using Tables = std::vector<std::pair<std::string, Rows>>;
+using Json = nlohmann::ordered_json;
+
+constexpr int s_iIndent = 2;
 
 Rows insertedRows(const Operations& a_oOperations)
 {
@@ -28,26 +30,90 @@ Rows insertedRows(const Operations& a_oOperations)
     return oRows;
 }
 
+Tables makeTables(const MachineState& a_oState, const InterfaceFilter& a_oFilter)
+{
+    Tables oTables = {{dbm::Table_StatusNetifWatch, makeIPv4Rows(a_oState.m_oInterfaces, a_oFilter)},
+                      {dbm::Table_StatusNetIfIPv6Addresses, makeIPv6Rows(a_oState.m_oInterfaces, a_oFilter, {})}};
+    if (a_oState.m_oServers)
+    {
+        const Operations oServers = planServers(*a_oState.m_oServers, {}, {}, a_oFilter);
+        oTables.emplace_back(dbm::Table_DNSClientServer, insertedRows(oServers));
+    }
+    return oTables;
+}
+
+bool isNumber(const korrin::Value& a_oValue)
+{
+    return a_oValue.getType() == korrin::eValueInteger;
+}
+
+std::string toJson(const Tables& a_oTables)
+{
+    Json oResult = Json::object();
+    for (const auto& [strTable, oRows] : a_oTables)
+    {
+        Json& oTable = oResult[strTable] = Json::array();
+        for (const korrin::ValueList& oRow : oRows)
+        {
+            Json& oObject = oTable.emplace_back(Json::object());
+            for (const auto& [strColumn, oValue] : oRow)
+            {
+                oObject[strColumn] = isNumber(oValue) ? Json(oValue.getInteger()) : Json(oValue.getText());
+            }
+        }
+    }
+    return oResult.dump(s_iIndent) + "\n";
+}
+
+/// Of valid UTF-8, all characters taken for one column wide.
+std::size_t widthOf(const std::string& a_strText)
+{
+    const auto isStart = [](char a_cByte) { return (static_cast<unsigned char>(a_cByte) & 0xc0U) != 0x80U; };
+    return static_cast<std::size_t>(std::count_if(a_strText.begin(), a_strText.end(), isStart));
+}
+
+/// One column, its heading first, filled up to one width: numbers in front, the rest behind.
+std::vector<std::string> makeColumn(const Rows& a_oRows, const std::string& a_strName)
+{
+    std::vector<std::string> oCells = {a_strName};
+    for (const korrin::ValueList& oRow : a_oRows)
+    {
+        oCells.push_back(platform::escape(oRow.getValue(a_strName).getText()));
+    }
+    std::size_t uiWidth = 0;
+    for (const std::string& strCell : oCells)
+    {
+        uiWidth = std::max(uiWidth, widthOf(strCell));
+    }
+    const bool bNumbers = isNumber(a_oRows.front().getValue(a_strName));
+    for (std::string& strCell : oCells)
+    {
+        strCell.insert(bNumbers ? 0 : strCell.size(), uiWidth - widthOf(strCell), ' ');
+    }
+    return oCells;
+}
+
 std::string renderRows(const Rows& a_oRows)
 {
     if (a_oRows.empty())
     {
         return "(no rows)\n";
     }
-    cfgctl::Table oTable;
-    for (const auto& [strColumn, oValue] : a_oRows.front())
+    std::vector<std::string> oLines(a_oRows.size() + 1);
+    for (const auto& [strName, oValue] : a_oRows.front())
     {
-        oTable.m_oHeadings.push_back(strColumn);
-    }
-    for (const korrin::ValueList& oRow : a_oRows)
-    {
-        std::vector<cfgctl::Cell>& oCells = oTable.m_oRows.emplace_back();
-        for (const auto& [strColumn, oValue] : oRow)
+        const std::vector<std::string> oCells = makeColumn(a_oRows, strName);
+        for (std::size_t uiLine = 0; uiLine < oLines.size(); ++uiLine)
         {
-            oCells.push_back({oValue.getText(), cfgctl::Style::Plain, oValue.getType() == korrin::eValueInteger});
+            oLines[uiLine] += (oLines[uiLine].empty() ? "" : "  ") + oCells[uiLine];
         }
     }
-    return cfgctl::renderTable(oTable, cfgctl::layoutOfStandardOutput());
+    std::string strText;
+    for (const std::string& strLine : oLines)
+    {
+        strText += strLine.substr(0, strLine.find_last_not_of(' ') + 1) + "\n";
+    }
+    return strText;
 }
 
 } // namespace
@@ -55,16 +121,10 @@ std::string renderRows(const Rows& a_oRows)
 std::string printState(const Options& a_oOptions)
 {
     const InterfaceFilter oFilter(a_oOptions.m_oInterfaces, a_oOptions.m_oExcluded);
-    const MachineState oState = readMachine(a_oOptions, oFilter);
-    Tables oTables = {{g_pIPv4Table, makeIPv4Rows(oState.m_oInterfaces, oFilter)},
-                      {g_pIPv6Table, makeIPv6Rows(oState.m_oInterfaces, oFilter, {})}};
-    if (oState.m_oServers)
-    {
-        oTables.emplace_back(g_pDnsTable, insertedRows(planServers(*oState.m_oServers, {}, {}, {}, oFilter)));
-    }
+    const Tables oTables = makeTables(readMachine(a_oOptions, oFilter), oFilter);
     if (a_oOptions.m_bJson)
     {
-        return cfgctl::tablesToJson(oTables) + "\n";
+        return toJson(oTables);
     }
     std::string strText;
     for (const auto& [strTable, oRows] : oTables)

@@ -1,19 +1,19 @@
 #include "netifwatch/process.h"
 
-#include "cfgctl/inputoutput.h"
 #include "netifwatch/printer.h"
-#include "netifwatch/stopsignals.h"
 #include "netifwatch/watcher.h"
 #include "platform/base/escape.h"
 #include "platform/base/io.h"
 #include "platform/common/log.h"
+#include "platform/common/process.h"
+#include "platform/common/stopsignals.h"
 #include "vadro/daemon.h"
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
-#include <stdexcept>
 #include <string>
-#include <unistd.h>
+#include <system_error>
 
 namespace netifwatch
 {
@@ -25,18 +25,6 @@ constexpr char s_acLogFile[] = "process";
 
 constexpr char s_acProgram[] = "netifwatch";
 constexpr std::uint32_t s_uiAllTraceLevels = 1023;
-
-/// A socket would get the number of a standard descriptor that is closed, and what is printed would go there.
-void occupyStandardDescriptors()
-{
-    for (const int iFd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-    {
-        if (fcntl(iFd, F_GETFD) < 0)
-        {
-            static_cast<void>(open("/dev/null", O_RDWR)); // the lowest free number is this one
-        }
-    }
-}
 
 std::uint32_t openLog(const Options& a_oOptions)
 {
@@ -54,7 +42,13 @@ void complain(const std::string& a_strText)
 void follow(const Options& a_oOptions, std::uint32_t a_uiLog)
 {
     korrin::net::EventDispatcher oDispatcher;
-    const StopSignals oSignals(oDispatcher.getEventLoop(), a_oOptions.m_bForeground);
+    platform::ignoreSignals({SIGPIPE, SIGHUP});
+    const platform::StopSignals oSignals =
+        a_oOptions.m_bForeground ? platform::StopSignals(oDispatcher, {SIGHUP}) : platform::StopSignals(oDispatcher);
+    if (!a_oOptions.m_strState.empty())
+    {
+        LOG_TO(a_uiLog, warning, "Option --state is obsolete; remove it from the command line.");
+    }
     Watcher oWatcher(oDispatcher, a_oOptions);
     oWatcher.run([&] { return oSignals.getStopSignal() != 0; });
     if (oSignals.getStopSignal() != 0)
@@ -95,7 +89,7 @@ int writeOnce(const Options& a_oOptions)
     }
 }
 
-/// Both watchers would write the same rows; it is the DNS rows that each would take for a stranger's.
+/// A second watcher would write the same rows over and over.
 int runDetached(const Options& a_oOptions)
 {
     VADRO_Daemon oDaemon;
@@ -108,13 +102,13 @@ int runDetached(const Options& a_oOptions)
     }
     if (VADRO_Daemon_daemonize(&oDaemon) == 0)
     {
-        complain("can't detach (syslog says why); the foreground (-f) needs no second process");
+        complain("cannot detach (see syslog); use -f to stay in the foreground");
         return EXIT_FAILURE;
     }
     VADRO_Daemon_deletePidFile(&oDaemon); // a stale one
     if (VADRO_Daemon_createPidFile(&oDaemon) == 0 && VADRO_Daemon_occupiedPidFile(&oDaemon) != 0)
     {
-        LOG_TO(uiLog, error, "netifwatch is already running; this one ends.");
+        LOG_TO(uiLog, error, "netifwatch is already running; exiting.");
         return EXIT_FAILURE;
     }
     const int iStatus = followLogged(a_oOptions, uiLog);
@@ -122,11 +116,19 @@ int runDetached(const Options& a_oOptions)
     return iStatus;
 }
 
+void writeOut(const std::string& a_strText)
+{
+    if (std::fwrite(a_strText.data(), 1, a_strText.size(), stdout) != a_strText.size() || std::fflush(stdout) != 0)
+    {
+        throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
+    }
+}
+
 int print(const Options& a_oOptions)
 {
     try
     {
-        cfgctl::writeOut(printState(a_oOptions));
+        writeOut(printState(a_oOptions));
         return EXIT_SUCCESS;
     }
     catch (const std::exception& oError)
@@ -140,7 +142,7 @@ int print(const Options& a_oOptions)
 
 int runProcess(const Options& a_oOptions)
 {
-    occupyStandardDescriptors();
+    platform::occupyStandardDescriptors();
     if (a_oOptions.m_bPrint)
     {
         return print(a_oOptions);

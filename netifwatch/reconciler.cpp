@@ -1,14 +1,10 @@
 #include "netifwatch/reconciler.h"
 
-#include "netifwatch/dnsrows.h"
-#include "netifwatch/statusrows.h"
-#include "netifwatch/tablenames.h"
 #include "platform/common/log.h"
 #include "platform/wire/message.h"
 
 #include <iterator>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace netifwatch
@@ -62,6 +58,11 @@ std::set<std::string> namesOf(const Interfaces& a_oInterfaces)
     return oNames;
 }
 
+void append(Operations& a_oOperations, Operations&& a_oMore)
+{
+    std::move(a_oMore.begin(), a_oMore.end(), std::back_inserter(a_oOperations));
+}
+
 std::string describe(const Operation& a_oOperation)
 {
     std::string strText = a_oOperation.m_strTable + ": " + a_oOperation.m_strName;
@@ -71,7 +72,7 @@ std::string describe(const Operation& a_oOperation)
     }
     for (const auto& [strColumn, oValue] : a_oOperation.m_oValues)
     {
-        if (strColumn != "Name" && strColumn != "Interface")
+        if (strColumn != dbm::Name && strColumn != dbm::Interface)
         {
             strText += " " + strColumn + "=" + oValue.getText();
         }
@@ -81,8 +82,10 @@ std::string describe(const Operation& a_oOperation)
 
 } // namespace
 
-Reconciler::Reconciler(IConfigClient& a_oClient, const InterfaceFilter& a_oFilter, std::string a_strOwnRows)
-    : m_oClient(a_oClient), m_oFilter(a_oFilter), m_oOwnRows(std::move(a_strOwnRows)),
+Reconciler::Reconciler(IConfigClient& a_oClient,
+                       const InterfaceFilter& a_oFilter,
+                       const std::vector<std::string>& a_oEarlierNotes)
+    : m_oClient(a_oClient), m_oFilter(a_oFilter), m_oEarlierNotes(a_oEarlierNotes),
       m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
 {
 }
@@ -92,7 +95,12 @@ Reconciler::Outcome Reconciler::reconcile(const MachineState& a_oState)
     m_strFailure.clear();
     try
     {
-        return makePlan(a_oState).isEmpty() ? Outcome::Unchanged : write(a_oState, true);
+        const Outcome eOutcome = makePlan(a_oState).empty() ? Outcome::Unchanged : write(a_oState);
+        if (eOutcome != Outcome::Busy)
+        {
+            m_oEarlierNotes.discard();
+        }
+        return eOutcome;
     }
     catch (const std::exception& oError)
     {
@@ -103,7 +111,7 @@ Reconciler::Outcome Reconciler::reconcile(const MachineState& a_oState)
     {
         if (a_oState.m_oServers)
         {
-            static_cast<void>(write(a_oState, false));
+            static_cast<void>(write({a_oState.m_oInterfaces, std::nullopt}));
         }
     }
     catch (const std::exception&)
@@ -118,57 +126,77 @@ Rows Reconciler::read(const char* a_pTable)
     Rows oRows;
     if (m_oClient.getrows(a_pTable, oRows) != 0)
     {
-        fail(m_oClient, std::string("Can't read table ") + a_pTable);
+        fail(m_oClient, std::string("Cannot read table ") + a_pTable);
     }
     return oRows;
 }
 
-Reconciler::Plan Reconciler::makePlan(const MachineState& a_oState)
+Operations Reconciler::makePlan(const MachineState& a_oState)
 {
-    Plan oPlan;
     const Interfaces& oInterfaces = a_oState.m_oInterfaces;
-    oPlan.m_oStatus = compareByName(g_pIPv4Table, makeIPv4Rows(oInterfaces, m_oFilter), read(g_pIPv4Table), m_oFilter);
-    const Rows oPresent = read(g_pIPv6Table);
-    Operations oIPv6 = compareByName(g_pIPv6Table, makeIPv6Rows(oInterfaces, m_oFilter, oPresent), oPresent, m_oFilter);
-    std::move(oIPv6.begin(), oIPv6.end(), std::back_inserter(oPlan.m_oStatus));
-    if (a_oState.m_oServers)
+    Operations oPlan = compareByName(dbm::Table_StatusNetifWatch,
+                                     makeIPv4Rows(oInterfaces, m_oFilter),
+                                     read(dbm::Table_StatusNetifWatch),
+                                     m_oFilter);
+    const Rows oPresent = read(dbm::Table_StatusNetIfIPv6Addresses);
+    append(
+        oPlan,
+        compareByName(
+            dbm::Table_StatusNetIfIPv6Addresses, makeIPv6Rows(oInterfaces, m_oFilter, oPresent), oPresent, m_oFilter));
+    if (a_oState.m_oServers && knowsOrigin())
     {
         planDns(a_oState, oPlan);
     }
     return oPlan;
 }
 
-void Reconciler::planDns(const MachineState& a_oState, Plan& a_oPlan)
+void Reconciler::planDns(const MachineState& a_oState, Operations& a_oPlan)
 {
-    const Rows oPresent = read(g_pDnsTable);
-    a_oPlan.m_oOwn = selectOwn(oPresent, m_oOwnRows.load());
-    a_oPlan.m_oServers =
-        planServers(*a_oState.m_oServers, namesOf(a_oState.m_oInterfaces), oPresent, a_oPlan.m_oOwn, m_oFilter);
-    reportOthers(*a_oState.m_oServers, oPresent, a_oPlan.m_oOwn);
+    Rows oPresent = read(dbm::Table_DNSClientServer);
+    append(a_oPlan, m_oEarlierNotes.claim(oPresent));
+    append(a_oPlan, planServers(*a_oState.m_oServers, namesOf(a_oState.m_oInterfaces), oPresent, m_oFilter));
+    reportOthers(*a_oState.m_oServers, oPresent);
 }
 
-void Reconciler::reportOthers(const ServersByName& a_oServers, const Rows& a_oPresent, const OwnRows& a_oOwn)
+/// Without the column nobody could tell later whose rows they are.
+bool Reconciler::knowsOrigin()
+{
+    korrin::ValueList oColumns;
+    if (m_oClient.getcolumns(dbm::Table_DNSClientServer, oColumns) != 0)
+    {
+        fail(m_oClient, std::string("Cannot read the columns of table ") + dbm::Table_DNSClientServer);
+    }
+    const bool bBefore = std::exchange(m_bOrigin, oColumns.hasValue(dbm::DNSClientServer_Origin));
+    if (bBefore && !m_bOrigin)
+    {
+        LOG_WARNING("Table DNSClientServer has no column Origin; DNS servers are not written. Update the configuration "
+                    "service, or use --no-dns.");
+    }
+    return m_bOrigin;
+}
+
+void Reconciler::reportOthers(const ServersByName& a_oServers, const Rows& a_oPresent)
 {
     std::set<std::string> oOthers;
     for (const korrin::ValueList& oRow : a_oPresent)
     {
-        const OwnRow oDescription = describeRow(oRow);
-        if (a_oOwn.count(oDescription) == 0 && a_oServers.count(oDescription.m_strInterface) > 0)
+        const std::string strName = oRow.getValue(dbm::Interface).getText();
+        if (!isOwn(oRow) && a_oServers.count(strName) > 0)
         {
-            oOthers.insert(oDescription.m_strInterface);
+            oOthers.insert(strName);
         }
     }
     for (const std::string& strName : oOthers)
     {
         if (m_oOthers.count(strName) == 0)
         {
-            LOG_INFO("The DNS servers of %s are left to whoever wrote rows for it.", strName.c_str());
+            LOG_INFO("Somebody else wrote DNS servers for %s; leaving them alone.", strName.c_str());
         }
     }
     m_oOthers = std::move(oOthers);
 }
 
-Reconciler::Outcome Reconciler::write(const MachineState& a_oState, bool a_bServers)
+Reconciler::Outcome Reconciler::write(const MachineState& a_oState)
 {
     if (!obtainAccess())
     {
@@ -176,23 +204,16 @@ Reconciler::Outcome Reconciler::write(const MachineState& a_oState, bool a_bServ
     }
     const AccessScope oScope(m_oClient);
     // Between the look and the access somebody else may have written.
-    MachineState oState = a_oState;
-    if (!a_bServers)
-    {
-        oState.m_oServers.reset();
-    }
-    const Plan oPlan = makePlan(oState);
-    if (oPlan.isEmpty())
+    const Operations oPlan = makePlan(a_oState);
+    if (oPlan.empty())
     {
         return Outcome::Unchanged;
     }
-    apply(oPlan.m_oStatus);
-    if (!oPlan.m_oServers.empty())
+    apply(oPlan);
+    if (m_oClient.commit() != 0)
     {
-        apply(oPlan.m_oServers);
-        noteOwnRows(oPlan);
+        fail(m_oClient, "Cannot commit");
     }
-    commit();
     return Outcome::Written;
 }
 
@@ -205,7 +226,7 @@ bool Reconciler::obtainAccess()
     }
     if (!is(oResult, wire::Result::AccessTaken))
     {
-        fail(m_oClient, "Can't get write access");
+        fail(m_oClient, "Cannot get write access");
     }
     m_oClient.getlasterror(m_strFailure);
     return false;
@@ -223,54 +244,17 @@ void Reconciler::apply(const Operations& a_oOperations)
             oResult = m_oClient.insertrow(oOperation.m_strTable, oOperation.m_oValues);
             break;
         case Operation::Kind::Update:
-            oResult = m_oClient.updatekey(oOperation.m_strTable, "Id", strId, oOperation.m_oValues);
+            oResult = m_oClient.updatekey(oOperation.m_strTable, dbm::Id, strId, oOperation.m_oValues);
             break;
         case Operation::Kind::Delete:
-            oResult = m_oClient.deletekey(oOperation.m_strTable, "Id", strId);
+            oResult = m_oClient.deletekey(oOperation.m_strTable, dbm::Id, strId);
             break;
         }
         if (oResult != 0)
         {
-            fail(m_oClient, "Can't write " + describe(oOperation));
+            fail(m_oClient, "Cannot write " + describe(oOperation));
         }
         LOG_INFO("%s", describe(oOperation).c_str());
-    }
-}
-
-/// Before the commit: a row that is in the table and not in the file would be a stranger's for ever. The rows as they
-/// were stay noted as well, since the commit may fail or never come.
-void Reconciler::noteOwnRows(const Plan& a_oPlan)
-{
-    OwnRows oNoted = a_oPlan.m_oOwn;
-    std::set<int> oOldIds;
-    for (const OwnRow& oRow : a_oPlan.m_oOwn)
-    {
-        oOldIds.insert(oRow.m_iId);
-    }
-    std::size_t uiInserted = 0;
-    for (const Operation& oOperation : a_oPlan.m_oServers)
-    {
-        uiInserted += oOperation.m_eKind == Operation::Kind::Insert ? 1 : 0;
-    }
-    // A writer reads what it wrote; inserted rows stand at the end.
-    const Rows oPresent = read(g_pDnsTable);
-    std::size_t uiLeft = oPresent.size();
-    for (const korrin::ValueList& oRow : oPresent)
-    {
-        const OwnRow oDescription = describeRow(oRow);
-        if (uiLeft-- <= uiInserted || oOldIds.count(oDescription.m_iId) > 0)
-        {
-            oNoted.insert(oDescription);
-        }
-    }
-    m_oOwnRows.save(oNoted);
-}
-
-void Reconciler::commit()
-{
-    if (m_oClient.commit() != 0)
-    {
-        fail(m_oClient, "Can't commit");
     }
 }
 

@@ -1,7 +1,7 @@
-#include "netifwatch/resolved.h"
+#include "netifwatch/dnssources.h"
+#include "platform/common/deadline.h"
 
-#include "netifwatch/ipaddress.h"
-
+#include <cerrno>
 #include <chrono>
 #include <memory>
 #include <systemd/sd-bus.h>
@@ -23,17 +23,21 @@ struct BusEnd
 using Bus = std::unique_ptr<sd_bus, BusEnd>;
 using Message = std::unique_ptr<sd_bus_message, BusEnd>;
 
-using Clock = std::chrono::steady_clock;
-
-std::uint64_t microsecondsUntil(Clock::time_point a_oEnd)
+std::uint64_t microsecondsLeft(const platform::Deadline& a_oEnd)
 {
-    const auto oLeft = std::chrono::ceil<std::chrono::microseconds>(a_oEnd - Clock::now()).count();
-    return oLeft > 0 ? static_cast<std::uint64_t>(oLeft) : 0;
+    return static_cast<std::uint64_t>(a_oEnd.getRemainingMs()) * 1000U;
+}
+
+/// Waits for the bus to say something; a signal may end the wait early. False when the bus is broken.
+bool awaitBus(sd_bus& a_oBus, const platform::Deadline& a_oEnd)
+{
+    const int iResult = sd_bus_wait(&a_oBus, microsecondsLeft(a_oEnd));
+    return iResult >= 0 || iResult == -EINTR;
 }
 
 /// A connection of its own for each question: nothing to keep alive, whatever becomes of the bus. The greeting is
-/// awaited here, since the library itself would wait for a bus that stands still for minutes.
-Bus openBus(Clock::time_point a_oEnd)
+/// awaited here, since the library itself would wait minutes for a bus that does not answer.
+Bus openBus(const platform::Deadline& a_oEnd)
 {
     sd_bus* pBus = nullptr;
     if (sd_bus_open_system(&pBus) < 0)
@@ -45,8 +49,7 @@ Bus openBus(Clock::time_point a_oEnd)
     while (iReady == 0)
     {
         const int iDone = sd_bus_process(pBus, nullptr);
-        const std::uint64_t uiLeft = microsecondsUntil(a_oEnd);
-        if (iDone < 0 || uiLeft == 0 || (iDone == 0 && sd_bus_wait(pBus, uiLeft) < 0))
+        if (iDone < 0 || a_oEnd.hasPassed() || (iDone == 0 && !awaitBus(*pBus, a_oEnd)))
         {
             return nullptr;
         }
@@ -55,7 +58,7 @@ Bus openBus(Clock::time_point a_oEnd)
     return iReady > 0 ? std::move(oBus) : Bus();
 }
 
-Message readServerProperty(sd_bus& a_oBus, Clock::time_point a_oEnd)
+Message readServerProperty(sd_bus& a_oBus, const platform::Deadline& a_oEnd)
 {
     sd_bus_message* pRequest = nullptr;
     if (sd_bus_message_new_method_call(&a_oBus,
@@ -71,7 +74,7 @@ Message readServerProperty(sd_bus& a_oBus, Clock::time_point a_oEnd)
     sd_bus_message* pReply = nullptr;
     const bool bAnswered = sd_bus_message_set_auto_start(pRequest, 0) >= 0 &&
                            sd_bus_message_append(pRequest, "ss", "org.freedesktop.resolve1.Manager", "DNS") >= 0 &&
-                           sd_bus_call(&a_oBus, pRequest, microsecondsUntil(a_oEnd) + 1, nullptr, &pReply) >= 0;
+                           sd_bus_call(&a_oBus, pRequest, microsecondsLeft(a_oEnd) + 1, nullptr, &pReply) >= 0;
     return bAnswered ? Message(pReply) : Message();
 }
 
@@ -106,7 +109,7 @@ bool readServer(sd_bus_message* a_pReply, DnsSources& a_oSources)
 
 std::optional<DnsSources> askResolved()
 {
-    const Clock::time_point oEnd = Clock::now() + s_oLimit;
+    const platform::Deadline oEnd(s_oLimit);
     const Bus oBus = openBus(oEnd);
     const Message oReply = oBus ? readServerProperty(*oBus, oEnd) : Message();
     if (!oReply || sd_bus_message_enter_container(oReply.get(), 'v', "a(iiay)") < 0 ||

@@ -1,4 +1,4 @@
-#include "netifwatch/resolved.h"
+#include "netifwatch/dnssources.h"
 
 namespace netifwatch
 {

@@ -1,8 +1,6 @@
 #include "netifwatch/watcher.h"
 
 #include "netifwatch/machine.h"
-#include "netifwatch/resolvconf.h"
-#include "netifwatch/tablenames.h"
 #include "platform/common/log.h"
 
 #include <stdexcept>
@@ -31,6 +29,22 @@ constexpr unsigned s_uiConnectOnceSec = 2;
 constexpr unsigned s_uiRetryMs = 100; // soon back: a service that was restarted knows no interface
 constexpr unsigned s_uiWaitMs = 3600000;
 
+/// Where earlier versions noted their rows: by default, by the start script for procd, and by option. Whoever leaves
+/// DNSClientServer alone leaves them alone, too.
+std::vector<std::string> earlierNotes(const Options& a_oOptions)
+{
+    std::vector<std::string> oPaths;
+    if (a_oOptions.m_bDns)
+    {
+        oPaths = {"/var/lib/netifwatch/dns-rows", "/etc/quorvad/netifwatch/dns-rows"};
+    }
+    if (a_oOptions.m_bDns && !a_oOptions.m_strState.empty())
+    {
+        oPaths.push_back(a_oOptions.m_strState);
+    }
+    return oPaths;
+}
+
 } // namespace
 
 Watcher::Watcher(korrin::net::EventDispatcher& a_oDispatcher, const Options& a_oOptions)
@@ -43,7 +57,7 @@ Watcher::Watcher(korrin::net::EventDispatcher& a_oDispatcher, const Options& a_o
                        s_uiRetryMs,
                        !a_oOptions.m_bOnce,
                        false),
-      m_oReconciler(m_oNotifications.getConfigClient(), m_oFilter, a_oOptions.m_strState),
+      m_oReconciler(m_oNotifications.getConfigClient(), m_oFilter, earlierNotes(a_oOptions)),
       m_oTimer(a_oDispatcher.getEventLoop(), [this] { m_bDue = true; }),
       m_oEvents(a_oDispatcher.getEventLoop(), a_oOptions.m_bDns, a_oOptions.m_iEventBuffer, [this] { onHint(); }),
       m_oQuietTime(s_oQuiet, s_oLongest), m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
@@ -94,11 +108,11 @@ void Watcher::connect()
 // Others' rows of DNSClientServer decide who looks after an interface's servers; the status tables are put right.
 void Watcher::getTableNames(std::list<std::string>& a_oNames)
 {
-    a_oNames.emplace_back(g_pIPv4Table);
-    a_oNames.emplace_back(g_pIPv6Table);
+    a_oNames.emplace_back(dbm::Table_StatusNetifWatch);
+    a_oNames.emplace_back(dbm::Table_StatusNetIfIPv6Addresses);
     if (m_oOptions.m_bDns)
     {
-        a_oNames.emplace_back(g_pDnsTable);
+        a_oNames.emplace_back(dbm::Table_DNSClientServer);
     }
 }
 
@@ -209,7 +223,7 @@ void Watcher::reportFailure()
     if (bConnected && m_strFailure != m_strReported) // a lost connection was told of by the client
     {
         m_strReported = m_strFailure;
-        LOG_WARNING("The tables can't be brought up to date: %s (tried again until it works)", m_strFailure.c_str());
+        LOG_WARNING("Cannot bring the tables up to date: %s (retrying until it works)", m_strFailure.c_str());
     }
 }
 

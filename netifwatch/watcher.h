@@ -3,8 +3,7 @@
 #include "korrin/net/eventdispatcher.h"
 #include "netifwatch/debounce.h"
 #include "netifwatch/filewatch.h"
-#include "netifwatch/interfacefilter.h"
-#include "netifwatch/kernelevents.h"
+#include "netifwatch/netlink.h"
 #include "netifwatch/options.h"
 #include "netifwatch/reconciler.h"
 #include "platform/base/eventloop.h"
@@ -30,7 +29,7 @@ public:
 
     /// Connects, blocking for at most a minute (a few seconds to write once; a wakeUp() of the dispatcher ends that
     /// wait), and follows until a_oStop says so, or to write once until that is done. Throws std::runtime_error when
-    /// the service can't be reached at first, or when writing once failed.
+    /// the service cannot be reached at first, or when writing once failed.
     void run(const std::function<bool()>& a_oStop);
 
     void getTableNames(std::list<std::string>& a_oNames) override;

@@ -117,11 +117,11 @@ class Router:
             self.service.start()
         wait_for("the service answers", lambda: self.ctl("tables", check=False).returncode == 0, 40, [self.service])
 
-    def start_watcher(self, *options, prefix=(), env=None, state=None):
+    def start_watcher(self, *options, prefix=(), env=None):
         """From now on, or again, the kernel's interfaces come into the database by netifwatch; what would write them
         by hand waits for their rows. It leaves lan0 to nudge()."""
         if self.watcher is None:
-            words = ["--foreground", "--debug", "--exclude", "lan0", "--state", state or self.folder / "dns-rows"]
+            words = ["--foreground", "--debug", "--exclude", "lan0"]
             self.watcher = self.start_program("netifwatch", [*prefix, self.bin / "netifwatch", *words, *options], env)
             ip("-6", "addr", "add", f"{IPV6}/64", "dev", "ppp0", "nodad")
         else:

@@ -164,6 +164,19 @@ TEST_F(DatabaseTest, WhatIsRefusedStaysAsItWas)
     }
 }
 
+TEST_F(DatabaseTest, AFileOfVersion1_1GetsTheNewColumn)
+{
+    EXPECT_EQ(failureToOpen(), "");
+    sql("ALTER TABLE DNSClientServer DROP COLUMN Origin; INSERT INTO DNSClientServer (Id, Interface) VALUES (7, "
+        "'ppp0')");
+    EXPECT_EQ(read("DNSClientServer", "Id") + read("DNSClientServer", "Interface"), "7ppp0");
+    change(
+        [&](Transaction& a_oWrites) {
+            a_oWrites.edit(tableOf("DNSClientServer")).update("Id", "7", row({{"Origin", text("netifwatch")}}));
+        });
+    EXPECT_EQ(read("DNSClientServer", "Origin"), "netifwatch");
+}
+
 TEST_F(DatabaseTest, AFileThatWasEditedByHand)
 {
     EXPECT_EQ(failureToOpen(), "");

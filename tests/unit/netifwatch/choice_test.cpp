@@ -1,5 +1,4 @@
-#include "netifwatch/addresschoice.h"
-#include "netifwatch/interfacefilter.h"
+#include "netifwatch/options.h"
 #include "tests/unit/netifwatch/support.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "netifwatch/dnsassignment.h"
-#include "netifwatch/dnsrows.h"
-#include "netifwatch/resolvconf.h"
+#include "netifwatch/machine.h"
+#include "netifwatch/tableplan.h"
+#include "platform/common/values.h"
 #include "tests/unit/netifwatch/support.h"
 #include "tests/unit/support/folder.h"
 
@@ -52,12 +52,14 @@ std::string describe(const Operations& a_oOperations)
     return strText;
 }
 
+/// A row of DNSClientServer: Ids below 20 are the watcher's own.
 korrin::ValueList row(int a_iId, const std::string& a_strInterface, const std::string& a_strAddress)
 {
     korrin::ValueList oRow;
-    oRow.add("Id", korrin::Value(korrin::eValueInteger, a_iId));
-    oRow.add("Interface", korrin::Value(korrin::eValueText, a_strInterface));
-    oRow.add("IPAddress", korrin::Value(korrin::eValueText, a_strAddress));
+    oRow.add("Id", platform::integer(a_iId));
+    oRow.add("Interface", platform::text(a_strInterface));
+    oRow.add("IPAddress", platform::text(a_strAddress));
+    oRow.add("Origin", platform::text(a_iId < 20 ? "netifwatch" : a_iId < 30 ? "" : "other"));
     return oRow;
 }
 
@@ -149,7 +151,7 @@ TEST(Assignment, Routes)
 
 TEST(ServerRows, Plan)
 {
-    // What is there (Ids below 10 are our own rows), what is wanted, what is to be done.
+    // What is there, what is wanted, what is to be done.
     const std::vector<std::tuple<Rows, ServersByName, std::string>> oCases = {
         {{}, {{"eth0", {"192.0.2.1", "192.0.2.2"}}}, "+eth0:192.0.2.1 +eth0:192.0.2.2"},
         {{row(1, "eth0", "192.0.2.1")}, {{"eth0", {"192.0.2.1"}}}, ""},
@@ -162,53 +164,23 @@ TEST(ServerRows, Plan)
         {{row(1, "eth0", "192.0.2.1")}, {}, ""},
         {{row(1, "eth0", "192.0.2.1")}, {{"eth0", {}}}, ""},
         {{row(1, "gone0", "192.0.2.1")}, {}, ""},
-        // an interface with somebody else's row is theirs
-        {{row(11, "eth0", "192.0.2.9")}, {{"eth0", {"192.0.2.1"}}}, ""},
-        {{row(11, "eth0", "192.0.2.1")}, {{"eth0", {"192.0.2.1"}}}, ""},
-        {{row(1, "eth0", "192.0.2.1"), row(11, "eth0", "192.0.2.9")}, {{"eth0", {"192.0.2.1"}}}, "-1"},
-        {{row(11, "eth0", "192.0.2.9")}, {{"eth1", {"192.0.2.1"}}}, "+eth1:192.0.2.1"},
+        // an interface with somebody else's row is theirs, also where it names the same server
+        {{row(21, "eth0", "192.0.2.1")}, {{"eth0", {"192.0.2.1"}}}, ""},
+        {{row(1, "eth0", "192.0.2.1"), row(21, "eth0", "192.0.2.9")}, {{"eth0", {"192.0.2.1"}}}, "-1"},
+        {{row(1, "eth0", "192.0.2.1"), row(31, "eth0", "192.0.2.9")}, {{"eth0", {"192.0.2.1"}}}, "-1"},
+        {{row(21, "eth0", "192.0.2.9")}, {{"eth1", {"192.0.2.1"}}}, "+eth1:192.0.2.1"},
         // left out by the options since
-        {{row(1, "docker0", "192.0.2.1"), row(11, "docker1", "192.0.2.1")}, {}, "-1"},
+        {{row(1, "docker0", "192.0.2.1"), row(21, "docker1", "192.0.2.1")}, {}, "-1"},
     };
     const InterfaceFilter oFilter({}, {"docker*"});
     for (const auto& [oPresent, oServers, strExpected] : oCases)
     {
-        OwnRows oOwn = {{1, "other0", "192.0.2.1"}, {11, "eth0", "192.0.2.77"}}; // of another database
-        for (const korrin::ValueList& oRow : oPresent)
-        {
-            if (describeRow(oRow).m_iId < 10)
-            {
-                oOwn.insert(describeRow(oRow));
-            }
-        }
-        EXPECT_EQ(describe(planServers(oServers, {"eth0", "eth1"}, oPresent, oOwn, oFilter)), strExpected);
+        EXPECT_EQ(describe(planServers(oServers, {"eth0", "eth1"}, oPresent, oFilter)), strExpected);
     }
-}
-
-TEST(ServerRows, OfGoneInterfacesAFewAreKept)
-{
-    Rows oPresent;
-    OwnRows oOwn;
-    for (int iId = 1; iId <= 12; ++iId)
+    Rows oMany;
+    for (int iId = 1; iId <= 12; ++iId) // of gone interfaces the last eight are kept
     {
-        oPresent.push_back(row(iId, (iId == 2 ? "eth" : "veth") + std::to_string(iId), "192.0.2.1"));
-        oOwn.insert(describeRow(oPresent.back()));
+        oMany.push_back(row(iId, (iId == 2 ? "eth" : "veth") + std::to_string(iId), "192.0.2.1"));
     }
-    EXPECT_EQ(describe(planServers({}, {"eth2"}, oPresent, oOwn, InterfaceFilter({}, {}))), "-1 -3 -4");
-}
-
-TEST(OwnRowsFile, KeepsWhatWasNoted)
-{
-    const Folder oFolder;
-    const OwnRowsFile oFile(oFolder / "made/rows");
-    EXPECT_TRUE(oFile.load().empty());
-    const OwnRows oRows = {{1, "eth0", "192.0.2.1"}, {-2, "wlan\xc3\xa4", "2001:db8::1"}};
-    oFile.save(oRows);
-    EXPECT_EQ(oFile.load().size(), 2U);
-    EXPECT_EQ(contentOf(oFile.getPath()).substr(77), "-2 wlan\xc3\xa4 2001:db8::1\n1 eth0 192.0.2.1\n");
-    static_cast<void>(
-        oFolder.write("made/rows", "x\n7 eth0\n\n8 eth1 192.0.2.8 and more\n99999999999 eth2 192.0.2.9\n"));
-    EXPECT_EQ(oFile.load().size(), 1U);
-    EXPECT_THROW(OwnRowsFile(oFolder / "no/such/folder/rows").save(oRows), std::system_error);
-    EXPECT_THROW(static_cast<void>(OwnRowsFile(oFolder / "").load()), std::system_error); // a folder is no file
+    EXPECT_EQ(describe(planServers({}, {"eth2"}, oMany, oFilter)), "-1 -3 -4");
 }

@@ -1,5 +1,4 @@
-#include "netifwatch/ipaddress.h"
-#include "netifwatch/resolved.h"
+#include "netifwatch/dnssources.h"
 #include "tests/unit/support/child.h"
 #include "tests/unit/support/folder.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "netifwatch/ipaddress.h"
+#include "netifwatch/interface.h"
 
 #include <linux/if_addr.h>
 #include <linux/rtnetlink.h>

@@ -2,6 +2,7 @@
 #include "netifwatch/filewatch.h"
 #include "netifwatch/reconciler.h"
 #include "tests/unit/cfgctl/liveservice.h"
+#include "tests/unit/config/memoryclient.h"
 #include "tests/unit/netifwatch/support.h"
 #include "tests/unit/support/logcapture.h"
 
@@ -29,101 +30,149 @@ std::string show(cfgctl::Session& a_oSession, const std::string& a_strTable)
     return strText;
 }
 
-void insert(cfgctl::Session& a_oSession,
-            const std::string& a_strTable,
-            const std::map<std::string, std::string>& a_oRow)
+void insert(cfgctl::Session& a_oSession, const std::string& a_strTable, const std::string& a_strCells)
 {
     cfgctl::Database oDatabase(a_oSession.getClient());
-    korrin::ValueList oRow;
-    for (const auto& [strColumn, strValue] : a_oRow)
-    {
-        oRow.add(strColumn, korrin::Value(korrin::eValueText, strValue));
-    }
     oDatabase.beginWrite(std::chrono::seconds(5));
-    oDatabase.insertRow(a_strTable, oRow);
+    oDatabase.insertRow(a_strTable, makeRow(a_strCells));
     oDatabase.commit();
 }
 
 constexpr const char* s_pIPv4 = "StatusNetifWatch";
 constexpr const char* s_pIPv6 = "StatusNetIfIPv6Addresses";
 constexpr const char* s_pDns = "DNSClientServer";
+const std::string s_strNoOrigin =
+    "warning Table DNSClientServer has no column Origin; DNS servers are not written. Update "
+    "the configuration service, or use --no-dns.";
+
+struct Reconciling : testing::Test
+{
+    LiveService m_oService;
+    Folder m_oFolder;
+    cfgctl::Session m_oSession{m_oService.getSocket()};
+    cfgctl::Session m_oOther{m_oService.getSocket()};
+    InterfaceFilter m_oFilter{{}, {"docker*"}};
+};
 
 } // namespace
 
-TEST(Reconciling, WritesDifferencesOnly)
+TEST_F(Reconciling, WritesDifferencesOnly)
 {
-    LiveService oService;
-    Folder oFolder;
-    cfgctl::Session oSession(oService.getSocket());
-    cfgctl::Session oOther(oService.getSocket());
-    const InterfaceFilter oFilter({}, {"docker*"});
-    Reconciler oReconciler(oSession.getClient(), oFilter, oFolder / "rows");
-    insert(oOther, s_pIPv4, {{"Name", "docker0"}, {"Addr", "172.17.0.1"}}); // left out: not ours to judge
-    insert(oOther, s_pIPv4, {{"Name", "stale0"}, {"Addr", "192.0.2.99"}});
+    Reconciler oReconciler(m_oSession.getClient(), m_oFilter, {});
+    insert(m_oOther, s_pIPv4, "Name=docker0 Addr=172.17.0.1"); // left out: not ours to judge
+    insert(m_oOther, s_pIPv4, "Name=stale0 Addr=192.0.2.99");
 
     MachineState oState{
         {makeInterface(2, "a", true, {"192.0.2.1", "2001:db8::2", "2001:db8::1"}), makeInterface(3, "b", false)},
         ServersByName{{"a", {"192.0.2.53", "192.0.2.54"}}}};
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Written);
-    EXPECT_EQ(show(oSession, s_pIPv4), "1 docker0 172.17.0.1 0; 3 a 192.0.2.1 1; 4 b  0");
-    EXPECT_EQ(show(oSession, s_pIPv6), "1 a 2001:db8::1");
-    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.53 ; 2 1 a 192.0.2.54 ");
+    EXPECT_EQ(show(m_oSession, s_pIPv4), "1 docker0 172.17.0.1 0; 3 a 192.0.2.1 1; 4 b  0");
+    EXPECT_EQ(show(m_oSession, s_pIPv6), "1 a 2001:db8::1");
+    EXPECT_EQ(show(m_oSession, s_pDns), "1 1 a 192.0.2.53 netifwatch; 2 1 a 192.0.2.54 netifwatch");
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Unchanged);
 
     // Two interfaces swap names, the lower IPv6 address comes back after the other took its place, a server goes.
     oState = {{makeInterface(2, "b", true, {"192.0.2.1", "2001:db8::2"}), makeInterface(3, "a", false)},
               ServersByName{{"b", {"192.0.2.53"}}}};
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Written);
-    EXPECT_EQ(show(oSession, s_pIPv4), "1 docker0 172.17.0.1 0; 3 a  0; 4 b 192.0.2.1 1");
-    EXPECT_EQ(show(oSession, s_pIPv6), "2 b 2001:db8::2");
+    EXPECT_EQ(show(m_oSession, s_pIPv4), "1 docker0 172.17.0.1 0; 3 a  0; 4 b 192.0.2.1 1");
+    EXPECT_EQ(show(m_oSession, s_pIPv6), "2 b 2001:db8::2");
     oState.m_oInterfaces[0].m_oAddresses.push_back(makeAddress("2001:db8::1"));
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Unchanged);
 
-    // Another watcher knows the rows again by the file.
-    Reconciler oNext(oSession.getClient(), oFilter, oFolder / "rows");
-    EXPECT_EQ(oNext.reconcile(oState), Outcome::Unchanged);
+    // Another watcher knows the rows again; somebody's row on the interface makes them go.
+    Reconciler oNext(m_oSession.getClient(), m_oFilter, {});
     oState.m_oServers = ServersByName{{"a", {"192.0.2.54"}}, {"b", {"192.0.2.55"}}};
     EXPECT_EQ(oNext.reconcile(oState), Outcome::Written);
-    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.54 ; 3 1 b 192.0.2.55 ");
-    // Without it they are a stranger's.
-    std::filesystem::remove(oFolder / "rows");
-    oState.m_oServers = ServersByName{{"a", {"192.0.2.1"}}};
-    EXPECT_EQ(oNext.reconcile(oState), Outcome::Unchanged);
-    // Somebody's row on the interface makes the own ones go; another's wish of none leaves the table alone.
-    oState.m_oServers = ServersByName{{"c", {"192.0.2.1"}}};
+    EXPECT_EQ(show(m_oSession, s_pDns), "1 1 a 192.0.2.54 netifwatch; 3 1 b 192.0.2.55 netifwatch");
+    insert(m_oOther, s_pDns, "Interface=b IPAddress=198.51.100.1");
     EXPECT_EQ(oNext.reconcile(oState), Outcome::Written);
-    insert(oOther, s_pDns, {{"Interface", "c"}, {"IPAddress", "198.51.100.1"}});
-    EXPECT_EQ(oNext.reconcile(oState), Outcome::Written);
-    EXPECT_EQ(show(oSession, s_pDns), "1 1 a 192.0.2.54 ; 3 1 b 192.0.2.55 ; 5 1 c 198.51.100.1 ");
+    EXPECT_EQ(show(m_oSession, s_pDns), "1 1 a 192.0.2.54 netifwatch; 4 1 b 198.51.100.1 ");
 }
 
-TEST(Reconciling, Problems)
+// From version 1.1, which noted its rows in a file.
+TEST_F(Reconciling, TakesOverNotedRows)
 {
-    LiveService oService;
-    const Folder oFolder;
-    cfgctl::Session oSession(oService.getSocket());
-    cfgctl::Session oOther(oService.getSocket());
-    const InterfaceFilter oFilter({}, {});
+    const std::string strNotes =
+        m_oFolder.write("notes", "# Id, interface, address.\nx\n1 a 192.0.2.53\n2 gone 192.0.2.54\n4 b 192.0.2.56\n");
+    const std::string strForeign = m_oFolder.write("foreign", "1 b 192.0.2.53\n99999999999 a 192.0.2.53\n7 a\n");
+    const MachineState oState{{makeInterface(2, "a", true)}, ServersByName{{"a", {"192.0.2.1"}}}};
+    for (const char* pRow : {"Interface=a IPAddress=192.0.2.53",
+                             "Interface=gone IPAddress=192.0.2.54",
+                             "Interface=b IPAddress=192.0.2.55"})
+    {
+        insert(m_oOther, s_pDns, pRow);
+    }
+    Reconciler oReconciler(m_oSession.getClient(), m_oFilter, {strNotes, m_oFolder / "missing"});
+    ASSERT_EQ(m_oOther.getClient().getdbaccess(), 0U);
+    EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Busy);
+    ASSERT_EQ(m_oOther.getClient().dropdbaccess(), 0U);
+    EXPECT_TRUE(std::filesystem::exists(strNotes)) << "nothing is marked yet";
+    EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Written);
+    const char* pMarked = "1 1 a 192.0.2.1 netifwatch; 2 1 gone 192.0.2.54 netifwatch; 3 1 b 192.0.2.55 ";
+    EXPECT_EQ(show(m_oSession, s_pDns), pMarked);
+    EXPECT_FALSE(std::filesystem::exists(strNotes));
+
+    // Killed between commit and removal: the same again does no harm. A file of another database stays.
+    static_cast<void>(m_oFolder.write("notes", "2 gone 192.0.2.54\n"));
+    EXPECT_EQ(Reconciler(m_oSession.getClient(), m_oFilter, {strNotes}).reconcile(oState), Outcome::Unchanged);
+    EXPECT_EQ(Reconciler(m_oSession.getClient(), m_oFilter, {strForeign}).reconcile(oState), Outcome::Unchanged);
+    EXPECT_EQ(show(m_oSession, s_pDns), pMarked);
+    EXPECT_FALSE(std::filesystem::exists(strNotes));
+    EXPECT_TRUE(std::filesystem::exists(strForeign));
+}
+
+/// A service whose DNSClientServer has no column Origin.
+struct OlderClient : MemoryClient
+{
+    Result getrows(Text a_strTable, std::list<Row>& a_oRows) override
+    {
+        a_oRows.assign(m_oTables[a_strTable].begin(), m_oTables[a_strTable].end());
+        return 0;
+    }
+    Result getcolumns(Text, Row& a_oColumns) override
+    {
+        a_oColumns = makeRow("Id=0 Enable=1 Interface= IPAddress=");
+        return 0;
+    }
+};
+
+TEST_F(Reconciling, LeavesServersAloneWithoutOrigin)
+{
+    OlderClient oClient;
+    LogCapture oLog;
+    Reconciler oReconciler(oClient, m_oFilter, {m_oFolder.write("notes", "1 a 192.0.2.53\n")});
+    oClient.m_oTables[s_pDns] = {makeRow("Id=1 Enable=1 Interface=a IPAddress=192.0.2.53")};
+    const MachineState oState{{makeInterface(2, "a", true)}, ServersByName{{"a", {"192.0.2.1"}}}};
+    EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Written);
+    EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Unchanged);
+    EXPECT_EQ(oClient.m_oTables[s_pIPv4].size(), 1U);
+    EXPECT_EQ(oClient.m_oTables[s_pDns].front().getValue("IPAddress").getText(), "192.0.2.53");
+    EXPECT_TRUE(std::filesystem::exists(m_oFolder / "notes"));
+    EXPECT_EQ(std::count(oLog.lines().begin(), oLog.lines().end(), s_strNoOrigin), 1);
+}
+
+TEST_F(Reconciling, Problems)
+{
     const MachineState oState{{makeInterface(2, "a", true, {"192.0.2.1"})}, ServersByName{{"a", {"192.0.2.53"}}}};
-
-    // The file of own rows can't be written: no row of which nobody would know whose it is; the interface is told.
-    Reconciler oUnwritable(oSession.getClient(), oFilter, oFolder / "no/such/folder/rows");
-    EXPECT_EQ(oUnwritable.reconcile(oState), Outcome::Failed);
-    EXPECT_THAT(oUnwritable.getFailure(), testing::HasSubstr("no/such/folder/rows"));
-    EXPECT_EQ(show(oSession, s_pIPv4), "1 a 192.0.2.1 1");
-    EXPECT_EQ(show(oSession, s_pDns), "");
-    EXPECT_FALSE(oSession.getClient().hasdbaccess());
-
-    Reconciler oReconciler(oSession.getClient(), oFilter, oFolder / "rows");
-    ASSERT_EQ(oOther.getClient().getdbaccess(), 0U);
+    Reconciler oReconciler(m_oSession.getClient(), m_oFilter, {});
+    ASSERT_EQ(m_oOther.getClient().getdbaccess(), 0U);
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Busy);
     EXPECT_NE(oReconciler.getFailure(), "");
-    ASSERT_EQ(oOther.getClient().dropdbaccess(), 0U);
+    ASSERT_EQ(m_oOther.getClient().dropdbaccess(), 0U);
+
+    // A server row that the service refuses: the interface is told nevertheless, and nobody is kept from writing.
+    const MachineState oBad{oState.m_oInterfaces, ServersByName{{"a", {std::string(70000, 'x')}}}};
+    EXPECT_EQ(oReconciler.reconcile(oBad), Outcome::Failed);
+    EXPECT_THAT(oReconciler.getFailure(), testing::HasSubstr("Cannot write DNSClientServer: a"));
+    EXPECT_EQ(show(m_oSession, s_pIPv4), "1 a 192.0.2.1 1");
+    EXPECT_EQ(show(m_oSession, s_pDns), "");
+    EXPECT_FALSE(m_oSession.getClient().hasdbaccess());
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Written);
 
-    oService.stop();
+    m_oService.stop();
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Failed);
-    EXPECT_THAT(oReconciler.getFailure(), testing::HasSubstr("Can't read table StatusNetifWatch"));
+    EXPECT_THAT(oReconciler.getFailure(), testing::HasSubstr("Cannot read table StatusNetifWatch"));
 }
 
 TEST(Watching, QuietTimeIsBounded)

@@ -1,6 +1,4 @@
-#include "netifwatch/resolvconf.h"
-
-#include "netifwatch/ipaddress.h"
+#include "netifwatch/dnssources.h"
 
 #include <algorithm>
 #include <fstream>

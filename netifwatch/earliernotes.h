@@ -1,0 +1,39 @@
+#pragma once
+
+#include "netifwatch/tableplan.h"
+
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace netifwatch
+{
+
+/// The change-over from the time when the watcher's rows of DNSClientServer were noted in a file, "ID INTERFACE
+/// ADDRESS" lines, instead of being marked in the table. One thread. What goes wrong with a file is logged and ends
+/// nothing.
+class EarlierNotes
+{
+public:
+    /// Reads the files, those that there are. Lines that make no sense are skipped.
+    explicit EarlierNotes(const std::vector<std::string>& a_oPaths);
+
+    /// The writes that mark the noted rows whose Origin is empty; a_oPresent has the marks afterwards. A row is a noted
+    /// one when Id, interface and address agree.
+    [[nodiscard]] Operations claim(Rows& a_oPresent);
+
+    /// To be called when the marks are in the table: removes the files. They stay when claim() found none of their
+    /// rows: they are about another database then.
+    void discard();
+
+private:
+    void read(const std::string& a_strPath);
+
+    std::vector<std::string> m_oPaths; // of the files that were read
+    std::set<std::tuple<int, std::string, std::string>> m_oRows;
+    bool m_bFound = false;
+    std::uint32_t m_iModuleId;
+};
+
+} // namespace netifwatch

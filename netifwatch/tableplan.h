@@ -1,0 +1,77 @@
+#pragma once
+
+#include "config/schema.h"
+#include "korrin/valuelist.h"
+#include "netifwatch/dnssources.h"
+#include "netifwatch/interface.h"
+#include "netifwatch/options.h"
+
+#include <list>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace netifwatch
+{
+
+namespace dbm = quorvad::dbm;
+
+using Rows = std::list<korrin::ValueList>;
+
+/// One write to a table.
+struct Operation
+{
+    enum class Kind
+    {
+        Insert,
+        Update,
+        Delete
+    };
+
+    Kind m_eKind = Kind::Insert;
+    std::string m_strTable;
+    std::string m_strName;       ///< of the interface, for the log
+    int m_iId = 0;               ///< of the row; not of an inserted one
+    korrin::ValueList m_oValues; ///< what is written; of an update only what changes
+};
+using Operations = std::vector<Operation>;
+
+// The two tables that tell the state of interfaces. Every row whose name the filter accepts is this program's affair,
+// whoever wrote it; other rows are left alone. Pure.
+
+/// The rows, without Id, that StatusNetifWatch should hold: one per interface.
+[[nodiscard]] Rows makeIPv4Rows(const Interfaces& a_oInterfaces, const InterfaceFilter& a_oFilter);
+
+/// The rows that StatusNetIfIPv6Addresses should hold: one per interface with an address that peers can use. Without
+/// one there is no row: a reader takes a row that turned empty for news to be sent to the provider, and many providers
+/// take an empty address for the order to delete the name's. a_oPresent: the rows as they are, whose addresses are
+/// kept where they still fit.
+[[nodiscard]] Rows
+makeIPv6Rows(const Interfaces& a_oInterfaces, const InterfaceFilter& a_oFilter, const Rows& a_oPresent);
+
+/// What has to be written so that the table's rows, as far as the filter accepts them, are the wanted ones.
+[[nodiscard]] Operations compareByName(const std::string& a_strTable,
+                                       const Rows& a_oWanted,
+                                       const Rows& a_oPresent,
+                                       const InterfaceFilter& a_oFilter);
+
+/// Whether a row of DNSClientServer is this program's, which its column Origin says. Pure.
+[[nodiscard]] bool isOwn(const korrin::ValueList& a_oServerRow);
+
+/// What has to be written to DNSClientServer. Only own rows are ever touched.
+///
+/// - An interface with rows of somebody else is theirs: own rows of it go.
+/// - The servers of an interface stand in its own rows in their order; a row whose server is another now is changed
+///   in place, and what is right already is not written.
+/// - An interface for which no server is known now (it is down, or the machine is between two networks) keeps its
+///   rows: they do no harm, and the table is on flash. Of interfaces that are gone (a_oNames: those there are) the
+///   last eight keep theirs.
+/// - Rows of interfaces that the filter leaves out go.
+///
+/// Pure.
+[[nodiscard]] Operations planServers(const ServersByName& a_oServers,
+                                     const std::set<std::string>& a_oNames,
+                                     const Rows& a_oPresent,
+                                     const InterfaceFilter& a_oFilter);
+
+} // namespace netifwatch
