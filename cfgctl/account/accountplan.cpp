@@ -90,8 +90,8 @@ std::string chooseUser(const Provider& a_oProvider, const AccountSpec& a_oSpec, 
     {
         if (!a_oSpec.m_strUser.empty())
         {
-            a_oPlan.m_oNotes.push_back("The user name is left out: " + a_oProvider.m_strName +
-                                       " takes none, and with one Basic authentication would be sent as well.");
+            a_oPlan.m_oNotes.push_back("The user name is ignored: " + a_oProvider.m_strName +
+                                       " takes none, and with one the daemon would also send Basic authentication.");
         }
         return {};
     }
@@ -113,8 +113,7 @@ std::string explainUnchanged(const Provider& a_oProvider, int a_iRetry)
                                                : std::to_string(a_iRetry) +
                                                      " tries per change of address, the second about two minutes after "
                                                      "the first, in case that one was lost.";
-    const std::string strAbuse =
-        a_oProvider.m_strUnchanged == "nochg" ? ", and repeating it gets a client blocked" : "";
+    const std::string strAbuse = a_oProvider.m_strUnchanged == "nochg" ? "; clients that repeat it get blocked" : "";
     return a_oProvider.m_strName + " answers an unchanged address with \"" + a_oProvider.m_strUnchanged +
            "\", which counts as a failed try here" + strAbuse + ".\nHence " + strTries;
 }

@@ -34,15 +34,15 @@ struct AccountPlan
     std::vector<std::string> m_oNotes;
 };
 
-/// A provider made of a template or a GnuDIP server that stands in no file. The user name goes into the URL where that
-/// has a place for it, else into the request's header. Throws Failure where the template can't be used.
+/// A provider made of a template or of a GnuDIP server that no file lists. The user name goes into the URL if that has
+/// a placeholder for it, else into the request's header. Throws Failure if the template cannot be used.
 [[nodiscard]] Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser);
 [[nodiscard]] Provider makeGnudipProvider(const std::string& a_strServer);
 
 /// The daemon puts values into the URL as they are. So what would break it is percent-encoded here, with a note, or
 /// refused where the provider decodes nothing. User name, label and zone are written into the template; the column
 /// AccountUserName stays empty unless the provider wants Basic authentication, which the daemon sends whenever it is
-/// not. The password keeps to its column, which is hidden everywhere. Pure. Throws Failure that says which value can't
+/// not. The password stays in its column, which is hidden everywhere. Pure. Throws Failure that says which value cannot
 /// be used, why, and what would do.
 [[nodiscard]] AccountPlan planAccount(const Provider& a_oProvider, const AccountSpec& a_oSpec);
 

@@ -156,7 +156,7 @@ private:
         checkReach(m_oWatch.getValue(dbm::Addr).getText(), "IPv4");
     }
 
-    /// A name that leads to such an address helps nobody outside.
+    /// An address that the Internet cannot reach is of no use to anybody outside.
     void checkReach(const std::string& a_strAddress, const std::string& a_strFamily)
     {
         const std::string strKind = nameUnreachable(a_strAddress);

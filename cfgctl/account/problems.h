@@ -20,7 +20,7 @@ struct Problem
 };
 
 /// All of them: those that stop updates first, then in the daemon's own order.
-/// @param a_eState what the kernel says of the account's interface; eUnknown where nobody asked
+/// @param a_eState what the kernel says of the account's interface; eUnknown if it was not asked
 [[nodiscard]] std::vector<Problem>
 findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, quorvad::EInterfaceState a_eState);
 

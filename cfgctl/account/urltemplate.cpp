@@ -76,7 +76,7 @@ std::string findCharacterFault(std::string_view a_strUrl)
     return {};
 }
 
-/// A text in angle brackets that isn't one of the allowed ones.
+/// A text in angle brackets that is not one of the allowed ones.
 std::string findUnknownPlaceholder(const std::string& a_strUrl)
 {
     const std::size_t uiStart = a_strUrl.find('<');

@@ -164,7 +164,7 @@ std::string toText(const std::vector<Fact>& a_oFacts, const std::vector<Problem>
                                       : "\nReady: an update goes out at the next change.\n";
     for (const Problem& oProblem : a_oProblems)
     {
-        strText += std::string(oProblem.m_bStops ? "- " : "- but: ") + platform::escape(oProblem.m_strWhat) +
+        strText += std::string(oProblem.m_bStops ? "- " : "- Warning: ") + platform::escape(oProblem.m_strWhat) +
                    ".\n  Next step: " + platform::escape(oProblem.m_strNext) + "\n";
     }
     return strText;

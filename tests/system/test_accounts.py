@@ -72,6 +72,11 @@ def test_accounts(router):
     assert not broken_off.echoes()
     broken_off.process.send_signal(signal.SIGINT)
     assert broken_off.process.wait(30) == -signal.SIGINT and broken_off.echoes()
+    cut = Terminal(router, *words)  # a terminal keeps 4095 bytes of a line
+    cut.wait_text("password: ")
+    cut.type("x" * 5000 + "\n")
+    cut.wait_text("longer than 4094 bytes")
+    assert cut.process.wait(30) == 1 and cut.echoes()
     typed = Terminal(router, *words)
     typed.wait_text("password: ")
     typed.type(WORD + "\n")
