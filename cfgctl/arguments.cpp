@@ -17,21 +17,23 @@ constexpr const char* s_pFooter = R"(Examples:
   cfgctl account add --provider duckdns --host alice.duckdns.org -i ppp0
   cfgctl status
 
-'cfgctl COMMAND --help' tells more about one command and shows more examples.
+'cfgctl COMMAND --help' explains one command, with examples.
 
 Passwords, and the parts of an update URL that may be one, are shown as
 "********" unless --show-secrets is given.
 
-Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong usage.)";
+Exit status: 0 success, 1 failure (reason on standard error), 2 wrong usage.)";
 
-constexpr const char* s_pValuesFooter = R"(COLUMN=VALUE   the value as it stands, a leading '@' included
-COLUMN@=FILE   the content of a file without the line end behind it; '-' is
+constexpr const char* s_pValuesFooter = R"(COLUMN=VALUE   the value as written, a leading '@' included
+COLUMN@=FILE   the content of a file without its final line end; '-' is
                standard input. This keeps a password off the command line:
                  cfgctl set DynDns Id=1 Password@=- < password.txt
 'cfgctl tables TABLE' lists a table's columns with their types and defaults.)";
 
-constexpr const char* s_pExportFooter = R"(Settings are exported; tables that tell states (interfaces, outcomes) only if
-named or with --all. FILE is readable by its owner only.
+constexpr const char* s_pExportFooter =
+    R"(Settings are exported; tables of states (interfaces, outcomes) only if named or
+with --all, DNS servers that netifwatch wrote only with --all. FILE is readable
+by its owner only.
 
 Examples:
   cfgctl export
@@ -39,10 +41,10 @@ Examples:
   cfgctl export DynDns DNSRelay)";
 
 constexpr const char* s_pImportFooter = R"(The file is {"TABLE": [{"COLUMN": VALUE, ...}, ...], ...}. Each table that it
-names then holds exactly its rows, in its order: rows of equal Id are kept or
-changed, others deleted, rows without Id added. A column left out gets its
-default; a Password left out, and what --show-secrets would have shown, stays as
-it is stored. All of it happens or nothing.
+names then holds exactly the file's rows, in its order: rows with the same Id are
+kept or changed, others deleted, rows without an Id added. A column left out gets
+its default; a Password left out, or a secret shown as "********", stays as it is
+stored. Either everything is written or nothing.
 
 Examples:
   cfgctl import saved.json
@@ -196,22 +198,22 @@ private:
 
     void addReaders()
     {
-        CLI::App& oStatus = addCommand("status", "the accounts: what happened last, what will happen next", runStatus);
+        CLI::App& oStatus = addCommand("status", "the accounts: latest result and next step", runStatus);
         oStatus.footer("Examples:\n  cfgctl status\n  cfgctl status --json");
         CLI::App& oShow = addCommand("show", "the rows of a table", runShow);
         addTable(oShow);
-        addKey(oShow, "COLUMN=VALUE", "only rows that have this value");
+        addKey(oShow, "COLUMN=VALUE", "only rows with this value");
         oShow.footer("Examples:\n  cfgctl show DynDns Id=1\n  cfgctl show StatusNetifWatch\n"
                      "  cfgctl show DynDnsLog --json");
         CLI::App& oTables = addCommand("tables", "the tables, or the columns of one", runTables);
         addTable(oTables).required(false);
         oTables.footer("Examples:\n  cfgctl tables\n  cfgctl tables DynDns");
-        CLI::App& oWatch = *m_oApp.add_subcommand("watch", "print a line for each table that changes, until Ctrl-C");
+        CLI::App& oWatch = *m_oApp.add_subcommand("watch", "print a line whenever a table changes, until Ctrl-C");
         oWatch.add_option("TABLE", m_oOptions.m_oTables, "the tables; all if none is named")->type_name("");
-        oWatch.add_option("--count", m_oOptions.m_uiCount, "end after so many lines")->type_name("N");
+        oWatch.add_option("--count", m_oOptions.m_uiCount, "exit after N lines")->type_name("N");
         oWatch
             .add_option(
-                "--timeout", m_oOptions.m_uiTimeoutSec, "end after so long; status 1 if --count lines didn't come")
+                "--timeout", m_oOptions.m_uiTimeoutSec, "exit after SECONDS; status 1 if --count lines did not come")
             ->type_name("SECONDS")
             ->check(CLI::Range(1U, 31536000U).description(""));
         oWatch.group("Commands");
@@ -241,9 +243,9 @@ private:
         oExport.add_option("-o,--output", m_oOptions.m_strFile, "a file; '-' is standard output")
             ->type_name("FILE")
             ->capture_default_str();
-        oExport.add_flag("--all", m_oOptions.m_bAll, "all tables");
+        oExport.add_flag("--all", m_oOptions.m_bAll, "state tables too, and DNS servers that netifwatch wrote");
         oExport.footer(s_pExportFooter);
-        CLI::App& oImport = addCommand("import", "replace tables by those of a JSON file", runImport);
+        CLI::App& oImport = addCommand("import", "replace tables with those of a JSON file", runImport);
         oImport.add_option("FILE", m_oOptions.m_strFile, "the file; '-' is standard input")->type_name("")->required();
         oImport.footer(s_pImportFooter);
     }

@@ -41,7 +41,7 @@ struct Options
     std::vector<Assignment> m_oKey;    ///< the row or rows meant: at most one
     std::vector<Assignment> m_oValues; ///< COLUMN=VALUE
     std::string m_strFile = "-";       ///< of export and import
-    bool m_bAll = false;               ///< export: tables that tell states, too
+    bool m_bAll = false;               ///< export: what other programs wrote, too
     AccountOptions m_oAccount;
     bool m_bFollow = false;      ///< log
     unsigned m_uiLines = 10;     ///< log: of what there is

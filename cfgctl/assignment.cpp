@@ -4,6 +4,7 @@
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
 #include "cfgctl/utf8.h"
+#include "platform/common/values.h"
 
 #include <algorithm>
 #include <charconv>
@@ -139,10 +140,10 @@ korrin::Value parseValue(const std::string& a_strTable,
     requireColumn(a_strTable, a_oColumns, a_strColumn);
     if (a_oColumns.getValue(a_strColumn).getType() == korrin::eValueInteger)
     {
-        return {korrin::eValueInteger, parseInteger(a_strTable + "." + a_strColumn, a_strText)};
+        return platform::integer(parseInteger(a_strTable + "." + a_strColumn, a_strText));
     }
     requireText(a_strTable, a_strColumn, a_strText);
-    return {korrin::eValueText, a_strText};
+    return platform::text(a_strText);
 }
 
 korrin::ValueList

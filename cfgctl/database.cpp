@@ -3,8 +3,8 @@
 #include "cfgctl/errors.h"
 #include "platform/base/eventloop.h"
 #include "platform/base/io.h"
-#include "platform/base/uniquefd.h"
 #include "platform/client/connection.h"
+#include "platform/common/deadline.h"
 #include "platform/wire/message.h"
 
 #include <algorithm>
@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <chrono>
 #include <grp.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -38,7 +37,7 @@ public:
 
 WatchesNothing s_oWatchesNothing;
 
-/// Why a connection can't be made; 0 when it can, -1 when whoever accepts it isn't trusted.
+/// Why a connection cannot be made; 0 when it can, -1 when whoever accepts it is not trusted.
 int probe(const std::string& a_strSocket)
 {
     const platform::UniqueFd oSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -143,7 +142,7 @@ Session::Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_o
 void Session::connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler)
 {
     m_oNotifications.registerConfigHandler(&a_oHandler);
-    // The library is more patient with a service that accepts and doesn't answer than someone at a terminal is.
+    // The library is more patient with a service that accepts and does not answer than someone at a terminal is.
     platform::Timer oPatience(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
     oPatience.start(s_oAnswerTimeout);
     try
@@ -157,7 +156,7 @@ void Session::connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler
     std::string strVersion;
     if (getClient().getserviceversion(strVersion) != 0)
     {
-        throw Failure("The configuration service at '" + a_strSocket + "' doesn't answer; its log may tell why");
+        throw Failure("The configuration service at '" + a_strSocket + "' does not answer; its log may tell why");
     }
 }
 
@@ -179,14 +178,14 @@ void Database::check(korrin::protocol::EResultCode a_oResult, const std::string&
 std::vector<std::string> Database::getTables()
 {
     std::list<std::string> oNames;
-    check(m_oClient.gettables(oNames), "Can't list the tables");
+    check(m_oClient.gettables(oNames), "Cannot list the tables");
     return {oNames.begin(), oNames.end()};
 }
 
 korrin::ValueList Database::getColumns(const std::string& a_strTable)
 {
     korrin::ValueList oColumns;
-    check(m_oClient.getcolumns(a_strTable, oColumns), "Can't read the columns of table " + a_strTable);
+    check(m_oClient.getcolumns(a_strTable, oColumns), "Cannot read the columns of table " + a_strTable);
     return oColumns;
 }
 
@@ -203,32 +202,32 @@ Schema Database::getSchema()
 unsigned int Database::countRows(const std::string& a_strTable)
 {
     unsigned int uiCount = 0;
-    check(m_oClient.getrowcount(a_strTable, uiCount), "Can't count the rows of table " + a_strTable);
+    check(m_oClient.getrowcount(a_strTable, uiCount), "Cannot count the rows of table " + a_strTable);
     return uiCount;
 }
 
 Rows Database::getRows(const std::string& a_strTable)
 {
     Rows oRows;
-    check(m_oClient.getrows(a_strTable, oRows), "Can't read table " + a_strTable);
+    check(m_oClient.getrows(a_strTable, oRows), "Cannot read table " + a_strTable);
     return oRows;
 }
 
 void Database::beginWrite(std::chrono::milliseconds a_oPatience)
 {
-    const auto oDeadline = std::chrono::steady_clock::now() + a_oPatience;
+    const platform::Deadline oDeadline(a_oPatience);
     korrin::protocol::EResultCode oResult = m_oClient.getdbaccess();
-    while (is(oResult, wire::Result::AccessTaken) && std::chrono::steady_clock::now() < oDeadline)
+    while (is(oResult, wire::Result::AccessTaken) && !oDeadline.hasPassed())
     {
         std::this_thread::sleep_for(s_oAskAgain);
         oResult = m_oClient.getdbaccess();
     }
-    check(oResult, "Can't get write access");
+    check(oResult, "Cannot get write access");
 }
 
 void Database::insertRow(const std::string& a_strTable, const korrin::ValueList& a_oValues)
 {
-    check(m_oClient.insertrow(a_strTable, a_oValues), "Can't add a row to table " + a_strTable);
+    check(m_oClient.insertrow(a_strTable, a_oValues), "Cannot add a row to table " + a_strTable);
 }
 
 int Database::getLastId(const std::string& a_strTable)
@@ -237,20 +236,20 @@ int Database::getLastId(const std::string& a_strTable)
     korrin::NameList oNames;
     oNames.add("Id");
     korrin::ValueList oRow;
-    check(m_oClient.getrow(a_strTable, uiCount - 1, oNames, oRow), "Can't read the last row of table " + a_strTable);
+    check(m_oClient.getrow(a_strTable, uiCount - 1, oNames, oRow), "Cannot read the last row of table " + a_strTable);
     return oRow.getValue("Id").getInteger();
 }
 
 void Database::updateRow(const std::string& a_strTable, const std::string& a_strId, const korrin::ValueList& a_oValues)
 {
     check(m_oClient.updatekey(a_strTable, "Id", a_strId, a_oValues),
-          "Can't change the row with Id " + a_strId + " of table " + a_strTable);
+          "Cannot change the row with Id " + a_strId + " of table " + a_strTable);
 }
 
 void Database::deleteRow(const std::string& a_strTable, const std::string& a_strId)
 {
     check(m_oClient.deletekey(a_strTable, "Id", a_strId),
-          "Can't delete the row with Id " + a_strId + " of table " + a_strTable);
+          "Cannot delete the row with Id " + a_strId + " of table " + a_strTable);
 }
 
 void Database::commit()
@@ -259,7 +258,7 @@ void Database::commit()
     const bool bAnswered = oResult < static_cast<unsigned int>(wire::Result::Disconnected);
     check(oResult,
           bAnswered ? "Nothing was written"
-                    : "The service didn't say whether everything was written or nothing; look before you try again");
+                    : "The service did not say whether it wrote everything or nothing; check before you try again");
 }
 
 StatusSources readSources(Database& a_oDatabase)

@@ -22,8 +22,8 @@ constexpr const char* g_pDefaultSocket = "/tmp/cfgserver.socket";
 class Session
 {
 public:
-    /// Blocks until connected. Throws Failure, after about a second, when the service can't be
-    /// reached, and after three when it doesn't answer.
+    /// Blocks until connected. Throws Failure, after about a second when the service cannot be reached, after three
+    /// when it does not answer.
     explicit Session(const std::string& a_strSocket);
     /// As above, with table changes delivered to a_oHandler by process(), and a lost connection rebuilt.
     Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler);
@@ -40,7 +40,7 @@ private:
 };
 
 /// The client's operations with their failures turned into texts. Borrows the client. Every call is at least one
-/// exchange with the service, may block for its time limit and throws Failure that says what couldn't be done and the
+/// exchange with the service, may block for its time limit and throws Failure that says what could not be done and the
 /// service's reason.
 class Database
 {

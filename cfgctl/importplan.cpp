@@ -2,6 +2,7 @@
 
 #include "cfgctl/errors.h"
 #include "cfgctl/secrets.h"
+#include "config/schema.h"
 
 #include <algorithm>
 #include <map>
@@ -11,6 +12,8 @@ namespace cfgctl
 
 namespace
 {
+
+namespace dbm = quorvad::dbm;
 
 std::string nameRow(const std::string& a_strTable, const korrin::ValueList& a_oRow)
 {
@@ -27,7 +30,7 @@ korrin::Value wantedValue(const std::string& a_strTable,
 {
     if (!a_oWanted.hasValue(a_strColumn))
     {
-        const bool bKept = a_pPresent != nullptr && a_strColumn == "Password";
+        const bool bKept = a_pPresent != nullptr && dbm::secrecyOf(a_strTable, a_strColumn) == dbm::ESecret::eWhole;
         return bKept ? a_pPresent->getValue(a_strColumn) : a_oDefault;
     }
     const korrin::Value& oWanted = a_oWanted.getValue(a_strColumn);
@@ -143,12 +146,14 @@ TablePlan planFixedRow(ImportedTable a_oWanted, const korrin::ValueList& a_oColu
     return oPlan;
 }
 
-} // namespace
-
+/// A table that always has exactly one row, which can only be updated.
 bool hasFixedRow(const std::string& a_strTable)
 {
-    return a_strTable == "DNSRelay" || a_strTable == "etl";
+    const auto uiTable = dbm::findTable(a_strTable);
+    return uiTable && dbm::getSchema()[*uiTable].m_bFixedRow;
 }
+
+} // namespace
 
 TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
 {

@@ -3,7 +3,6 @@
 #include "cfgctl/errors.h"
 #include "platform/base/escape.h"
 #include "platform/base/io.h"
-#include "platform/base/uniquefd.h"
 
 #include <array>
 #include <cerrno>
@@ -32,16 +31,6 @@ constexpr std::size_t s_uiValueLimit = 64UL * 1024UL;
     throw Failure("Cannot write '" + a_strPath + "': " + std::strerror(a_iError));
 }
 
-ssize_t readSome(int a_iFd, char* a_pBuffer, std::size_t a_uiSize)
-{
-    ssize_t iRead = 0;
-    do
-    {
-        iRead = read(a_iFd, a_pBuffer, a_uiSize);
-    } while (iRead < 0 && errno == EINTR);
-    return iRead;
-}
-
 void dropLineEnd(std::string& a_strText)
 {
     if (!a_strText.empty() && a_strText.back() == '\n')
@@ -57,7 +46,7 @@ void dropLineEnd(std::string& a_strText)
 void writeTo(platform::UniqueFd& a_oFile, const std::string& a_strPath, std::string_view a_strContent)
 {
     const bool bWritten = a_oFile.isOpen() && platform::writeAll(a_oFile.get(), a_strContent) &&
-                          (fsync(a_oFile.get()) == 0 || errno == EINVAL); // a pipe can't be synchronised
+                          (fsync(a_oFile.get()) == 0 || errno == EINVAL); // a pipe cannot be synchronised
     if (!bWritten || !a_oFile.reset())
     {
         failWriting(a_strPath, errno);
@@ -107,7 +96,7 @@ std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
     std::string strContent;
     std::array<char, 16384> oBuffer{};
     ssize_t iRead = 0;
-    while ((iRead = readSome(iFd, oBuffer.data(), oBuffer.size())) > 0)
+    while ((iRead = platform::readOnce(iFd, oBuffer.data(), oBuffer.size())) > 0)
     {
         strContent.append(oBuffer.data(), static_cast<std::size_t>(iRead));
         if (strContent.size() > a_uiLimit)

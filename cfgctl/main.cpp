@@ -2,26 +2,12 @@
 #include "cfgctl/database.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
+#include "platform/common/process.h"
 
 #include <csignal>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace
 {
-
-/// A standard descriptor that was closed would be given to the connection, and what is printed would go to the service.
-/// This way reading and writing it fails, as it does with a closed one.
-void occupyStandardDescriptors()
-{
-    for (const int iFd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-    {
-        if (fcntl(iFd, F_GETFD) < 0)
-        {
-            static_cast<void>(open("/dev/null", iFd == STDIN_FILENO ? O_WRONLY : O_RDONLY));
-        }
-    }
-}
 
 void run(int a_iCount, const char* const* a_ppArguments)
 {
@@ -49,7 +35,7 @@ void run(int a_iCount, const char* const* a_ppArguments)
 
 int main(int a_iCount, char** a_ppArguments)
 {
-    occupyStandardDescriptors();
+    platform::occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_DFL); // 'cfgctl export | head' ends without a word, whatever this was started with
     try
     {

@@ -3,6 +3,7 @@
 #include "cfgctl/assignment.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/strictjson.h"
+#include "platform/common/values.h"
 
 #include <climits>
 #include <nlohmann/json.hpp>
@@ -35,7 +36,7 @@ struct adl_serializer<korrin::Value>
         {
         case cfgctl::Json::value_t::string:
             return readText(a_oJson.get_ref<const std::string&>());
-        case cfgctl::Json::value_t::number_unsigned: // what isn't negative
+        case cfgctl::Json::value_t::number_unsigned: // what is not negative
         case cfgctl::Json::value_t::number_integer:
             return readInteger(a_oJson);
         case cfgctl::Json::value_t::number_float:
@@ -57,7 +58,7 @@ private:
         {
             throw cfgctl::Failure("the number is out of range (-2147483648 to 2147483647)");
         }
-        return {korrin::eValueInteger, a_oJson.get<int>()};
+        return platform::integer(a_oJson.get<int>());
     }
     static korrin::Value readText(const std::string& a_strText)
     {
@@ -69,7 +70,7 @@ private:
         {
             throw cfgctl::Failure("a text cannot hold a NUL character");
         }
-        return {korrin::eValueText, a_strText};
+        return platform::text(a_strText);
     }
 };
 

@@ -1,7 +1,8 @@
 #include "cfgctl/timestamp.h"
 
+#include "platform/common/values.h"
+
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <climits>
 
@@ -91,7 +92,7 @@ korrin::Value ageOf(std::string_view a_strTimestamp, std::time_t a_iNow)
     {
         return {korrin::eValueNull, 0};
     }
-    return {korrin::eValueInteger, static_cast<int>(std::clamp<std::time_t>(a_iNow - *oTime, INT_MIN, INT_MAX))};
+    return platform::integer(static_cast<int>(std::clamp<std::time_t>(a_iNow - *oTime, INT_MIN, INT_MAX)));
 }
 
 } // namespace cfgctl

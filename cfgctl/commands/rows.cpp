@@ -1,6 +1,7 @@
 #include "cfgctl/assignment.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/secrets.h"
+#include "platform/common/values.h"
 
 namespace cfgctl
 {
@@ -28,19 +29,14 @@ Table makeTable(const korrin::ValueList& a_oColumns, const Rows& a_oRows)
     return oTable;
 }
 
-korrin::Value makeText(const std::string& a_strText)
-{
-    return {korrin::eValueText, a_strText};
-}
-
 Rows listTables(Database& a_oDatabase)
 {
     Rows oResult;
     for (const std::string& strTable : a_oDatabase.getTables())
     {
         korrin::ValueList oRow;
-        oRow.add("Table", makeText(strTable));
-        oRow.add("Rows", korrin::Value(korrin::eValueInteger, static_cast<int>(a_oDatabase.countRows(strTable))));
+        oRow.add("Table", platform::text(strTable));
+        oRow.add("Rows", platform::integer(static_cast<int>(a_oDatabase.countRows(strTable))));
         oResult.push_back(std::move(oRow));
     }
     return oResult;
@@ -53,9 +49,9 @@ Rows listColumns(Database& a_oDatabase, const std::string& a_strTable)
     {
         korrin::ValueList oRow;
         const bool bInteger = oDefault.getType() == korrin::eValueInteger;
-        oRow.add("Column", makeText(strColumn));
-        oRow.add("Type", makeText(bInteger ? "integer" : "text"));
-        oRow.add("Default", strColumn == "Id" ? makeText("given") : oDefault);
+        oRow.add("Column", platform::text(strColumn));
+        oRow.add("Type", platform::text(bInteger ? "integer" : "text"));
+        oRow.add("Default", strColumn == "Id" ? platform::text("given") : oDefault);
         oResult.push_back(std::move(oRow));
     }
     return oResult;
@@ -109,7 +105,7 @@ std::string runAdd(Database& a_oDatabase, const Options& a_oOptions)
     const korrin::ValueList oRow = makeRow(a_oDatabase, strTable, a_oOptions.m_oValues);
     a_oDatabase.beginWrite(a_oOptions.m_oPatience);
     a_oDatabase.insertRow(strTable, oRow);
-    const korrin::Value oId(korrin::eValueInteger, a_oDatabase.getLastId(strTable));
+    const korrin::Value oId = platform::integer(a_oDatabase.getLastId(strTable));
     a_oDatabase.commit();
     if (!a_oOptions.m_bJson)
     {

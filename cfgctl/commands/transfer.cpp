@@ -3,9 +3,10 @@
 #include "cfgctl/importplan.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
+#include "config/schema.h"
+#include "platform/common/values.h"
 
 #include <algorithm>
-#include <array>
 
 namespace cfgctl
 {
@@ -13,13 +14,20 @@ namespace cfgctl
 namespace
 {
 
-/// Tables that other programs fill with the state of the moment. Putting an old one back would only mislead the daemon,
-/// so they are exported when asked for.
+namespace dbm = quorvad::dbm;
+
+/// What other programs write of the moment. Put back later, or on another machine, it would only mislead the daemon, so
+/// it is exported when asked for.
 bool tellsState(const std::string& a_strTable)
 {
-    constexpr std::array<std::string_view, 4> oStates{
-        "StatusNetifWatch", "StatusNetIfIPv6Addresses", "DynDnsStatus", "DynDnsLog"};
-    return std::find(oStates.begin(), oStates.end(), a_strTable) != oStates.end();
+    const auto uiTable = dbm::findTable(a_strTable);
+    return uiTable && dbm::getSchema()[*uiTable].m_eKind == dbm::EKind::eState;
+}
+
+/// A DNS server that the watcher found on this machine; another machine's watcher finds its own.
+bool isFound(const korrin::ValueList& a_oRow)
+{
+    return a_oRow.getValue(dbm::DNSClientServer_Origin).getText() == dbm::Origin_Watcher;
 }
 
 std::vector<std::string> chooseTables(Database& a_oDatabase, const Options& a_oOptions)
@@ -34,6 +42,23 @@ std::vector<std::string> chooseTables(Database& a_oDatabase, const Options& a_oO
         oTables.erase(std::remove_if(oTables.begin(), oTables.end(), tellsState), oTables.end());
     }
     return oTables;
+}
+
+Rows readRows(Database& a_oDatabase, const std::string& a_strTable, const Options& a_oOptions)
+{
+    Rows oRows = a_oDatabase.getRows(a_strTable);
+    if (!a_oOptions.m_bAll)
+    {
+        oRows.remove_if(isFound);
+    }
+    for (korrin::ValueList& oRow : oRows)
+    {
+        if (!a_oOptions.m_bShowSecrets)
+        {
+            hideSecrets(a_strTable, oRow);
+        }
+    }
+    return oRows;
 }
 
 std::vector<ImportedTable> readImport(const std::string& a_strFile, const Schema& a_oSchema)
@@ -68,14 +93,13 @@ void carryOut(Database& a_oDatabase, const TablePlan& a_oPlan)
 
 korrin::ValueList summarise(const TablePlan& a_oPlan)
 {
-    const auto makeNumber = [](unsigned a_uiNumber)
-    { return korrin::Value(korrin::eValueInteger, static_cast<int>(a_uiNumber)); };
+    const auto number = [](unsigned a_uiNumber) { return platform::integer(static_cast<int>(a_uiNumber)); };
     korrin::ValueList oRow;
-    oRow.add("Table", korrin::Value(korrin::eValueText, a_oPlan.m_strTable));
-    oRow.add("Added", makeNumber(a_oPlan.m_uiAdded));
-    oRow.add("Changed", makeNumber(a_oPlan.m_uiChanged));
-    oRow.add("Deleted", makeNumber(a_oPlan.m_uiDeleted));
-    oRow.add("Unchanged", makeNumber(a_oPlan.m_uiUnchanged));
+    oRow.add("Table", platform::text(a_oPlan.m_strTable));
+    oRow.add("Added", number(a_oPlan.m_uiAdded));
+    oRow.add("Changed", number(a_oPlan.m_uiChanged));
+    oRow.add("Deleted", number(a_oPlan.m_uiDeleted));
+    oRow.add("Unchanged", number(a_oPlan.m_uiUnchanged));
     return oRow;
 }
 
@@ -98,15 +122,7 @@ std::string runExport(Database& a_oDatabase, const Options& a_oOptions)
     std::vector<std::pair<std::string, Rows>> oTables;
     for (const std::string& strTable : chooseTables(a_oDatabase, a_oOptions))
     {
-        Rows oRows = a_oDatabase.getRows(strTable);
-        for (korrin::ValueList& oRow : oRows)
-        {
-            if (!a_oOptions.m_bShowSecrets)
-            {
-                hideSecrets(strTable, oRow);
-            }
-        }
-        oTables.emplace_back(strTable, std::move(oRows));
+        oTables.emplace_back(strTable, readRows(a_oDatabase, strTable, a_oOptions));
     }
     std::string strJson = tablesToJson(oTables) + "\n";
     if (a_oOptions.m_strFile == "-")

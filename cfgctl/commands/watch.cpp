@@ -3,14 +3,15 @@
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
+#include "platform/common/deadline.h"
 #include "platform/common/localtime.h"
+#include "platform/common/stopsignals.h"
+#include "platform/common/values.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <csignal>
 #include <ctime>
-#include <exception>
+#include <optional>
 
 namespace cfgctl
 {
@@ -18,29 +19,7 @@ namespace cfgctl
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
-
-std::atomic<korrin::net::EventDispatcher*> s_pDispatcher{nullptr};
-std::atomic<bool> s_bStop{false};
-static_assert(std::atomic<korrin::net::EventDispatcher*>::is_always_lock_free &&
-              std::atomic<bool>::is_always_lock_free);
-
-extern "C" void onStopSignal(int)
-{
-    s_bStop = true;
-    if (korrin::net::EventDispatcher* pDispatcher = s_pDispatcher.load())
-    {
-        pDispatcher->wakeUp();
-    }
-}
-
-void installStopSignals()
-{
-    struct sigaction oAction = {};
-    oAction.sa_handler = onStopSignal;
-    sigaction(SIGINT, &oAction, nullptr);
-    sigaction(SIGTERM, &oAction, nullptr);
-}
+constexpr int s_iLongestWaitMs = 60000;
 
 /// Hands the deliveries on. The first one, of whatever table, only says that the connection stands.
 class Deliveries : public vadro::cfg::IConfigHandler
@@ -78,12 +57,6 @@ private:
     Session* m_pSession = nullptr; // the one that calls this
 };
 
-unsigned millisecondsUntil(Clock::time_point a_oDeadline)
-{
-    const auto oLeft = std::chrono::ceil<std::chrono::milliseconds>(a_oDeadline - Clock::now());
-    return static_cast<unsigned>(std::clamp<std::int64_t>(oLeft.count(), 0, 60000));
-}
-
 std::vector<std::string> chooseTables(const Options& a_oOptions)
 {
     Session oSession(a_oOptions.m_strSocket);
@@ -104,8 +77,8 @@ void printChange(const std::string& a_strTable, bool a_bJson)
         return;
     }
     korrin::ValueList oRow;
-    oRow.add("Time", korrin::Value(korrin::eValueText, strTime));
-    oRow.add("Table", korrin::Value(korrin::eValueText, a_strTable));
+    oRow.add("Time", platform::text(strTime));
+    oRow.add("Table", platform::text(a_strTable));
     writeOut(rowToJson(oRow) + "\n");
 }
 
@@ -113,24 +86,25 @@ void printChange(const std::string& a_strTable, bool a_bJson)
 
 bool follow(const Options& a_oOptions, Follower a_oFollower)
 {
-    const bool bLimited = a_oOptions.m_uiTimeoutSec > 0;
-    const auto oDeadline =
-        Clock::now() + (bLimited ? std::chrono::seconds(a_oOptions.m_uiTimeoutSec) : std::chrono::hours(1));
+    std::optional<platform::Deadline> oDeadline;
+    if (a_oOptions.m_uiTimeoutSec > 0)
+    {
+        oDeadline.emplace(std::chrono::seconds(a_oOptions.m_uiTimeoutSec));
+    }
     Deliveries oDeliveries(std::move(a_oFollower));
     Session oSession(a_oOptions.m_strSocket, oDeliveries);
     oDeliveries.setSession(&oSession);
-    s_pDispatcher = &oSession.getDispatcher();
-    installStopSignals();
-    while (!s_bStop && !oDeliveries.isDone() && (!bLimited || Clock::now() < oDeadline))
+    const platform::StopSignals oSignals(oSession.getDispatcher());
+    while (oSignals.getStopSignal() == 0 && !oDeliveries.isDone() && !(oDeadline && oDeadline->hasPassed()))
     {
         oSession.process();
         if (!oDeliveries.isDone())
         {
-            oSession.getDispatcher().handleEvents(bLimited ? millisecondsUntil(oDeadline) : 60000);
+            const int iLeftMs = oDeadline ? oDeadline->getRemainingMs() : s_iLongestWaitMs;
+            oSession.getDispatcher().handleEvents(static_cast<unsigned>(std::min(iLeftMs, s_iLongestWaitMs)));
         }
     }
-    s_pDispatcher = nullptr;
-    return s_bStop;
+    return oSignals.getStopSignal() != 0;
 }
 
 void runWatch(const Options& a_oOptions)

@@ -19,7 +19,7 @@ struct Follower
     std::function<bool()> m_oIsDone;
 };
 
-/// Follows the tables until SIGINT, SIGTERM, m_oIsDone or the end of Options::m_uiTimeoutSec, over a connection that is
+/// Follows the tables until a stop signal, m_oIsDone or the end of Options::m_uiTimeoutSec, over a connection that is
 /// rebuilt when it breaks. True when a signal ended it. Once per process: it leaves signal handlers behind. What
 /// m_oOnChange throws ends it.
 bool follow(const Options& a_oOptions, Follower a_oFollower);

