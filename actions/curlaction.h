@@ -20,8 +20,7 @@ public:
     /// memory.
     static constexpr std::size_t s_uiMaxResponseBytes = std::size_t{1024} * 1024;
 
-    /// @param a_strUrl template with the placeholders "<ipaddr>", "<ipaddr6>", "<domain>", "<username>", "<password>"
-    ///                 and "<serial>"; replaced literally
+    /// @param a_strUrl template with placeholders (actions/updateurl.h); replaced literally
     /// @param a_strIpAddr6 may be empty
     /// @param a_strExpectedResultSubString text that an accepting reply contains; empty: status 200 decides
     /// @param a_strNameservers DNS servers, separated by commas; empty throws Error(EmptyNameserverList)

@@ -31,20 +31,21 @@ std::string escapeHtml(const std::string& a_strText)
     return strEscaped;
 }
 
-/// The number of bytes that were escaped into the text.
-std::size_t countUnescaped(const std::string& a_strEscaped)
+std::string unescapeHtml(const std::string& a_strEscaped)
 {
-    std::size_t uiCount = 0;
-    for (std::size_t uiAt = 0; uiAt < a_strEscaped.size(); ++uiCount)
+    std::string strText;
+    for (std::size_t uiAt = 0; uiAt < a_strEscaped.size();)
     {
         const auto* const pEntity =
             std::find_if(std::begin(s_oEntities),
                          std::end(s_oEntities),
                          [&](const auto& a_oOne)
                          { return a_strEscaped.compare(uiAt, std::strlen(a_oOne.second), a_oOne.second) == 0; });
-        uiAt += pEntity != std::end(s_oEntities) ? std::strlen(pEntity->second) : 1;
+        const bool bEntity = pEntity != std::end(s_oEntities);
+        strText += bEntity ? pEntity->first : a_strEscaped[uiAt];
+        uiAt += bEntity ? std::strlen(pEntity->second) : 1;
     }
-    return uiCount;
+    return strText;
 }
 
 } // namespace
@@ -88,8 +89,9 @@ std::optional<bool> judgeExcerpt(long a_iStatus, const std::string& a_strExcerpt
     {
         return false;
     }
-    const EHttpVerdict eVerdict = judgeReply(a_iStatus, a_strExcerpt, escapeHtml(a_strExpected));
-    if (eVerdict == EHttpVerdict::eTextMissing && countUnescaped(a_strExcerpt) >= s_uiReportBytes)
+    const std::string strBody = unescapeHtml(a_strExcerpt);
+    const EHttpVerdict eVerdict = judgeReply(a_iStatus, strBody, a_strExpected);
+    if (eVerdict == EHttpVerdict::eTextMissing && strBody.size() >= s_uiReportBytes)
     {
         return std::nullopt;
     }

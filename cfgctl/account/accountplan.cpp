@@ -1,5 +1,6 @@
 #include "cfgctl/account/accountplan.h"
 
+#include "actions/updateurl.h"
 #include "cfgctl/account/names.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
@@ -187,7 +188,7 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     {
         throw Failure(a_oProvider.m_strName + " takes no zone: omit --zone");
     }
-    const bool bUserInUrl = hasPlaceholder(strUrl, "<username>");
+    const bool bUserInUrl = hasPlaceholder(strUrl, quorvad::Placeholder_Username);
     const bool bBasic = a_oProvider.m_eSignIn == SignIn::Basic;
     const std::string strUser = chooseUser(a_oProvider, a_oSpec, bUserInUrl || bBasic, oPlan);
     if (bBasic && strUser.find(':') != std::string::npos)
@@ -202,9 +203,10 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     }
     if (bUserInUrl)
     {
-        strUrl = replaceAllOccurrences(strUrl, "<username>", encode("user name", strUser, oPlan, oPlan.m_oNotes));
+        strUrl = replaceAllOccurrences(
+            strUrl, quorvad::Placeholder_Username, encode("user name", strUser, oPlan, oPlan.m_oNotes));
     }
-    oPlan.m_bPasswordInUrl = hasPlaceholder(strUrl, "<password>");
+    oPlan.m_bPasswordInUrl = hasPlaceholder(strUrl, quorvad::Placeholder_Password);
     oPlan.m_bPasswordInHeader = bBasic;
     fillRow(a_oProvider, a_oSpec, strUrl, bBasic ? strUser : std::string(), oPlan);
     return oPlan;
@@ -219,7 +221,8 @@ Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser)
     oProvider.m_strName = urlHost(a_strTemplate);
     oProvider.m_bSure = true;
     oProvider.m_strUrl = a_strTemplate;
-    oProvider.m_eSignIn = a_bUser && !hasPlaceholder(a_strTemplate, "<username>") ? SignIn::Basic : SignIn::Url;
+    oProvider.m_eSignIn =
+        a_bUser && !hasPlaceholder(a_strTemplate, quorvad::Placeholder_Username) ? SignIn::Basic : SignIn::Url;
     return oProvider;
 }
 
@@ -271,8 +274,8 @@ preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, st
 AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider)
 {
     AccountPlan oPlan;
-    oPlan.m_bPasswordInUrl =
-        !isGnudip(a_oRow) && hasPlaceholder(a_oRow.getValue(dbm::DynDns_ServerAddr).getText(), "<password>");
+    oPlan.m_bPasswordInUrl = !isGnudip(a_oRow) && hasPlaceholder(a_oRow.getValue(dbm::DynDns_ServerAddr).getText(),
+                                                                 quorvad::Placeholder_Password);
     oPlan.m_bPasswordInHeader = !a_oRow.getValue(dbm::DynDns_AccountUserName).getText().empty();
     oPlan.m_bEncode = a_pProvider == nullptr || a_pProvider->m_bEncode;
     return oPlan;

@@ -178,11 +178,11 @@ private:
         }
         checkFilledUrl(strUrl, oValues);
         checkHoles(strUrl, oValues);
-        if (hasPlaceholder(strUrl, "<ipaddr>"))
+        if (hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr))
         {
             checkReach(oValues.m_strIpAddr, "IPv4");
         }
-        if (hasPlaceholder(strUrl, "<ipaddr6>"))
+        if (hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr6))
         {
             checkReach(oValues.m_strIpAddr6, "IPv6");
         }
@@ -214,12 +214,12 @@ private:
     {
         const std::string strEmpty =
             " is left empty; some providers then delete the record or use the sender's address";
-        if (!m_oWatch.empty() && a_oValues.m_strIpAddr.empty() && hasPlaceholder(a_strUrl, "<ipaddr>"))
+        if (!m_oWatch.empty() && a_oValues.m_strIpAddr.empty() && hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr))
         {
             warn("Interface '" + m_strInterface + "' has no IPv4 address, so <ipaddr>" + strEmpty,
                  "wait for an address, or use a template without <ipaddr>");
         }
-        if (hasPlaceholder(a_strUrl, "<ipaddr6>") && a_oValues.m_strIpAddr6.empty())
+        if (hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr6) && a_oValues.m_strIpAddr6.empty())
         {
             warn("Interface '" + m_strInterface + "' has no IPv6 address, so <ipaddr6>" + strEmpty,
                  "until it has one, use the template for IPv4 only (account add without --dual)");
@@ -230,7 +230,7 @@ private:
     {
         const std::string strUser = text(dbm::DynDns_AccountUserName);
         const bool bPassword = !text(dbm::DynDns_Password).empty();
-        const bool bInUrl = hasPlaceholder(a_strUrl, "<password>");
+        const bool bInUrl = hasPlaceholder(a_strUrl, quorvad::Placeholder_Password);
         if (strUser.find(':') != std::string::npos)
         {
             warn("The user name contains ':': the server takes what follows as the password",

@@ -34,6 +34,7 @@ TEST(HttpReply, StoredExcerptTellsWhatItCan)
     EXPECT_EQ(judgeExcerpt(200, reportExcerpt("a <b> good"), "<b> go"), true);
     EXPECT_EQ(judgeExcerpt(200, reportExcerpt(strLong.substr(0, 199)), "good"), false);
     EXPECT_EQ(judgeExcerpt(200, reportExcerpt(strLong + "good"), "good"), std::nullopt);
+    EXPECT_EQ(judgeExcerpt(200, reportExcerpt("<>"), "lt"), false);
     EXPECT_EQ(judgeExcerpt(404, reportExcerpt("good"), "good"), true);
     EXPECT_EQ(judgeExcerpt(404, reportExcerpt(strLong), ""), false);
     EXPECT_EQ(judgeExcerpt(0, "Connection error: no good", "good"), false);
