@@ -27,7 +27,10 @@ TEST(SyslogSender, LoggerThatStandsStillCostsLinesAndNoTime)
     }
     EXPECT_LT(std::chrono::steady_clock::now() - oStart, std::chrono::seconds(2));
     const auto receive = [&](char(&a_acLine)[200])
-    { return std::string(a_acLine, std::max<ssize_t>(0, recv(oLogger.get(), a_acLine, sizeof a_acLine, 0))); };
+    {
+        const auto iSize = std::max<ssize_t>(0, recv(oLogger.get(), a_acLine, sizeof a_acLine, 0));
+        return std::string(a_acLine, static_cast<std::size_t>(iSize));
+    };
     char acLine[200];
     std::string strFirst = receive(acLine);
     EXPECT_TRUE(
