@@ -92,7 +92,7 @@ Peer readPeer(int a_iSocket)
     socklen_t uiSize = sizeof oCredentials;
     if (::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERCRED, &oCredentials, &uiSize) != 0)
     {
-        throw std::system_error(errno, std::generic_category(), "can't tell who connected");
+        throw std::system_error(errno, std::generic_category(), "cannot identify the peer");
     }
     return {oCredentials.pid, oCredentials.uid, oCredentials.gid};
 }
@@ -127,7 +127,7 @@ makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a
     const std::size_t uiOwn = oProcesses.front().second;
     if (uiOwn >= a_oLimits.m_uiPerProcess)
     {
-        return "its process has " + std::to_string(uiOwn) + " connections already, and gets no more";
+        return "its process already has " + std::to_string(uiOwn) + " connections and gets no more";
     }
     if (uiClients < a_oLimits.m_uiClients)
     {
@@ -138,9 +138,10 @@ makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a
     Session* pIdlest = uiMost > uiOwn + 1 ? findIdlest(a_oSessions, a_oService, oOwner) : nullptr;
     if (pIdlest == nullptr)
     {
-        return "there are " + std::to_string(uiClients) + " already";
+        return std::to_string(uiClients) + " are connected already";
     }
-    pIdlest->end("was the idlest of the process with the most connections, and another process needed one");
+    pIdlest->end(
+        "was the one longest idle of the process with the most connections, and another process needed a place");
     return std::nullopt;
 }
 

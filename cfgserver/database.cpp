@@ -66,8 +66,9 @@ void Database::configure()
     const std::string strMode = m_pDatabase->execAndGet("PRAGMA journal_mode=WAL").getString();
     if (strMode != "wal" && m_strPath != s_pMemory)
     {
-        throw std::runtime_error("database file " + m_strPath + ": its file system allows no write-ahead log (only " +
-                                 strMode + "); choose another folder");
+        throw std::runtime_error("database file " + m_strPath +
+                                 ": its file system does not support a write-ahead log (only " + strMode +
+                                 "); choose another folder");
     }
 }
 

@@ -43,17 +43,17 @@ std::string resolveFolder(const std::string& a_strFolder)
     }
     else if (errno != EEXIST)
     {
-        fail("can't create database folder " + a_strFolder, errno);
+        fail("cannot create database folder " + a_strFolder, errno);
     }
     const std::unique_ptr<char, decltype(&std::free)> pResolved(::realpath(a_strFolder.c_str(), nullptr), &std::free);
     if (pResolved == nullptr)
     {
-        fail("can't use database folder " + a_strFolder, errno);
+        fail("cannot use database folder " + a_strFolder, errno);
     }
     // SQLite puts its log file next to the database.
     if (::faccessat(AT_FDCWD, pResolved.get(), W_OK | X_OK, AT_EACCESS) != 0)
     {
-        fail("can't write to database folder " + a_strFolder, errno);
+        fail("cannot write to database folder " + a_strFolder, errno);
     }
     return pResolved.get();
 }
@@ -65,7 +65,7 @@ bool createFile(const std::string& a_strPath)
         ::open(a_strPath.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!oFile.isOpen() && errno != EEXIST)
     {
-        fail("can't create database file " + a_strPath, errno);
+        fail("cannot create database file " + a_strPath, errno);
     }
     return oFile.isOpen();
 }
@@ -76,11 +76,11 @@ void checkFile(const std::string& a_strPath)
     struct stat oStatus = {};
     if (::lstat(a_strPath.c_str(), &oStatus) != 0)
     {
-        fail("can't use database file " + a_strPath, errno);
+        fail("cannot use database file " + a_strPath, errno);
     }
     if (!S_ISREG(oStatus.st_mode))
     {
-        throw std::runtime_error("database file " + a_strPath + " is no regular file");
+        throw std::runtime_error("database file " + a_strPath + " is not a regular file");
     }
     if (oStatus.st_uid != ::geteuid() && ::geteuid() != 0)
     {
@@ -89,7 +89,7 @@ void checkFile(const std::string& a_strPath)
     }
     if (::faccessat(AT_FDCWD, a_strPath.c_str(), R_OK | W_OK, AT_EACCESS) != 0)
     {
-        fail("can't read and write database file " + a_strPath, errno);
+        fail("cannot read and write database file " + a_strPath, errno);
     }
 }
 
@@ -166,7 +166,7 @@ void checkContent(const std::string& a_strPath)
     if (iVersion > g_iSchemaVersion)
     {
         throw std::runtime_error("database file " + a_strPath + " was written by a newer service (version " +
-                                 std::to_string(iVersion) + ", this one knows " + std::to_string(g_iSchemaVersion) +
+                                 std::to_string(iVersion) + ", this one supports " + std::to_string(g_iSchemaVersion) +
                                  "); run that one, or start with another file");
     }
 }
@@ -181,7 +181,7 @@ void makePrivate(const std::string& a_strPath)
                            (oStatus.st_mode & (S_IRWXG | S_IRWXO)) != 0;
         if (bOpen && ::chmod(strFile.c_str(), S_IRUSR | S_IWUSR) != 0)
         {
-            fail("can't take access to database file " + strFile + " from others", errno);
+            fail("cannot make database file " + strFile + " private", errno);
         }
     }
 }
@@ -215,11 +215,11 @@ std::string explain(const std::string& a_strPath, int a_iCode, const std::string
     {
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
-        return strStart + " is damaged or no database (" + a_strReason +
-               "); move it and its -wal file away, then put a saved copy in its place or start with an empty one";
+        return strStart + " is damaged or not a database (" + a_strReason +
+               "); move it and its -wal file away, then restore a saved copy or start with an empty one";
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-        return strStart + " is used by another process (" + a_strReason + "); stop that one first";
+        return strStart + " is used by another process (" + a_strReason + "); stop it first";
     default:
         return strStart + ": " + a_strReason;
     }

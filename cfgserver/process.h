@@ -1,9 +1,19 @@
 #pragma once
 
-#include "cfgserver/options.h"
+#include <string>
 
 namespace cfgserver
 {
+
+/// The command line.
+struct Options
+{
+    std::string m_strSocket = "/tmp/cfgserver.socket";
+    std::string m_strDatabase = "/var/lib/quorvad/config.db";
+    std::string m_strGroup; ///< empty: none
+    bool m_bForeground = false;
+    bool m_bDebug = false;
+};
 
 /// Runs the service until SIGINT, SIGTERM or SIGQUIT (in the foreground also SIGHUP) and returns the exit status: 0, or
 /// 1 when it could not start or go on, with one line on standard error and in syslog that says why. In the background

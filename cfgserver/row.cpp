@@ -132,7 +132,7 @@ RowReader::RowReader(const TableSchema& a_oSchema, const korrin::NameList& a_oNa
         // Or one small request could ask for a large value a hundred thousand times.
         if (std::find(m_oColumns.begin(), m_oColumns.end(), uiColumn) != m_oColumns.end())
         {
-            throw Refusal(wire::Result::BadRequest, "column " + strName + " is asked for twice");
+            throw Refusal(wire::Result::BadRequest, "column " + strName + " is requested twice");
         }
         m_oColumns.push_back(uiColumn);
     }

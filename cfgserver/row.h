@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cfgserver/schema.h"
+#include "config/schema.h"
 #include "korrin/namelist.h"
 #include "korrin/valuelist.h"
 #include "platform/wire/message.h"
@@ -12,6 +12,12 @@
 
 namespace cfgserver
 {
+
+using quorvad::dbm::Column;
+using quorvad::dbm::findTable;
+using quorvad::dbm::g_uiIdColumn;
+using quorvad::dbm::getSchema;
+using quorvad::dbm::TableSchema;
 
 /// The values of one row, in the order of the table's columns.
 using Cells = std::vector<korrin::Value>;

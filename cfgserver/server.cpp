@@ -112,13 +112,13 @@ void Server::refuseOne()
     UniqueFd oRefused(::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_CLOEXEC));
     oRefused.reset();
     m_oReserve = UniqueFd(openReserve());
-    m_oWarnings.write(Clock::now(), __LINE__, "A client was refused: this process has no descriptors left");
+    m_oWarnings.write(Clock::now(), __LINE__, "Refused a client: out of file descriptors");
 }
 
 void Server::pauseAccepting(int a_iError)
 {
     m_oWarnings.write(
-        Clock::now(), __LINE__, "Accepting clients failed, pausing: " + std::generic_category().message(a_iError));
+        Clock::now(), __LINE__, "Cannot accept clients, pausing: " + std::generic_category().message(a_iError));
     m_oLoop.modify(m_oSocket.getFd(), 0);
     m_oAcceptAgain = Clock::now() + s_oAcceptPause;
 }
@@ -182,7 +182,7 @@ void Server::limitStrangers()
     {
         m_oWarnings.write(Clock::now(),
                           __LINE__,
-                          "Too many clients: closing " + itOldest->second->describe() + ", which said no Hello yet");
+                          "Too many clients: closing " + itOldest->second->describe() + ", which has not sent Hello");
         disconnect(itOldest);
     }
 }

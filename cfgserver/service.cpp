@@ -78,7 +78,7 @@ Service::Answer Service::answer(Client& a_oClient, const wire::Request& a_oReque
         forget(a_oClient);
         oAnswer.m_oReply = {};
         oAnswer.m_oReply.m_eResult = Result::TooLarge;
-        oAnswer.m_oReply.m_strError = "the service is out of memory; uncommitted writes of this client are gone";
+        oAnswer.m_oReply.m_strError = "the service is out of memory; uncommitted writes of this client are discarded";
     }
     oAnswer.m_oReply.m_uiSequence = a_oRequest.m_uiSequence;
     if (holdsAccess(a_oClient))
@@ -92,7 +92,7 @@ void Service::carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock
 {
     if (a_oClient.m_bGreeted == (a_oRequest.m_eOperation == Operation::Hello))
     {
-        throw Refusal(Result::BadRequest, "Hello is the first request, and the first only");
+        throw Refusal(Result::BadRequest, "Hello must be the first request, and cannot be repeated");
     }
     switch (a_oRequest.m_eOperation)
     {
@@ -119,7 +119,7 @@ void Service::carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock
         a_oAnswer.m_oChanged = commit(a_oClient);
         return;
     }
-    throw Refusal(Result::NotSupported, "this service knows no such operation");
+    throw Refusal(Result::NotSupported, "unknown operation");
 }
 
 void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply)
@@ -186,7 +186,7 @@ void Service::takeAccess(const Client& a_oClient, Clock::time_point a_oNow)
 {
     if (a_oClient.m_bReadOnly)
     {
-        throw Refusal(Result::NoAccess, "this client said that it only reads");
+        throw Refusal(Result::NoAccess, "this client declared itself read-only");
     }
     if (m_pHolder != nullptr && !holdsAccess(a_oClient))
     {
@@ -212,7 +212,7 @@ void Service::requireAccess(const Client& a_oClient) const
     if (!holdsAccess(a_oClient))
     {
         throw Refusal(Result::NoAccess,
-                      "no write access: ask for it first; it ends with a commit, after " +
+                      "no write access: request it first; it ends with a commit, after " +
                           std::to_string(toSeconds(m_oLimits.m_oIdle)) + " s without a request and after " +
                           std::to_string(toSeconds(m_oLimits.m_oTotal)) + " s in all");
     }
@@ -258,15 +258,15 @@ void Service::expire(Clock::time_point a_oNow)
     const char* pName = m_pHolder->m_strName.c_str();
     if (a_oNow >= m_oLastUse + m_oLimits.m_oIdle)
     {
-        LOG_WARNING("Client '%s' held write access for %lld s without a request: taken back, its "
-                    "uncommitted writes are gone",
+        LOG_WARNING("Client '%s' held write access for %lld s without a request: revoked, its "
+                    "uncommitted writes are discarded",
                     pName,
                     toSeconds(m_oLimits.m_oIdle));
     }
     else
     {
-        LOG_WARNING("Client '%s' held write access for %lld s without a commit: taken back, its "
-                    "uncommitted writes are gone",
+        LOG_WARNING("Client '%s' held write access for %lld s without a commit: revoked, its "
+                    "uncommitted writes are discarded",
                     pName,
                     toSeconds(m_oLimits.m_oTotal));
     }

@@ -41,7 +41,7 @@ UnixAddress makeAddress(const std::string& a_strPath)
     const UnixAddress oAddress(a_strPath);
     if (!oAddress.isValid())
     {
-        fail(a_strPath, "the path must have 1 to " + std::to_string(UnixAddress::s_uiMaxPath) + " bytes");
+        fail(a_strPath, "the path must be 1 to " + std::to_string(UnixAddress::s_uiMaxPath) + " bytes long");
     }
     return oAddress;
 }
@@ -51,7 +51,7 @@ int makeSocket(const std::string& a_strPath)
     const int iFd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (iFd < 0)
     {
-        failWith(a_strPath, "can't be created", errno);
+        failWith(a_strPath, "cannot be created", errno);
     }
     return iFd;
 }
@@ -71,7 +71,7 @@ std::optional<Peer> findListener(const std::string& a_strPath)
     }
     if (errno != ECONNREFUSED && errno != ENOENT)
     {
-        failWith(a_strPath, "can't tell whether it is in use", errno);
+        failWith(a_strPath, "cannot tell whether it is in use", errno);
     }
     return std::nullopt;
 }
@@ -93,16 +93,16 @@ std::optional<Peer> checkNobodyListens(const std::string& a_strPath)
     }
     if (oListener->m_iPid == 0)
     {
-        fail(a_strPath, "in use by a process that is too busy to answer; stop that one first");
+        fail(a_strPath, "in use by a process that is too busy to answer; stop it first");
     }
-    fail(a_strPath, "in use by process " + std::to_string(oListener->m_iPid) + "; stop that one first");
+    fail(a_strPath, "in use by process " + std::to_string(oListener->m_iPid) + "; stop it first");
 }
 
 void warnOfSquatter(const std::string& a_strPath, const Peer& a_oListener)
 {
     LOG_TO(VADRO_Sysloglevel_registerModul("cfgserver"),
            warning,
-           "Another user's process listened at %s (%s): its socket is replaced",
+           "Another user's process was listening on %s (%s): its socket is replaced",
            a_strPath.c_str(),
            a_oListener.describe().c_str());
 }
@@ -114,13 +114,13 @@ void removeStale(const std::string& a_strPath)
     {
         if (errno != ENOENT)
         {
-            failWith(a_strPath, "can't be looked at", errno);
+            failWith(a_strPath, "cannot be inspected", errno);
         }
         return;
     }
     if (!S_ISSOCK(oStatus.st_mode))
     {
-        fail(a_strPath, "something that is no socket stands there; remove it or choose another path");
+        fail(a_strPath, "path exists and is not a socket; remove it or choose another path");
     }
     if (const auto oSquatter = checkNobodyListens(a_strPath))
     {
@@ -128,11 +128,11 @@ void removeStale(const std::string& a_strPath)
     }
     if (oStatus.st_uid != ::geteuid() && ::geteuid() != 0)
     {
-        fail(a_strPath, "a socket of user " + std::to_string(oStatus.st_uid) + " stands there; remove it");
+        fail(a_strPath, "a stale socket of user " + std::to_string(oStatus.st_uid) + " is in the way; remove it");
     }
     if (::unlink(a_strPath.c_str()) != 0 && errno != ENOENT)
     {
-        failWith(a_strPath, "a socket that nobody serves can't be removed", errno);
+        failWith(a_strPath, "cannot remove a stale socket", errno);
     }
 }
 
@@ -184,24 +184,24 @@ void ServiceSocket::bindAndListen()
         const PrivateUmask oUmask;
         if (!oAddress.bind(m_oSocket.get()))
         {
-            failWith(m_strPath, "can't be bound", errno);
+            failWith(m_strPath, "cannot bind to it", errno);
         }
     }
     struct stat oStatus = {};
     if (::lstat(m_strPath.c_str(), &oStatus) != 0)
     {
-        failWith(m_strPath, "can't be looked at", errno);
+        failWith(m_strPath, "cannot be inspected", errno);
     }
     m_uiDevice = oStatus.st_dev;
     m_uiInode = oStatus.st_ino;
     if (m_oGroup && (::lchown(m_strPath.c_str(), static_cast<uid_t>(-1), *m_oGroup) != 0 ||
                      ::chmod(m_strPath.c_str(), S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP) != 0))
     {
-        failWith(m_strPath, "can't be given to the group", errno);
+        failWith(m_strPath, "cannot give it to the group", errno);
     }
     if (::listen(m_oSocket.get(), s_iBacklog) != 0)
     {
-        failWith(m_strPath, "can't be listened at", errno);
+        failWith(m_strPath, "cannot listen on it", errno);
     }
 }
 

@@ -83,11 +83,11 @@ bool Session::serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow)
             queue(a_oAnswer(*pRequest), a_oNow);
             return true;
         }
-        end("sent something that is no request");
+        end("sent a message that is not a request");
     }
     catch (const wire::DecodeError& oError)
     {
-        end(std::string("sent garbage: ") + oError.what());
+        end(std::string("sent a malformed message: ") + oError.what());
     }
     return false;
 }
@@ -172,7 +172,7 @@ void Session::expire(Clock::time_point a_oNow)
     }
     else
     {
-        end(m_oClient.m_bGreeted ? "sent half a request and no more" : "did not say Hello in time");
+        end(m_oClient.m_bGreeted ? "did not complete its request" : "did not send Hello in time");
     }
 }
 

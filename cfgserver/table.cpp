@@ -112,7 +112,7 @@ void Table::update(const std::string& a_strColumn, const std::string& a_strKey, 
     if (oCells[g_uiIdColumn] != oOld.m_oCells[g_uiIdColumn])
     {
         throw Refusal(wire::Result::BadRequest,
-                      "the Id of a row can't be changed; insert a new row into table " + m_pSchema->m_strName +
+                      "the Id of a row cannot be changed; insert a new row into table " + m_pSchema->m_strName +
                           " and delete this one");
     }
     checkKeys(oCells, &oOld);

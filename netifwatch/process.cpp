@@ -2,12 +2,10 @@
 
 #include "netifwatch/printer.h"
 #include "netifwatch/watcher.h"
-#include "platform/base/escape.h"
-#include "platform/base/io.h"
+#include "platform/base/program.h"
 #include "platform/common/log.h"
 #include "platform/common/process.h"
 #include "platform/common/stopsignals.h"
-#include "vadro/daemon.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -24,19 +22,15 @@ namespace
 constexpr char s_acLogFile[] = "process";
 
 constexpr char s_acProgram[] = "netifwatch";
-constexpr std::uint32_t s_uiAllTraceLevels = 1023;
 
-std::uint32_t openLog(const Options& a_oOptions)
+platform::Program describeProgram(const Options& a_oOptions)
 {
-    VADRO_Sysloglevel_construct2("", s_acProgram);
-    VADRO_Sysloglevel_set(a_oOptions.m_bForeground ? 0 : 1);
-    VADRO_Sysloglevel_changeTracelevelAll(a_oOptions.m_bDebug ? s_uiAllTraceLevels : 0);
-    return VADRO_Sysloglevel_registerModul(s_acProgram);
+    return {s_acProgram, a_oOptions.m_bForeground, a_oOptions.m_bDebug};
 }
 
 void complain(const std::string& a_strText)
 {
-    platform::writeStandardError("netifwatch: " + platform::escape(a_strText) + "\n");
+    platform::complain(s_acProgram, a_strText);
 }
 
 void follow(const Options& a_oOptions, std::uint32_t a_uiLog)
@@ -57,25 +51,11 @@ void follow(const Options& a_oOptions, std::uint32_t a_uiLog)
     }
 }
 
-int followLogged(const Options& a_oOptions, std::uint32_t a_uiLog)
-{
-    try
-    {
-        follow(a_oOptions, a_uiLog);
-        return EXIT_SUCCESS;
-    }
-    catch (const std::exception& oError)
-    {
-        LOG_TO(a_uiLog, error, "%s", oError.what());
-        return EXIT_FAILURE;
-    }
-}
-
 int writeOnce(const Options& a_oOptions)
 {
     Options oOptions = a_oOptions;
     oOptions.m_bForeground = true;
-    const std::uint32_t uiLog = openLog(oOptions);
+    const std::uint32_t uiLog = platform::openLog(describeProgram(oOptions));
     VADRO_Sysloglevel_set(a_oOptions.m_bForeground || a_oOptions.m_bDebug ? 0 : 1); // what it wrote is for syslog
     try
     {
@@ -87,33 +67,6 @@ int writeOnce(const Options& a_oOptions)
         complain(oError.what());
         return EXIT_FAILURE;
     }
-}
-
-/// A second watcher would write the same rows over and over.
-int runDetached(const Options& a_oOptions)
-{
-    VADRO_Daemon oDaemon;
-    VADRO_Daemon_construct(&oDaemon, s_acProgram, "/run");
-    const std::uint32_t uiLog = openLog(a_oOptions);
-    if (VADRO_Daemon_occupiedPidFile(&oDaemon) != 0)
-    {
-        complain("already running, as " + oDaemon.m_strPidFile + " says; stop that one first");
-        return EXIT_FAILURE;
-    }
-    if (VADRO_Daemon_daemonize(&oDaemon) == 0)
-    {
-        complain("cannot detach (see syslog); use -f to stay in the foreground");
-        return EXIT_FAILURE;
-    }
-    VADRO_Daemon_deletePidFile(&oDaemon); // a stale one
-    if (VADRO_Daemon_createPidFile(&oDaemon) == 0 && VADRO_Daemon_occupiedPidFile(&oDaemon) != 0)
-    {
-        LOG_TO(uiLog, error, "netifwatch is already running; exiting.");
-        return EXIT_FAILURE;
-    }
-    const int iStatus = followLogged(a_oOptions, uiLog);
-    VADRO_Daemon_deletePidFile(&oDaemon);
-    return iStatus;
 }
 
 void writeOut(const std::string& a_strText)
@@ -151,7 +104,13 @@ int runProcess(const Options& a_oOptions)
     {
         return writeOnce(a_oOptions);
     }
-    return a_oOptions.m_bForeground ? followLogged(a_oOptions, openLog(a_oOptions)) : runDetached(a_oOptions);
+    // Ready before the service answers: the caller need not wait for that.
+    return platform::runProgram(describeProgram(a_oOptions),
+                                [&](std::uint32_t a_uiLog, const std::function<void()>& a_oReady)
+                                {
+                                    a_oReady();
+                                    follow(a_oOptions, a_uiLog);
+                                });
 }
 
 } // namespace netifwatch

@@ -98,7 +98,7 @@ TEST_F(DatabaseTest, ReopenedItHoldsWhatWasCommittedInOrder)
         {
             for (int i = 0; i < 5; ++i)
             {
-                a_oWrites.edit(uiLog).insert(row({{"ResponseCode", number(-i)}, {"Response", text(strOdd)}}));
+                a_oWrites.edit(uiLog).insert(row({{"ResponseCode", integer(-i)}, {"Response", text(strOdd)}}));
             }
             a_oWrites.edit(tableOf("StatusNetifWatch")).insert(row({{"Name", text("eth0")}}));
         });
@@ -107,9 +107,9 @@ TEST_F(DatabaseTest, ReopenedItHoldsWhatWasCommittedInOrder)
         {
             Table& oLog = a_oWrites.edit(uiLog);
             oLog.erase(1);
-            oLog.update("Id", "4", row({{"ResponseCode", number(44)}}));
+            oLog.update("Id", "4", row({{"ResponseCode", integer(44)}}));
             oLog.erase(3);
-            oLog.insert(row({{"Id", number(2)}, {"ResponseCode", number(22)}}));
+            oLog.insert(row({{"Id", integer(2)}, {"ResponseCode", integer(22)}}));
         });
     EXPECT_EQ(read("DynDnsLog", "ResponseCode"), "0,-2,44,22");
     EXPECT_EQ(read("DynDnsLog", "Id"), "1,3,4,2");
@@ -140,17 +140,17 @@ TEST_F(DatabaseTest, WhatCantBeUsedIsNamedWithTheReason)
     EXPECT_THAT(failureOf(m_oFolder / ""), HasSubstr("no file name"));
     EXPECT_THAT(failureOf("/proc/config.db"), HasSubstr("/proc/"));
     std::filesystem::create_symlink("elsewhere", m_oFolder / "link.db");
-    EXPECT_THAT(failureOf(m_oFolder / "link.db"), HasSubstr("no regular file"));
+    EXPECT_THAT(failureOf(m_oFolder / "link.db"), HasSubstr("not a regular file"));
 }
 
 TEST_F(DatabaseTest, WhatIsRefusedStaysAsItWas)
 {
     const std::pair<std::function<void()>, const char*> oCases[] = {
-        {[&] { std::ofstream(m_strFile) << std::string(5000, 'x'); }, " is damaged or no database"},
+        {[&] { std::ofstream(m_strFile) << std::string(5000, 'x'); }, " is damaged or not a database"},
         {[&] { sql("CREATE TABLE cookies (a)"); }, "belongs to another program"},
         {[&] { sql("PRAGMA journal_mode=WAL; CREATE TABLE cookies (a)"); }, "belongs to another program"},
-        {[&] { sql("PRAGMA application_id=0x71636667; PRAGMA user_version=2"); }, "(version 2, this one knows 1)"},
-        {[&] { leaveDamaged(); }, " is damaged or no database"},
+        {[&] { sql("PRAGMA application_id=0x71636667; PRAGMA user_version=2"); }, "(version 2, this one supports 1)"},
+        {[&] { leaveDamaged(); }, " is damaged or not a database"},
     };
     for (const auto& [oPrepare, pReason] : oCases)
     {
@@ -164,15 +164,23 @@ TEST_F(DatabaseTest, WhatIsRefusedStaysAsItWas)
     }
 }
 
-TEST_F(DatabaseTest, AFileOfVersion1_1GetsTheNewColumn)
+TEST_F(DatabaseTest, AFileOfAnOlderServiceGetsWhatIsNew)
 {
-    EXPECT_EQ(failureToOpen(), "");
-    sql("ALTER TABLE DNSClientServer DROP COLUMN Origin; INSERT INTO DNSClientServer (Id, Interface) VALUES (7, "
-        "'ppp0')");
-    EXPECT_EQ(read("DNSClientServer", "Id") + read("DNSClientServer", "Interface"), "7ppp0");
+    change(
+        [&](Transaction& a_oWrites)
+        {
+            a_oWrites.edit(tableOf("DynDns")).insert(row({{"Retry", integer(9)}}));
+            a_oWrites.edit(tableOf("DNSClientServer"))
+                .insert(row({{"IPAddress", text("192.0.2.1")}, {"Origin", text("netifwatch")}}));
+        });
+    sql("PRAGMA journal_mode=DELETE; DROP TABLE etl; ALTER TABLE DynDns DROP COLUMN Retry;"
+        "ALTER TABLE DNSClientServer DROP COLUMN Origin");
+    EXPECT_EQ(read("etl", "serial_no"), "Sxxxxxxxxxxxx");
+    EXPECT_EQ(read("DynDns", "Retry") + read("DynDns", "ServiceType"), "5update-url");
+    EXPECT_EQ(read("DNSClientServer", "IPAddress") + read("DNSClientServer", "Origin"), "192.0.2.1");
     change(
         [&](Transaction& a_oWrites) {
-            a_oWrites.edit(tableOf("DNSClientServer")).update("Id", "7", row({{"Origin", text("netifwatch")}}));
+            a_oWrites.edit(tableOf("DNSClientServer")).update("Id", "1", row({{"Origin", text("netifwatch")}}));
         });
     EXPECT_EQ(read("DNSClientServer", "Origin"), "netifwatch");
 }
@@ -180,10 +188,7 @@ TEST_F(DatabaseTest, AFileOfVersion1_1GetsTheNewColumn)
 TEST_F(DatabaseTest, AFileThatWasEditedByHand)
 {
     EXPECT_EQ(failureToOpen(), "");
-    sql("PRAGMA journal_mode=DELETE; DROP TABLE etl; ALTER TABLE DynDns DROP COLUMN Retry; INSERT INTO DynDns (Id) "
-        "VALUES (3)");
-    EXPECT_EQ(read("etl", "serial_no"), "Sxxxxxxxxxxxx");
-    EXPECT_EQ(read("DynDns", "Retry") + read("DynDns", "ServiceType"), "5update-url");
+    sql("PRAGMA journal_mode=DELETE; INSERT INTO DynDns (Id) VALUES (3)");
     sql("INSERT INTO DynDns (Id) VALUES (3)");
     EXPECT_THAT(failureToOpen(), HasSubstr("table DynDns already has a row with Id '3'"));
     sql("DELETE FROM DynDns; INSERT INTO DynDns (Id) VALUES ('x')");
@@ -238,7 +243,7 @@ TEST_F(DatabaseTest, TornFilesGiveAWholeVersionOrAreRefusedUntouched)
             for (int iRow = 0; iRow < 3; ++iRow)
             {
                 iVersion > 1 ? oTable.erase(0) : void();
-                oTable.insert(row({{"Retry", number(iVersion)}}));
+                oTable.insert(row({{"Retry", integer(iVersion)}}));
             }
             EXPECT_EQ(oStore.commit(oTransaction).size(), 1U);
         }

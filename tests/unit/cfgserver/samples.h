@@ -3,6 +3,7 @@
 #include "cfgserver/database.h"
 #include "cfgserver/refusal.h"
 #include "cfgserver/store.h"
+#include "platform/common/values.h"
 #include "tests/unit/support/folder.h"
 
 #include <functional>
@@ -12,17 +13,12 @@
 namespace samples
 {
 
-inline korrin::Value number(int a_iValue)
-{
-    return {korrin::eValueInteger, a_iValue};
-}
+using platform::integer;
+using platform::text;
 
-inline korrin::Value text(const std::string& a_strValue)
-{
-    return {korrin::eValueText, a_strValue};
-}
+using Pairs = std::initializer_list<std::pair<std::string, korrin::Value>>;
 
-inline korrin::ValueList row(std::initializer_list<std::pair<std::string, korrin::Value>> a_oPairs)
+inline korrin::ValueList row(Pairs a_oPairs)
 {
     korrin::ValueList oRow;
     for (const auto& [strName, oValue] : a_oPairs)

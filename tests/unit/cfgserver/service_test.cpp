@@ -147,7 +147,7 @@ TEST_F(ServiceTest, AccessThatEndsWithoutCommitTakesTheWritesBack)
         EXPECT_EQ(m_oService.getDeadline(), std::nullopt);
     }
     Client oReader;
-    ask(oReader, hello("reader", row({{"ReadOnly", number(1)}})));
+    ask(oReader, hello("reader", row({{"ReadOnly", integer(1)}})));
     EXPECT_EQ(result(oReader, Operation::GetAccess), Result::NoAccess);
 }
 
@@ -182,7 +182,7 @@ TEST_F(ServiceTest, ReadsSelectColumnsAndAreBounded)
     oByKey.m_strKeyValue = "3";
     oByKey.m_oNames.add("Retry");
     oByKey.m_oNames.add("Id");
-    EXPECT_EQ(ask(m_oWriter, oByKey).m_oRows.front(), row({{"Retry", number(5)}, {"Id", number(3)}}));
+    EXPECT_EQ(ask(m_oWriter, oByKey).m_oRows.front(), row({{"Retry", integer(5)}, {"Id", integer(3)}}));
     oByKey.m_oNames.add("Retry");
     EXPECT_EQ(ask(m_oWriter, oByKey).m_eResult, Result::BadRequest);
     oByKey.m_oNames.back() = "None";
@@ -191,5 +191,5 @@ TEST_F(ServiceTest, ReadsSelectColumnsAndAreBounded)
     EXPECT_EQ(oUnknown.m_eResult, Result::UnknownTable);
     EXPECT_THAT(oUnknown.m_strError, Not(HasSubstr("\x1b")));
     EXPECT_EQ(ask(m_oWriter, request(Operation::GetColumns, "etl")).m_oRows.front(),
-              row({{"Id", number(0)}, {"serial_no", text("Sxxxxxxxxxxxx")}}));
+              row({{"Id", integer(0)}, {"serial_no", text("Sxxxxxxxxxxxx")}}));
 }
