@@ -1,9 +1,11 @@
 #include "status/statusinfolog.h"
 
 #include "config/schema.h"
+#include "platform/common/localtime.h"
 #include "platform/common/log.h"
 #include "vadro/error/assert.h"
 
+#include <ctime>
 #include <string>
 #include <unistd.h>
 #include <unordered_map>
@@ -23,6 +25,13 @@ constexpr int s_iAccessRequests = 121;
 constexpr useconds_t s_uiAccessPauseUs = 500000;
 
 } // namespace
+
+std::string currentTimeToIsoFormat()
+{
+    timespec oNow{};
+    clock_gettime(CLOCK_REALTIME, &oNow);
+    return platform::formatLocalTime(oNow.tv_sec, platform::g_acIsoFormat);
+}
 
 StatusInfoLog::StatusInfoLog() : m_uiMaxLogEntries(50), m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {

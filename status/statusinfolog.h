@@ -1,16 +1,19 @@
 #pragma once
 
 #include "config/configobjects.h"
-#include "status/isotime.h"
 #include "vadro/cfg/common/iconfigclient.h"
 
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace quorvad
 {
+
+/// The local time now, to the second, as in 2026-03-01T17:45:09+0100. Any thread; follows changes of the time zone.
+[[nodiscard]] std::string currentTimeToIsoFormat();
 
 /// Gathers the outcomes of update attempts in memory and writes them to DynDnsLog and DynDnsStatus once per pass.
 ///

@@ -4,7 +4,7 @@
 #include "cfgctl/account/provider.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
-#include "cfgctl/logrows.h"
+#include "cfgctl/outcomerows.h"
 #include "platform/common/localtime.h"
 #include "platform/common/values.h"
 #include "tests/unit/cfgctl/expect.h"

@@ -1,4 +1,4 @@
-#include "cfgctl/statusrows.h"
+#include "cfgctl/outcomerows.h"
 #include "cfgctl/table.h"
 #include "cfgctl/utf8.h"
 

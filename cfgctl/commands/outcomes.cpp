@@ -4,7 +4,7 @@
 #include "cfgctl/database.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
-#include "cfgctl/logrows.h"
+#include "cfgctl/outcomerows.h"
 
 #include <ctime>
 #include <iterator>
@@ -87,6 +87,20 @@ private:
 };
 
 } // namespace
+
+std::string runStatus(Database& a_oDatabase, const Options& a_oOptions)
+{
+    const Rows oRows = makeStatusRows(readSources(a_oDatabase), std::time(nullptr));
+    if (a_oOptions.m_bJson)
+    {
+        return rowsToJson(oRows) + "\n";
+    }
+    if (oRows.empty())
+    {
+        complain("No accounts yet. Add one with: cfgctl account add --provider NAME --host HOST --interface NAME");
+    }
+    return renderTable(makeStatusTable(oRows), a_oOptions.m_oLayout);
+}
 
 void runLog(const Options& a_oOptions)
 {
