@@ -1,7 +1,8 @@
 #include "cfgctl/commands/commands.h"
+#include "cfgctl/database.h"
 #include "cfgctl/errors.h"
 #include "tests/unit/cfgctl/expect.h"
-#include "tests/unit/cfgctl/liveservice.h"
+#include "tests/unit/support/liveservice.h"
 
 #include <chrono>
 #include <future>

@@ -1,5 +1,5 @@
 #include "tests/unit/cfgctl/childprogram.h"
-#include "tests/unit/cfgctl/liveservice.h"
+#include "tests/unit/support/liveservice.h"
 
 #include <gmock/gmock.h>
 

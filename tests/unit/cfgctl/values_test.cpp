@@ -5,7 +5,7 @@
 #include "cfgctl/timestamp.h"
 #include "platform/common/localtime.h"
 #include "tests/unit/cfgctl/expect.h"
-#include "tests/unit/cfgctl/liveservice.h"
+#include "tests/unit/support/liveservice.h"
 
 #include <climits>
 #include <gmock/gmock.h>

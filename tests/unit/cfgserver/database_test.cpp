@@ -166,23 +166,16 @@ TEST_F(DatabaseTest, WhatIsRefusedStaysAsItWas)
 
 TEST_F(DatabaseTest, AFileOfAnOlderServiceGetsWhatIsNew)
 {
-    change(
-        [&](Transaction& a_oWrites)
-        {
-            a_oWrites.edit(tableOf("DynDns")).insert(row({{"Retry", integer(9)}}));
-            a_oWrites.edit(tableOf("DNSClientServer"))
-                .insert(row({{"IPAddress", text("192.0.2.1")}, {"Origin", text("netifwatch")}}));
-        });
-    sql("PRAGMA journal_mode=DELETE; DROP TABLE etl; ALTER TABLE DynDns DROP COLUMN Retry;"
-        "ALTER TABLE DNSClientServer DROP COLUMN Origin");
-    EXPECT_EQ(read("etl", "serial_no"), "Sxxxxxxxxxxxx");
-    EXPECT_EQ(read("DynDns", "Retry") + read("DynDns", "ServiceType"), "5update-url");
-    EXPECT_EQ(read("DNSClientServer", "IPAddress") + read("DNSClientServer", "Origin"), "192.0.2.1");
+    const std::size_t uiDynDns = tableOf("DynDns");
     change(
         [&](Transaction& a_oWrites) {
-            a_oWrites.edit(tableOf("DNSClientServer")).update("Id", "1", row({{"Origin", text("netifwatch")}}));
+            a_oWrites.edit(uiDynDns).insert(row({{"Retry", integer(9)}, {"Hostname", text("kept")}}));
         });
-    EXPECT_EQ(read("DNSClientServer", "Origin"), "netifwatch");
+    sql("PRAGMA journal_mode=DELETE; DROP TABLE etl; ALTER TABLE DynDns DROP COLUMN Retry");
+    EXPECT_EQ(read("etl", "serial_no"), "Sxxxxxxxxxxxx");
+    EXPECT_EQ(read("DynDns", "Retry") + read("DynDns", "Hostname"), "5kept");
+    change([&](Transaction& a_oWrites) { a_oWrites.edit(uiDynDns).update("Id", "1", row({{"Retry", integer(7)}})); });
+    EXPECT_EQ(read("DynDns", "Retry"), "7");
 }
 
 TEST_F(DatabaseTest, AFileThatWasEditedByHand)

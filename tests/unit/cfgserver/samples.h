@@ -28,6 +28,24 @@ inline korrin::ValueList row(Pairs a_oPairs)
     return oRow;
 }
 
+inline wire::Request
+request(wire::Operation a_eOperation, const char* a_pTable = "DynDns", const korrin::ValueList& a_oValues = {})
+{
+    wire::Request oRequest;
+    oRequest.m_uiSequence = 77;
+    oRequest.m_eOperation = a_eOperation;
+    oRequest.m_strTable = a_pTable;
+    oRequest.m_oValues = a_oValues;
+    return oRequest;
+}
+
+inline wire::Request hello(const char* a_pName = "test", const korrin::ValueList& a_oOptions = {})
+{
+    wire::Request oHello = request(wire::Operation::Hello, a_pName, a_oOptions);
+    oHello.m_uiNumber = wire::g_uiProtocolVersion;
+    return oHello;
+}
+
 inline std::size_t tableOf(const char* a_pName)
 {
     return cfgserver::findTable(a_pName).value();

@@ -1,17 +1,15 @@
-#include "cfgserver/server.h"
 #include "platform/base/io.h"
 #include "samples.h"
 #include "tests/unit/support/child.h"
+#include "tests/unit/support/liveservice.h"
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <deque>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <thread>
 
 using namespace cfgserver;
 using namespace samples;
@@ -27,22 +25,6 @@ constexpr int s_iBudgetMs = 10000;
 std::string frameOf(const wire::Message& a_oMessage)
 {
     return wire::encodeFrame(wire::encode(a_oMessage));
-}
-
-wire::Request request(Operation a_eOperation, const char* a_pTable = "DynDns", const korrin::ValueList& a_oValues = {})
-{
-    wire::Request oRequest;
-    oRequest.m_eOperation = a_eOperation;
-    oRequest.m_strTable = a_pTable;
-    oRequest.m_oValues = a_oValues;
-    return oRequest;
-}
-
-wire::Request hello()
-{
-    wire::Request oHello = request(Operation::Hello, "test");
-    oHello.m_uiNumber = wire::g_uiProtocolVersion;
-    return oHello;
 }
 
 /// A client that speaks, or misspeaks, the protocol by hand.
@@ -106,9 +88,8 @@ public:
 
     RawClient& greet(std::initializer_list<const char*> a_oWatched = {}, bool a_bOwn = false)
     {
-        wire::Request oHello = hello();
+        wire::Request oHello = hello("test", row({{"NotifyOwnChanges", integer(a_bOwn ? 1 : 0)}}));
         oHello.m_oNames.assign(a_oWatched.begin(), a_oWatched.end());
-        oHello.m_oValues = row({{"NotifyOwnChanges", integer(a_bOwn ? 1 : 0)}});
         EXPECT_EQ(ask(oHello).m_eResult, Result::Ok);
         return *this;
     }
@@ -147,39 +128,14 @@ bool waitFor(const std::function<bool()>& a_oCondition)
 
 struct ServerTest : testing::Test
 {
-    Folder m_oFolder;
-    std::string m_strPath = m_oFolder / "s";
     Limits m_oLimits;
-    std::thread m_oThread;
-    std::unique_ptr<platform::EventLoop> m_pLoop = std::make_unique<platform::EventLoop>();
-    std::atomic<bool> m_bStop = false;
-    std::atomic<unsigned> m_uiTurns = 0;
+    std::optional<LiveService> m_oService;
+    std::string m_strPath;
 
     void start()
     {
-        auto pSocket = std::make_shared<ServiceSocket>(m_strPath, std::nullopt);
-        m_oThread = std::thread(
-            [this, pSocket]() mutable
-            {
-                Database oDatabase(":memory:");
-                Store oStore(oDatabase);
-                Server oServer(*m_pLoop, oStore, *pSocket, m_oLimits);
-                while (!m_bStop)
-                {
-                    oServer.runOnce();
-                    ++m_uiTurns;
-                }
-            });
-    }
-
-    void TearDown() override
-    {
-        m_bStop = true;
-        m_pLoop->wakeUp();
-        if (m_oThread.joinable())
-        {
-            m_oThread.join();
-        }
+        m_oService.emplace(m_oLimits);
+        m_strPath = m_oService->getSocket();
     }
 };
 
@@ -213,22 +169,11 @@ TEST_F(ServerTest, WhoWatchesIsToldOncePerCommit)
     EXPECT_THAT(oOther.m_oNotified, testing::IsEmpty());
 }
 
-TEST_F(ServerTest, OfAWriterThatLeavesOnlyTheCommittedStays)
+TEST_F(ServerTest, WhatAWriterSentBeforeItsEndIsStillServed)
 {
     start();
     RawClient oOther(m_strPath);
     oOther.greet();
-    {
-        RawClient oWriter(m_strPath);
-        oWriter.greet();
-        EXPECT_EQ(oWriter.ask(Operation::GetAccess), Result::Ok);
-        EXPECT_EQ(oWriter.ask(Operation::InsertRow), Result::Ok);
-        EXPECT_EQ(oOther.ask(Operation::GetAccess), Result::AccessTaken);
-    }
-    EXPECT_TRUE(waitFor([&] { return oOther.ask(Operation::GetAccess) == Result::Ok; }));
-    EXPECT_EQ(oOther.count(), 0U);
-    EXPECT_EQ(oOther.ask(Operation::Commit), Result::Ok);
-    // Requests sent before the end are still served.
     RawClient(m_strPath).greet().send(frameOf(request(Operation::GetAccess)) + frameOf(request(Operation::InsertRow)) +
                                       frameOf(request(Operation::Commit)));
     EXPECT_TRUE(waitFor([&] { return oOther.count() == 1; }));
@@ -282,9 +227,9 @@ TEST_F(ServerTest, AClientThatNeverReadsIsClosedAndCostsOthersNothing)
     {
         EXPECT_EQ(oGood.count(), 8U);
     }
-    const unsigned uiBefore = m_uiTurns;
+    const unsigned uiBefore = m_oService->getTurns();
     EXPECT_TRUE(oDeaf.isHungUp());
-    EXPECT_LT(m_uiTurns - uiBefore, 50U) << "the service spun while it waited";
+    EXPECT_LT(m_oService->getTurns() - uiBefore, 50U) << "the service spun while it waited";
     EXPECT_EQ(oGood.count(), 8U);
 }
 
@@ -350,14 +295,14 @@ TEST_F(ServerTest, WithoutDescriptorsItRefusesAndDoesNotSpin)
     ::close(iNext);
     const rlimit oNoMore = {static_cast<rlim_t>(iNext), oOld.rlim_max};
     ::setrlimit(RLIMIT_NOFILE, &oNoMore);
-    const unsigned uiBefore = m_uiTurns;
+    const unsigned uiBefore = m_oService->getTurns();
     for (RawClient& oClient : oLate)
     {
         oClient.connectTo(m_strPath);
         EXPECT_TRUE(oClient.isClosed());
         EXPECT_EQ(oGood.ask(Operation::GetTables), Result::Ok);
     }
-    EXPECT_LT(m_uiTurns - uiBefore, 100U);
+    EXPECT_LT(m_oService->getTurns() - uiBefore, 100U);
     ::setrlimit(RLIMIT_NOFILE, &oOld);
     RawClient(m_strPath).greet();
 }

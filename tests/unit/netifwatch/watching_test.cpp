@@ -1,9 +1,10 @@
+#include "cfgctl/database.h"
 #include "netifwatch/debounce.h"
 #include "netifwatch/filewatch.h"
 #include "netifwatch/reconciler.h"
-#include "tests/unit/cfgctl/liveservice.h"
 #include "tests/unit/config/memoryclient.h"
 #include "tests/unit/netifwatch/support.h"
+#include "tests/unit/support/liveservice.h"
 #include "tests/unit/support/logcapture.h"
 
 #include <filesystem>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "cfgctl/database.h"
 #include "cfgserver/database.h"
 #include "cfgserver/server.h"
 #include "cfgserver/servicesocket.h"
@@ -15,12 +14,12 @@
 class LiveService
 {
 public:
-    LiveService() { start(); }
+    explicit LiveService(const cfgserver::Limits& a_oLimits = {}) : m_oLimits(a_oLimits) { start(); }
     ~LiveService() { stop(); }
 
     void start()
     {
-        m_pInside = std::make_unique<Inside>(getSocket());
+        m_pInside = std::make_unique<Inside>(getSocket(), m_oLimits);
         m_bStop = false;
         m_oThread = std::thread(
             [this]
@@ -28,6 +27,7 @@ public:
                 while (!m_bStop)
                 {
                     m_pInside->m_oServer.runOnce();
+                    ++m_uiTurns;
                 }
             });
     }
@@ -41,14 +41,16 @@ public:
             m_pInside.reset();
         }
     }
+    /// How often the service has woken up so far.
+    [[nodiscard]] unsigned getTurns() const { return m_uiTurns; }
     [[nodiscard]] std::string getSocket() const { return m_oFolder / "socket"; }
 
 private:
     struct Inside
     {
-        explicit Inside(const std::string& a_strSocket)
+        Inside(const std::string& a_strSocket, const cfgserver::Limits& a_oLimits)
             : m_oDatabase(":memory:"), m_oStore(m_oDatabase), m_oSocket(a_strSocket, std::nullopt),
-              m_oServer(m_oLoop, m_oStore, m_oSocket, cfgserver::Limits())
+              m_oServer(m_oLoop, m_oStore, m_oSocket, a_oLimits)
         {
         }
         cfgserver::Database m_oDatabase;
@@ -58,8 +60,10 @@ private:
         cfgserver::Server m_oServer;
     };
 
+    const cfgserver::Limits m_oLimits;
     Folder m_oFolder;
     std::unique_ptr<Inside> m_pInside;
     std::atomic<bool> m_bStop{false};
+    std::atomic<unsigned> m_uiTurns{0};
     std::thread m_oThread;
 };
