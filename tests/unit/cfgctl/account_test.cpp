@@ -8,6 +8,7 @@
 #include "platform/common/localtime.h"
 #include "platform/common/values.h"
 #include "tests/unit/cfgctl/expect.h"
+#include "tests/unit/config/memoryclient.h"
 #include "tests/unit/support/folder.h"
 
 #include <gmock/gmock.h>
@@ -19,18 +20,6 @@ using testing::Not;
 
 namespace
 {
-
-using Columns = std::vector<std::pair<const char*, std::string>>;
-
-korrin::ValueList rowOf(const Columns& a_oColumns)
-{
-    korrin::ValueList oRow;
-    for (const auto& [pColumn, strValue] : a_oColumns)
-    {
-        oRow.add(pColumn, platform::text(strValue));
-    }
-    return oRow;
-}
 
 korrin::ValueList change(korrin::ValueList a_oRow, const char* a_pColumn, const std::string& a_strValue)
 {
@@ -59,23 +48,26 @@ std::string stamp(std::time_t a_iTime)
     return platform::formatLocalTime(a_iTime, platform::g_acIsoFormat);
 }
 
+/// A row of DynDnsLog, of account 1.
+korrin::ValueList
+logRow(const std::string& a_strId, std::time_t a_iTime, const std::string& a_strCode, const std::string& a_strText)
+{
+    korrin::ValueList oRow =
+        makeRow("Id=" + a_strId + " DynDnsId=1 ResponseCode=" + a_strCode + " Timestamp=" + stamp(a_iTime));
+    oRow.add("Response", platform::text(a_strText));
+    return oRow;
+}
+
 /// One account that is ready on an interface that is up, and the tables around it.
-const korrin::ValueList s_oReady = rowOf({{"Id", "1"},
-                                          {"Enable", "1"},
-                                          {"Interface", "ppp0"},
-                                          {"ServiceType", "update-url"},
-                                          {"ServerAddr", "https://h.example/?h=<domain>&k=<password>&ip=<ipaddr>"},
-                                          {"Hostname", "a.example"},
-                                          {"AccountUserName", ""},
-                                          {"Password", "geheim"},
-                                          {"ExpectedResultSubString", "good"},
-                                          {"Retry", "3"}});
+const korrin::ValueList s_oReady = makeRow("Id=1 Enable=1 Interface=ppp0 ServiceType=update-url Hostname=a.example "
+                                           "ServerAddr=https://h.example/?h=<domain>&k=<password>&ip=<ipaddr> "
+                                           "AccountUserName= Password=geheim ExpectedResultSubString=good Retry=3");
 
 StatusSources sources(const std::string& a_strAddress = "192.0.2.7", const std::string& a_strUp = "1")
 {
     StatusSources oSources;
-    oSources.m_oInterfaces = {rowOf({{"Name", "ppp0"}, {"Addr", a_strAddress}, {"IsUp", a_strUp}})};
-    oSources.m_oServers = {rowOf({{"Enable", "1"}, {"Interface", "ppp0"}, {"IPAddress", "192.0.2.53"}})};
+    oSources.m_oInterfaces = {makeRow("Name=ppp0 Addr=" + a_strAddress + " IsUp=" + a_strUp)};
+    oSources.m_oServers = {makeRow("Enable=1 Interface=ppp0 IPAddress=192.0.2.53")};
     return oSources;
 }
 
@@ -100,7 +92,7 @@ TEST(ShippedProviders, EachOneMakesAUsableRow)
             const std::string strPassword = oProvider.m_bEncode ? "a&b#c d%<serial>\u00e4" : "abc-123";
             oPlan.m_oRow.add("Password", platform::text(preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
             StatusSources oSources = sources();
-            oSources.m_oIPv6 = {rowOf({{"Name", "ppp0"}, {"Addr", "2001:db8::7"}})};
+            oSources.m_oIPv6 = {makeRow("Name=ppp0 Addr=2001:db8::7")};
             EXPECT_THAT(findProblems(oPlan.m_oRow, oSources, EInterfaceState::eRunning), testing::IsEmpty())
                 << oProvider.m_strKey;
             const std::string strUrl = quorvad::fillPlaceholders(oPlan.m_oRow.getValue("ServerAddr").getText(),
@@ -174,12 +166,7 @@ TEST(AccountPlan, RefusesWhatCannotWork)
     const auto zone = [](AccountSpec& a_oSpec) { a_oSpec.m_strZone = "example.net"; };
     const auto on = [](const char* a_pInterface)
     { return [a_pInterface](AccountSpec& a_oSpec) { a_oSpec.m_strInterface = a_pInterface; }; };
-    struct
-    {
-        Provider m_oProvider;
-        AccountSpec m_oWish;
-        const char* m_pReason;
-    } aoCases[] = {
+    const std::vector<std::tuple<Provider, AccountSpec, const char*>> oCases = {
         {provider("noip"), wish("home.example.org", ""), "needs a user name"},
         {provider("noip"), wish("home.example.org", "a:b"), "must not contain ':'"},
         {provider("noip"), wish("home.example.org", "a\nb"), "control character"},
@@ -199,10 +186,10 @@ TEST(AccountPlan, RefusesWhatCannotWork)
         {makeGnudipProvider("g.example"), wish("home.example.org", "bob"), "does not begin with 'bob.'"},
         {makeGnudipProvider("g.example"), with(wish("bob.example.org", "bob"), dual), "IPv4 address only"},
     };
-    for (const auto& oCase : aoCases)
+    for (const auto& oCase : oCases)
     {
-        EXPECT_THAT(reasonOf<Failure>([&] { (void)planAccount(oCase.m_oProvider, oCase.m_oWish); }),
-                    HasSubstr(oCase.m_pReason));
+        EXPECT_THAT(reasonOf<Failure>([&] { (void)planAccount(std::get<0>(oCase), std::get<1>(oCase)); }),
+                    HasSubstr(std::get<2>(oCase)));
     }
     for (const char* pUrl : {"h.example/?ip=<ipaddr>",
                              "ftp://h.example/",
@@ -219,15 +206,9 @@ TEST(AccountPlan, RefusesWhatCannotWork)
 
 TEST(AccountPlan, SecretsGoWhereTheProviderLooksForThem)
 {
-    struct
-    {
-        const char* m_pUrl;
-        const char* m_pUser;
-        const char* m_pPassword;
-        const char* m_pServerAddr;
-        const char* m_pUserColumn;
-        const char* m_pPasswordColumn; ///< null: refused
-    } aoCases[] = {
+    // URL, user name, password; ServerAddr, AccountUserName, Password (null: refused)
+    using Text = const char*;
+    const std::vector<std::tuple<Text, std::string, Text, Text, Text, Text>> oCases = {
         {"https://h/?ip=<ipaddr>", "al ice", "p&<serial>", "https://h/?ip=<ipaddr>", "al ice", "p&<serial>"},
         {"https://h/?k=<password>", "", "p&<serial>", "https://h/?k=<password>", "", "p%26%3Cserial%3E"},
         {"https://h/?u=<username>&k=<password>", "a@b", "x%", "https://h/?u=a%40b&k=<password>", "", "x%25"},
@@ -236,18 +217,17 @@ TEST(AccountPlan, SecretsGoWhereTheProviderLooksForThem)
         {"https://h/", "bob", "", "https://h/", "bob", nullptr},
         {"https://h/", "bob", "a\tb", "https://h/", "bob", nullptr},
     };
-    for (const auto& oCase : aoCases)
+    for (const auto& [pUrl, strUser, pPassword, pServerAddr, pUserColumn, pPasswordColumn] : oCases)
     {
-        const std::string strUser = oCase.m_pUser;
-        AccountPlan oPlan = planAccount(makeOwnProvider(oCase.m_pUrl, !strUser.empty()), wish("a.example", strUser));
-        EXPECT_EQ(oPlan.m_oRow.getValue("ServerAddr").getText(), oCase.m_pServerAddr);
-        EXPECT_EQ(oPlan.m_oRow.getValue("AccountUserName").getText(), oCase.m_pUserColumn);
-        if (oCase.m_pPasswordColumn != nullptr)
+        AccountPlan oPlan = planAccount(makeOwnProvider(pUrl, !strUser.empty()), wish("a.example", strUser));
+        EXPECT_EQ(oPlan.m_oRow.getValue("ServerAddr").getText(), pServerAddr);
+        EXPECT_EQ(oPlan.m_oRow.getValue("AccountUserName").getText(), pUserColumn);
+        if (pPasswordColumn != nullptr)
         {
-            EXPECT_EQ(preparePassword(oPlan, oCase.m_pPassword, oPlan.m_oNotes), oCase.m_pPasswordColumn);
+            EXPECT_EQ(preparePassword(oPlan, pPassword, oPlan.m_oNotes), pPasswordColumn);
             continue;
         }
-        EXPECT_THROW((void)preparePassword(oPlan, oCase.m_pPassword, oPlan.m_oNotes), Failure);
+        EXPECT_THROW((void)preparePassword(oPlan, pPassword, oPlan.m_oNotes), Failure);
     }
     // A token of a known form isn't bent into shape, and no message repeats it.
     AccountPlan oPlan = planAccount(*findProvider(shipped(), "duckdns"), wish());
@@ -313,7 +293,7 @@ TEST(Problems, EachFaultIsFoundWithItsNextStep)
     const auto withServer = [](const std::string& a_strServer)
     {
         StatusSources oSources = sources();
-        oSources.m_oServers = {rowOf({{"Enable", "1"}, {"Interface", "ppp0"}, {"IPAddress", a_strServer}})};
+        oSources.m_oServers = {makeRow("Enable=1 Interface=ppp0 IPAddress=" + a_strServer)};
         return oSources;
     };
     const korrin::ValueList oGnudip = change(change(s_oReady, "ServiceType", "gnudip"), "AccountUserName", "bob");
@@ -329,7 +309,7 @@ TEST(Problems, EachFaultIsFoundWithItsNextStep)
     EXPECT_THAT(reasons(oGoodGnudip, sources("192.168.1.2")), HasSubstr("warn The IPv4 address to be announced"));
     EXPECT_THAT(reasons(s_oReady, sources("100.127.255.255")), HasSubstr("is shared"));
     StatusSources oInside = sources("10.0.0.1");
-    oInside.m_oIPv6 = {rowOf({{"Name", "ppp0"}, {"Addr", "fd00::1"}})};
+    oInside.m_oIPv6 = {makeRow("Name=ppp0 Addr=fd00::1")};
     const korrin::ValueList oIPv6Only = change(s_oReady, "ServerAddr", "https://h.example/?k=<password>&6=<ipaddr6>");
     EXPECT_THAT(reasons(oIPv6Only, oInside), testing::StartsWith("warn The IPv6 address to be announced, fd00::1"));
     for (const char* pPublic : {"9.255.255.255", "172.32.0.1", "100.128.0.0"})
@@ -348,14 +328,11 @@ TEST(NextStep, TellsWhatTheTablesTell)
         StatusSources oSources = sources();
         for (const int iAgo : a_oTries)
         {
-            oSources.m_oLog.push_back(rowOf({{"DynDnsId", "1"},
-                                             {"Timestamp", stamp(iNow - std::abs(iAgo))},
-                                             {"ResponseCode", "200"},
-                                             {"Response", iAgo < 0 ? "good 192.0.2.7" : "badauth"}}));
+            oSources.m_oLog.push_back(logRow("1", iNow - std::abs(iAgo), "200", iAgo < 0 ? "good" : "badauth"));
         }
         if (!a_oTries.empty())
         {
-            oSources.m_oStatus = {rowOf({{"DynDnsId", "1"}, {"Success", a_pSuccess}})};
+            oSources.m_oStatus = {makeRow(std::string("DynDnsId=1 Success=") + a_pSuccess)};
         }
         return describeNext(s_oReady, oSources, iNow);
     };
@@ -377,15 +354,6 @@ TEST(Outcome, OfTheLastAttemptIsTheStatusRowsAndOfOlderOnesWhatTheExcerptTells)
 {
     constexpr std::time_t iLast = 1800000000;
     const std::string strCut(200, 'x');
-    const auto row =
-        [](const char* a_pId, const std::string& a_strTime, const char* a_pCode, const std::string& a_strText)
-    {
-        return rowOf({{"Id", a_pId},
-                      {"DynDnsId", "1"},
-                      {"Timestamp", a_strTime},
-                      {"ResponseCode", a_pCode},
-                      {"Response", a_strText}});
-    };
     const auto outcomes = [](const LogSources& a_oSources)
     {
         std::string strOutcomes;
@@ -397,12 +365,12 @@ TEST(Outcome, OfTheLastAttemptIsTheStatusRowsAndOfOlderOnesWhatTheExcerptTells)
     };
     LogSources oSources;
     oSources.m_oAccounts = {s_oReady};
-    oSources.m_oStatus = {rowOf({{"DynDnsId", "1"}, {"Timestamp", stamp(iLast)}, {"Success", "1"}})};
-    oSources.m_oLog = {row("1", stamp(iLast - 400), "200", "good 192.0.2.7"),
-                       row("2", stamp(iLast - 300), "200", "badauth"),
-                       row("3", stamp(iLast - 200), "200", strCut),
-                       row("4", stamp(iLast - 100), "0", "Connection error: " + strCut),
-                       row("5", stamp(iLast), "200", strCut)};
+    oSources.m_oStatus = {makeRow("DynDnsId=1 Success=1 Timestamp=" + stamp(iLast))};
+    oSources.m_oLog = {logRow("1", iLast - 400, "200", "good 192.0.2.7"),
+                       logRow("2", iLast - 300, "200", "badauth"),
+                       logRow("3", iLast - 200, "200", strCut),
+                       logRow("4", iLast - 100, "0", "Connection error: " + strCut),
+                       logRow("5", iLast, "200", strCut)};
     EXPECT_EQ(outcomes(oSources), "ok failed unknown failed ok ");
     EXPECT_THAT(renderTable(makeLogTable(makeLogRows(oSources, 0, 2, iLast)), {}), HasSubstr("  unknown   200  xxx"));
     oSources.m_oStatus = {change(oSources.m_oStatus.front(), "Success", "0")};
@@ -416,8 +384,8 @@ TEST(Outcome, OfTheLastAttemptIsTheStatusRowsAndOfOlderOnesWhatTheExcerptTells)
     // What comes next is told by the same judgement.
     StatusSources oTables = sources();
     oTables.m_oStatus = oSources.m_oStatus;
-    oTables.m_oLog = {row("1", stamp(iLast - 130), "200", "good" + strCut), row("2", stamp(iLast), "200", strCut)};
+    oTables.m_oLog = {logRow("1", iLast - 130, "200", "good" + strCut), logRow("2", iLast, "200", strCut)};
     EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 3 minutes"); // a new series
-    oTables.m_oLog.front() = row("1", stamp(iLast - 130), "200", strCut);
+    oTables.m_oLog.front() = logRow("1", iLast - 130, "200", strCut);
     EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 5 minutes"); // the distance of a second try
 }

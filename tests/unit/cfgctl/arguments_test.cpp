@@ -22,25 +22,19 @@ cfgctl::Request parse(std::vector<const char*> a_oArguments)
 
 TEST(Assignment, SplitsAtTheFirstEqualsSign)
 {
-    const struct
-    {
-        const char* m_pText;
-        const char* m_pColumn;
-        const char* m_pValue;
-        bool m_bFromFile;
-    } aoCases[] = {
+    const std::vector<std::tuple<const char*, const char*, const char*, bool>> oCases = {
         {"ServerAddr=https://x/?a=b&c=d", "ServerAddr", "https://x/?a=b&c=d", false},
         {"Password=", "Password", "", false},
         {"Password=@secret", "Password", "@secret", false},
         {"Password@=-", "Password", "-", true},
         {"Password@=a=b", "Password", "a=b", true},
     };
-    for (const auto& oCase : aoCases)
+    for (const auto& [pText, pColumn, pValue, bFromFile] : oCases)
     {
-        const cfgctl::Assignment oResult = parseAssignment(oCase.m_pText);
-        EXPECT_EQ(oResult.m_strColumn, oCase.m_pColumn) << oCase.m_pText;
-        EXPECT_EQ(oResult.m_strValue, oCase.m_pValue) << oCase.m_pText;
-        EXPECT_EQ(oResult.m_bFromFile, oCase.m_bFromFile) << oCase.m_pText;
+        const cfgctl::Assignment oResult = parseAssignment(pText);
+        EXPECT_EQ(oResult.m_strColumn, pColumn) << pText;
+        EXPECT_EQ(oResult.m_strValue, pValue) << pText;
+        EXPECT_EQ(oResult.m_bFromFile, bFromFile) << pText;
     }
 }
 

@@ -60,23 +60,6 @@ protected:
 
 } // namespace
 
-TEST_F(Commands, AddShowSetDelete)
-{
-    EXPECT_EQ(add("DNSClientServer", {"Interface=ppp0", "IPAddress=192.0.2.1"}), "1\n");
-    EXPECT_EQ(add("DNSClientServer", {"Interface=ppp1", "Id=7"}), "7\n");
-    Options oJson = on("DNSClientServer", {}, {"Interface=ppp0"});
-    oJson.m_bJson = true;
-    EXPECT_EQ(run(cfgctl::runAdd, oJson), "{\"Id\":8}\n");
-    EXPECT_EQ(run(cfgctl::runSet, on("DNSClientServer", {"Interface=ppp1"}, {"Enable=0"})), "");
-    EXPECT_EQ(run(cfgctl::runDelete, on("DNSClientServer", {"Id=8"})), "");
-    EXPECT_EQ(run(cfgctl::runShow, on("DNSClientServer")),
-              "Id  Enable  Interface  IPAddress  Origin\n"
-              " 1       1  ppp0       192.0.2.1\n"
-              " 7       0  ppp1\n");
-    EXPECT_EQ(run(cfgctl::runShow, on("DNSClientServer", {"Enable=0"})),
-              "Id  Enable  Interface  IPAddress  Origin\n 7       0  ppp1\n");
-}
-
 TEST_F(Commands, RefusalsSayWhatAndWhyAndWriteNothing)
 {
     add("DNSClientServer", {"Interface=ppp0"});
@@ -207,22 +190,4 @@ TEST_F(Commands, AccountsFromAddToRemove)
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("is now disabled"));
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
     EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("is now enabled"));
-
-    add("DynDnsLog", {"DynDnsId=1", "Response=x"});
-    add("DynDnsLog", {"DynDnsId=2", "Response=y"});
-    oOne.m_oAccount.m_oSettle = std::chrono::milliseconds(0);
-    oOne.m_oAccount.m_bYes = true;
-    run(cfgctl::runAccountRemove, oOne);
-    EXPECT_THAT(refused(cfgctl::runAccountTest, oOne), HasSubstr("No account 1"));
-    EXPECT_THAT(run(cfgctl::runShow, on("DynDnsLog")), testing::AllOf(HasSubstr(" y\n"), Not(HasSubstr(" x\n"))));
-}
-
-TEST_F(Commands, TablesAndStatusOfAnEmptyDatabase)
-{
-    EXPECT_THAT(run(cfgctl::runTables, on("")), testing::AllOf(HasSubstr("\nDynDns "), HasSubstr("\netl ")));
-    EXPECT_THAT(run(cfgctl::runTables, on("DynDns")), HasSubstr("\nRetry                    integer  5\n"));
-    EXPECT_THAT(run(cfgctl::runStatus, on("")), testing::StartsWith("Id  Hostname"));
-    Options oJson = on("");
-    oJson.m_bJson = true;
-    EXPECT_EQ(run(cfgctl::runStatus, oJson), "[]\n");
 }

@@ -36,6 +36,11 @@ cfgctl::TablePlan plan(const std::string& a_strJson, const cfgctl::Rows& a_oPres
     return cfgctl::planImport(oTable, getSchema().at(oTable.m_strTable), a_oPresent);
 }
 
+std::string refusalOf(const std::string& a_strJson)
+{
+    return reasonOf<Failure>([&] { (void)parseImport(a_strJson, getSchema()); });
+}
+
 } // namespace
 
 TEST(JsonImport, ReadsWhatTheExportWrites)
@@ -52,11 +57,7 @@ TEST(JsonImport, ReadsWhatTheExportWrites)
 TEST(JsonImport, RefusesWithPlaceAndReasonAndWithoutTheSecret)
 {
     const std::string strRow = "{\"DynDns\":[{";
-    const struct
-    {
-        std::string m_strJson;
-        const char* m_pReason;
-    } aoCases[] = {
+    const std::vector<std::pair<std::string, const char*>> oCases = {
         {"", "line 1, column 1: not valid JSON"},
         {"\"geheim\"", "the file has to be one object"},
         {"{\"DynDns\":{}}", "DynDns: a table is a list of rows"},
@@ -81,11 +82,11 @@ TEST(JsonImport, RefusesWithPlaceAndReasonAndWithoutTheSecret)
         {strRow + "\"Password\":\"\\ud800geheim\"}]}", "not valid JSON"},
         {std::string("{}\0", 3), "line 1, column 3: a NUL byte"},
     };
-    for (const auto& oCase : aoCases)
+    for (const auto& [strJson, pReason] : oCases)
     {
-        const std::string strReason = reasonOf<Failure>([&] { (void)parseImport(oCase.m_strJson, getSchema()); });
-        EXPECT_THAT(strReason, HasSubstr(oCase.m_pReason)) << oCase.m_strJson.substr(0, 100);
-        EXPECT_THAT(strReason, testing::Not(HasSubstr("geheim")));
+        const std::string strSaid = refusalOf(strJson);
+        EXPECT_THAT(strSaid, HasSubstr(pReason)) << strJson.substr(0, 100);
+        EXPECT_THAT(strSaid, testing::Not(HasSubstr("geheim")));
     }
 }
 
@@ -107,50 +108,41 @@ TEST(JsonImport, KeepsItsLimits)
     {
         strNames += ",\"" + std::to_string(iName) + "\":1";
     }
-    const struct
-    {
-        std::string m_strJson;
-        const char* m_pReason;
-    } aoCases[] = {
+    const std::vector<std::pair<std::string, const char*>> oCases = {
         {"{\"DynDns\":[{}],\"Other\":[" + strRows + "]}", "more than 10000 rows"},
         {std::string(cfgctl::g_uiImportBytes + 1, ' '), "larger than 8388608 bytes"},
         {std::string(cfgctl::g_uiImportBytes, '['), "nested too deeply"},
         {"[" + repeated("1", 400000) + "]", "more than 320000 values"},
         {"{\"DynDns\":[{" + strNames + "}]}", "too many names"},
     };
-    for (const auto& oCase : aoCases)
+    for (const auto& [strJson, pReason] : oCases)
     {
-        EXPECT_THAT(reasonOf<Failure>([&] { (void)parseImport(oCase.m_strJson, getSchema()); }),
-                    HasSubstr(oCase.m_pReason));
+        EXPECT_THAT(refusalOf(strJson), HasSubstr(pReason));
     }
 }
 
 TEST(ImportPlan, FromTheFirstDifferenceOnRowsAreWrittenAnew)
 {
     const cfgctl::Rows oPresent = {makeRow(1, 5, "", ""), makeRow(2, 5, "a", ""), makeRow(3, 5, "", "")};
-    const struct
-    {
-        const char* m_pJson;
-        std::vector<std::string> m_oDeletes;
-        std::size_t m_uiInserts;
-        std::vector<unsigned> m_oCounts; // added, changed, deleted, unchanged
-    } aoCases[] = {
+    // JSON, Ids deleted, rows inserted; rows added, changed, deleted, unchanged
+    using Case = std::tuple<const char*, std::vector<std::string>, std::size_t, std::vector<unsigned>>;
+    const std::vector<Case> oCases = {
         {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"},{"Id":3}]})", {}, 0, {0, 0, 0, 3}},
         {R"({"Other":[{"Id":1},{"Id":2,"ServerAddr":"a"},{"Id":3},{}]})", {}, 1, {1, 0, 0, 3}},
         {R"({"Other":[{"Id":1},{"Id":3},{"Id":2,"ServerAddr":"a"}]})", {"2", "3"}, 2, {0, 0, 0, 3}},
         {R"({"Other":[{"Id":1},{"Id":2}]})", {"2", "3"}, 1, {0, 1, 1, 1}},
         {R"({"Other":[{},{"Id":9}]})", {"1", "2", "3"}, 2, {2, 0, 3, 0}},
     };
-    for (const auto& oCase : aoCases)
+    for (const auto& [pJson, oDeletes, uiInserts, oCounts] : oCases)
     {
-        const cfgctl::TablePlan oPlan = plan(oCase.m_pJson, oPresent);
-        EXPECT_EQ(oPlan.m_oDeletes, oCase.m_oDeletes) << oCase.m_pJson;
-        EXPECT_EQ(oPlan.m_oInserts.size(), oCase.m_uiInserts) << oCase.m_pJson;
-        const std::vector<unsigned> oCounts = {
-            oPlan.m_uiAdded, oPlan.m_uiChanged, oPlan.m_uiDeleted, oPlan.m_uiUnchanged};
-        EXPECT_EQ(oCounts, oCase.m_oCounts) << oCase.m_pJson;
+        const cfgctl::TablePlan oPlan = plan(pJson, oPresent);
+        EXPECT_EQ(oPlan.m_oDeletes, oDeletes) << pJson;
+        EXPECT_EQ(oPlan.m_oInserts.size(), uiInserts) << pJson;
+        EXPECT_THAT(oCounts,
+                    testing::ElementsAre(oPlan.m_uiAdded, oPlan.m_uiChanged, oPlan.m_uiDeleted, oPlan.m_uiUnchanged))
+            << pJson;
     }
-    // The row without an Id comes behind the one that names its own, so that its number can't be given away before.
+    // The row without an Id comes behind the one that names its own, so that its number cannot be given away before.
     EXPECT_TRUE(plan(R"({"Other":[{},{"Id":9}]})", oPresent).m_oInserts.front().hasValue("Id"));
     EXPECT_FALSE(plan(R"({"Other":[{},{"Id":9}]})", oPresent).m_oInserts.back().hasValue("Id"));
 }

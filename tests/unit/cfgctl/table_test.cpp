@@ -1,27 +1,13 @@
 #include "cfgctl/outcomerows.h"
 #include "cfgctl/table.h"
 #include "cfgctl/utf8.h"
+#include "tests/unit/config/memoryclient.h"
 
 #include <gmock/gmock.h>
 
 using cfgctl::Layout;
 using cfgctl::Style;
 using cfgctl::Table;
-
-namespace
-{
-
-korrin::ValueList makeRow(std::initializer_list<std::pair<const char*, const char*>> a_oColumns)
-{
-    korrin::ValueList oRow;
-    for (const auto& [pColumn, pValue] : a_oColumns)
-    {
-        oRow.add(pColumn, korrin::Value(korrin::eValueText, pValue));
-    }
-    return oRow;
-}
-
-} // namespace
 
 TEST(Utf8, WidthIsWhatATerminalShows)
 {
@@ -65,23 +51,17 @@ TEST(Table, TooWideForATerminalBecomesBlocks)
 TEST(Status, PutsTheTablesTogether)
 {
     cfgctl::StatusSources oSources;
-    oSources.m_oAccounts = {
-        makeRow({{"Id", "1"},
-                 {"Hostname", "a.example"},
-                 {"ServiceType", "gnudip"},
-                 {"Interface", "ppp0"},
-                 {"Enable", "1"}}),
-        makeRow({{"Id", "2"}, {"Hostname", "b.example"}, {"ServiceType", "x"}, {"Interface", "eth1"}, {"Enable", "0"}}),
-        makeRow({{"Id", "3"}, {"Hostname", "c.example"}, {"ServiceType", "x"}, {"Interface", "eth2"}, {"Enable", "1"}}),
-        makeRow({{"Id", "4"}, {"Hostname", "d.example"}, {"ServiceType", "x"}, {"Interface", ""}, {"Enable", "1"}})};
-    oSources.m_oInterfaces = {makeRow({{"Name", "ppp0"}, {"IsUp", "1"}, {"Addr", "192.0.2.1"}}),
-                              makeRow({{"Name", "eth1"}, {"IsUp", "0"}, {"Addr", "192.0.2.2"}})};
-    oSources.m_oIPv6 = {makeRow({{"Name", "ppp0"}, {"Addr", "2001:db8::1"}})};
-    oSources.m_oStatus = {makeRow({{"DynDnsId", "1"}, {"Timestamp", "2026-03-01T17:45:09+0100"}, {"Success", "1"}}),
-                          makeRow({{"DynDnsId", "2"}, {"Timestamp", "yesterday"}, {"Success", "0"}})};
-    oSources.m_oLog = {makeRow({{"DynDnsId", "1"}, {"Response", "old"}}),
-                       makeRow({{"DynDnsId", "1"}, {"Response", "good\n"}}),
-                       makeRow({{"DynDnsId", "11"}, {"Response", "other"}})};
+    oSources.m_oAccounts = {makeRow("Id=1 Hostname=a.example ServiceType=gnudip Interface=ppp0 Enable=1"),
+                            makeRow("Id=2 Hostname=b.example ServiceType=x Interface=eth1 Enable=0"),
+                            makeRow("Id=3 Hostname=c.example ServiceType=x Interface=eth2 Enable=1"),
+                            makeRow("Id=4 Hostname=d.example ServiceType=x Interface= Enable=1")};
+    oSources.m_oInterfaces = {makeRow("Name=ppp0 IsUp=1 Addr=192.0.2.1"), makeRow("Name=eth1 IsUp=0 Addr=192.0.2.2")};
+    oSources.m_oIPv6 = {makeRow("Name=ppp0 Addr=2001:db8::1")};
+    oSources.m_oStatus = {makeRow("DynDnsId=1 Timestamp=2026-03-01T17:45:09+0100 Success=1"),
+                          makeRow("DynDnsId=2 Timestamp=yesterday Success=0")};
+    oSources.m_oLog = {makeRow("DynDnsId=1 Response=old"),
+                       makeRow("DynDnsId=1 Response=good\n"),
+                       makeRow("DynDnsId=11 Response=other")};
     const cfgctl::Rows oRows = cfgctl::makeStatusRows(oSources, 1772383509 + 180);
     EXPECT_EQ(oRows.front().getValue("AgeSeconds").getInteger(), 180);
     EXPECT_EQ(oRows.back().getValue("InterfaceUp").getType(), korrin::eValueNull);

@@ -51,18 +51,14 @@ TEST(ColumnValue, TakesWhatTheColumnTakes)
 TEST(InputFile, OneLineEndIsDropped)
 {
     const Folder oFolder;
-    const struct
-    {
-        const char* m_pContent;
-        const char* m_pValue;
-    } aoCases[] = {
+    const std::vector<std::pair<const char*, const char*>> oCases = {
         {"", ""}, {"\n", ""}, {"secret\n", "secret"}, {"secret\r\n", "secret"}, {"a\n\n", "a\n"}, {"\r", "\r"}};
-    for (const auto& oCase : aoCases)
+    for (const auto& [pContent, pValue] : oCases)
     {
-        std::vector<cfgctl::Assignment> oAssignments = {{"Password", oFolder.write("value", oCase.m_pContent), true},
+        std::vector<cfgctl::Assignment> oAssignments = {{"Password", oFolder.write("value", pContent), true},
                                                         {"Retry", "5\n", false}};
         cfgctl::readValues(oAssignments);
-        EXPECT_EQ(oAssignments[0].m_strValue, oCase.m_pValue);
+        EXPECT_EQ(oAssignments[0].m_strValue, pValue);
         EXPECT_EQ(oAssignments[1].m_strValue, "5\n");
     }
 }
@@ -95,12 +91,7 @@ TEST(OutputFile, IsPrivateAndReplacesAtOnce)
 
 TEST(Secrets, HidesPasswordsAndWhatMayBeOneInAUrl)
 {
-    const struct
-    {
-        const char* m_pColumn;
-        const char* m_pValue;
-        const char* m_pShown;
-    } aoCases[] = {
+    const std::vector<std::tuple<const char*, const char*, const char*>> oCases = {
         {"Password", "geheim", "********"},
         {"Password", "", ""},
         {"Hostname", "https://u:p@h/?k=v", "https://u:p@h/?k=v"},
@@ -117,10 +108,10 @@ TEST(Secrets, HidesPasswordsAndWhatMayBeOneInAUrl)
         {"ServerAddr", "u:p@h", "u:********@h"},
         {"ServerAddr", "https://u:p@q@h?x", "https://u:********@h?********"},
     };
-    for (const auto& oCase : aoCases)
+    for (const auto& [pColumn, pValue, pShown] : oCases)
     {
-        EXPECT_EQ(cfgctl::hideSecret("DynDns", oCase.m_pColumn, oCase.m_pValue), oCase.m_pShown);
-        EXPECT_EQ(cfgctl::hideSecret("Other", oCase.m_pColumn, oCase.m_pValue), oCase.m_pValue);
+        EXPECT_EQ(cfgctl::hideSecret("DynDns", pColumn, pValue), pShown);
+        EXPECT_EQ(cfgctl::hideSecret("Other", pColumn, pValue), pValue);
     }
 }
 

@@ -1,6 +1,6 @@
 #include "netifwatch/machine.h"
 #include "netifwatch/tableplan.h"
-#include "platform/common/values.h"
+#include "tests/unit/config/memoryclient.h"
 #include "tests/unit/netifwatch/support.h"
 #include "tests/unit/support/folder.h"
 
@@ -55,12 +55,9 @@ std::string describe(const Operations& a_oOperations)
 /// A row of DNSClientServer: Ids below 20 are the watcher's own.
 korrin::ValueList row(int a_iId, const std::string& a_strInterface, const std::string& a_strAddress)
 {
-    korrin::ValueList oRow;
-    oRow.add("Id", platform::integer(a_iId));
-    oRow.add("Interface", platform::text(a_strInterface));
-    oRow.add("IPAddress", platform::text(a_strAddress));
-    oRow.add("Origin", platform::text(a_iId < 20 ? "netifwatch" : a_iId < 30 ? "" : "other"));
-    return oRow;
+    const std::string strOrigin = a_iId < 20 ? "netifwatch" : a_iId < 30 ? "" : "other";
+    return makeRow("Id=" + std::to_string(a_iId) + " Interface=" + a_strInterface + " IPAddress=" + a_strAddress +
+                   " Origin=" + strOrigin);
 }
 
 } // namespace

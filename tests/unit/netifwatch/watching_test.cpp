@@ -210,14 +210,12 @@ TEST(Watching, FilesInEveryWay)
         return iHints > 0;
     };
     const auto write = [&](const std::string& a_strName) { static_cast<void>(oFolder.write(a_strName, "x")); };
+    const auto replace = [&](const std::string& a_strName)
+    { fs::rename(oFolder.write("new", "x"), oFolder / a_strName); };
     EXPECT_TRUE(hinted([&] { write("etc/resolv.conf"); }));
     EXPECT_FALSE(hinted([&] { write("etc/hosts"); }));
-    EXPECT_TRUE(hinted(
-        [&]
-        {
-            write("etc/new");
-            fs::rename(oFolder / "etc/new", strLink);
-        }));
+    EXPECT_FALSE(hinted([&] { write("new"); }));
+    EXPECT_TRUE(hinted([&] { replace("etc/resolv.conf"); }));
     EXPECT_TRUE(hinted([&] { write("etc/resolv.conf"); }));
     EXPECT_TRUE(hinted(
         [&]
@@ -227,12 +225,7 @@ TEST(Watching, FilesInEveryWay)
         }));
     EXPECT_TRUE(hinted([&] { fs::create_directories(oFolder / "run/resolve"); }));
     EXPECT_TRUE(hinted([&] { write("run/resolve/stub.conf"); }));
-    EXPECT_TRUE(hinted(
-        [&]
-        {
-            write("run/resolve/new");
-            fs::rename(oFolder / "run/resolve/new", strTarget);
-        }));
+    EXPECT_TRUE(hinted([&] { replace("run/resolve/stub.conf"); }));
     EXPECT_FALSE(hinted([&] { write("run/resolve/other"); }));
     EXPECT_TRUE(hinted([&] { fs::remove_all(oFolder / "run"); }));
     EXPECT_TRUE(hinted(

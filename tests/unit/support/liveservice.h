@@ -14,23 +14,12 @@
 class LiveService
 {
 public:
-    explicit LiveService(const cfgserver::Limits& a_oLimits = {}) : m_oLimits(a_oLimits) { start(); }
+    explicit LiveService(const cfgserver::Limits& a_oLimits = {})
+        : m_pInside(std::make_unique<Inside>(getSocket(), a_oLimits)), m_oThread([this] { run(); })
+    {
+    }
     ~LiveService() { stop(); }
 
-    void start()
-    {
-        m_pInside = std::make_unique<Inside>(getSocket(), m_oLimits);
-        m_bStop = false;
-        m_oThread = std::thread(
-            [this]
-            {
-                while (!m_bStop)
-                {
-                    m_pInside->m_oServer.runOnce();
-                    ++m_uiTurns;
-                }
-            });
-    }
     void stop()
     {
         if (m_pInside)
@@ -60,10 +49,18 @@ private:
         cfgserver::Server m_oServer;
     };
 
-    const cfgserver::Limits m_oLimits;
+    void run()
+    {
+        while (!m_bStop)
+        {
+            m_pInside->m_oServer.runOnce();
+            ++m_uiTurns;
+        }
+    }
+
     Folder m_oFolder;
-    std::unique_ptr<Inside> m_pInside;
     std::atomic<bool> m_bStop{false};
     std::atomic<unsigned> m_uiTurns{0};
+    std::unique_ptr<Inside> m_pInside;
     std::thread m_oThread;
 };

@@ -1,0 +1,78 @@
+"""cfgctl as a program: exit statuses, what becomes of its output, its standard input, watching."""
+
+import itertools
+import os
+import signal
+import subprocess
+
+from sandbox.processes import wait_for
+from sandbox.router import SOCKET
+
+
+def test_program(router):
+    router.socket = f"{SOCKET}.no"
+    away = router.ctl("status", check=False)
+    assert away.returncode == 1
+    assert "No such file or directory. Is it running? Start it with 'cfgserver --s" in away.stderr
+    router.socket = SOCKET
+    router.start_service()
+    assert router.ctl("--help").stderr == "" and router.ctl("--json", "status").stdout == "[]\n"
+    failed = router.ctl("show", "T\x1b[2J", check=False)
+    assert (failed.returncode, failed.stdout) == (1, "")
+    assert failed.stderr.startswith("cfgctl: ") and "T\\x1b[2J" in failed.stderr
+    assert router.ctl("show", check=False).returncode == 2
+    assert "\nRetry                    integer  5\n" in router.ctl("tables", "DynDns").stdout
+    for columns, number in ((("Interface=ppp0",), 1), (("Interface=ppp1", "Id=7"), 7), (("Interface=ppp0",), 8)):
+        assert router.ctl("add", "DNSClientServer", *columns).stdout == f"{number}\n"
+    router.ctl("set", "DNSClientServer", "Interface=ppp1", "Enable=0")
+    router.ctl("delete", "DNSClientServer", "Id=8")
+    assert [(row["Id"], row["Enable"]) for row in router.rows("DNSClientServer")] == [(1, 1), (7, 0)]
+    assert router.ctl("show", "DNSClientServer", "Enable=0").stdout.splitlines()[1:] == [" 7       0  ppp1"]
+    # Values and files come from standard input.
+    assert router.ctl("--json", "add", "DynDns", "Password@=-", "Hostname=@home", text="ge heim\n").stdout == '{"Id":1}\n'
+    shown = router.ctl("show", "DynDns", "--show-secrets").stdout
+    assert " ge heim " in shown and " @home " in shown
+    imported = router.ctl("import", "-", text=router.ctl("export").stdout).stdout
+    assert "DynDns: 0 added, 0 changed, 0 deleted, 1 un" in imported
+
+
+def test_lost_output(router):
+    def run(command, output, *closing):
+        done = subprocess.run([*closing, router.bin / "cfgctl", command], stdout=output, stderr=subprocess.PIPE,
+                              text=True, timeout=30)
+        return done.returncode, done.stderr
+    router.start_service()
+    reader, writer = os.pipe()
+    os.close(reader)
+    with open("/dev/full", "wb") as full:
+        for command in ("--help", "tables", "export"):
+            status, errors = run(command, full)
+            assert status == 1 and "No space left on device" in errors, command
+            assert run(command, writer) == (-signal.SIGPIPE, ""), command
+    # Without a standard output, what is printed must not end up in the connection.
+    assert "Bad file descriptor" in run("export", None, "sh", "-c", 'exec "$0" "$@" >&-')[1]
+
+
+def test_watch(router):
+    router.start_service()
+    numbers, errors = itertools.count(), router.folder / "errors"
+
+    def watch(*words):
+        return router.start_program("watch" + words[0], ["sh", "-c", 'exec "$@" 2>"$0"', errors, router.bin / "cfgctl",
+                                                         "watch", *words])
+
+    def change_until(what, noted):
+        wait_for(what, lambda: router.ctl("set", "etl", "Id=1", f"serial_no={next(numbers)}") and noted(), 40)
+    endless = watch("--json", "etl")
+    change_until("a change is noted", lambda: endless.count('"Table":"etl"}\n'))
+    router.service.stop()
+    router.start_service()
+    change_until("the return is told", lambda: "is back; any table may have changed\n" in errors.read_text())
+    assert endless.stop(signal.SIGINT) == 0
+    assert router.ctl("watch", "--timeout", "1").returncode == 0
+    missed = router.ctl("watch", "--timeout", "1", "--count", "1", check=False)
+    assert missed.returncode == 1 and "Only 0 of 1" in missed.stderr
+    counted = watch("--count", "2")
+    change_until("the first of two is noted", lambda: counted.count("  etl\n"))
+    router.ctl("set", "etl", "Id=1", "serial_no=last")
+    assert counted.wait(30) == 0
