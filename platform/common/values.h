@@ -1,6 +1,6 @@
 #pragma once
 
-#include "korrin/value.h"
+#include "korrin/valuelist.h"
 
 #include <string>
 
