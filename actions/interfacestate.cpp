@@ -18,7 +18,7 @@ constexpr char s_acLogFile[] = "interfacestate";
 
 } // namespace
 
-// The list has an interface once per address, each time with the same flags.
+// The list has an interface once per address; one entry that is up and running is enough.
 EInterfaceState readInterfaceState(const std::string& a_strInterface)
 {
     ifaddrs* pFirst = nullptr;
@@ -28,14 +28,19 @@ EInterfaceState readInterfaceState(const std::string& a_strInterface)
     }
     const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> pList(pFirst, freeifaddrs);
     constexpr unsigned uiWanted = IFF_UP | IFF_RUNNING;
+    EInterfaceState eState = EInterfaceState::eMissing;
     for (const ifaddrs* pEntry = pList.get(); pEntry != nullptr; pEntry = pEntry->ifa_next)
     {
         if (pEntry->ifa_addr != nullptr && a_strInterface == pEntry->ifa_name)
         {
-            return (pEntry->ifa_flags & uiWanted) == uiWanted ? EInterfaceState::eRunning : EInterfaceState::eDown;
+            if ((pEntry->ifa_flags & uiWanted) == uiWanted)
+            {
+                return EInterfaceState::eRunning;
+            }
+            eState = EInterfaceState::eDown;
         }
     }
-    return EInterfaceState::eMissing;
+    return eState;
 }
 
 bool isInterfaceRunning(const std::string& a_strInterface)

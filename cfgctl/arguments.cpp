@@ -44,7 +44,8 @@ constexpr const char* s_pImportFooter = R"(The file is {"TABLE": [{"COLUMN": VAL
 names then holds exactly the file's rows, in its order: rows with the same Id are
 kept or changed, others deleted, rows without an Id added. A column left out gets
 its default; a Password left out, or a secret shown as "********", stays as it is
-stored. Either everything is written or nothing.
+stored. DNS servers that netifwatch wrote stay unless the file brings some. Either
+everything is written or nothing.
 
 Examples:
   cfgctl import saved.json

@@ -146,6 +146,19 @@ TablePlan planFixedRow(ImportedTable a_oWanted, const korrin::ValueList& a_oColu
     return oPlan;
 }
 
+/// The rows that the file replaces.
+Rows replacedRows(const ImportedTable& a_oWanted, Rows a_oPresent)
+{
+    const Rows oWanted(a_oWanted.m_oRows.begin(), a_oWanted.m_oRows.end());
+    if (std::none_of(oWanted.begin(), oWanted.end(), isFoundByWatcher))
+    {
+        const RowIndex oNamed(oWanted);
+        a_oPresent.remove_if([&](const korrin::ValueList& a_oRow)
+                             { return isFoundByWatcher(a_oRow) && oNamed.find(a_oRow) == nullptr; });
+    }
+    return a_oPresent;
+}
+
 /// A table that always has exactly one row, which can only be updated.
 bool hasFixedRow(const std::string& a_strTable)
 {
@@ -155,6 +168,11 @@ bool hasFixedRow(const std::string& a_strTable)
 
 } // namespace
 
+bool isFoundByWatcher(const korrin::ValueList& a_oRow)
+{
+    return a_oRow.getValue(dbm::DNSClientServer_Origin).getText() == dbm::Origin_Watcher;
+}
+
 TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
 {
     if (hasFixedRow(a_oWanted.m_strTable))
@@ -163,13 +181,14 @@ TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_
     }
     TablePlan oPlan;
     oPlan.m_strTable = a_oWanted.m_strTable;
-    const RowIndex oIndex(a_oPresent);
+    const Rows oPresent = replacedRows(a_oWanted, a_oPresent);
+    const RowIndex oIndex(oPresent);
     const Rows oRows = completeRows(a_oWanted, a_oColumns, oIndex);
     count(oPlan, oRows, oIndex);
     // From the first difference on everything is taken out and put in again: rows are only ever appended, and no key
     // of a row that is still to change can be in the way of another one.
-    const auto [itPresent, itWanted] = std::mismatch(a_oPresent.begin(), a_oPresent.end(), oRows.begin(), oRows.end());
-    for (auto it = itPresent; it != a_oPresent.end(); ++it)
+    const auto [itPresent, itWanted] = std::mismatch(oPresent.begin(), oPresent.end(), oRows.begin(), oRows.end());
+    for (auto it = itPresent; it != oPresent.end(); ++it)
     {
         oPlan.m_oDeletes.push_back(it->getValue("Id").getText());
     }

@@ -24,10 +24,14 @@ struct TablePlan
     unsigned m_uiUnchanged = 0;
 };
 
-/// Plans the replacement of a table's rows. Rows of equal Id are the same row; rows without Id are new and come last.
-/// A column that the file leaves out gets its default. A secret stays as it is where the file leaves a password out or
-/// holds the very text under which hideSecret shows it. Pure. Throws Failure where a hidden secret has no row to stay
-/// with, or a table of one row is not given exactly that one.
+/// A DNS server that netifwatch wrote: it belongs to this machine, not to its settings. Pure.
+[[nodiscard]] bool isFoundByWatcher(const korrin::ValueList& a_oRow);
+
+/// Plans the replacement of a table's rows; those found by the watcher are left alone unless the file brings some. Rows
+/// of equal Id are the same row; rows without Id are new and come last. A column that the file leaves out gets its
+/// default. A secret stays as it is where the file leaves a password out or holds the very text under which hideSecret
+/// shows it. Pure. Throws Failure where a hidden secret has no row to stay with, or a table of one row is not given
+/// exactly that one.
 [[nodiscard]] TablePlan
 planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent);
 

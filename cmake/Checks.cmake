@@ -8,8 +8,7 @@ if(NOT QUORVAD_SANITIZE AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|M
     foreach(program IN LISTS QUORVAD_PROGRAMS)
         list(APPEND files $<TARGET_FILE:${program}>)
     endforeach()
-    # No part of the C library is marked for control flow integrity, so that no program can be.
-    add_test(NAME lint.hardening COMMAND hardening-check --nocfprotection ${files})
+    add_test(NAME lint.hardening COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-hardening ${files})
     add_test(NAME lint.manual COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-manual ${files})
     set_tests_properties(lint.hardening lint.manual PROPERTIES LABELS lint TIMEOUT 60)
 endif()

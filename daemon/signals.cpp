@@ -17,6 +17,8 @@ namespace
 
 constexpr char s_acLogFile[] = "main";
 
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may touch lock-free atomics only");
+
 // If the kit's dispatcher has no wake-up, a signal on the main thread still ends its wait with EINTR.
 template<typename Dispatcher>
 auto wake(Dispatcher& a_oDispatcher, int /*a_iPreferred*/) -> decltype(a_oDispatcher.wakeUp(), void())

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <unistd.h>
+#include <utility>
 
 namespace netifwatch
 {
@@ -30,12 +31,14 @@ EarlierNotes::EarlierNotes(const std::vector<std::string>& a_oPaths)
 
 void EarlierNotes::read(const std::string& a_strPath)
 {
-    std::ifstream oFile(a_strPath);
-    if (!oFile && (errno == ENOENT || errno == ENOTDIR))
+    std::ifstream oStream(a_strPath);
+    if (!oStream && (errno == ENOENT || errno == ENOTDIR))
     {
         return;
     }
-    for (std::string strLine; std::getline(oFile, strLine);)
+    File oFile;
+    oFile.m_strPath = a_strPath;
+    for (std::string strLine; std::getline(oStream, strLine);)
     {
         std::istringstream oLine(strLine);
         int iId = 0;
@@ -43,15 +46,30 @@ void EarlierNotes::read(const std::string& a_strPath)
         std::string strAddress;
         if (oLine >> iId >> strInterface >> strAddress)
         {
-            m_oRows.emplace(iId, strInterface, strAddress);
+            oFile.m_oRows.emplace(iId, strInterface, strAddress);
         }
     }
-    if (!oFile.eof())
+    if (!oStream.eof())
     {
         LOG_WARNING("Cannot read %s: %s", a_strPath.c_str(), std::strerror(errno));
         return;
     }
-    m_oPaths.push_back(a_strPath);
+    m_oFiles.push_back(std::move(oFile));
+}
+
+bool EarlierNotes::find(const korrin::ValueList& a_oRow)
+{
+    const auto oNote = std::make_tuple(a_oRow.getValue(dbm::Id).getInteger(),
+                                       a_oRow.getValue(dbm::Interface).getText(),
+                                       a_oRow.getValue(dbm::DNSClientServer_IPAddress).getText());
+    bool bFound = false;
+    for (File& oFile : m_oFiles)
+    {
+        const bool bNoted = oFile.m_oRows.count(oNote) != 0;
+        oFile.m_bFound = oFile.m_bFound || bNoted;
+        bFound = bFound || bNoted;
+    }
+    return bFound;
 }
 
 Operations EarlierNotes::claim(Rows& a_oPresent)
@@ -59,19 +77,16 @@ Operations EarlierNotes::claim(Rows& a_oPresent)
     Operations oMarks;
     for (korrin::ValueList& oRow : a_oPresent)
     {
-        const int iId = oRow.getValue(dbm::Id).getInteger();
-        const std::string strInterface = oRow.getValue(dbm::Interface).getText();
-        if (m_oRows.count({iId, strInterface, oRow.getValue(dbm::DNSClientServer_IPAddress).getText()}) == 0)
-        {
-            continue;
-        }
-        m_bFound = true;
-        if (oRow.getValue(dbm::DNSClientServer_Origin).getText().empty())
+        if (find(oRow) && oRow.getValue(dbm::DNSClientServer_Origin).getText().empty())
         {
             const korrin::Value oOrigin = platform::text(dbm::Origin_Watcher);
             oRow.remove(dbm::DNSClientServer_Origin);
             oRow.add(dbm::DNSClientServer_Origin, oOrigin);
-            oMarks.push_back({Operation::Kind::Update, dbm::Table_DNSClientServer, strInterface, iId, {}});
+            oMarks.push_back({Operation::Kind::Update,
+                              dbm::Table_DNSClientServer,
+                              oRow.getValue(dbm::Interface).getText(),
+                              oRow.getValue(dbm::Id).getInteger(),
+                              {}});
             oMarks.back().m_oValues.add(dbm::DNSClientServer_Origin, oOrigin);
         }
     }
@@ -80,24 +95,22 @@ Operations EarlierNotes::claim(Rows& a_oPresent)
 
 void EarlierNotes::discard()
 {
-    if (!m_bFound)
+    for (File& oFile : m_oFiles)
     {
-        return;
-    }
-    for (const std::string& strPath : m_oPaths)
-    {
-        if (::unlink(strPath.c_str()) == 0)
+        if (!oFile.m_bFound)
         {
-            LOG_INFO("The rows noted in %s are marked in the table; the file is removed.", strPath.c_str());
+            continue;
+        }
+        if (::unlink(oFile.m_strPath.c_str()) == 0)
+        {
+            LOG_INFO("The rows noted in %s are marked in the table; the file is removed.", oFile.m_strPath.c_str());
         }
         else if (errno != ENOENT)
         {
-            LOG_WARNING("Cannot remove %s: %s", strPath.c_str(), std::strerror(errno));
+            LOG_WARNING("Cannot remove %s: %s", oFile.m_strPath.c_str(), std::strerror(errno));
         }
+        oFile = File(); // once
     }
-    m_oPaths.clear();
-    m_oRows.clear();
-    m_bFound = false;
 }
 
 } // namespace netifwatch

@@ -23,16 +23,23 @@ public:
     /// one when Id, interface and address agree.
     [[nodiscard]] Operations claim(Rows& a_oPresent);
 
-    /// To be called when the marks are in the table: removes the files. They stay when claim() found none of their
-    /// rows: they are about another database then.
+    /// To be called when the marks are in the table: removes the files. One of whose rows claim() found none stays: it
+    /// is about another database.
     void discard();
 
 private:
-    void read(const std::string& a_strPath);
+    struct File
+    {
+        std::string m_strPath;
+        std::set<std::tuple<int, std::string, std::string>> m_oRows;
+        bool m_bFound = false; // one of its rows is in the table
+    };
 
-    std::vector<std::string> m_oPaths; // of the files that were read
-    std::set<std::tuple<int, std::string, std::string>> m_oRows;
-    bool m_bFound = false;
+    void read(const std::string& a_strPath);
+    /// Whether the row is noted; remembers in which files.
+    [[nodiscard]] bool find(const korrin::ValueList& a_oRow);
+
+    std::vector<File> m_oFiles;
     std::uint32_t m_iModuleId;
 };
 

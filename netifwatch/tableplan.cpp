@@ -61,12 +61,17 @@ struct Holding
 };
 using Holdings = std::map<std::string, Holding>;
 
-Holdings group(const Rows& a_oPresent)
+Holdings group(const Rows& a_oPresent, const InterfaceFilter& a_oFilter)
 {
     Holdings oHoldings;
     for (const korrin::ValueList& oRow : a_oPresent)
     {
-        Holding& oHolding = oHoldings[oRow.getValue(dbm::Interface).getText()];
+        const std::string strName = oRow.getValue(dbm::Interface).getText();
+        if (!a_oFilter.accepts(strName))
+        {
+            continue; // another watcher's, for all that is known
+        }
+        Holding& oHolding = oHoldings[strName];
         if (isOwn(oRow))
         {
             oHolding.m_oOwn.push_back(&oRow);
@@ -238,7 +243,7 @@ Operations planServers(const ServersByName& a_oServers,
                        const Rows& a_oPresent,
                        const InterfaceFilter& a_oFilter)
 {
-    Holdings oHoldings = group(a_oPresent);
+    Holdings oHoldings = group(a_oPresent, a_oFilter);
     const std::set<std::string> oForgotten = forgotten(oHoldings, a_oNames);
     for (const auto& [strName, oServers] : a_oServers)
     {
@@ -248,7 +253,7 @@ Operations planServers(const ServersByName& a_oServers,
     for (const auto& [strName, oHolding] : oHoldings)
     {
         const auto it = a_oServers.find(strName);
-        if (oHolding.m_bOthers || !a_oFilter.accepts(strName) || oForgotten.count(strName) > 0)
+        if (oHolding.m_bOthers || oForgotten.count(strName) > 0)
         {
             remove(strName, oHolding, 0, oOperations);
         }

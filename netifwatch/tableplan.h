@@ -66,7 +66,7 @@ makeIPv6Rows(const Interfaces& a_oInterfaces, const InterfaceFilter& a_oFilter, 
 /// - An interface for which no server is known now (it is down, or the machine is between two networks) keeps its
 ///   rows: they do no harm, and the table is on flash. Of interfaces that are gone (a_oNames: those there are) the
 ///   last eight keep theirs.
-/// - Rows of interfaces that the filter leaves out go.
+/// - Rows of interfaces that the filter leaves out are left alone: they may be another watcher's.
 ///
 /// Pure.
 [[nodiscard]] Operations planServers(const ServersByName& a_oServers,

@@ -29,20 +29,19 @@ constexpr unsigned s_uiConnectOnceSec = 2;
 constexpr unsigned s_uiRetryMs = 100; // soon back: a service that was restarted knows no interface
 constexpr unsigned s_uiWaitMs = 3600000;
 
-/// Where earlier versions noted their rows: by default, by the start script for procd, and by option. Whoever leaves
+/// Where earlier versions noted their rows: by option, else by default or by the start script for procd. Whoever leaves
 /// DNSClientServer alone leaves them alone, too.
 std::vector<std::string> earlierNotes(const Options& a_oOptions)
 {
-    std::vector<std::string> oPaths;
-    if (a_oOptions.m_bDns)
+    if (!a_oOptions.m_bDns)
     {
-        oPaths = {"/var/lib/netifwatch/dns-rows", "/etc/quorvad/netifwatch/dns-rows"};
+        return {};
     }
-    if (a_oOptions.m_bDns && !a_oOptions.m_strState.empty())
+    if (!a_oOptions.m_strState.empty())
     {
-        oPaths.push_back(a_oOptions.m_strState);
+        return {a_oOptions.m_strState};
     }
-    return oPaths;
+    return {"/var/lib/netifwatch/dns-rows", "/etc/quorvad/netifwatch/dns-rows"};
 }
 
 } // namespace

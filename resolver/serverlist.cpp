@@ -11,7 +11,7 @@ bool isUsableServerList(const std::string& a_strNameservers)
     ares_channel pChannel = nullptr;
     if (ares_init(&pChannel) != ARES_SUCCESS)
     {
-        return false;
+        return true; // nothing can be said of the list
     }
     const bool bTaken = ares_set_servers_csv(pChannel, a_strNameservers.c_str()) == ARES_SUCCESS;
     ares_destroy(pChannel);

@@ -30,6 +30,7 @@ std::string currentTimeToIsoFormat()
 {
     timespec oNow{};
     clock_gettime(CLOCK_REALTIME, &oNow);
+    tzset(); // localtime_r alone reads the zone only once per process
     return platform::formatLocalTime(oNow.tv_sec, platform::g_acIsoFormat);
 }
 

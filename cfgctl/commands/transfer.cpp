@@ -24,12 +24,6 @@ bool tellsState(const std::string& a_strTable)
     return uiTable && dbm::getSchema()[*uiTable].m_eKind == dbm::EKind::eState;
 }
 
-/// A DNS server that the watcher found on this machine; another machine's watcher finds its own.
-bool isFound(const korrin::ValueList& a_oRow)
-{
-    return a_oRow.getValue(dbm::DNSClientServer_Origin).getText() == dbm::Origin_Watcher;
-}
-
 std::vector<std::string> chooseTables(Database& a_oDatabase, const Options& a_oOptions)
 {
     if (!a_oOptions.m_oTables.empty())
@@ -49,7 +43,7 @@ Rows readRows(Database& a_oDatabase, const std::string& a_strTable, const Option
     Rows oRows = a_oDatabase.getRows(a_strTable);
     if (!a_oOptions.m_bAll)
     {
-        oRows.remove_if(isFound);
+        oRows.remove_if(isFoundByWatcher);
     }
     for (korrin::ValueList& oRow : oRows)
     {

@@ -21,8 +21,9 @@ struct Program
 /// The work, with the handle of the log and with what it calls when it is ready. Failures are thrown.
 using Work = std::function<void(std::uint32_t a_uiLog, const std::function<void()>& a_oReady)>;
 
-/// Does the work in the foreground or in a detached process and returns the exit status, 0 or 1. Every failure is one
-/// line in syslog, and on standard error as long as the caller is there.
+/// Does the work in the foreground or in a detached process and returns the exit status, 0 or 1. A failure of
+/// the work is one line in syslog, and on standard error as long as the caller is there; what keeps the caller from
+/// starting it is on standard error alone.
 ///
 /// In the foreground readiness is reported to the service manager that waits for it. In the background this returns in
 /// the caller's process as soon as the detached one is ready or has failed, and that one never returns. The standard

@@ -103,6 +103,10 @@ void ReadAhead::keepPage(const wire::Request& a_oRead, wire::Reply a_oPage)
     {
         return; // the table changed while the page came
     }
+    if (a_oPage.m_eResult != wire::Result::Ok)
+    {
+        a_oPage.m_oRows.clear();
+    }
     const bool bByKey = isByKey(a_oRead);
     if (!bByKey)
     {

@@ -7,7 +7,6 @@ namespace platform
 
 std::string formatLocalTime(std::time_t a_iTime, const char* a_pFormat)
 {
-    tzset(); // localtime_r alone reads the zone only once per process
     tm oLocal{};
     localtime_r(&a_iTime, &oLocal);
     std::array<char, 64> acText{};

@@ -138,9 +138,14 @@ TEST_F(Commands, ExportLeavesOutWhatOtherProgramsWroteUnlessAsked)
     Options oAll = on("");
     oAll.m_bAll = true;
     EXPECT_THAT(run(cfgctl::runExport, oAll), testing::AllOf(HasSubstr("192.0.2.1"), HasSubstr("StatusNetifWatch")));
-    // A file from before there was the column.
+    // An import leaves the watcher's alone, but for an Id that the file gives to a person's row, as one from before
+    // there was the column does.
+    run(cfgctl::runImport, fromFile(R"({"DNSClientServer":[]})"));
+    EXPECT_THAT(run(cfgctl::runShow, on("DNSClientServer")),
+                testing::AllOf(HasSubstr("192.0.2.1"), Not(HasSubstr("192.0.2.2"))));
     run(cfgctl::runImport, fromFile(R"({"DNSClientServer":[{"Id":1,"Interface":"ppp0","IPAddress":"192.0.2.3"}]})"));
     EXPECT_THAT(run(cfgctl::runShow, on("DNSClientServer", {"Origin="})), HasSubstr("192.0.2.3"));
+    EXPECT_THAT(run(cfgctl::runShow, on("DNSClientServer")), Not(HasSubstr("192.0.2.1")));
 }
 
 TEST_F(Commands, ImportHappensWholeOrNotAtAll)
