@@ -76,50 +76,35 @@ TEST(EventDispatcher, SignalHandlerEndsEveryWait)
     }
 }
 
-TEST(EventLoop, RemovedHandlersAreNotCalledInTheSameRound)
+// Two connections fail at once; the first handler closes both, or replaces the other one by a new one that gets the
+// same number.
+TEST(EventLoop, EventsOfARemovedDescriptorReachNeitherItsHandlerNorItsSuccessor)
 {
-    EventLoop oLoop;
-    const UniqueFd oFirst(makeReadyPipe());
-    const UniqueFd oSecond(makeReadyPipe());
-    int iCalls = 0;
-    const auto oHandler = [&](std::uint32_t)
+    const UniqueFd oNew(makeReadyPipe());
+    for (const bool bReplace : {false, true})
     {
-        ++iCalls;
-        oLoop.remove(oFirst.get()); // itself and the other, in whichever order they come
-        oLoop.remove(oSecond.get());
-    };
-    oLoop.add(oFirst.get(), EPOLLIN, oHandler);
-    oLoop.add(oSecond.get(), EPOLLIN, oHandler);
-    oLoop.wait(s_iForEverMs);
-    oLoop.wait(0);
-    EXPECT_EQ(1, iCalls);
-}
-
-// Two connections fail at once; the first handler replaces the other one by a new one that gets the same number.
-TEST(EventLoop, EventsOfAClosedDescriptorDoNotReachItsSuccessor)
-{
-    EventLoop oLoop;
-    const UniqueFd oFirst(makeReadyPipe());
-    const UniqueFd oSecond(makeReadyPipe());
-    int aiNew[2];
-    ASSERT_EQ(0, pipe(aiNew));
-    int iSuccessorCalls = 0;
-    bool bReplaced = false;
-    const auto oReplace = [&](int a_iOther)
-    {
-        ASSERT_FALSE(bReplaced);
-        bReplaced = true;
-        oLoop.remove(a_iOther);
-        dup2(aiNew[0], a_iOther);
-        oLoop.add(a_iOther, EPOLLIN, [&](std::uint32_t) { ++iSuccessorCalls; });
-    };
-    oLoop.add(oFirst.get(), EPOLLIN, [&](std::uint32_t) { oReplace(oSecond.get()); });
-    oLoop.add(oSecond.get(), EPOLLIN, [&](std::uint32_t) { oReplace(oFirst.get()); });
-    oLoop.wait(s_iForEverMs);
-    EXPECT_TRUE(bReplaced);
-    EXPECT_EQ(0, iSuccessorCalls);
-    close(aiNew[0]);
-    close(aiNew[1]);
+        EventLoop oLoop;
+        const UniqueFd oFirst(makeReadyPipe());
+        const UniqueFd oSecond(makeReadyPipe());
+        int iCalls = 0;
+        int iSuccessorCalls = 0;
+        const auto oRemove = [&](int a_iOwn, int a_iOther)
+        {
+            ++iCalls;
+            oLoop.remove(a_iOther);
+            if (bReplace)
+            {
+                dup2(oNew.get(), a_iOther);
+                oLoop.add(a_iOther, EPOLLIN, [&](std::uint32_t) { ++iSuccessorCalls; });
+            }
+            oLoop.remove(a_iOwn);
+        };
+        oLoop.add(oFirst.get(), EPOLLIN, [&](std::uint32_t) { oRemove(oFirst.get(), oSecond.get()); });
+        oLoop.add(oSecond.get(), EPOLLIN, [&](std::uint32_t) { oRemove(oSecond.get(), oFirst.get()); });
+        oLoop.wait(s_iForEverMs);
+        EXPECT_EQ(1, iCalls);
+        EXPECT_EQ(0, iSuccessorCalls);
+    }
 }
 
 TEST(EventLoop, ThrowingHandlersAreLoggedAndOthersStillRun)

@@ -61,16 +61,7 @@ TEST(Assert, CarriesItsArgumentsAndIsReportedWhereTheHookSays)
     { Assert::throwAssertionFailed(eConstruction, "configobjects", 31, "!m_strTable\n.empty()"); };
     const std::string strWhat = "Assertion failed (construction, type 4) at configobjects:31: !m_strTable\\x0a.empty()";
     LogCapture oCapture;
-    try
-    {
-        oFail();
-    }
-    catch (const AssertionFailed& oFailure)
-    {
-        EXPECT_EQ(eConstruction, oFailure.getType());
-        EXPECT_EQ("!m_strTable\n.empty()", oFailure.getExpression());
-        EXPECT_EQ(strWhat, oFailure.what());
-    }
+    EXPECT_THAT(oFail, testing::ThrowsMessage<AssertionFailed>(strWhat));
     EXPECT_EQ("", oCapture.take()) << "reported without a hook";
     DefaultAssertHook oHook;
     EXPECT_THROW(oFail(), AssertionFailed);

@@ -2,15 +2,18 @@
 
 #include "tests/unit/support/child.h"
 #include "tests/unit/support/folder.h"
-
-#include <gmock/gmock.h>
+#include "tests/unit/support/logcapture.h"
+#include "vadro/daemon.h"
 
 #include <poll.h>
 #include <stdexcept>
+#include <sys/resource.h>
 
 using testing::AllOf;
 using testing::EndsWith;
+using testing::Gt;
 using testing::HasSubstr;
+using testing::Ne;
 using testing::StartsWith;
 
 namespace
@@ -30,10 +33,21 @@ struct ProgramTest : testing::Test
         const Child oCaller(
             [&]
             {
+                std::signal(SIGCHLD, SIG_IGN); // as some parents leave it
                 const bool bOpen = std::freopen(strFile.c_str(), "w", stderr) != nullptr;
                 return !bOpen ? 99 : platform::runProgram({"sample", false, false, true, a_strPidFolder}, a_oWork);
             });
         return {oCaller.wait(), contentOf(strFile)};
+    }
+    static void expectOnItsOwn(pid_t a_iPid)
+    {
+        const std::string strProcess = "/proc/" + std::to_string(a_iPid) + "/";
+        for (const char* pDescriptor : {"fd/0", "fd/1", "fd/2"})
+        {
+            EXPECT_EQ(std::filesystem::read_symlink(strProcess + pDescriptor), "/dev/null");
+        }
+        EXPECT_EQ(std::filesystem::read_symlink(strProcess + "cwd"), "/");
+        EXPECT_THAT(::getsid(a_iPid), AllOf(Gt(0), Ne(a_iPid), Ne(::getsid(0))));
     }
     std::pair<int, std::string> run(const platform::Work& a_oWork) { return run(a_oWork, m_oFolder / ""); }
 };
@@ -53,7 +67,7 @@ TEST_F(ProgramTest, TheCallerGoesOnWhenTheDetachedProcessIsReady)
     };
     EXPECT_EQ(run(serve), std::make_pair(0, std::string()));
     const std::string strPid = contentOf(m_strPidFile);
-    EXPECT_EQ(::kill(std::stoi(strPid), 0), 0);
+    expectOnItsOwn(std::stoi(strPid));
     EXPECT_EQ(run(serve),
               std::make_pair(1, "sample: already running, as " + m_strPidFile + " says; stop that one first\n"));
     EXPECT_EQ(contentOf(m_strPidFile), strPid);
@@ -75,4 +89,19 @@ TEST_F(ProgramTest, TheCallerLearnsWhyTheStartFailed)
               std::make_pair(1, std::string("sample: the background process ended unexpectedly; see syslog\n")));
     EXPECT_THAT(run(fail, m_oFolder / "none").second,
                 AllOf(StartsWith("sample: cannot write PID file"), HasSubstr("none/sample.pid"), EndsWith("none\n")));
+}
+
+TEST(Detach, FailureLeavesTheCallerAsItWas)
+{
+    LogCapture oCapture;
+    const Child oStarter(
+        []
+        {
+            const rlimit oNone{3, 3};
+            setrlimit(RLIMIT_NOFILE, &oNone);
+            const VADRO_Daemon oDaemon{};
+            return VADRO_Daemon_daemonize(&oDaemon) == 0 && std::filesystem::current_path() != "/" ? 7 : 8;
+        });
+    EXPECT_EQ(7, oStarter.wait());
+    EXPECT_THAT(oCapture.take(), HasSubstr("Too many open files"));
 }

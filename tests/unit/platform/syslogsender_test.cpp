@@ -1,11 +1,11 @@
 #include "platform/base/syslogsender.h"
 
 #include "platform/base/io.h"
+#include "tests/unit/support/folder.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
 #include <regex>
 
 #include <sys/socket.h>
@@ -14,9 +14,8 @@
 // The C library's syslog() never returns here.
 TEST(SyslogSender, LoggerThatStandsStillCostsLinesAndNoTime)
 {
-    char acFolder[] = "/tmp/syslogsender.XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(acFolder));
-    const std::string strPath = std::string(acFolder) + "/log";
+    const Folder oFolder;
+    const std::string strPath = oFolder / "log";
     const platform::UniqueFd oLogger(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
     ASSERT_TRUE(platform::UnixAddress(strPath).bind(oLogger.get()));
     platform::SyslogSender oSender(strPath);
@@ -42,5 +41,4 @@ TEST(SyslogSender, LoggerThatStandsStillCostsLinesAndNoTime)
     oSender.send(LOG_ERR, "quorvad", "after");
     EXPECT_NE(std::string::npos, receive(acLine).find(": " + std::to_string(5000 - uiRead) + " log lines dropped"));
     EXPECT_NE(std::string::npos, receive(acLine).find(": after"));
-    std::filesystem::remove_all(acFolder);
 }
