@@ -1,6 +1,6 @@
 #include "platform/client/configclient.h"
 
-#include "platform/wire/frame.h"
+#include "tests/unit/cfgserver/samples.h"
 
 #include <gtest/gtest.h>
 
@@ -40,9 +40,7 @@ public:
 
 korrin::ValueList row(int a_iId)
 {
-    korrin::ValueList oRow;
-    oRow.add("Id", korrin::Value(korrin::eValueInteger, a_iId));
-    return oRow;
+    return samples::row({{"Id", samples::integer(a_iId)}});
 }
 
 TEST(ConfigClient, WriteAccessEndsWithCommitLossAndRefusalAndIsNotForReaders)

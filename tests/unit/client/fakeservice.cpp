@@ -1,6 +1,7 @@
 #include "fakeservice.h"
 
 #include "platform/base/io.h"
+#include "tests/unit/cfgserver/samples.h"
 
 #include <array>
 #include <stdexcept>
@@ -61,10 +62,7 @@ void FakePeer::reply(const wire::Request& a_oRequest, unsigned a_uiNumber, wire:
     oReply.m_eResult = a_eResult;
     oReply.m_uiNumber = a_uiNumber;
     oReply.m_strError = a_eResult == wire::Result::Ok ? "" : "no, since this is a test";
-    korrin::ValueList oRow;
-    oRow.add("Service", korrin::Value(korrin::eValueText, "fake"));
-    oRow.add("Version", korrin::Value(korrin::eValueText, "7"));
-    oReply.m_oRows.push_back(oRow);
+    oReply.m_oRows.push_back(samples::row({{"Service", samples::text("fake")}, {"Version", samples::text("7")}}));
     sendBytes(wire::encodeFrame(wire::encode(oReply)));
 }
 

@@ -1,11 +1,13 @@
-#include "cfgserver/database.h"
 #include "cfgserver/service.h"
 #include "platform/client/configclient.h"
+#include "tests/unit/cfgserver/samples.h"
 
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>
 #include <utility>
+
+using namespace samples;
 
 namespace
 {
@@ -16,9 +18,7 @@ class Direct : public platform::IRequester
 public:
     explicit Direct(cfgserver::Service& a_oService) : m_oClient(*this, false), m_oService(a_oService)
     {
-        wire::Request oHello;
-        oHello.m_uiNumber = wire::g_uiProtocolVersion;
-        (void)request(oHello);
+        (void)request(samples::hello());
     }
     wire::Reply request(wire::Request a_oRequest) override
     {
@@ -57,10 +57,8 @@ protected:
               {
                   for (int iId = a_iFirst; iId <= a_iLast; ++iId)
                   {
-                      korrin::ValueList oRow;
-                      oRow.add("Id", korrin::Value(korrin::eValueInteger, iId));
-                      oRow.add(std::string(a_pTable) == "DynDns" ? "Hostname" : "Name",
-                               korrin::Value(korrin::eValueText, "n" + std::to_string(iId)));
+                      const char* pName = std::string(a_pTable) == "DynDns" ? "Hostname" : "Name";
+                      const auto oRow = row({{"Id", integer(iId)}, {pName, text("n" + std::to_string(iId))}});
                       EXPECT_EQ(a_oClient.insertrow(a_pTable, oRow), 0U);
                   }
               });
