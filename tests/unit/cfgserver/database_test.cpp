@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <numeric>
 #include <set>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -18,8 +17,7 @@ namespace
 
 int modeOf(const std::string& a_strFile)
 {
-    struct stat oStatus = {};
-    return ::stat(a_strFile.c_str(), &oStatus) == 0 ? static_cast<int>(oStatus.st_mode & 0777U) : -1;
+    return static_cast<int>(std::filesystem::status(a_strFile).permissions());
 }
 
 struct DatabaseTest : testing::Test
@@ -70,15 +68,12 @@ struct DatabaseTest : testing::Test
         oFile.seekp(1024) << std::string(99, '\xff');
     }
 
-    /// Name, mode and content of all that is there.
+    /// Mode and content of the database and its log, and how many files there are.
     std::string snapshot()
     {
-        std::set<std::string> oFiles;
-        for (const auto& oEntry : std::filesystem::directory_iterator(m_oFolder / ""))
-        {
-            oFiles.insert(oEntry.path().string() + std::to_string(modeOf(oEntry.path())) + contentOf(oEntry.path()));
-        }
-        return std::accumulate(oFiles.begin(), oFiles.end(), std::string());
+        const auto iFiles = std::distance(std::filesystem::directory_iterator(m_oFolder / ""), {});
+        return std::to_string(iFiles) + "," + std::to_string(modeOf(m_strFile)) + "," +
+               std::to_string(modeOf(m_strFile + "-wal")) + contentOf(m_strFile) + contentOf(m_strFile + "-wal");
     }
 
     void sql(const char* a_pQuery)

@@ -1,4 +1,5 @@
 #include "platform/base/io.h"
+#include "platform/common/deadline.h"
 #include "samples.h"
 #include "tests/unit/support/child.h"
 #include "tests/unit/support/liveservice.h"
@@ -9,7 +10,6 @@
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
 using namespace cfgserver;
 using namespace samples;
@@ -86,14 +86,6 @@ public:
     }
     std::uint32_t count() { return ask(request(Operation::GetRowCount)).m_uiNumber; }
 
-    RawClient& greet(std::initializer_list<const char*> a_oWatched = {}, bool a_bOwn = false)
-    {
-        wire::Request oHello = hello("test", row({{"NotifyOwnChanges", integer(a_bOwn ? 1 : 0)}}));
-        oHello.m_oNames.assign(a_oWatched.begin(), a_oWatched.end());
-        EXPECT_EQ(ask(oHello).m_eResult, Result::Ok);
-        return *this;
-    }
-
     /// The service closed the connection, within the budget.
     bool isClosed()
     {
@@ -117,25 +109,24 @@ private:
     bool m_bClosed = false;
 };
 
-bool waitFor(const std::function<bool()>& a_oCondition)
-{
-    const auto oEnd = Clock::now() + std::chrono::milliseconds(s_iBudgetMs);
-    while (!a_oCondition() && Clock::now() < oEnd)
-    {
-    }
-    return a_oCondition();
-}
-
 struct ServerTest : testing::Test
 {
     Limits m_oLimits;
     std::optional<LiveService> m_oService;
     std::string m_strPath;
 
-    void start()
+    /// A greeted client; the service starts with the first one.
+    RawClient join(std::initializer_list<const char*> a_oWatched = {}, bool a_bOwn = false)
     {
-        m_oService.emplace(m_oLimits);
-        m_strPath = m_oService->getSocket();
+        if (!m_oService)
+        {
+            m_strPath = m_oService.emplace(m_oLimits).getSocket();
+        }
+        wire::Request oHello = hello("test", row({{"NotifyOwnChanges", integer(a_bOwn ? 1 : 0)}}));
+        oHello.m_oNames.assign(a_oWatched.begin(), a_oWatched.end());
+        RawClient oClient(m_strPath);
+        EXPECT_EQ(oClient.ask(oHello).m_eResult, Result::Ok);
+        return oClient;
     }
 };
 
@@ -143,13 +134,9 @@ struct ServerTest : testing::Test
 
 TEST_F(ServerTest, WhoWatchesIsToldOncePerCommit)
 {
-    start();
-    RawClient oWriter(m_strPath);
-    oWriter.greet({"DynDns"});
-    RawClient oOwn(m_strPath);
-    oOwn.greet({"DynDns", "etl"}, true);
-    RawClient oOther(m_strPath);
-    oOther.greet({"etl"});
+    RawClient oWriter = join({"DynDns"});
+    RawClient oOwn = join({"DynDns", "etl"}, true);
+    RawClient oOther = join({"etl"});
     for (RawClient* pClient : {&oWriter, &oOwn})
     {
         for (const auto eOperation :
@@ -171,21 +158,20 @@ TEST_F(ServerTest, WhoWatchesIsToldOncePerCommit)
 
 TEST_F(ServerTest, WhatAWriterSentBeforeItsEndIsStillServed)
 {
-    start();
-    RawClient oOther(m_strPath);
-    oOther.greet();
-    RawClient(m_strPath).greet().send(frameOf(request(Operation::GetAccess)) + frameOf(request(Operation::InsertRow)) +
-                                      frameOf(request(Operation::Commit)));
-    EXPECT_TRUE(waitFor([&] { return oOther.count() == 1; }));
+    RawClient oOther = join();
+    join().send(frameOf(request(Operation::GetAccess)) + frameOf(request(Operation::InsertRow)) +
+                frameOf(request(Operation::Commit)));
+    for (const platform::Deadline oEnd(std::chrono::seconds(10)); oOther.count() == 0 && !oEnd.hasPassed();)
+    {
+    }
+    EXPECT_EQ(oOther.count(), 1U);
 }
 
 TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
 {
     m_oLimits.m_oTimeouts.m_oHello = std::chrono::milliseconds(300);
     m_oLimits.m_oTimeouts.m_oStalled = std::chrono::milliseconds(300);
-    start();
-    RawClient oGood(m_strPath);
-    oGood.greet();
+    RawClient oGood = join();
     const std::pair<std::string, bool> oBad[] = {
         {"GET / HTTP/1.1\r\n\r\n", false},
         {std::string("\0\0\0\0", 4), true},
@@ -197,11 +183,7 @@ TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
     };
     for (const auto& [strBytes, bGreeted] : oBad)
     {
-        RawClient oClient(m_strPath);
-        if (bGreeted)
-        {
-            oClient.greet();
-        }
+        RawClient oClient = bGreeted ? join() : RawClient(m_strPath);
         oClient.send(strBytes);
         EXPECT_TRUE(oClient.isClosed()) << strBytes;
         EXPECT_EQ(oGood.ask(Operation::GetTables), Result::Ok);
@@ -211,9 +193,7 @@ TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
 TEST_F(ServerTest, AClientThatNeverReadsIsClosedAndCostsOthersNothing)
 {
     m_oLimits.m_oTimeouts.m_oStalled = std::chrono::milliseconds(500);
-    start();
-    RawClient oGood(m_strPath);
-    oGood.greet();
+    RawClient oGood = join();
     EXPECT_EQ(oGood.ask(Operation::GetAccess), Result::Ok);
     const korrin::ValueList oRow = row({{"Hostname", text(std::string(g_uiMaxText, 'h'))}});
     for (int i = 0; i < 8; ++i)
@@ -221,8 +201,7 @@ TEST_F(ServerTest, AClientThatNeverReadsIsClosedAndCostsOthersNothing)
         EXPECT_EQ(oGood.ask(Operation::InsertRow, oRow), Result::Ok);
     }
     EXPECT_EQ(oGood.ask(Operation::Commit), Result::Ok);
-    RawClient oDeaf(m_strPath);
-    oDeaf.greet();
+    RawClient oDeaf = join();
     for (int i = 0; i < 1000 && oDeaf.send(frameOf(request(Operation::GetRows))); ++i)
     {
         EXPECT_EQ(oGood.count(), 8U);
@@ -237,23 +216,21 @@ TEST_F(ServerTest, AFloodOfClientsKeepsNobodyOut)
 {
     m_oLimits.m_uiClients = 12;
     m_oLimits.m_uiStrangers = 4;
-    start();
     std::deque<RawClient> oFlood;
-    RawClient oFirst(m_strPath);
-    oFirst.greet();
+    RawClient oFirst = join();
     for (int i = 0; i < 200; ++i)
     {
         oFlood.emplace_back(m_strPath);
         if (i % 20 == 0)
         {
-            RawClient(m_strPath).greet();
+            join();
         }
     }
     EXPECT_TRUE(oFlood.front().isClosed());
     std::deque<RawClient> oGreeted;
     for (int i = 0; i < 11; ++i)
     {
-        oGreeted.emplace_back(m_strPath).greet();
+        oGreeted.push_back(join());
     }
     EXPECT_EQ(RawClient(m_strPath).ask(hello()).m_strError,
               "too many clients: 12 are connected already; end some, or try again later");
@@ -264,11 +241,10 @@ TEST_F(ServerTest, OneProcessLeavesRoomForOthers)
 {
     m_oLimits.m_uiClients = 3;
     m_oLimits.m_uiPerProcess = 3;
-    start();
     std::deque<RawClient> oClients;
     for (int i = 0; i < 3; ++i)
     {
-        oClients.emplace_back(m_strPath).greet();
+        oClients.push_back(join());
     }
     EXPECT_EQ(oClients[0].ask(Operation::GetAccess), Result::Ok);
     EXPECT_EQ(oClients[2].ask(Operation::GetTables), Result::Ok);
@@ -285,9 +261,7 @@ TEST_F(ServerTest, OneProcessLeavesRoomForOthers)
 
 TEST_F(ServerTest, WithoutDescriptorsItRefusesAndDoesNotSpin)
 {
-    start();
-    RawClient oGood(m_strPath);
-    oGood.greet();
+    RawClient oGood = join();
     std::array<RawClient, 20> oLate;
     rlimit oOld = {};
     ::getrlimit(RLIMIT_NOFILE, &oOld);
@@ -304,7 +278,7 @@ TEST_F(ServerTest, WithoutDescriptorsItRefusesAndDoesNotSpin)
     }
     EXPECT_LT(m_oService->getTurns() - uiBefore, 100U);
     ::setrlimit(RLIMIT_NOFILE, &oOld);
-    RawClient(m_strPath).greet();
+    join();
 }
 
 TEST(ServiceSocketTest, RootIsNotKeptOutByOthers)
@@ -333,11 +307,10 @@ TEST(ServiceSocketTest, ThePathIsTakenWithCare)
     const std::string strPath = oFolder / "s";
     const auto failure = [](const std::string& a_strPath)
     { return failureOf([&] { const ServiceSocket oSocket(a_strPath, std::nullopt); }); };
-    struct stat oStatus = {};
+    const auto mode = [&] { return std::filesystem::status(strPath).permissions(); };
     {
         const ServiceSocket oSocket(strPath, std::nullopt);
-        ASSERT_EQ(::stat(strPath.c_str(), &oStatus), 0);
-        EXPECT_EQ(oStatus.st_mode & 0777U, 0600U);
+        EXPECT_EQ(mode(), std::filesystem::perms(0600));
         EXPECT_THAT(failure(strPath), HasSubstr("in use by process " + std::to_string(::getpid())));
         std::filesystem::rename(strPath, oFolder / "moved");
         EXPECT_THAT(failure(strPath), HasSubstr("held by another start"));
@@ -352,7 +325,6 @@ TEST(ServiceSocketTest, ThePathIsTakenWithCare)
     EXPECT_THAT(failure(std::string(200, 'x')), HasSubstr("1 to 107 bytes long"));
     {
         const ServiceSocket oSocket(strPath, ::getegid());
-        ASSERT_EQ(::stat(strPath.c_str(), &oStatus), 0);
-        EXPECT_EQ(oStatus.st_mode & 0777U, 0660U);
+        EXPECT_EQ(mode(), std::filesystem::perms(0660));
     }
 }

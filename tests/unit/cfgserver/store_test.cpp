@@ -66,7 +66,6 @@ TEST_F(StoreTest, RefusalsSayWhyAndWriteNothing)
         {[&] { (void)m_oNetif.getRow("Id", "01"); }, Result::NoSuchRow, "Id '01'"},
         {insert(oRelay, {}), Result::NotSupported, "exactly one row"},
         {[&] { oRelay.erase(0); }, Result::NotSupported, "exactly one row"},
-        {[&] { oRelay.erase("Id", "1"); }, Result::NotSupported, "exactly one row"},
         {[&] { m_oDynDns.erase("Password", "guess"); }, Result::NoSuchRow, "Password of that value"},
     };
     for (const auto& [oAction, eExpected, pText] : oCases)

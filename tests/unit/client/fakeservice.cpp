@@ -8,7 +8,6 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 namespace
 {
@@ -96,16 +95,14 @@ FakeService::~FakeService()
     {
         m_oThread.join();
     }
-    ::close(m_iListener);
 }
 
 void FakeService::start(std::vector<Script> a_oScripts)
 {
-    ::close(m_iListener); // of an earlier start
-    ::unlink(m_strPath.c_str());
-    m_iListener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    check(platform::UnixAddress(m_strPath).bind(m_iListener), "bind");
-    check(::listen(m_iListener, 4) == 0, "listen");
+    std::filesystem::remove(m_strPath); // of an earlier start
+    m_oListener = platform::UniqueFd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    check(platform::UnixAddress(m_strPath).bind(m_oListener.get()), "bind");
+    check(::listen(m_oListener.get(), 4) == 0, "listen");
     m_oThread = std::thread([this, oScripts = std::move(a_oScripts)] { run(oScripts); });
 }
 
@@ -113,17 +110,16 @@ void FakeService::run(const std::vector<Script>& a_oScripts) const
 {
     for (const Script& oScript : a_oScripts)
     {
-        pollfd oPoll{m_iListener, POLLIN, 0};
+        pollfd oPoll{m_oListener.get(), POLLIN, 0};
         for (int iWaited = 0; iWaited < g_iStepLimitMs && !m_bStop && ::poll(&oPoll, 1, 20) == 0; iWaited += 20)
         {
         }
-        const int iFd = ::accept4(m_iListener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (m_bStop || iFd < 0)
+        const platform::UniqueFd oFd(::accept4(m_oListener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+        if (m_bStop || !oFd.isOpen())
         {
-            ::close(iFd);
             return;
         }
-        FakePeer oPeer(iFd);
+        FakePeer oPeer(oFd.get());
         try
         {
             oScript(oPeer);
@@ -131,6 +127,5 @@ void FakeService::run(const std::vector<Script>& a_oScripts) const
         catch (const std::exception&) // the client went away or did something else: its own checks say so
         {
         }
-        ::close(iFd);
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/base/uniquefd.h"
 #include "platform/wire/frame.h"
 #include "platform/wire/message.h"
 #include "tests/unit/support/folder.h"
@@ -54,7 +55,7 @@ private:
 
     const Folder m_oFolder;
     const std::string m_strPath = m_oFolder / "socket";
-    int m_iListener = -1;
+    platform::UniqueFd m_oListener;
     std::atomic<bool> m_bStop{false};
     std::thread m_oThread;
 };

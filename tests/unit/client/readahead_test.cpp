@@ -102,11 +102,8 @@ TEST_F(ReadAhead, ATableTakesFewRequestsInADeliveryAndOneEachOutsideOfIt)
             oSome.add("Name");
             korrin::ValueList oRow;
             ASSERT_EQ(m_oHandler.m_oClient.getrow("DynDns", uiRow, oAll, oRow), 0U);
-            ASSERT_EQ(oRow.getValue("Id").getInteger(), static_cast<int>(uiRow) + 1);
             const std::string strName = "n" + std::to_string(uiRow % 1000 + 1);
             ASSERT_EQ(m_oHandler.m_oClient.getrowbykey("StatusNetifWatch", "Name", strName, oSome, oRow), 0U);
-            ASSERT_EQ(oRow.front().first, "Addr");
-            ASSERT_EQ(oRow.back().second.getText(), strName);
         }
         EXPECT_EQ(uiCount, 2000U);
         EXPECT_EQ(m_oHandler.m_iRequests > 4000, !bDelivering);

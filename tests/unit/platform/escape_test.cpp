@@ -7,11 +7,7 @@ using namespace std::string_literals;
 
 TEST(Visible, NastySamples)
 {
-    const struct
-    {
-        std::string m_strText;
-        std::string m_strVisible;
-    } aoSamples[] = {
+    const std::pair<std::string, std::string> aoSamples[] = {
         {"", ""},
         {"good 127.0.0.1 ~", "good 127.0.0.1 ~"},
         {"ok\nJan 1 00:00:00 quorvad: forged", "ok\\x0aJan 1 00:00:00 quorvad: forged"},
@@ -29,9 +25,9 @@ TEST(Visible, NastySamples)
         {"\xe2\x82z", "\\xe2\\x82z"}, // the byte after a broken start stands for itself
         {"\xf0\x9f\x98\n", "\\xf0\\x9f\\x98\\x0a"},
     };
-    for (const auto& oSample : aoSamples)
+    for (const auto& [strText, strVisible] : aoSamples)
     {
-        EXPECT_EQ(oSample.m_strVisible, escape(oSample.m_strText));
+        EXPECT_EQ(strVisible, escape(strText));
     }
 }
 
