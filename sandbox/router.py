@@ -137,11 +137,16 @@ class Router:
             return self.rows("StatusNetifWatch", **wanted) and (ipv6 is None or found == [ipv6][:bool(ipv6)])
         wait_for(f"rows show {wanted}, {ipv6}", shown, seconds, [self.service, self.watcher])
 
-    def start_usual(self, *options, page="page", **columns):
-        """Provider, service and a row for each kind of account; returns their Ids. page may carry a query."""
-        self.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"})
+    def start_tables(self, *provider, options=(), **more):
+        """Provider (as start_provider) and service, the router's own state in the tables."""
+        self.start_provider(*provider, **more)
         self.start_service(*options)
         self.describe()
+
+    def start_usual(self, *options, page="page", **columns):
+        """Provider, service and a row for each kind of account; returns their Ids. page may carry a query."""
+        self.start_tables({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"},
+                          options=options)
         return (self.add_account("update-url", f"https://{HTTPS_HOST}/plain/{page}", "home.example.org", **columns),
                 self.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", "word", **columns))
 

@@ -20,9 +20,7 @@ def outcome(router, account):
 
 def test_update(router):
     pages = {"full": "good <10.64.0.2>\nsecond line\n", "plain": "anything\n", "refusal": "badauth & more\n"}
-    router.start_provider(users={"alice": "s3cret+word"}, pages=pages)
-    router.start_service()
-    router.describe(serial="A1B2C3D4")
+    router.start_tables(users={"alice": "s3cret+word"}, pages=pages)
     full = router.add_account("update-url", f"{URL}/nic/full{TEMPLATE}", "home.example.org", "alice", "s3cret+word",
                               ExpectedResultSubString="good")
     plain = router.add_account("update-url", f"{URL}/plain/plain", "home.example.org")

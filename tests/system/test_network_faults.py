@@ -56,18 +56,16 @@ HTTPS_OUTCOMES = {
     "nasty-bytes": (1, 200, "good\0&lt;" + "\ufffd" * 3 + "( " + "\ufffd" * 3 + "\x1b[31m\r&gt;"), "split": (1, 200, "good &lt;split&gt; reply"),
     "cut": failed("Transferred a partial file"),
     "wrong-host": TRUST, "expired": TRUST, "unknown-ca": TRUST, "old-tls": TLS, "redirect": (0, 302, "moved"),
-    "401": (0, 401, "who?"), "429": (0, 429, "abuse"), "500": (0, 500, ""), "204": (0, 204, ""),
+    "204": (0, 204, ""),
     "http-0.9": failed("Unsupported protocol"), "plain-on-tls": TLS}
 
 
 def test_providers(router):
-    router.start_provider(pages={"page": "good\n"}, extra_names={FAULT_HOST: FAULT_ANSWER}, hashed=False)
+    router.start_tables(pages={"page": "good\n"}, extra_names={FAULT_HOST: FAULT_ANSWER}, hashed=False)
     server, stranger = router.authority.server, Authority(router.folder, "Stranger")
     start_faults(router.isp, certificates={
         "good": server(FAULT_HOST), "other.example.net": server("other.example.net"),
         "expired": server(FAULT_HOST, expired=True), "unknown": stranger.server(FAULT_HOST)})
-    router.start_service()
-    router.describe()
     nine = [router.add_account("update-url", f"https://{HTTPS_HOST}/plain/page?{number}", "x") for number in range(9)]
     accounts = {fault: router.add_account("update-url", f"https://{FAULT_HOST}:{PORTS[fault]}/", "x")
                 for fault in HTTPS_OUTCOMES}
@@ -157,9 +155,7 @@ def test_dns(router):
 def test_interfaces(router):
     """Interfaces that fail between the decision and the attempt; and a storm of addresses on ppp0."""
     Path("/proc/sys/net/ipv4/tcp_syn_retries").write_text("1")
-    router.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"})
-    router.start_service()
-    router.describe()
+    router.start_tables({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"})
     links = {name: add_link(router, name, number, (FAULT_DNS,), provider=name == "renamed")
              for number, name in enumerate(("downed", "unplugged", "gone", "renamed"), 66)}
     start_faults(router.other, "word")

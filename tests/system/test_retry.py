@@ -6,12 +6,10 @@ SLICE = 4  # seconds: a deadline is looked at this often
 
 
 def test_retry(router):
-    accounts = {"alice": {"password": "word", "domain": "else.example.org"}}
-    router.start_provider(accounts)
-    router.start_service()
-    router.describe()
+    word = "gnu:pass word"
+    router.start_tables({"alice": {"password": word, "domain": "else.example.org"}})
     https = router.add_account("update-url", f"https://{HTTPS_HOST}/broken/", "home.example.org", Retry=3)
-    gnudip = router.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", "word", Retry=2)
+    gnudip = router.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", word, Retry=2)
     never = router.add_account("update-url", f"https://{HTTPS_HOST}/broken/never", "home.example.org", Retry=0)
     daemon = router.start_daemon()
     period = {tries: int(daemon.wait_log(rf"Built scheduler with {tries} retries and (\d+) seconds")[1])
@@ -24,7 +22,7 @@ def test_retry(router):
     for seconds in period.values():
         daemon.wait_log(f"Action failed, schedule next try in {2 * seconds} seconds")
     router.isp.repair()
-    router.isp.set_gnudip(GNUDIP, {"alice": {"password": "word", "domain": "dyn.example.org"}})
+    router.isp.set_gnudip(GNUDIP, {"alice": {"password": word, "domain": "dyn.example.org"}})
     router.wait_rows("DynDnsStatus", 2 * START_PERIOD + 15, 2, Success=1)
     daemon.wait_log("Action succeeded after 2 retries", times=2)
     router.nudge()

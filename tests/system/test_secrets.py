@@ -20,11 +20,9 @@ def test_secrets(router):
     """Accounts that succeed and fail in many ways; then everything that others can read is searched."""
     names = {"nobody.example.net": "10.99.0.99", "odd.example.net": "10.99.0.37"}
     gnudip = {"alice": {"password": WORD, "domain": "dyn.example.org"}}
-    router.start_provider(gnudip, {"alice": WORD}, {"page": "good\n", "forged": FORGED}, names)
-    router.isp.start_gnudip("10.99.0.37", gnudip, "7\x1b[2J\nforged")
     router.start_syslog()
-    router.start_service()
-    router.describe()
+    router.start_tables(gnudip, {"alice": WORD}, {"page": "good\n", "forged": FORGED}, names)
+    router.isp.start_gnudip("10.99.0.37", gnudip, "7\x1b[2J\nforged")
     url, query = f"https://{HTTPS_HOST}", f"?key={KEY}&pw=<password>&u=<username>"
     accounts = [router.add_account("update-url", server + query, "home\n2026 error forged:1: line\x1b[2J", "alice", WORD,
                                    ExpectedResultSubString=expected)
@@ -38,6 +36,10 @@ def test_secrets(router):
     daemon = router.start_daemon("-f")
     router.wait_rows("DynDnsStatus", START_PERIOD + 30, len(accounts) - 1)
 
+    *_, denied, _, short = accounts
+    assert router.rows("DynDnsLog", DynDnsId=denied)[0]["Response"] == "Authentication error"
+    daemon.wait_log(r"Failed to send GnuDIP update \(Username is part of gnuDIP domain => domain must be longer\)")
+    assert router.rows("DynDnsLog", DynDnsId=short) == []
     told = {words: router.ctl(*words.split()).stdout for words in (
         "status", "--json status", "show DynDnsLog", "show DynDnsStatus", "show DynDns", "export")}
     told["processes"] = machine.readable_of_processes()

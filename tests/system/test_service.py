@@ -15,9 +15,7 @@ def processor_seconds(pid):
 
 
 def test_killed(router):
-    router.start_provider(pages={"page": "good\n"})
-    router.start_service()
-    router.describe()
+    router.start_tables(pages={"page": "good\n"})
     account = router.add_account("update-url", f"https://{HTTPS_HOST}/plain/page?<ipaddr>", "home.example.org")
     daemon = router.start_daemon()
     daemon.wait_log("Built scheduler with")

@@ -27,11 +27,9 @@ def seeded():
 def test_stop_signals(router):
     dice = seeded()
     mute = "10.99.0.36"
-    router.start_provider({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"},
-                          extra_names={"mute.example.net": mute})
+    router.start_tables({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"},
+                        extra_names={"mute.example.net": mute})
     router.isp.start_gnudip(mute, {}, "no-salt")
-    router.start_service()
-    router.describe()
     router.add_account("update-url", f"https://{HTTPS_HOST}/plain/page", "home.example.org", Retry=5)
     for server in (GNUDIP_HOST, "mute.example.net"):
         router.add_account("gnudip", server, "alice.dyn.example.org", "alice", "word", Retry=5)

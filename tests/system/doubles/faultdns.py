@@ -5,7 +5,8 @@ Part of faultprovider.py. Speaks UDP and TCP on port 53 of one address.
 
 import socket
 import struct
-import threading
+
+from doubles.listening import serve
 
 _A, _CNAME, _IN = 1, 5, 1
 _REPLY, _TRUNCATED = 0x8580, 0x0200  # an authoritative answer with recursion; bits of the flags
@@ -53,26 +54,20 @@ class Server:
         self.address, self.answer = address, answer
         self.udp = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         self.udp.bind((address, 53))
-        self.tcp = socket.create_server((address, 53), backlog=64)
+        serve((address, 53), self._converse)
         print("DNS ready", flush=True)
 
     def run(self):
-        threading.Thread(target=self._run_tcp, daemon=True).start()
         while True:
             query, peer = self.udp.recvfrom(4096)
             answer = self._answer(query, peer, False)
             if answer:
                 self.udp.sendto(answer, peer)
 
-    def _run_tcp(self):
-        while True:
-            connection, peer = self.tcp.accept()
-            threading.Thread(target=self._serve, args=(connection, peer), daemon=True).start()
-
-    def _serve(self, connection, peer):
-        with connection, connection.makefile("rb") as stream:
+    def _converse(self, connection):
+        with connection.makefile("rb") as stream:
             while len(head := stream.read(2)) == 2:
-                answer = self._answer(stream.read(struct.unpack("!H", head)[0]), peer, True)
+                answer = self._answer(stream.read(struct.unpack("!H", head)[0]), connection.getpeername(), True)
                 connection.sendall(struct.pack("!H", len(answer)) + answer)
 
     def _answer(self, query, peer, tcp):

@@ -8,19 +8,10 @@ import socket
 import struct
 import time
 
-PORT = 3495
+from sandbox.gnudip import md5_hex
+
 NETWORK = "10.98.1."  # the address of a fault: this and its number
 SILENCE = 30  # seconds; longer than any client waits
-
-
-def digest(password, salt):
-    inner = hashlib.md5(password.encode()).hexdigest().encode()
-    return hashlib.md5(inner + b"." + salt).hexdigest().encode()
-
-
-def pause():
-    """Until what was sent has been read, also by a busy machine's client: what comes next is a segment of its own."""
-    time.sleep(2)
 
 
 # fault: (salt as it is sent, pieces of the answer; None: judged by the hash, a text: done instead).
@@ -48,17 +39,10 @@ class Server:
     def __init__(self, password):
         self.password = password
 
-    def converse(self, connection):
+    def exchange(self, connection):
         address = connection.getsockname()[0]
-        name = next((name for name, known in ADDRESSES.items() if known == address), "good")
-        try:
-            self._exchange(connection, *FAULTS.get(name, _GOOD))
-        except OSError as error:
-            print(name, "client left:", error, flush=True)
-        finally:
-            connection.close()
-
-    def _exchange(self, connection, salt, answer):
+        name = next((name for name, known in ADDRESSES.items() if known == address), None)
+        salt, answer = FAULTS.get(name, _GOOD)
         if salt is not None:
             connection.sendall(salt)
             if answer in ("close", "reset"):
@@ -72,7 +56,8 @@ class Server:
 
     def _answer(self, connection, salt, pieces):
         request = connection.recv(4096)
-        good = request.split(b":")[1:2] == [digest(self.password, salt.rstrip(b"\r\n"))]
+        digest = hashlib.md5(md5_hex(self.password).encode() + b"." + salt.rstrip(b"\r\n")).hexdigest()
+        good = request.split(b":")[1:2] == [digest.encode()]
         for piece in pieces or (b"0\n" if good else b"1\n",):
             connection.sendall(piece)
-            pause()
+            time.sleep(2)  # it has been read, also by a busy machine's client: what comes next is a segment of its own

@@ -10,12 +10,14 @@ import socket
 import ssl
 import struct
 import sys
-import threading
 import time
 import warnings
 from pathlib import Path
 
+from sandbox import gnudip
+
 from doubles import faultdns, faultgnudip
+from doubles.listening import serve
 
 SILENCE = 30  # seconds; longer than any client waits for a reply
 MEBIBYTE = 1 << 20
@@ -26,7 +28,6 @@ def reset(connection):
     """Ends the connection with a reset instead of an orderly close, once the client has noticed that it is connected."""
     connection.recv(4096)
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-    connection.close()
 
 
 def reply(status, body=b"", *headers, length=None):
@@ -43,12 +44,27 @@ def read_request(connection):
         data += more
 
 
-def says(data):
-    """Reads the request, sends these bytes, closes."""
+def sends(pieces, pause=0):
+    """Reads the request, sends these pieces with a pause in seconds after each, closes."""
     def talk(connection):
         read_request(connection)
-        connection.sendall(data)
+        for piece in pieces:
+            connection.sendall(piece)
+            time.sleep(pause)
     return talk
+
+
+def says(data):
+    return sends([data])
+
+
+def single_bytes(data):
+    return [bytes((byte,)) for byte in data]
+
+
+def endless(start, piece):
+    """About 15 MiB a second until the client gives up."""
+    return sends([start, *[piece] * (SILENCE * 250)], 0.004)
 
 
 def plain_on_tls(connection):
@@ -62,33 +78,6 @@ def silent(connection):
     time.sleep(SILENCE)
 
 
-def drips(connection):
-    read_request(connection)
-    for byte in reply("200 OK", b"good" * 100):
-        connection.sendall(bytes((byte,)))
-        time.sleep(1)
-
-
-def splits(connection):
-    """Each byte in its own record and segment."""
-    read_request(connection)
-    for byte in reply("200 OK", b"good <split> reply\n"):
-        connection.sendall(bytes((byte,)))
-        time.sleep(0.002)
-
-
-def endless(start, piece):
-    """About 15 MiB a second until the client gives up."""
-    def talk(connection):
-        read_request(connection)
-        connection.sendall(start)
-        end = time.monotonic() + SILENCE
-        while time.monotonic() < end:
-            connection.sendall(piece)
-            time.sleep(0.004)
-    return talk
-
-
 NASTY = b"good\0<\xff\xfe\xc3( \xed\xa0\x80\x1b[31m\r>\n"
 _OK = reply("200 OK", b"good\n")
 # fault: (certificate, None for no TLS; what is done with the connection). The order gives the ports.
@@ -96,21 +85,18 @@ FAULTS = {
     "reset": (None, reset),
     "silent": (None, silent),
     "silent-tls": ("good", silent),
-    "drip": ("good", drips),
+    "drip": ("good", sends(single_bytes(reply("200 OK", b"good" * 100)), 1)),
     "endless-body": ("good", endless(reply("200 OK", length=1 << 50), b"x" * 65536)),
     "endless-header": ("good", endless(b"HTTP/1.1 200 OK\r\n", b"".join(b"X-%d: y\r\n" % i for i in range(6000)))),
     "mebibyte": ("good", says(reply("200 OK", b"&" * MEBIBYTE))),
     "nasty-bytes": ("good", says(reply("200 OK", NASTY))),
-    "split": ("good", splits),
+    "split": ("good", sends(single_bytes(reply("200 OK", b"good <split> reply\n")), 0.002)),
     "cut": ("good", says(reply("200 OK", b"good", length=100))),
     "wrong-host": ("other.example.net", says(_OK)),
     "expired": ("expired", says(_OK)),
     "unknown-ca": ("unknown", says(_OK)),
     "old-tls": ("good", says(_OK)),
     "redirect": ("good", says(reply("302 Found", b"moved\n", f"Location: {ELSEWHERE}"))),
-    "401": ("good", says(reply("401 Unauthorized", b"who?\n", 'WWW-Authenticate: Basic realm="x"'))),
-    "429": ("good", says(reply("429 Too Many Requests", b"abuse\n", "Retry-After: 3600"))),
-    "500": ("good", says(reply("500 Internal Server Error"))),
     "204": ("good", says(b"HTTP/1.1 204 No Content\r\n\r\n")),
     "http-0.9": ("good", says(b"good\n")),
     "plain-on-tls": (None, plain_on_tls),
@@ -133,32 +119,11 @@ def context(name, certificates):
 
 
 def converse(name, connection, tls):
-    connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-    try:
-        if tls:
-            connection = tls.wrap_socket(connection, server_side=True)
-            print(name, "handshake done:", connection.version(), flush=True)
+    if tls:
+        connection = tls.wrap_socket(connection, server_side=True)
+        print(name, "handshake done:", connection.version(), flush=True)
+    with connection:
         FAULTS[name][1](connection)
-    except OSError as error:
-        print(name, "client left:", error, flush=True)
-    finally:
-        connection.close()
-
-
-def listen(port):
-    listener = socket.create_server(("", port), backlog=128)
-    print("listening on", port, flush=True)
-    return listener
-
-
-def serve(listener, handle):
-    """Accepts for ever, with a thread per connection."""
-    def run():
-        while True:
-            connection, peer = listener.accept()
-            print(listener.getsockname()[1], "accepted", *peer, flush=True)
-            threading.Thread(target=handle, args=(connection,), daemon=True).start()
-    threading.Thread(target=run, daemon=True).start()
 
 
 def main(settings):
@@ -166,9 +131,9 @@ def main(settings):
     for name, port in PORTS.items():
         if name in FAULTS and FAULTS[name][0] in (None, *settings["certificates"]):
             tls = context(name, settings["certificates"])
-            serve(listen(port), lambda connection, name=name, tls=tls: converse(name, connection, tls))
+            serve(("", port), lambda connection, name=name, tls=tls: converse(name, connection, tls))
     if settings["password"]:
-        serve(listen(faultgnudip.PORT), faultgnudip.Server(settings["password"]).converse)
+        serve(("", gnudip.PORT), faultgnudip.Server(settings["password"]).exchange)
     faultdns.Server(settings["dns"], settings["answer"]).run()
 
 

@@ -42,14 +42,12 @@ class Soak:
 
     def prepare(self):
         router = self.router
-        router.start_provider({"u": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"},
-                              extra_names={"mute.example.net": MUTE})
+        router.start_tables({"u": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"},
+                            extra_names={"mute.example.net": MUTE})
         router.isp.start_gnudip(MUTE, {}, "no-salt")
         if not self.prefix:  # as large as on a real machine; every HTTPS try reads it, too slowly under a checker
             with open(BUNDLE, "a", encoding="utf-8") as bundle:
                 bundle.writelines(path.read_text() for path in sorted(Path("/usr/share/ca-certificates").rglob("*.crt")))
-        router.start_service()
-        router.describe()
         self.describe_wan1()
         for interface in ("ppp0", "wan1"):
             for server in (GNUDIP_HOST, "mute.example.net"):

@@ -21,21 +21,6 @@ std::string serversIn(const std::vector<DnsServer>& a_oServers)
     return strText;
 }
 
-/// "name=server,server name=server".
-std::string describe(const ServersByName& a_oServers)
-{
-    std::string strText;
-    for (const auto& [strName, oServers] : a_oServers)
-    {
-        strText += (strText.empty() ? "" : " ") + strName + "=";
-        for (const std::string& strServer : oServers)
-        {
-            strText += (strText.back() == '=' ? "" : ",") + strServer;
-        }
-    }
-    return strText;
-}
-
 /// "+" inserts, "=" changes, "-" deletes: "+eth0:192.0.2.1 =3:192.0.2.2 -4".
 std::string describe(const Operations& a_oOperations)
 {
@@ -117,18 +102,22 @@ TEST(Assignment, Routes)
     };
     const auto oServer = [](const std::string& a_strText)
     { return parseResolvConf("nameserver " + a_strText).front(); };
-    using Case = std::tuple<std::map<int, std::vector<std::string>>, std::vector<std::string>, std::string>;
+    using Case = std::tuple<std::map<int, std::vector<std::string>>, std::vector<std::string>, ServersByName>;
     const std::vector<Case> oCases = {
-        {{}, {}, ""},
-        {{}, {"192.0.2.53", "10.4.0.53"}, "lan0=10.4.0.53 wan0=192.0.2.53 wan1=192.0.2.53"},
-        {{}, {"127.0.0.53", "::1", "0.0.0.0", "::ffff:127.0.0.1", "10.4.0.1", "2001:db8:dead::1"}, ""},
-        {{}, {"fe80::1%wan1", "fe80::2%4", "fe80::3", "fe80::4%down0"}, "lan0=fe80::2 wan1=fe80::1"},
+        {{}, {}, {}},
+        {{},
+         {"192.0.2.53", "10.4.0.53"},
+         {{"lan0", {"10.4.0.53"}}, {"wan0", {"192.0.2.53"}}, {"wan1", {"192.0.2.53"}}}},
+        {{}, {"127.0.0.53", "::1", "0.0.0.0", "::ffff:127.0.0.1", "10.4.0.1", "2001:db8:dead::1"}, {}},
+        {{}, {"fe80::1%wan1", "fe80::2%4", "fe80::3", "fe80::4%down0"}, {{"lan0", {"fe80::2"}}, {"wan1", {"fe80::1"}}}},
         {{{2, {"192.0.2.1", "127.0.0.1", "192.0.2.2", "192.0.2.1"}}, {5, {"192.0.2.9"}}, {99, {"192.0.2.9"}}},
          {"192.0.2.53"},
-         "wan0=192.0.2.1,192.0.2.2 wan1=192.0.2.53"},
-        {{{2, {"127.0.0.53"}}, {4, {"fe80::1"}}}, {"2001:db8::53"}, "lan0=fe80::1 wan0=2001:db8::53 wan1=2001:db8::53"},
+         {{"wan0", {"192.0.2.1", "192.0.2.2"}}, {"wan1", {"192.0.2.53"}}}},
+        {{{2, {"127.0.0.53"}}, {4, {"fe80::1"}}},
+         {"2001:db8::53"},
+         {{"lan0", {"fe80::1"}}, {"wan0", {"2001:db8::53"}}, {"wan1", {"2001:db8::53"}}}},
     };
-    for (const auto& [oOfLinks, oOfMachine, strExpected] : oCases)
+    for (const auto& [oOfLinks, oOfMachine, oExpected] : oCases)
     {
         DnsSources oSources;
         for (const auto& [iIndex, oAddresses] : oOfLinks)
@@ -142,7 +131,7 @@ TEST(Assignment, Routes)
         {
             oSources.m_oOfMachine.push_back(oServer(strServer));
         }
-        EXPECT_EQ(describe(assignServers(oInterfaces, oSources, oRoutes)), strExpected);
+        EXPECT_EQ(assignServers(oInterfaces, oSources, oRoutes), oExpected);
     }
 }
 
