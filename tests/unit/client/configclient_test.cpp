@@ -100,7 +100,6 @@ TEST(ConfigClient, ReadWithoutARowFailsAndDeletionNamesItsPosition)
     EXPECT_NE(oClient.getrowbykey("T", "Id", "1", oNames, oValues), 0U);
     EXPECT_EQ(oValues, row(9));
     oClient.deleterow("T", 3);
-    EXPECT_EQ(oRequester.m_oLast.m_eOperation, wire::Operation::DeleteRow);
     EXPECT_EQ(oRequester.m_oLast.m_uiNumber, 3U);
 }
 

@@ -6,7 +6,6 @@
 #include "vadro/cfg/notificationhandler.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <future>
 
@@ -117,8 +116,8 @@ TEST_F(Connection, IntroducesItselfAndLoadsTheFirstTableAtOnce)
     EXPECT_EQ(oSeen.m_uiNumber, wire::g_uiProtocolVersion);
     EXPECT_EQ(oSeen.m_strTable, "tester");
     EXPECT_THAT(oSeen.m_oNames, ElementsAre("A", "B", "C"));
-    EXPECT_EQ(oSeen.m_oValues.getValue("NotifyOwnChanges").getInteger(), 1);
-    EXPECT_EQ(oSeen.m_oValues.getValue("ReadOnly").getInteger(), 1);
+    EXPECT_EQ(oSeen.m_oValues,
+              samples::row({{"NotifyOwnChanges", samples::integer(1)}, {"ReadOnly", samples::integer(1)}}));
     std::string strVersion;
     EXPECT_EQ(oNotifications.getConfigClient().getserviceversion(strVersion), 0U);
     EXPECT_EQ(strVersion, "fake 7");

@@ -27,7 +27,7 @@ struct ProgramTest : testing::Test
     std::string m_strPidFile = m_oFolder / "/sample.pid";
 
     /// Runs it in a process of its own: the exit status, and what it wrote to standard error.
-    std::pair<int, std::string> run(const platform::Work& a_oWork, const std::string& a_strPidFolder)
+    std::pair<int, std::string> run(const platform::Work& a_oWork, const std::string& a_strPidFolder = "")
     {
         const std::string strFile = m_oFolder / "stderr";
         const Child oCaller(
@@ -35,7 +35,9 @@ struct ProgramTest : testing::Test
             {
                 std::signal(SIGCHLD, SIG_IGN); // as some parents leave it
                 const bool bOpen = std::freopen(strFile.c_str(), "w", stderr) != nullptr;
-                return !bOpen ? 99 : platform::runProgram({"sample", false, false, true, a_strPidFolder}, a_oWork);
+                return !bOpen
+                           ? 99
+                           : platform::runProgram({"sample", false, false, true, m_oFolder / a_strPidFolder}, a_oWork);
             });
         return {oCaller.wait(), contentOf(strFile)};
     }
@@ -49,7 +51,6 @@ struct ProgramTest : testing::Test
         EXPECT_EQ(std::filesystem::read_symlink(strProcess + "cwd"), "/");
         EXPECT_THAT(::getsid(a_iPid), AllOf(Gt(0), Ne(a_iPid), Ne(::getsid(0))));
     }
-    std::pair<int, std::string> run(const platform::Work& a_oWork) { return run(a_oWork, m_oFolder / ""); }
 };
 
 } // namespace
@@ -87,7 +88,7 @@ TEST_F(ProgramTest, TheCallerLearnsWhyTheStartFailed)
     EXPECT_FALSE(std::filesystem::exists(m_strPidFile));
     EXPECT_EQ(run([](std::uint32_t, const auto&) { ::_exit(0); }),
               std::make_pair(1, std::string("sample: the background process ended unexpectedly; see syslog\n")));
-    EXPECT_THAT(run(fail, m_oFolder / "none").second,
+    EXPECT_THAT(run(fail, "none").second,
                 AllOf(StartsWith("sample: cannot write PID file"), HasSubstr("none/sample.pid"), EndsWith("none\n")));
 }
 
