@@ -77,6 +77,8 @@ TEST_F(StoreTest, RefusalsSayWhyAndWriteNothing)
     EXPECT_TRUE(m_oDynDns.holdsSame(oDynDns) && m_oNetif.holdsSame(oNetif));
     EXPECT_EQ(columnOf(oRelay, "Id"), "1");
     EXPECT_EQ(&m_oNetif.getRow("Addr", ""), &m_oNetif.getRow(0)) << "the first of several";
+    m_oNetif.update("Name", "eth0", row({{"Name", text("eth2")}}));
+    m_oNetif.insert(row({{"Name", text("eth0")}})); // free again
 }
 
 TEST_F(StoreTest, ATableIsFullByItsBytes)
