@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace cfgserver
@@ -14,6 +15,11 @@ struct Options
     bool m_bForeground = false;
     bool m_bDebug = false;
 };
+
+/// Reads the command line; paths come back absolute. Where there is nothing to run it has written the help, the version
+/// (standard output) or what was wrong (standard error) and returns the exit status: 0, 2, or 1 for a relative path in
+/// a folder that is gone.
+[[nodiscard]] std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, Options& a_oOptions);
 
 /// Runs the service until SIGINT, SIGTERM or SIGQUIT (in the foreground also SIGHUP) and returns the exit status: 0, or
 /// 1 when it could not start or go on, with one line on standard error and in syslog that says why. In the background

@@ -4,9 +4,9 @@
 #include "platform/common/values.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -51,7 +51,7 @@ void EarlierNotes::read(const std::string& a_strPath)
     }
     if (!oStream.eof())
     {
-        LOG_WARNING("Cannot read %s: %s", a_strPath.c_str(), std::strerror(errno));
+        LOG_WARNING("Cannot read %s: %s", a_strPath.c_str(), std::generic_category().message(errno).c_str());
         return;
     }
     m_oFiles.push_back(std::move(oFile));
@@ -107,7 +107,8 @@ void EarlierNotes::discard()
         }
         else if (errno != ENOENT)
         {
-            LOG_WARNING("Cannot remove %s: %s", oFile.m_strPath.c_str(), std::strerror(errno));
+            LOG_WARNING(
+                "Cannot remove %s: %s", oFile.m_strPath.c_str(), std::generic_category().message(errno).c_str());
         }
         oFile = File(); // once
     }
