@@ -1,6 +1,7 @@
 #include "platform/client/readahead.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace platform
 {
@@ -14,11 +15,6 @@ constexpr std::size_t s_uiMaxKeyed = 2048;
 bool isByKey(const wire::Request& a_oRead)
 {
     return a_oRead.m_eOperation == wire::Operation::GetRowByKey;
-}
-
-std::string keyOf(const wire::Request& a_oRead)
-{
-    return isByKey(a_oRead) ? a_oRead.m_strKeyValue : std::to_string(a_oRead.m_uiNumber);
 }
 
 bool namesItsKey(const wire::Request& a_oRead)
@@ -37,16 +33,21 @@ void ReadAhead::setDelivering(bool a_bDelivering)
 
 void ReadAhead::forget(const std::string& a_strTable)
 {
-    m_oReads.erase({a_strTable, wire::Operation::GetRow});
-    m_oReads.erase({a_strTable, wire::Operation::GetRowByKey});
+    m_oReads.remove_if([&](const Reads& a_oReads) { return a_oReads.m_oFirst.m_strTable == a_strTable; });
 }
 
 void ReadAhead::expectRows(const std::string& a_strTable, std::uint32_t a_uiCount)
 {
-    m_oReads.erase({a_strTable, wire::Operation::GetRow});
+    const auto it = findWay(a_strTable, wire::Operation::GetRow);
+    if (it != m_oReads.end())
+    {
+        m_oReads.erase(it);
+    }
     if (m_bDelivering && a_uiCount > 1)
     {
-        m_oReads[{a_strTable, wire::Operation::GetRow}];
+        wire::Request& oFirst = m_oReads.emplace_back().m_oFirst;
+        oFirst.m_eOperation = wire::Operation::GetRow;
+        oFirst.m_strTable = a_strTable;
     }
 }
 
@@ -57,33 +58,34 @@ std::optional<wire::Reply> ReadAhead::find(const wire::Request& a_oRead)
     {
         return std::nullopt;
     }
-    const auto it = pReads->m_oReplies.find(keyOf(a_oRead));
-    if (it == pReads->m_oReplies.end())
+    if (isByKey(a_oRead))
+    {
+        const auto it = pReads->m_oReplies.find(a_oRead.m_strKeyValue);
+        return it != pReads->m_oReplies.end() ? std::optional(it->second) : std::nullopt;
+    }
+    if (pReads->m_oRows.empty() || pReads->m_uiNext != a_oRead.m_uiNumber)
     {
         return std::nullopt;
     }
-    if (isByKey(a_oRead))
-    {
-        return it->second;
-    }
-    return std::move(pReads->m_oReplies.extract(it).mapped());
+    ++pReads->m_uiNext;
+    wire::Reply oReply;
+    oReply.m_oRows.splice(oReply.m_oRows.end(), pReads->m_oRows, pReads->m_oRows.begin());
+    return oReply;
 }
 
 std::optional<wire::Request> ReadAhead::wantPage(const wire::Request& a_oRead)
 {
-    if (m_bDelivering && isByKey(a_oRead))
+    if (m_bDelivering && isByKey(a_oRead) && findWay(a_oRead.m_strTable, a_oRead.m_eOperation) == m_oReads.end())
     {
-        // The first choice of columns is kept: a handler has no other.
-        m_oReads.try_emplace({a_oRead.m_strTable, a_oRead.m_eOperation},
-                             Reads{a_oRead.m_strKeyColumn, a_oRead.m_oNames, {}, 0});
+        m_oReads.emplace_back().m_oFirst = a_oRead; // the only choice of columns that is kept: a handler has no other
     }
     const Reads* pReads = findReads(a_oRead);
-    if (pReads == nullptr || !pReads->m_uiNextPage)
+    if (pReads == nullptr || !pReads->m_bPageWanted)
     {
         return std::nullopt;
     }
     const bool bWanted = isByKey(a_oRead) ? pReads->m_oReplies.size() >= s_uiKeysBeforePage && namesItsKey(a_oRead)
-                                          : *pReads->m_uiNextPage == a_oRead.m_uiNumber;
+                                          : pReads->m_oRows.empty() && pReads->m_uiNext == a_oRead.m_uiNumber;
     if (!bWanted)
     {
         return std::nullopt;
@@ -91,7 +93,7 @@ std::optional<wire::Request> ReadAhead::wantPage(const wire::Request& a_oRead)
     wire::Request oPage;
     oPage.m_eOperation = wire::Operation::GetRows;
     oPage.m_strTable = a_oRead.m_strTable;
-    oPage.m_uiNumber = *pReads->m_uiNextPage;
+    oPage.m_uiNumber = pReads->m_uiNext;
     oPage.m_oNames = a_oRead.m_oNames;
     return oPage;
 }
@@ -107,21 +109,18 @@ void ReadAhead::keepPage(const wire::Request& a_oRead, wire::Reply a_oPage)
     {
         a_oPage.m_oRows.clear();
     }
-    const bool bByKey = isByKey(a_oRead);
-    if (!bByKey)
+    pReads->m_bPageWanted = !isByKey(a_oRead) && !a_oPage.m_oRows.empty();
+    if (!isByKey(a_oRead))
     {
-        pReads->m_oReplies.clear(); // rows of the page before that nobody read
+        pReads->m_oRows = std::move(a_oPage.m_oRows);
+        return;
     }
-    const auto uiCount = static_cast<std::uint32_t>(a_oPage.m_oRows.size());
-    pReads->m_uiNextPage = bByKey || uiCount == 0 ? std::nullopt : std::optional(a_oRead.m_uiNumber + uiCount);
-    wire::Request oRow = a_oRead;
-    while (!a_oPage.m_oRows.empty() && (!bByKey || pReads->m_oReplies.size() < s_uiMaxKeyed))
+    while (!a_oPage.m_oRows.empty() && pReads->m_oReplies.size() < s_uiMaxKeyed)
     {
         wire::Reply oReply;
         oReply.m_oRows.splice(oReply.m_oRows.end(), a_oPage.m_oRows, a_oPage.m_oRows.begin());
-        oRow.m_strKeyValue = std::as_const(oReply.m_oRows.front()).getValue(oRow.m_strKeyColumn).getText();
-        pReads->m_oReplies.emplace(keyOf(oRow), std::move(oReply)); // the first row of a key is the one that counts
-        ++oRow.m_uiNumber;
+        const std::string strKey = std::as_const(oReply.m_oRows.front()).getValue(a_oRead.m_strKeyColumn).getText();
+        pReads->m_oReplies.emplace(strKey, std::move(oReply)); // the first row of a key is the one that counts
     }
 }
 
@@ -131,16 +130,26 @@ void ReadAhead::keep(const wire::Request& a_oRead, const wire::Reply& a_oReply)
     Reads* pReads = isByKey(a_oRead) && bAnswered ? findReads(a_oRead) : nullptr;
     if (pReads != nullptr && pReads->m_oReplies.size() < s_uiMaxKeyed)
     {
-        pReads->m_oReplies.emplace(keyOf(a_oRead), a_oReply);
+        pReads->m_oReplies.emplace(a_oRead.m_strKeyValue, a_oReply);
     }
+}
+
+ReadAhead::AllReads::iterator ReadAhead::findWay(const std::string& a_strTable, wire::Operation a_eWay)
+{
+    return std::find_if(m_oReads.begin(),
+                        m_oReads.end(),
+                        [&](const Reads& a_oReads) {
+                            return a_oReads.m_oFirst.m_eOperation == a_eWay &&
+                                   a_oReads.m_oFirst.m_strTable == a_strTable;
+                        });
 }
 
 ReadAhead::Reads* ReadAhead::findReads(const wire::Request& a_oRead)
 {
-    const auto it = m_oReads.find({a_oRead.m_strTable, a_oRead.m_eOperation});
-    const bool bSame = it != m_oReads.end() && it->second.m_strKeyColumn == a_oRead.m_strKeyColumn &&
-                       it->second.m_oNames == a_oRead.m_oNames;
-    return bSame ? &it->second : nullptr;
+    const auto it = findWay(a_oRead.m_strTable, a_oRead.m_eOperation);
+    const bool bSame = it != m_oReads.end() && it->m_oFirst.m_strKeyColumn == a_oRead.m_strKeyColumn &&
+                       it->m_oFirst.m_oNames == a_oRead.m_oNames;
+    return bSame ? &*it : nullptr;
 }
 
 } // namespace platform

@@ -6,7 +6,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 
 namespace platform
 {
@@ -42,15 +41,18 @@ public:
 private:
     struct Reads
     {
-        std::string m_strKeyColumn; // empty: by position
-        korrin::NameList m_oNames;
-        std::map<std::string, wire::Reply> m_oReplies; // by the key's value or the position
-        std::optional<std::uint32_t> m_uiNextPage = 0; // position of its first row; none: no page is wanted any more
+        wire::Request m_oFirst;                        // the others differ from it in position or key's value only
+        std::list<korrin::ValueList> m_oRows;          // by position: from m_uiNext on
+        std::map<std::string, wire::Reply> m_oReplies; // by key
+        std::uint32_t m_uiNext = 0;
+        bool m_bPageWanted = true;
     };
+    using AllReads = std::list<Reads>;
+    [[nodiscard]] AllReads::iterator findWay(const std::string& a_strTable, wire::Operation a_eWay);
     [[nodiscard]] Reads* findReads(const wire::Request& a_oRead);
 
     bool m_bDelivering = false;
-    std::map<std::pair<std::string, wire::Operation>, Reads> m_oReads; // by table and way of reading
+    AllReads m_oReads; // one per table and way of reading, so a handful
 };
 
 } // namespace platform
