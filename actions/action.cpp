@@ -5,12 +5,7 @@
 namespace quorvad
 {
 
-namespace
-{
-
 constexpr char s_acLogFile[] = "action";
-
-} // namespace
 
 Action::Action() : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {

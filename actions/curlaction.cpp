@@ -14,12 +14,7 @@
 namespace quorvad
 {
 
-namespace
-{
-
 constexpr char s_acLogFile[] = "curlaction";
-
-} // namespace
 
 CurlAction::CurlAction(const std::string& a_strUrl,
                        const std::string& a_strIpAddr,

@@ -11,12 +11,7 @@
 namespace quorvad
 {
 
-namespace
-{
-
 constexpr char s_acLogFile[] = "interfacestate";
-
-} // namespace
 
 // The list has an interface once per address; one entry that is up and running is enough.
 EInterfaceState readInterfaceState(const std::string& a_strInterface)

@@ -9,12 +9,7 @@
 namespace quorvad
 {
 
-namespace
-{
-
 constexpr char s_acLogFile[] = "libwrapper";
-
-} // namespace
 
 LibWrapper::LibWrapper() : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {

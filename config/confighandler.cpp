@@ -7,12 +7,7 @@
 namespace quorvad
 {
 
-namespace
-{
-
 constexpr char s_acLogFile[] = "confighandler";
-
-} // namespace
 
 ConfigHandler::ConfigHandler()
     : m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad")), m_strSerialNo(dbm::SerialNo_Unknown), m_bInitial(true),

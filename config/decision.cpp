@@ -7,12 +7,7 @@
 namespace quorvad
 {
 
-namespace
-{
-
 constexpr char s_acLogFile[] = "confighandler";
-
-} // namespace
 
 void ConfigHandler::process()
 {

@@ -13,12 +13,7 @@
 namespace netifwatch
 {
 
-namespace
-{
-
 constexpr char s_acLogFile[] = "earliernotes";
-
-} // namespace
 
 EarlierNotes::EarlierNotes(const std::vector<std::string>& a_oPaths)
     : m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
