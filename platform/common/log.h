@@ -7,8 +7,8 @@
 //
 //     constexpr char s_acLogFile[] = "scheduler";
 //
-// The rest is printf's: LOG_WARNING("Failed to insert DynDnsStatus for DynDnsId %d", iId). With the tree's kit nothing is
-// formatted for a level that is off. A text from outside is an argument, never the format.
+// The rest is printf's: LOG_WARNING("Failed to insert DynDnsStatus for DynDnsId %d", iId). With the tree's kit nothing
+// is formatted for a level that is off. A text from outside is an argument, never the format.
 
 /// One line of the class around it, through its handle m_iModuleId.
 #define LOG_DEBUG(...) LOG_TO(m_iModuleId, debug, __VA_ARGS__)
