@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 #include <vector>
 
 namespace cfgserver
@@ -16,26 +15,13 @@ namespace cfgserver
 namespace
 {
 
-// The kernel's limit of supplementary groups.
-constexpr std::size_t s_uiMaxGroups = 65536;
-
 std::vector<gid_t> readGroups(int a_iSocket)
 {
-    std::vector<gid_t> oGroups(32);
-    for (;;)
-    {
-        auto uiSize = static_cast<socklen_t>(oGroups.size() * sizeof(gid_t));
-        if (::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, oGroups.data(), &uiSize) == 0)
-        {
-            oGroups.resize(uiSize / sizeof(gid_t));
-            return oGroups;
-        }
-        if (errno != ERANGE || oGroups.size() >= s_uiMaxGroups)
-        {
-            return {};
-        }
-        oGroups.resize(s_uiMaxGroups);
-    }
+    socklen_t uiSize = 0;
+    ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &uiSize); // fails, and tells how much room they need
+    std::vector<gid_t> oGroups(uiSize / sizeof(gid_t));
+    const bool bRead = ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, oGroups.data(), &uiSize) == 0;
+    return bRead ? oGroups : std::vector<gid_t>();
 }
 
 bool isServed(const Session& a_oSession)
@@ -43,33 +29,20 @@ bool isServed(const Session& a_oSession)
     return a_oSession.getClient().m_bGreeted && !a_oSession.isOver();
 }
 
-bool isSameProcess(const Peer& a_oOne, const Peer& a_oTwo)
+/// All processes that the kernel has no number for here, those of other containers, have 0.
+using Process = std::pair<pid_t, uid_t>;
+
+Process processOf(const Peer& a_oPeer)
 {
-    // All processes that the kernel has no number for here, those of other containers, have 0.
-    return a_oOne.m_iPid == a_oTwo.m_iPid && a_oOne.m_uiUser == a_oTwo.m_uiUser;
+    return {a_oPeer.m_iPid, a_oPeer.m_uiUser};
 }
 
-using ProcessCount = std::pair<Peer, std::size_t>;
-
-bool hasFewer(const ProcessCount& a_oOne, const ProcessCount& a_oTwo)
-{
-    return a_oOne.second < a_oTwo.second;
-}
-
-std::size_t& countOf(std::vector<ProcessCount>& a_oProcesses, const Peer& a_oPeer)
-{
-    const auto it = std::find_if(a_oProcesses.begin(),
-                                 a_oProcesses.end(),
-                                 [&](const ProcessCount& a_oCount) { return isSameProcess(a_oCount.first, a_oPeer); });
-    return it != a_oProcesses.end() ? it->second : a_oProcesses.emplace_back(a_oPeer, 0).second;
-}
-
-Session* findIdlest(const Sessions& a_oSessions, const Service& a_oService, const Peer& a_oOwner)
+Session* findIdlest(const Sessions& a_oSessions, const Service& a_oService, const Process& a_oOwner)
 {
     Session* pIdlest = nullptr;
     for (const auto& [iFd, pSession] : a_oSessions)
     {
-        const bool bMayGo = isServed(*pSession) && isSameProcess(pSession->getPeer(), a_oOwner) && pSession->isIdle() &&
+        const bool bMayGo = isServed(*pSession) && processOf(pSession->getPeer()) == a_oOwner && pSession->isIdle() &&
                             !a_oService.holdsAccess(pSession->getClient());
         if (bMayGo && (pIdlest == nullptr || pSession->getLastUse() < pIdlest->getLastUse()))
         {
@@ -114,17 +87,17 @@ bool mayConnect(int a_iSocket, const Peer& a_oPeer, std::optional<gid_t> a_oGrou
 std::optional<std::string>
 makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a_oLimits, const Peer& a_oNewcomer)
 {
-    std::vector<ProcessCount> oProcesses = {{a_oNewcomer, 0}};
+    std::map<Process, std::size_t> oProcesses;
     std::size_t uiClients = 0;
     for (const auto& [iFd, pSession] : a_oSessions)
     {
         if (isServed(*pSession))
         {
             ++uiClients;
-            ++countOf(oProcesses, pSession->getPeer());
+            ++oProcesses[processOf(pSession->getPeer())];
         }
     }
-    const std::size_t uiOwn = oProcesses.front().second;
+    const std::size_t uiOwn = oProcesses[processOf(a_oNewcomer)];
     if (uiOwn >= a_oLimits.m_uiPerProcess)
     {
         return "its process already has " + std::to_string(uiOwn) + " connections and gets no more";
@@ -133,7 +106,10 @@ makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a
     {
         return std::nullopt;
     }
-    const auto& [oOwner, uiMost] = *std::max_element(oProcesses.begin(), oProcesses.end(), hasFewer);
+    const auto& [oOwner, uiMost] =
+        *std::max_element(oProcesses.begin(),
+                          oProcesses.end(),
+                          [](const auto& a_oOne, const auto& a_oTwo) { return a_oOne.second < a_oTwo.second; });
     // A process that has no more than the newcomer would then have gives nothing up: they would only take turns.
     Session* pIdlest = uiMost > uiOwn + 1 ? findIdlest(a_oSessions, a_oService, oOwner) : nullptr;
     if (pIdlest == nullptr)

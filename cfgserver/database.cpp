@@ -2,10 +2,15 @@
 
 #include "cfgserver/databasefile.h"
 #include "cfgserver/refusal.h"
-#include "cfgserver/tablesql.h"
 
+#include <SQLiteCpp/Column.h>
+#include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
 
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <set>
 #include <sqlite3.h>
 #include <stdexcept>
 
@@ -15,38 +20,170 @@ namespace cfgserver
 namespace
 {
 
-constexpr const char* s_pMemory = ":memory:";
+// The SQL of one table. Names come from the schema alone; everything else is bound, never put into a statement. The
+// row's sequence is the primary key "_seq".
 
-constexpr const char* s_pSettings =
-    // Of a new file; an older one keeps its 4 KiB. What a commit changes is written in whole pages, and an outcome
-    // changes some bytes in three to five of them.
-    "PRAGMA page_size=1024;"
-    // One process at a time, which also spares the shared memory file of the write-ahead log.
-    "PRAGMA locking_mode=EXCLUSIVE;"
-    // Wait for the disk at every commit: a router loses power without warning, and who was told "committed" relies on
-    // it. With a write-ahead log that is one wait and one sequential write per commit, which flash likes.
-    "PRAGMA synchronous=FULL;"
-    // The log is written back into the file every 1 MiB and cut to that size, so that it never grows beyond.
-    "PRAGMA wal_autocheckpoint=1024;"
-    "PRAGMA journal_size_limit=1048576;"
-    // Every row stands in memory already; no second copy in caches or temporary files.
-    "PRAGMA cache_size=-512;"
-    "PRAGMA temp_store=MEMORY;"
-    // Nothing that the file itself brings along is run.
-    "PRAGMA trusted_schema=OFF;"
-    // What was deleted is overwritten: old passwords don't stay in the file.
-    "PRAGMA secure_delete=ON;";
+std::string name(const std::string& a_strName)
+{
+    return "\"" + a_strName + "\"";
+}
+
+bool isText(const Column& a_oColumn)
+{
+    return a_oColumn.m_oDefault.getType() == korrin::eValueText;
+}
+
+std::string declare(const Column& a_oColumn)
+{
+    return name(a_oColumn.m_strName) + (isText(a_oColumn) ? " TEXT" : " INTEGER");
+}
+
+std::string join(const TableSchema& a_oSchema, const std::function<std::string(const Column&)>& a_oMakeItem)
+{
+    std::string strList;
+    for (const Column& oColumn : a_oSchema.m_oColumns)
+    {
+        strList += ", " + a_oMakeItem(oColumn);
+    }
+    return strList;
+}
+
+std::string nameOf(const Column& a_oColumn)
+{
+    return name(a_oColumn.m_strName);
+}
+
+/// Binds sequence and values to the parameters 1 to n+1.
+void writeRow(SQLite::Database& a_oDatabase, const std::string& a_strQuery, const Row& a_oRow)
+{
+    SQLite::Statement oStatement(a_oDatabase, a_strQuery);
+    oStatement.bind(1, static_cast<std::int64_t>(a_oRow.m_uiSequence));
+    for (std::size_t uiColumn = 0; uiColumn < a_oRow.m_oCells.size(); ++uiColumn)
+    {
+        const int iIndex = static_cast<int>(uiColumn) + 2;
+        const korrin::Value& oValue = a_oRow.m_oCells[uiColumn];
+        if (oValue.getType() == korrin::eValueText)
+        {
+            oStatement.bindNoCopy(iIndex, oValue.getText());
+        }
+        else
+        {
+            oStatement.bind(iIndex, oValue.getInteger());
+        }
+    }
+    oStatement.exec();
+}
+
+korrin::Value readValue(const TableSchema& a_oSchema, const Column& a_oColumn, const SQLite::Column& a_oStored)
+{
+    if (a_oStored.isNull())
+    {
+        return a_oColumn.m_oDefault;
+    }
+    if (a_oStored.isText() && isText(a_oColumn))
+    {
+        return {korrin::eValueText, a_oStored.getString()};
+    }
+    const std::int64_t iValue = a_oStored.getInt64();
+    const bool bFits = iValue >= std::numeric_limits<int>::min() && iValue <= std::numeric_limits<int>::max();
+    checkType(a_oSchema, a_oColumn, a_oStored.isInteger() && bFits ? korrin::eValueInteger : korrin::eValueNull);
+    return {korrin::eValueInteger, static_cast<int>(iValue)};
+}
+
+/// Creates the table, or adds the columns that it lacks.
+void createTable(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
+{
+    a_oDatabase.exec("CREATE TABLE IF NOT EXISTS " + name(a_oSchema.m_strName) + " (_seq INTEGER PRIMARY KEY" +
+                     join(a_oSchema, declare) + ")");
+    std::set<std::string> oPresent;
+    SQLite::Statement oColumns(a_oDatabase, "SELECT name FROM pragma_table_info(?)");
+    oColumns.bind(1, a_oSchema.m_strName);
+    while (oColumns.executeStep())
+    {
+        oPresent.insert(oColumns.getColumn(0).getString());
+    }
+    for (const Column& oColumn : a_oSchema.m_oColumns)
+    {
+        if (oPresent.count(oColumn.m_strName) == 0)
+        {
+            a_oDatabase.exec("ALTER TABLE " + name(a_oSchema.m_strName) + " ADD COLUMN " + declare(oColumn));
+        }
+    }
+}
+
+/// All rows in order; a value that was never written is the column's default. Throws Refusal for a value that doesn't
+/// suit its column.
+std::vector<RowPtr> readRows(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
+{
+    std::vector<RowPtr> oRows;
+    SQLite::Statement oStatement(
+        a_oDatabase, "SELECT _seq" + join(a_oSchema, nameOf) + " FROM " + name(a_oSchema.m_strName) + " ORDER BY _seq");
+    while (oStatement.executeStep())
+    {
+        Row oRow{static_cast<std::uint64_t>(oStatement.getColumn(0).getInt64()), {}};
+        for (std::size_t uiColumn = 0; uiColumn < a_oSchema.m_oColumns.size(); ++uiColumn)
+        {
+            const SQLite::Column oStored = oStatement.getColumn(static_cast<int>(uiColumn) + 1);
+            oRow.m_oCells.push_back(readValue(a_oSchema, a_oSchema.m_oColumns[uiColumn], oStored));
+        }
+        oRows.push_back(std::make_shared<const Row>(std::move(oRow)));
+    }
+    return oRows;
+}
+
+void insertRow(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, const Row& a_oRow)
+{
+    writeRow(a_oDatabase,
+             "INSERT INTO " + name(a_oSchema.m_strName) + " (_seq" + join(a_oSchema, nameOf) + ") VALUES (?" +
+                 join(a_oSchema, [](const Column&) { return "?"; }) + ")",
+             a_oRow);
+}
+
+void updateRow(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, const Row& a_oRow)
+{
+    writeRow(a_oDatabase,
+             "UPDATE " + name(a_oSchema.m_strName) + " SET _seq=?1" +
+                 join(a_oSchema, [](const Column& a_oColumn) { return nameOf(a_oColumn) + "=?"; }) + " WHERE _seq=?1",
+             a_oRow);
+}
+
+void deleteRow(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, const Row& a_oRow)
+{
+    SQLite::Statement oStatement(a_oDatabase, "DELETE FROM " + name(a_oSchema.m_strName) + " WHERE _seq=?");
+    oStatement.bind(1, static_cast<std::int64_t>(a_oRow.m_uiSequence));
+    oStatement.exec();
+}
+
+/// Where the highest Id that each table ever had is kept, for tables whose row of that Id is gone.
+void createHighestIds(SQLite::Database& a_oDatabase)
+{
+    a_oDatabase.exec("CREATE TABLE IF NOT EXISTS _highest (name TEXT PRIMARY KEY, id INTEGER) WITHOUT ROWID");
+}
+
+/// 0 when nothing is stored.
+int readHighestId(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
+{
+    SQLite::Statement oStatement(a_oDatabase, "SELECT id FROM _highest WHERE name=?");
+    oStatement.bind(1, a_oSchema.m_strName);
+    const std::int64_t iId = oStatement.executeStep() ? oStatement.getColumn(0).getInt64() : 0;
+    return static_cast<int>(std::clamp<std::int64_t>(iId, 0, std::numeric_limits<int>::max()));
+}
+
+void storeHighestId(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, int a_iId)
+{
+    SQLite::Statement oStatement(a_oDatabase, "INSERT OR REPLACE INTO _highest (name, id) VALUES (?, ?)");
+    oStatement.bind(1, a_oSchema.m_strName);
+    oStatement.bind(2, a_iId);
+    oStatement.exec();
+}
 
 } // namespace
 
-Database::Database(const std::string& a_strPath)
-    : m_strPath(a_strPath == s_pMemory ? a_strPath : prepareDatabaseFile(a_strPath))
+Database::Database(const std::string& a_strPath) : m_strPath(makeDatabaseFile(a_strPath))
 {
     try
     {
-        m_pDatabase = std::make_unique<SQLite::Database>(m_strPath, SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
-        keepLogOnClose(*m_pDatabase, true);
-        configure();
+        m_pDatabase = openDatabase(m_strPath);
         createMissing();
     }
     catch (const SQLite::Exception& oError)
@@ -58,18 +195,6 @@ Database::Database(const std::string& a_strPath)
 void Database::accept()
 {
     keepLogOnClose(*m_pDatabase, false);
-}
-
-void Database::configure()
-{
-    m_pDatabase->exec(s_pSettings);
-    const std::string strMode = m_pDatabase->execAndGet("PRAGMA journal_mode=WAL").getString();
-    if (strMode != "wal" && m_strPath != s_pMemory)
-    {
-        throw std::runtime_error("database file " + m_strPath +
-                                 ": its file system does not support a write-ahead log (only " + strMode +
-                                 "); choose another folder");
-    }
 }
 
 void Database::createMissing()

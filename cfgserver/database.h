@@ -40,7 +40,6 @@ public:
     void save(const std::vector<TableChange>& a_oChanges);
 
 private:
-    void configure();
     void createMissing();
     void writeRows(const TableChange& a_oChange);
     void writeHighestId(const TableChange& a_oChange);

@@ -6,8 +6,8 @@
 #include <sqlite3.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -19,6 +19,28 @@ namespace cfgserver
 
 namespace
 {
+
+constexpr const char* s_pMemory = ":memory:";
+
+constexpr const char* s_pSettings =
+    // Of a new file; an older one keeps its 4 KiB. What a commit changes is written in whole pages, and an outcome
+    // changes some bytes in three to five of them.
+    "PRAGMA page_size=1024;"
+    // One process at a time, which also spares the shared memory file of the write-ahead log.
+    "PRAGMA locking_mode=EXCLUSIVE;"
+    // Wait for the disk at every commit: a router loses power without warning, and who was told "committed" relies on
+    // it. With a write-ahead log that is one wait and one sequential write per commit, which flash likes.
+    "PRAGMA synchronous=FULL;"
+    // The log is written back into the file every 1 MiB and cut to that size, so that it never grows beyond.
+    "PRAGMA wal_autocheckpoint=1024;"
+    "PRAGMA journal_size_limit=1048576;"
+    // Every row stands in memory already; no second copy in caches or temporary files.
+    "PRAGMA cache_size=-512;"
+    "PRAGMA temp_store=MEMORY;"
+    // Nothing that the file itself brings along is run.
+    "PRAGMA trusted_schema=OFF;"
+    // What was deleted is overwritten: old passwords don't stay in the file.
+    "PRAGMA secure_delete=ON;";
 
 [[noreturn]] void fail(const std::string& a_strWhat, int a_iError)
 {
@@ -45,17 +67,18 @@ std::string resolveFolder(const std::string& a_strFolder)
     {
         fail("cannot create database folder " + a_strFolder, errno);
     }
-    const std::unique_ptr<char, decltype(&std::free)> pResolved(::realpath(a_strFolder.c_str(), nullptr), &std::free);
-    if (pResolved == nullptr)
+    std::error_code oError;
+    const std::string strResolved = std::filesystem::canonical(a_strFolder, oError).string();
+    if (oError)
     {
-        fail("cannot use database folder " + a_strFolder, errno);
+        fail("cannot use database folder " + a_strFolder, oError.value());
     }
     // SQLite puts its log file next to the database.
-    if (::faccessat(AT_FDCWD, pResolved.get(), W_OK | X_OK, AT_EACCESS) != 0)
+    if (::faccessat(AT_FDCWD, strResolved.c_str(), W_OK | X_OK, AT_EACCESS) != 0)
     {
         fail("cannot write to database folder " + a_strFolder, errno);
     }
-    return pResolved.get();
+    return strResolved;
 }
 
 /// False when there is already something of that name.
@@ -93,24 +116,6 @@ void checkFile(const std::string& a_strPath)
     }
 }
 
-/// Makes sure that the file exists and belongs to the caller; its path with the folder's links resolved.
-std::string makeFile(const std::string& a_strPath)
-{
-    const std::size_t uiSlash = a_strPath.rfind('/');
-    const std::string strName = uiSlash == std::string::npos ? a_strPath : a_strPath.substr(uiSlash + 1);
-    if (strName.empty())
-    {
-        throw std::runtime_error("database file '" + a_strPath + "' has no file name");
-    }
-    const std::string strFolder = uiSlash == std::string::npos ? "." : a_strPath.substr(0, uiSlash + 1);
-    std::string strPath = resolveFolder(strFolder) + "/" + strName;
-    if (!createFile(strPath))
-    {
-        checkFile(strPath);
-    }
-    return strPath;
-}
-
 bool hasContent(const std::string& a_strFile)
 {
     struct stat oStatus = {};
@@ -128,6 +133,13 @@ std::string makeUri(const std::string& a_strPath)
     return strUri + "?immutable=1";
 }
 
+std::unique_ptr<SQLite::Database> openForWriting(const std::string& a_strPath)
+{
+    auto pDatabase = std::make_unique<SQLite::Database>(a_strPath, SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
+    keepLogOnClose(*pDatabase, true);
+    return pDatabase;
+}
+
 std::unique_ptr<SQLite::Database> openUnchanged(const std::string& a_strPath)
 {
     if (!hasContent(a_strPath + "-wal") && !hasContent(a_strPath + "-journal"))
@@ -136,8 +148,7 @@ std::unique_ptr<SQLite::Database> openUnchanged(const std::string& a_strPath)
                                                   SQLite::OPEN_READONLY | SQLite::OPEN_URI | SQLite::OPEN_NOFOLLOW);
     }
     // The file tells the truth only together with its log, which can't be read without the right to write.
-    auto pDatabase = std::make_unique<SQLite::Database>(a_strPath, SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
-    keepLogOnClose(*pDatabase, true);
+    auto pDatabase = openForWriting(a_strPath);
     pDatabase->exec("PRAGMA query_only=ON; PRAGMA locking_mode=EXCLUSIVE"); // exclusive: no shared memory file
     return pDatabase;
 }
@@ -188,19 +199,44 @@ void makePrivate(const std::string& a_strPath)
 
 } // namespace
 
-std::string prepareDatabaseFile(const std::string& a_strPath)
+std::string makeDatabaseFile(const std::string& a_strPath)
 {
-    std::string strPath = makeFile(a_strPath);
-    try
+    if (a_strPath == s_pMemory)
     {
-        checkContent(strPath);
+        return a_strPath;
     }
-    catch (const SQLite::Exception& oError)
+    const std::size_t uiSlash = a_strPath.rfind('/');
+    const std::string strName = uiSlash == std::string::npos ? a_strPath : a_strPath.substr(uiSlash + 1);
+    if (strName.empty())
     {
-        throw std::runtime_error(explain(strPath, oError.getErrorCode(), oError.what()));
+        throw std::runtime_error("database file '" + a_strPath + "' has no file name");
     }
-    makePrivate(strPath);
+    const std::string strFolder = uiSlash == std::string::npos ? "." : a_strPath.substr(0, uiSlash + 1);
+    std::string strPath = resolveFolder(strFolder) + "/" + strName;
+    if (!createFile(strPath))
+    {
+        checkFile(strPath);
+    }
     return strPath;
+}
+
+std::unique_ptr<SQLite::Database> openDatabase(const std::string& a_strPath)
+{
+    if (a_strPath != s_pMemory)
+    {
+        checkContent(a_strPath);
+        makePrivate(a_strPath);
+    }
+    auto pDatabase = openForWriting(a_strPath);
+    pDatabase->exec(s_pSettings);
+    const std::string strMode = pDatabase->execAndGet("PRAGMA journal_mode=WAL").getString();
+    if (strMode != "wal" && a_strPath != s_pMemory)
+    {
+        throw std::runtime_error("database file " + a_strPath +
+                                 ": its file system does not support a write-ahead log (only " + strMode +
+                                 "); choose another folder");
+    }
+    return pDatabase;
 }
 
 void keepLogOnClose(const SQLite::Database& a_oDatabase, bool a_bKeep)

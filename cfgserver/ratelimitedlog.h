@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/common/deadline.h"
 #include "vadro/sysloglevel.h"
 
-#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -14,15 +14,13 @@ namespace cfgserver
 class RateLimitedLog
 {
 public:
-    using Clock = std::chrono::steady_clock;
-
     explicit RateLimitedLog(std::uint32_t a_uiModuleId) : m_iModuleId(a_uiModuleId) {}
 
-    void write(Clock::time_point a_oNow, unsigned a_uiLine, const std::string& a_strText)
+    void write(unsigned a_uiLine, const std::string& a_strText)
     {
-        if (a_oNow - m_oStart >= std::chrono::seconds(10))
+        if (m_oEnd.hasPassed())
         {
-            m_oStart = a_oNow;
+            m_oEnd = platform::Deadline(std::chrono::seconds(10));
             m_uiWritten = 0;
         }
         if (m_uiWritten >= s_uiMost)
@@ -41,8 +39,8 @@ private:
     static constexpr unsigned s_uiMost = 10;
 
     std::uint32_t m_iModuleId;
-    Clock::time_point m_oStart; // of the present ten seconds
-    unsigned m_uiWritten = 0;   // in them
+    platform::Deadline m_oEnd{std::chrono::seconds(0)}; // of the present ten seconds
+    unsigned m_uiWritten = 0;                           // in them
     unsigned m_uiLeftOut = 0;
 };
 

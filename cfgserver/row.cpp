@@ -143,12 +143,12 @@ RowReader::RowReader(const TableSchema& a_oSchema, const korrin::NameList& a_oNa
     }
 }
 
-korrin::ValueList RowReader::read(const Row& a_oRow) const
+korrin::ValueList RowReader::read(const Cells& a_oCells) const
 {
     korrin::ValueList oValues;
     for (const std::size_t uiColumn : m_oColumns)
     {
-        oValues.add(m_oSchema.m_oColumns[uiColumn].m_strName, a_oRow.m_oCells[uiColumn]);
+        oValues.add(m_oSchema.m_oColumns[uiColumn].m_strName, a_oCells[uiColumn]);
     }
     return oValues;
 }
@@ -159,7 +159,7 @@ void RowReader::readPage(const std::vector<RowPtr>& a_oRows, std::size_t a_uiFir
     std::size_t uiBytes = 0;
     for (std::size_t uiRow = a_uiFirst; uiRow < a_oRows.size(); ++uiRow)
     {
-        korrin::ValueList oRow = read(*a_oRows[uiRow]);
+        korrin::ValueList oRow = read(a_oRows[uiRow]->m_oCells);
         uiBytes += getSize(oRow);
         if (uiBytes > g_uiPageBytes && !a_oReply.m_oRows.empty())
         {
@@ -167,16 +167,6 @@ void RowReader::readPage(const std::vector<RowPtr>& a_oRows, std::size_t a_uiFir
         }
         a_oReply.m_oRows.push_back(std::move(oRow));
     }
-}
-
-korrin::ValueList describeColumns(const TableSchema& a_oSchema)
-{
-    korrin::ValueList oValues;
-    for (const Column& oColumn : a_oSchema.m_oColumns)
-    {
-        oValues.add(oColumn.m_strName, oColumn.m_oDefault);
-    }
-    return oValues;
 }
 
 } // namespace cfgserver

@@ -59,7 +59,7 @@ public:
     /// Throws Refusal for a column that the table lacks or that is named twice.
     RowReader(const TableSchema& a_oSchema, const korrin::NameList& a_oNames);
 
-    [[nodiscard]] korrin::ValueList read(const Row& a_oRow) const;
+    [[nodiscard]] korrin::ValueList read(const Cells& a_oCells) const;
     /// Rows from a position on, as many as fit but at least one, and the number of rows in all.
     void readPage(const std::vector<RowPtr>& a_oRows, std::size_t a_uiFirst, wire::Reply& a_oReply) const;
 
@@ -67,8 +67,5 @@ private:
     const TableSchema& m_oSchema;
     std::vector<std::size_t> m_oColumns;
 };
-
-/// The columns of a table as a row: the defaults, with their types.
-[[nodiscard]] korrin::ValueList describeColumns(const TableSchema& a_oSchema);
 
 } // namespace cfgserver

@@ -112,13 +112,12 @@ void Server::refuseOne()
     UniqueFd oRefused(::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_CLOEXEC));
     oRefused.reset();
     m_oReserve = UniqueFd(openReserve());
-    m_oWarnings.write(Clock::now(), __LINE__, "Refused a client: out of file descriptors");
+    m_oWarnings.write(__LINE__, "Refused a client: out of file descriptors");
 }
 
 void Server::pauseAccepting(int a_iError)
 {
-    m_oWarnings.write(
-        Clock::now(), __LINE__, "Cannot accept clients, pausing: " + std::generic_category().message(a_iError));
+    m_oWarnings.write(__LINE__, "Cannot accept clients, pausing: " + std::generic_category().message(a_iError));
     m_oLoop.modify(m_oSocket.getFd(), 0);
     m_oAcceptAgain = Clock::now() + s_oAcceptPause;
 }
@@ -138,16 +137,15 @@ void Server::resumeAccepting()
 
 void Server::admit(int a_iFd)
 {
-    const Clock::time_point oNow = Clock::now();
     UniqueFd oSocket(a_iFd); // until the session has it
     const Peer oPeer = readPeer(a_iFd);
     if (!mayConnect(a_iFd, oPeer, m_oSocket.getGroup()))
     {
-        m_oWarnings.write(oNow, __LINE__, "Refused a client without permission (" + oPeer.describe() + ")");
+        m_oWarnings.write(__LINE__, "Refused a client without permission (" + oPeer.describe() + ")");
         return;
     }
     limitStrangers();
-    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oTimeouts, oNow);
+    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oTimeouts, Clock::now());
     oSocket.release();
     Session& oSession = *pSession;
     const auto itSession = m_oSessions.emplace(a_iFd, std::move(pSession)).first;
@@ -180,8 +178,7 @@ void Server::limitStrangers()
     }
     if (uiStrangers > 0 && uiStrangers >= m_oLimits.m_uiStrangers)
     {
-        m_oWarnings.write(Clock::now(),
-                          __LINE__,
+        m_oWarnings.write(__LINE__,
                           "Too many clients: closing " + itOldest->second->describe() + ", which has not sent Hello");
         disconnect(itOldest);
     }
@@ -229,8 +226,7 @@ void Server::forEach(const std::function<void(Session&)>& a_oAction)
 
 wire::Reply Server::refuse(Session& a_oSession, const wire::Request& a_oHello, const std::string& a_strReason)
 {
-    m_oWarnings.write(
-        Clock::now(), __LINE__, "Refused a client (" + a_oSession.getPeer().describe() + "): " + a_strReason);
+    m_oWarnings.write(__LINE__, "Refused a client (" + a_oSession.getPeer().describe() + "): " + a_strReason);
     a_oSession.endAfterReplies();
     wire::Reply oReply;
     oReply.m_uiSequence = a_oHello.m_uiSequence;
@@ -285,7 +281,7 @@ void Server::disconnect(Sessions::iterator a_itSession)
     const Session& oSession = *a_itSession->second;
     if (!oSession.getFault().empty())
     {
-        m_oWarnings.write(Clock::now(), __LINE__, "Closed " + oSession.describe() + ": it " + oSession.getFault());
+        m_oWarnings.write(__LINE__, "Closed " + oSession.describe() + ": it " + oSession.getFault());
     }
     else
     {

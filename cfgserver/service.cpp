@@ -3,6 +3,7 @@
 #include "cfgserver/refusal.h"
 #include "platform/base/escape.h"
 #include "platform/common/log.h"
+#include "platform/common/values.h"
 
 #include <algorithm>
 
@@ -134,10 +135,9 @@ void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Re
     a_oClient.m_bNotifyOwnChanges = a_oRequest.m_oValues.getValue("NotifyOwnChanges").getInteger() != 0;
     a_oClient.m_bReadOnly = a_oRequest.m_oValues.getValue("ReadOnly").getInteger() != 0;
     a_oClient.m_oWatched = std::move(oWatched);
-    korrin::ValueList oAbout;
-    oAbout.add("Service", korrin::Value(korrin::eValueText, "cfgserver"));
-    oAbout.add("Version", korrin::Value(korrin::eValueText, QUORVAD_VERSION));
-    a_oReply.m_oRows.push_back(std::move(oAbout));
+    korrin::ValueList& oAbout = a_oReply.m_oRows.emplace_back();
+    oAbout.add("Service", platform::text("cfgserver"));
+    oAbout.add("Version", platform::text(QUORVAD_VERSION));
     a_oClient.m_bGreeted = true;
 }
 
@@ -146,7 +146,7 @@ void Service::read(const Client& a_oClient, const wire::Request& a_oRequest, wir
     const Table& oTable = viewTable(a_oClient, a_oRequest.m_strTable);
     if (a_oRequest.m_eOperation == Operation::GetColumns)
     {
-        a_oReply.m_oRows.push_back(describeColumns(oTable.getSchema()));
+        a_oReply.m_oRows.push_back(RowReader(oTable.getSchema(), {}).read(makeDefaults(oTable.getSchema())));
         return;
     }
     if (a_oRequest.m_eOperation == Operation::GetRowCount)
@@ -160,9 +160,10 @@ void Service::read(const Client& a_oClient, const wire::Request& a_oRequest, wir
         oReader.readPage(oTable.getRows(), a_oRequest.m_uiNumber, a_oReply);
         return;
     }
-    a_oReply.m_oRows.push_back(oReader.read(a_oRequest.m_eOperation == Operation::GetRow
-                                                ? oTable.getRow(a_oRequest.m_uiNumber)
-                                                : oTable.getRow(a_oRequest.m_strKeyColumn, a_oRequest.m_strKeyValue)));
+    const Row& oRow = a_oRequest.m_eOperation == Operation::GetRow
+                          ? oTable.getRow(a_oRequest.m_uiNumber)
+                          : oTable.getRow(a_oRequest.m_strKeyColumn, a_oRequest.m_strKeyValue);
+    a_oReply.m_oRows.push_back(oReader.read(oRow.m_oCells));
 }
 
 void Service::write(const Client& a_oClient, const wire::Request& a_oRequest)

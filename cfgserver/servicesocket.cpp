@@ -143,19 +143,6 @@ std::string lockName(const std::string& a_strPath)
     return a_strPath + ".lock";
 }
 
-/// Takes every right from others while it lives.
-class PrivateUmask
-{
-public:
-    PrivateUmask() : m_uiOld(::umask(S_IXUSR | S_IRWXG | S_IRWXO)) {}
-    ~PrivateUmask() { ::umask(m_uiOld); }
-    PrivateUmask(const PrivateUmask&) = delete;
-    PrivateUmask& operator=(const PrivateUmask&) = delete;
-
-private:
-    mode_t m_uiOld;
-};
-
 } // namespace
 
 ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> a_oGroup)
@@ -180,12 +167,10 @@ ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> 
 void ServiceSocket::bindAndListen()
 {
     const UnixAddress oAddress = makeAddress(m_strPath);
+    // A socket hands its own mode on to the path.
+    if (::fchmod(m_oSocket.get(), S_IRUSR | S_IWUSR) != 0 || !oAddress.bind(m_oSocket.get()))
     {
-        const PrivateUmask oUmask;
-        if (!oAddress.bind(m_oSocket.get()))
-        {
-            failWith(m_strPath, "cannot bind to it", errno);
-        }
+        failWith(m_strPath, "cannot bind to it", errno);
     }
     struct stat oStatus = {};
     if (::lstat(m_strPath.c_str(), &oStatus) != 0)

@@ -10,8 +10,7 @@
 namespace cfgserver
 {
 
-/// The listening Unix socket of the service, made for a folder that everybody may write to. The process's umask is
-/// changed while it is constructed: no other thread may create files then.
+/// The listening Unix socket of the service, made for a folder that everybody may write to.
 class ServiceSocket
 {
 public:

@@ -92,11 +92,6 @@ bool Session::serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow)
     return false;
 }
 
-void Session::markChanged(std::size_t a_uiTable)
-{
-    m_oChanged[a_uiTable] = true;
-}
-
 void Session::queue(const wire::Message& a_oMessage, Clock::time_point a_oNow)
 {
     if (getWaiting() == 0)
@@ -204,11 +199,6 @@ Clock::time_point Session::getDeadline() const
         return std::min(oDeadline, m_oInputSince + m_oTimeouts.m_oStalled);
     }
     return oDeadline;
-}
-
-void Session::endAfterReplies()
-{
-    m_bLeaving = true;
 }
 
 void Session::end(const std::string& a_strFault)

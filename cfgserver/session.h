@@ -44,7 +44,7 @@ public:
     /// Answers up to g_iRequestsPerTurn whole requests.
     void serve(const Answer& a_oAnswer, Clock::time_point a_oNow);
     /// Notes a notification.
-    void markChanged(std::size_t a_uiTable);
+    void markChanged(std::size_t a_uiTable) { m_oChanged[a_uiTable] = true; }
     /// Sends what the socket takes.
     void flush(Clock::time_point a_oNow);
     /// Ends the connection of a client that takes too long.
@@ -53,7 +53,7 @@ public:
     /// Has the connection closed; a_strFault is what the client did wrong.
     void end(const std::string& a_strFault = std::string());
     /// The same once the replies have left; no more requests are served.
-    void endAfterReplies();
+    void endAfterReplies() { m_bLeaving = true; }
 
     /// The epoll events to wait for, where they differ from those of the last call.
     [[nodiscard]] std::optional<std::uint32_t> takeNewInterest();

@@ -1,6 +1,7 @@
 #include "cfgserver/table.h"
 
 #include "cfgserver/refusal.h"
+#include "platform/common/values.h"
 
 #include <algorithm>
 #include <limits>
@@ -18,13 +19,6 @@ std::string describeKey(const TableSchema& a_oSchema, std::size_t a_uiColumn, co
            (oColumn.m_eSecret != quorvad::dbm::ESecret::eNone ? " of that value" : " " + quoted(a_strKey));
 }
 
-[[noreturn]] void refuseDuplicate(const TableSchema& a_oSchema, std::size_t a_uiColumn, const std::string& a_strKey)
-{
-    throw Refusal(wire::Result::DuplicateKey,
-                  "table " + a_oSchema.m_strName + " already has a row with " +
-                      describeKey(a_oSchema, a_uiColumn, a_strKey));
-}
-
 } // namespace
 
 Table::Table(const TableSchema& a_oSchema) : m_pSchema(&a_oSchema), m_oIndex(a_oSchema.m_oColumns.size())
@@ -32,7 +26,7 @@ Table::Table(const TableSchema& a_oSchema) : m_pSchema(&a_oSchema), m_oIndex(a_o
     if (a_oSchema.m_bFixedRow)
     {
         Cells oCells = makeDefaults(a_oSchema);
-        oCells[g_uiIdColumn] = korrin::Value(korrin::eValueInteger, 1);
+        oCells[g_uiIdColumn] = platform::integer(1);
         append(std::make_shared<const Row>(Row{m_uiNextSequence, std::move(oCells)}));
     }
 }
@@ -97,7 +91,7 @@ void Table::insert(const korrin::ValueList& a_oValues)
     assign(*m_pSchema, oCells, a_oValues);
     if (!a_oValues.hasValue(m_pSchema->m_oColumns[g_uiIdColumn].m_strName))
     {
-        oCells[g_uiIdColumn] = korrin::Value(korrin::eValueInteger, makeId());
+        oCells[g_uiIdColumn] = platform::integer(makeId());
     }
     checkKeys(oCells, nullptr);
     checkRoom(oCells, nullptr);
@@ -184,7 +178,9 @@ void Table::checkKeys(const Cells& a_oCells, const Row* a_pReplaced) const
         const Row* pHolder = find(uiColumn, strKey);
         if (pHolder != nullptr && pHolder != a_pReplaced)
         {
-            refuseDuplicate(*m_pSchema, uiColumn, strKey);
+            throw Refusal(wire::Result::DuplicateKey,
+                          "table " + m_pSchema->m_strName + " already has a row with " +
+                              describeKey(*m_pSchema, uiColumn, strKey));
         }
     }
 }

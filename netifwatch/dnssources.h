@@ -5,7 +5,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace netifwatch
@@ -35,7 +34,7 @@ using ServersByName = std::map<std::string, std::vector<std::string>>;
 
 /// The servers of the "nameserver" lines, in their order, as the C library reads them; lines that name no address are
 /// passed over. Pure.
-[[nodiscard]] std::vector<DnsServer> parseResolvConf(std::string_view a_strText);
+[[nodiscard]] std::vector<DnsServer> parseResolvConf(const std::string& a_strText);
 
 /// The servers of a file; none when it is missing or cannot be read. A file that names only servers of this machine is
 /// usually that of systemd-resolved's stub: then the servers that the stub asks are read in its place, where the file

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <fstream>
-#include <sstream>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -35,14 +34,7 @@ void EarlierNotes::read(const std::string& a_strPath)
     oFile.m_strPath = a_strPath;
     for (std::string strLine; std::getline(oStream, strLine);)
     {
-        std::istringstream oLine(strLine);
-        int iId = 0;
-        std::string strInterface;
-        std::string strAddress;
-        if (oLine >> iId >> strInterface >> strAddress)
-        {
-            oFile.m_oRows.emplace(iId, strInterface, strAddress);
-        }
+        oFile.m_oLines.insert(std::move(strLine));
     }
     if (!oStream.eof())
     {
@@ -54,13 +46,12 @@ void EarlierNotes::read(const std::string& a_strPath)
 
 bool EarlierNotes::find(const korrin::ValueList& a_oRow)
 {
-    const auto oNote = std::make_tuple(a_oRow.getValue(dbm::Id).getInteger(),
-                                       a_oRow.getValue(dbm::Interface).getText(),
-                                       a_oRow.getValue(dbm::DNSClientServer_IPAddress).getText());
+    const std::string strLine = a_oRow.getValue(dbm::Id).getText() + " " + a_oRow.getValue(dbm::Interface).getText() +
+                                " " + a_oRow.getValue(dbm::DNSClientServer_IPAddress).getText();
     bool bFound = false;
     for (File& oFile : m_oFiles)
     {
-        const bool bNoted = oFile.m_oRows.count(oNote) != 0;
+        const bool bNoted = oFile.m_oLines.count(strLine) != 0;
         oFile.m_bFound = oFile.m_bFound || bNoted;
         bFound = bFound || bNoted;
     }

@@ -4,7 +4,6 @@
 
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace netifwatch
@@ -16,7 +15,7 @@ namespace netifwatch
 class EarlierNotes
 {
 public:
-    /// Reads the files, those that there are. Lines that make no sense are skipped.
+    /// Reads the files, those that there are. Lines that make no sense match no row.
     explicit EarlierNotes(const std::vector<std::string>& a_oPaths);
 
     /// The writes that mark the noted rows whose Origin is empty; a_oPresent has the marks afterwards. A row is a noted
@@ -31,7 +30,7 @@ private:
     struct File
     {
         std::string m_strPath;
-        std::set<std::tuple<int, std::string, std::string>> m_oRows;
+        std::set<std::string> m_oLines;
         bool m_bFound = false; // one of its rows is in the table
     };
 

@@ -1,19 +1,21 @@
 #include "netifwatch/kernelstate.h"
 
-#include "netifwatch/netlink.h"
-
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 #include <libmnl/libmnl.h>
 #include <linux/if_addr.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
 #include <map>
+#include <memory>
 #include <net/if.h>
 #include <stdexcept>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <system_error>
+#include <vector>
 
 namespace netifwatch
 {
@@ -22,11 +24,84 @@ namespace
 {
 
 constexpr int s_iTries = 100;                    // a reading takes a fraction of a millisecond
+constexpr std::size_t s_uiReplyBytes = 32768;    // the kernel fills no larger buffer in one go
+constexpr unsigned s_uiSequence = 1;             // every request has a socket of its own
 constexpr std::uint8_t s_uiOperationUnknown = 0; // IF_OPER_UNKNOWN and IF_OPER_UP of linux/if.h,
 constexpr std::uint8_t s_uiOperationUp = 6;      // which cannot be included along with net/if.h
 
 using ByIndex = std::map<int, Interface>;
 using Attributes = std::array<const nlattr*, 64>;
+
+using Reader = std::function<void(const nlmsghdr& a_oMessage)>;
+
+struct SocketEnd
+{
+    void operator()(mnl_socket* a_pSocket) const { mnl_socket_close(a_pSocket); }
+};
+using Socket = std::unique_ptr<mnl_socket, SocketEnd>;
+
+enum class Answer
+{
+    Ok,
+    Interrupted, ///< what was listed changed meanwhile: the list has holes
+    Refused      ///< errno says why
+};
+
+Socket openSocket()
+{
+    Socket pSocket(mnl_socket_open2(NETLINK_ROUTE, SOCK_CLOEXEC));
+    if (pSocket == nullptr || mnl_socket_bind(pSocket.get(), 0, MNL_SOCKET_AUTOPID) != 0)
+    {
+        throw std::system_error(errno,
+                                std::generic_category(),
+                                "cannot ask the kernel about interfaces (needs AF_NETLINK and a file descriptor)");
+    }
+    const timeval oLimit = {5, 0}; // the kernel answers at once; for one that does not
+    setsockopt(mnl_socket_get_fd(pSocket.get()), SOL_SOCKET, SO_RCVTIMEO, &oLimit, sizeof oLimit);
+    return pSocket;
+}
+
+int passOn(const nlmsghdr* a_pMessage, void* a_pReader)
+{
+    (*static_cast<Reader*>(a_pReader))(*a_pMessage);
+    return MNL_CB_OK;
+}
+
+/// Sends a request and gives every message of the reply to the reader.
+Answer ask(nlmsghdr& a_oRequest, Reader a_oReader)
+{
+    const Socket pSocket = openSocket();
+    a_oRequest.nlmsg_seq = s_uiSequence;
+    if (mnl_socket_sendto(pSocket.get(), &a_oRequest, a_oRequest.nlmsg_len) < 0)
+    {
+        return Answer::Refused;
+    }
+    const unsigned uiPort = mnl_socket_get_portid(pSocket.get());
+    const bool bList = (a_oRequest.nlmsg_flags & NLM_F_DUMP) == NLM_F_DUMP;
+    std::vector<char> oBuffer(s_uiReplyBytes);
+    for (;;)
+    {
+        const ssize_t iSize = mnl_socket_recvfrom(pSocket.get(), oBuffer.data(), oBuffer.size());
+        if (iSize < 0 && errno == EINTR)
+        {
+            continue;
+        }
+        if (iSize < 0)
+        {
+            return Answer::Refused;
+        }
+        const int iEnd =
+            mnl_cb_run(oBuffer.data(), static_cast<std::size_t>(iSize), s_uiSequence, uiPort, passOn, &a_oReader);
+        if (iEnd < 0)
+        {
+            return errno == EINTR ? Answer::Interrupted : Answer::Refused;
+        }
+        if (iEnd == 0 || !bList)
+        {
+            return Answer::Ok;
+        }
+    }
+}
 
 int noteAttribute(const nlattr* a_pAttribute, void* a_pAttributes)
 {
@@ -97,7 +172,7 @@ void addAddress(const nlmsghdr& a_oMessage, ByIndex& a_oInterfaces)
 
 /// The answer of a question for a list.
 template<typename Header>
-NetlinkSocket::Answer list(std::uint16_t a_uiType, ByIndex& a_oInterfaces, void (*a_pAdd)(const nlmsghdr&, ByIndex&))
+Answer list(std::uint16_t a_uiType, ByIndex& a_oInterfaces, void (*a_pAdd)(const nlmsghdr&, ByIndex&))
 {
     alignas(nlmsghdr) std::array<char, 256> oBuffer = {};
     nlmsghdr& oRequest = *mnl_nlmsg_put_header(oBuffer.data());
@@ -108,38 +183,28 @@ NetlinkSocket::Answer list(std::uint16_t a_uiType, ByIndex& a_oInterfaces, void 
     {
         mnl_attr_put_u32(&oRequest, IFLA_EXT_MASK, RTEXT_FILTER_SKIP_STATS);
     }
-    NetlinkSocket oSocket;
-    return oSocket.ask(oRequest, [&](const nlmsghdr& a_oMessage) { a_pAdd(a_oMessage, a_oInterfaces); });
+    return ask(oRequest, [&](const nlmsghdr& a_oMessage) { a_pAdd(a_oMessage, a_oInterfaces); });
 }
 
 bool readOnce(ByIndex& a_oInterfaces)
 {
     a_oInterfaces.clear();
-    const NetlinkSocket::Answer eLinks = list<ifinfomsg>(RTM_GETLINK, a_oInterfaces, addLink);
-    const NetlinkSocket::Answer eAddresses =
-        eLinks == NetlinkSocket::Answer::Refused ? eLinks : list<ifaddrmsg>(RTM_GETADDR, a_oInterfaces, addAddress);
-    if (eAddresses == NetlinkSocket::Answer::Refused)
+    const Answer eLinks = list<ifinfomsg>(RTM_GETLINK, a_oInterfaces, addLink);
+    const Answer eAddresses =
+        eLinks == Answer::Refused ? eLinks : list<ifaddrmsg>(RTM_GETADDR, a_oInterfaces, addAddress);
+    if (eAddresses == Answer::Refused)
     {
         throw std::system_error(errno, std::generic_category(), "cannot read the kernel's list of interfaces");
     }
-    return eLinks == NetlinkSocket::Answer::Ok && eAddresses == NetlinkSocket::Answer::Ok;
-}
-
-int findInterface(const nlattr* a_pAttribute, void* a_pRoute)
-{
-    if (mnl_attr_get_type(a_pAttribute) == RTA_OIF && mnl_attr_validate(a_pAttribute, MNL_TYPE_U32) >= 0)
-    {
-        static_cast<Route*>(a_pRoute)->m_iInterface = static_cast<int>(mnl_attr_get_u32(a_pAttribute));
-    }
-    return MNL_CB_OK;
+    return eLinks == Answer::Ok && eAddresses == Answer::Ok;
 }
 
 void note(const nlmsghdr& a_oMessage, int a_iWanted, std::optional<Route>& a_oFound)
 {
     const auto& oHeader = *static_cast<const rtmsg*>(mnl_nlmsg_get_payload(&a_oMessage));
-    Route oRoute;
-    oRoute.m_bDefault = oHeader.rtm_dst_len == 0;
-    mnl_attr_parse(&a_oMessage, sizeof(rtmsg), findInterface, &oRoute);
+    const nlattr* pInterface = readAttributes<rtmsg>(a_oMessage)[RTA_OIF];
+    const Route oRoute{pInterface != nullptr ? static_cast<int>(mnl_attr_get_u32(pInterface)) : 0,
+                       oHeader.rtm_dst_len == 0};
     if (oHeader.rtm_type == RTN_UNICAST && (a_iWanted == 0 || oRoute.m_iInterface == a_iWanted))
     {
         a_oFound = oRoute;
@@ -186,10 +251,8 @@ std::optional<Route> lookUpRoute(const IpAddress& a_oAddress, int a_iInterface)
         mnl_attr_put_u32(&oRequest, RTA_OIF, static_cast<std::uint32_t>(a_iInterface));
     }
     std::optional<Route> oFound;
-    NetlinkSocket oSocket;
-    const auto eAnswer =
-        oSocket.ask(oRequest, [&](const nlmsghdr& a_oMessage) { note(a_oMessage, a_iInterface, oFound); });
-    return eAnswer == NetlinkSocket::Answer::Ok ? oFound : std::nullopt;
+    const Answer eAnswer = ask(oRequest, [&](const nlmsghdr& a_oMessage) { note(a_oMessage, a_iInterface, oFound); });
+    return eAnswer == Answer::Ok ? oFound : std::nullopt;
 }
 
 } // namespace netifwatch

@@ -91,12 +91,12 @@ assignServers(const Interfaces& a_oInterfaces, const DnsSources& a_oSources, con
     return oServers;
 }
 
-MachineState readMachine(const Options& a_oOptions, const InterfaceFilter& a_oFilter)
+MachineState readMachine(const Options& a_oOptions)
 {
     MachineState oState;
     for (Interface& oInterface : readInterfaces())
     {
-        if (a_oFilter.accepts(oInterface.m_strName))
+        if (a_oOptions.m_oInterfaces.accepts(oInterface.m_strName))
         {
             oState.m_oInterfaces.push_back(std::move(oInterface));
         }

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fnmatch.h>
 #include <limits>
-#include <utility>
 
 namespace netifwatch
 {
@@ -44,11 +43,11 @@ void declareChoices(CLI::App& a_oApp, Options& a_oOptions)
         ->capture_default_str();
     a_oApp
         .add_option("-i,--interface",
-                    a_oOptions.m_oInterfaces,
+                    a_oOptions.m_oInterfaces.m_oIncluded,
                     "watch this interface (name or shell pattern); may be repeated. Default: all but lo")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    a_oApp.add_option("-x,--exclude", a_oOptions.m_oExcluded, "exclude this interface, likewise")
+    a_oApp.add_option("-x,--exclude", a_oOptions.m_oInterfaces.m_oExcluded, "exclude this interface, likewise")
         ->type_name("NAME")
         ->allow_extra_args(false);
     auto* pNoDns = a_oApp.add_flag_callback(
@@ -138,11 +137,6 @@ std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, O
         makeAbsolute(a_oOptions.m_strState);
     }
     return std::nullopt;
-}
-
-InterfaceFilter::InterfaceFilter(std::vector<std::string> a_oIncluded, std::vector<std::string> a_oExcluded)
-    : m_oIncluded(std::move(a_oIncluded)), m_oExcluded(std::move(a_oExcluded))
-{
 }
 
 bool InterfaceFilter::accepts(const std::string& a_strName) const

@@ -7,12 +7,21 @@
 namespace netifwatch
 {
 
+/// Which interfaces are watched, by names or shell patterns ("wan*", "eth?").
+struct InterfaceFilter
+{
+    std::vector<std::string> m_oIncluded; ///< empty: all but the loopback
+    std::vector<std::string> m_oExcluded; ///< out in any case
+
+    /// False also for a name that no row can hold (not UTF-8). Pure.
+    [[nodiscard]] bool accepts(const std::string& a_strName) const;
+};
+
 /// The command line.
 struct Options
 {
     std::string m_strSocket = "/tmp/cfgserver.socket";
-    std::vector<std::string> m_oInterfaces; ///< names or patterns; empty: all but the loopback
-    std::vector<std::string> m_oExcluded;
+    InterfaceFilter m_oInterfaces;
     std::string m_strResolvConf = "/etc/resolv.conf";
     std::string m_strState; ///< obsolete: a file of noted rows, for the change-over
     int m_iEventBuffer = 0; ///< bytes; 0: the system's default
@@ -27,20 +36,5 @@ struct Options
 /// Reads the command line; paths come back absolute. Where there is nothing to run it has written the help, the version
 /// (standard output) or what was wrong (standard error) and returns the exit status, 0 or 2.
 [[nodiscard]] std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, Options& a_oOptions);
-
-/// Which interfaces are watched, by names or shell patterns ("wan*", "eth?").
-class InterfaceFilter
-{
-public:
-    /// Without patterns to include, every interface but the loopback is; what is excluded always goes out.
-    InterfaceFilter(std::vector<std::string> a_oIncluded, std::vector<std::string> a_oExcluded);
-
-    /// False also for a name that no row can hold (not UTF-8). Pure.
-    [[nodiscard]] bool accepts(const std::string& a_strName) const;
-
-private:
-    std::vector<std::string> m_oIncluded;
-    std::vector<std::string> m_oExcluded;
-};
 
 } // namespace netifwatch

@@ -20,24 +20,18 @@ using Json = nlohmann::ordered_json;
 
 constexpr int s_iIndent = 2;
 
-Rows insertedRows(const Operations& a_oOperations)
+Tables makeTables(const Options& a_oOptions)
 {
-    Rows oRows;
-    for (const Operation& oOperation : a_oOperations)
+    const MachineState oState = readMachine(a_oOptions);
+    Tables oTables = {{dbm::Table_StatusNetifWatch, makeIPv4Rows(oState.m_oInterfaces)},
+                      {dbm::Table_StatusNetIfIPv6Addresses, makeIPv6Rows(oState.m_oInterfaces, {})}};
+    if (oState.m_oServers)
     {
-        oRows.push_back(oOperation.m_oValues);
-    }
-    return oRows;
-}
-
-Tables makeTables(const MachineState& a_oState, const InterfaceFilter& a_oFilter)
-{
-    Tables oTables = {{dbm::Table_StatusNetifWatch, makeIPv4Rows(a_oState.m_oInterfaces, a_oFilter)},
-                      {dbm::Table_StatusNetIfIPv6Addresses, makeIPv6Rows(a_oState.m_oInterfaces, a_oFilter, {})}};
-    if (a_oState.m_oServers)
-    {
-        const Operations oServers = planServers(*a_oState.m_oServers, {}, {}, a_oFilter);
-        oTables.emplace_back(dbm::Table_DNSClientServer, insertedRows(oServers));
+        Rows& oRows = oTables.emplace_back(dbm::Table_DNSClientServer, Rows()).second;
+        for (const Operation& oInsertion : planServers(*oState.m_oServers, {}, {}, a_oOptions.m_oInterfaces))
+        {
+            oRows.push_back(oInsertion.m_oValues);
+        }
     }
     return oTables;
 }
@@ -120,8 +114,7 @@ std::string renderRows(const Rows& a_oRows)
 
 std::string printState(const Options& a_oOptions)
 {
-    const InterfaceFilter oFilter(a_oOptions.m_oInterfaces, a_oOptions.m_oExcluded);
-    const Tables oTables = makeTables(readMachine(a_oOptions, oFilter), oFilter);
+    const Tables oTables = makeTables(a_oOptions);
     if (a_oOptions.m_bJson)
     {
         return toJson(oTables);

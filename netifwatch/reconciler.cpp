@@ -4,6 +4,7 @@
 #include "platform/wire/message.h"
 
 #include <iterator>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -17,11 +18,6 @@ namespace
 
 constexpr char s_acLogFile[] = "reconciler";
 
-bool is(korrin::protocol::EResultCode a_oResult, wire::Result a_eResult)
-{
-    return a_oResult == static_cast<unsigned int>(a_eResult);
-}
-
 [[noreturn]] void fail(IConfigClient& a_oClient, const std::string& a_strWhat)
 {
     std::string strReason;
@@ -29,24 +25,13 @@ bool is(korrin::protocol::EResultCode a_oResult, wire::Result a_eResult)
     throw std::runtime_error(a_strWhat + ": " + (strReason.empty() ? "the service gave no reason" : strReason));
 }
 
-/// An unfinished transaction must not stay behind: it would keep everybody else from writing.
-class AccessScope
+void dropAccess(IConfigClient* a_pClient)
 {
-public:
-    explicit AccessScope(IConfigClient& a_oClient) : m_oClient(a_oClient) {}
-    ~AccessScope()
+    if (a_pClient->hasdbaccess())
     {
-        if (m_oClient.hasdbaccess())
-        {
-            m_oClient.dropdbaccess();
-        }
+        a_pClient->dropdbaccess();
     }
-    AccessScope(const AccessScope&) = delete;
-    AccessScope& operator=(const AccessScope&) = delete;
-
-private:
-    IConfigClient& m_oClient;
-};
+}
 
 std::set<std::string> namesOf(const Interfaces& a_oInterfaces)
 {
@@ -134,15 +119,12 @@ Rows Reconciler::read(const char* a_pTable)
 Operations Reconciler::makePlan(const MachineState& a_oState)
 {
     const Interfaces& oInterfaces = a_oState.m_oInterfaces;
-    Operations oPlan = compareByName(dbm::Table_StatusNetifWatch,
-                                     makeIPv4Rows(oInterfaces, m_oFilter),
-                                     read(dbm::Table_StatusNetifWatch),
-                                     m_oFilter);
+    Operations oPlan = compareByName(
+        dbm::Table_StatusNetifWatch, makeIPv4Rows(oInterfaces), read(dbm::Table_StatusNetifWatch), m_oFilter);
     const Rows oPresent = read(dbm::Table_StatusNetIfIPv6Addresses);
     append(
         oPlan,
-        compareByName(
-            dbm::Table_StatusNetIfIPv6Addresses, makeIPv6Rows(oInterfaces, m_oFilter, oPresent), oPresent, m_oFilter));
+        compareByName(dbm::Table_StatusNetIfIPv6Addresses, makeIPv6Rows(oInterfaces, oPresent), oPresent, m_oFilter));
     if (a_oState.m_oServers && knowsOrigin())
     {
         planDns(a_oState, oPlan);
@@ -202,7 +184,8 @@ Reconciler::Outcome Reconciler::write(const MachineState& a_oState)
     {
         return Outcome::Busy;
     }
-    const AccessScope oScope(m_oClient);
+    // An unfinished transaction must not stay behind: it would keep everybody else from writing.
+    const std::unique_ptr<IConfigClient, decltype(&dropAccess)> pAccess(&m_oClient, dropAccess);
     // Between the look and the access somebody else may have written.
     const Operations oPlan = makePlan(a_oState);
     if (oPlan.empty())
@@ -224,7 +207,7 @@ bool Reconciler::obtainAccess()
     {
         return true;
     }
-    if (!is(oResult, wire::Result::AccessTaken))
+    if (oResult != static_cast<unsigned int>(wire::Result::AccessTaken))
     {
         fail(m_oClient, "Cannot get write access");
     }

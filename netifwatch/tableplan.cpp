@@ -155,42 +155,33 @@ std::set<std::string> forgotten(const Holdings& a_oHoldings, const std::set<std:
 
 } // namespace
 
-Rows makeIPv4Rows(const Interfaces& a_oInterfaces, const InterfaceFilter& a_oFilter)
+Rows makeIPv4Rows(const Interfaces& a_oInterfaces)
 {
     Rows oRows;
     for (const Interface& oInterface : a_oInterfaces)
     {
-        if (a_oFilter.accepts(oInterface.m_strName))
-        {
-            korrin::ValueList oRow;
-            oRow.add(dbm::Name, text(oInterface.m_strName));
-            oRow.add(dbm::Addr, text(chooseIPv4(oInterface)));
-            oRow.add(dbm::IsUp, integer(oInterface.m_bUp ? 1 : 0));
-            oRows.push_back(std::move(oRow));
-        }
+        korrin::ValueList& oRow = oRows.emplace_back();
+        oRow.add(dbm::Name, text(oInterface.m_strName));
+        oRow.add(dbm::Addr, text(chooseIPv4(oInterface)));
+        oRow.add(dbm::IsUp, integer(oInterface.m_bUp ? 1 : 0));
     }
     return oRows;
 }
 
-Rows makeIPv6Rows(const Interfaces& a_oInterfaces, const InterfaceFilter& a_oFilter, const Rows& a_oPresent)
+Rows makeIPv6Rows(const Interfaces& a_oInterfaces, const Rows& a_oPresent)
 {
     const RowsByName oPresent = indexByName(a_oPresent);
     Rows oRows;
     for (const Interface& oInterface : a_oInterfaces)
     {
-        if (!a_oFilter.accepts(oInterface.m_strName))
-        {
-            continue;
-        }
         const auto it = oPresent.find(oInterface.m_strName);
         const std::string strPresent = it != oPresent.end() ? it->second->getValue(dbm::Addr).getText() : "";
         const std::string strAddress = chooseIPv6(oInterface, strPresent);
         if (!strAddress.empty())
         {
-            korrin::ValueList oRow;
+            korrin::ValueList& oRow = oRows.emplace_back();
             oRow.add(dbm::Name, text(oInterface.m_strName));
             oRow.add(dbm::Addr, text(strAddress));
-            oRows.push_back(std::move(oRow));
         }
     }
     return oRows;

@@ -47,7 +47,7 @@ std::vector<std::string> earlierNotes(const Options& a_oOptions)
 } // namespace
 
 Watcher::Watcher(korrin::net::EventDispatcher& a_oDispatcher, const Options& a_oOptions)
-    : m_oDispatcher(a_oDispatcher), m_oOptions(a_oOptions), m_oFilter(a_oOptions.m_oInterfaces, a_oOptions.m_oExcluded),
+    : m_oDispatcher(a_oDispatcher), m_oOptions(a_oOptions),
       m_oNotifications(a_oOptions.m_strSocket.c_str(),
                        a_oDispatcher,
                        "netifwatch",
@@ -56,7 +56,7 @@ Watcher::Watcher(korrin::net::EventDispatcher& a_oDispatcher, const Options& a_o
                        s_uiRetryMs,
                        !a_oOptions.m_bOnce,
                        false),
-      m_oReconciler(m_oNotifications.getConfigClient(), m_oFilter, earlierNotes(a_oOptions)),
+      m_oReconciler(m_oNotifications.getConfigClient(), a_oOptions.m_oInterfaces, earlierNotes(a_oOptions)),
       m_oTimer(a_oDispatcher.getEventLoop(), [this] { m_bDue = true; }),
       m_oEvents(a_oDispatcher.getEventLoop(), a_oOptions.m_bDns, a_oOptions.m_iEventBuffer, [this] { onHint(); }),
       m_oQuietTime(s_oQuiet, s_oLongest), m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
@@ -118,12 +118,7 @@ void Watcher::getTableNames(std::list<std::string>& a_oNames)
 bool Watcher::loadFromConfig(vadro::cfg::common::IConfigClient&, const std::string&)
 {
     m_oSettled.reset();
-    if (m_bFresh)
-    {
-        m_bDue = true;
-        return true;
-    }
-    lookBy(Clock::now() + s_oAfterOthers);
+    lookBy(Clock::now() + (m_bFresh ? 0ms : s_oAfterOthers));
     return true;
 }
 
@@ -166,7 +161,7 @@ Reconciler::Outcome Watcher::reconcile()
 {
     try
     {
-        const MachineState oState = readMachine(m_oOptions, m_oFilter);
+        const MachineState oState = readMachine(m_oOptions);
         LOG_DEBUG("Looked at %zu interfaces.", oState.m_oInterfaces.size());
         if (m_oSettled && *m_oSettled == oState)
         {

@@ -3,7 +3,7 @@
 #include "korrin/net/eventdispatcher.h"
 #include "netifwatch/debounce.h"
 #include "netifwatch/filewatch.h"
-#include "netifwatch/netlink.h"
+#include "netifwatch/kernelevents.h"
 #include "netifwatch/options.h"
 #include "netifwatch/reconciler.h"
 #include "platform/base/eventloop.h"
@@ -50,7 +50,6 @@ private:
 
     korrin::net::EventDispatcher& m_oDispatcher;
     const Options& m_oOptions;
-    InterfaceFilter m_oFilter;
     vadro::cfg::NotificationHandler m_oNotifications;
     Reconciler m_oReconciler;
     platform::Timer m_oTimer;

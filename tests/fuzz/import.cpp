@@ -9,7 +9,8 @@ void fuzz(std::string_view a_strInput)
     static cfgctl::Schema oSchema;
     for (std::size_t i = oSchema.size(); i < cfgserver::getSchema().size(); ++i)
     {
-        oSchema[cfgserver::getSchema()[i].m_strName] = cfgserver::describeColumns(cfgserver::getSchema()[i]);
+        const cfgserver::TableSchema& oTable = cfgserver::getSchema()[i];
+        oSchema[oTable.m_strName] = cfgserver::RowReader(oTable, {}).read(cfgserver::makeDefaults(oTable));
     }
     std::string strFile(a_strInput), strExported;
     for (int iRound = 0; iRound < 2; ++iRound)

@@ -68,7 +68,7 @@ TEST(Choice, Interfaces)
     };
     for (const auto& [oIncluded, oExcluded, strExpected] : oCases)
     {
-        const netifwatch::InterfaceFilter oFilter(oIncluded, oExcluded);
+        const netifwatch::InterfaceFilter oFilter{oIncluded, oExcluded};
         std::string strAccepted;
         for (const std::string& strName : oNames)
         {

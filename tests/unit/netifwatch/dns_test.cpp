@@ -158,7 +158,7 @@ TEST(ServerRows, Plan)
         // left out by the options, so another watcher's for all that is known
         {{row(1, "docker0", "192.0.2.1"), row(21, "docker1", "192.0.2.1")}, {}, ""},
     };
-    const InterfaceFilter oFilter({}, {"docker*"});
+    const InterfaceFilter oFilter{{}, {"docker*"}};
     for (const auto& [oPresent, oServers, strExpected] : oCases)
     {
         EXPECT_EQ(describe(planServers(oServers, {"eth0", "eth1"}, oPresent, oFilter)), strExpected);
