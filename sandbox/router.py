@@ -173,13 +173,6 @@ class Router:
             raise Failure(f"cfgctl {' '.join(map(str, words))}: status {done.returncode}\n{done.stderr}")
         return done
 
-    def start_import(self, text):
-        """Starts an import and returns the running process."""
-        path = self.folder / "import.json"
-        path.write_text(text)
-        return subprocess.Popen([self.bin / "cfgctl", "import", path], stdin=subprocess.DEVNULL,
-                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-
     def rows(self, table, **keys):
         """Rows of a table as dicts, only those with these column values."""
         found = json.loads(self.ctl("--json", "show", table).stdout)

@@ -83,12 +83,14 @@ def test_providers(router):
 LOST = (0, 999, "Connection error")
 GNUDIP_OUTCOMES = {
     "good": (1, 0, "Success"), "salt-1023": (1, 0, "Success"), "salt-5000": LOST, "binary-salt": (1, 0, "Success"),
-    "two-segments": (1, 0, "Success"), "torn-number": (0, 2, "Host not found"), "beyond-int": LOST, "no-number": LOST,
+    "two-segments": (1, 0, "Success"), "torn-number": (0, 2, "Host not found"), "unknown-code": (0, 3, "Unknown GnuDIP error"),
+    "beyond-int": LOST, "no-number": LOST,
     "close-after-salt": LOST, "reset-after-salt": LOST, "silent-after-salt": LOST}
 GNUDIP_ERRORS = {"No salt received from GnuDIP server.": 2, "Empty response from server": 3,
                  "recv() failed (Connection reset by peer)": 2, "Failed to parse response from server": 1,
                  "Parsed response code is out of integer range.": 2,
                  "GnuDIP update failed with code 2 (Host not found)": 1,
+                 "GnuDIP update failed with code 3 (Unknown GnuDIP error)": 1,
                  "Failed to connect GnuDIP server: Connection timed out": 1}
 
 

@@ -42,7 +42,7 @@ def test_signals(router):
         daemon.wait_log("Received SIGPIPE", QUICK)
         assert daemon.running
         assert daemon.stop(number, QUICK) == 0
-        assert daemon.count(f"Terminating on signal: {number}\n") == 1
+        assert daemon.count("Received SIGPIPE") == daemon.count(f"Terminating on signal: {number}\n") == 1
     daemon = router.start_daemon(name="quorvad-hup")
     daemon.wait_log("Poll\\.")
     assert daemon.stop(signal.SIGHUP, QUICK) == -signal.SIGHUP
@@ -58,12 +58,18 @@ def handles_stop(pid):
     return all(caught >> (number - 1) & 1 for number in (signal.SIGINT, signal.SIGTERM, signal.SIGQUIT))
 
 
-def detached(router, before=None):
-    """Starts a daemon in the background and returns its pid; before: the pid that a killed one left in the file."""
-    parent = router.start_daemon("-d", name="parent")
+def pid_text():
+    try:
+        return PID_FILE.read_text()
+    except FileNotFoundError:
+        return ""
+
+
+def detached(router, *options):
+    """Starts a daemon in the background and returns its pid, which the PID file holds once it has been replaced."""
+    before, parent = pid_text(), router.start_daemon("-d", *options, name="parent")
     assert parent.wait(QUICK) == 0
-    return int(wait_for("PID file", lambda: PID_FILE.exists() and PID_FILE.read_text().replace(f"{before}\n", ""),
-                        QUICK))
+    return int(wait_for("a new PID file", lambda: pid_text() not in ("", before) and pid_text(), QUICK))
 
 
 def gone(pid):
@@ -82,7 +88,7 @@ def test_background(router):
         gone(pid)
         assert not PID_FILE.exists(), stale
 
-    pid = detached(router)
+    pid = detached(router, "-p", "other")  # which is accepted without effect
     process = Path(f"/proc/{pid}")
     assert os.readlink(process / "cwd") == "/"
     assert {os.readlink(process / "fd" / str(number)) for number in range(3)} == {"/dev/null"}

@@ -41,12 +41,13 @@ def test_secrets(router):
     daemon.wait_log(r"Failed to send GnuDIP update \(Username is part of gnuDIP domain => domain must be longer\)")
     assert router.rows("DynDnsLog", DynDnsId=short) == []
     told = {words: router.ctl(*words.split()).stdout for words in (
-        "status", "--json status", "show DynDnsLog", "show DynDnsStatus", "show DynDns", "export")}
+        "status", "--json status", "show DynDnsLog", "show DynDnsStatus", "show DynDns", "--json show DynDns", "export")}
     told["processes"] = machine.readable_of_processes()
     told.update({name: (router.folder / f"{name}.log").read_text() for name in ("quorvad", "cfgserver", "syslog")})
     for name, text in told.items():
         assert WORD not in text and KEY not in text, name
-    assert WORD in router.ctl("show", "DynDns", "--show-secrets").stdout  # they are there to be found
+    for form in ((), ("--json",)):  # they are there to be found
+        assert WORD in router.ctl(*form, "show", "DynDns", "--show-secrets").stdout
 
     for line in told["quorvad"].splitlines():
         assert LINE.fullmatch(line), line

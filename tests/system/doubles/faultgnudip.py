@@ -23,6 +23,7 @@ FAULTS = {
     "binary-salt": (b"\0\xff\x01:\x80\x1b[31m\n\n\r\n", None),
     "two-segments": (b"salt\n", (b"0", b"\n")),
     "torn-number": (b"salt\n", (b"2", b"9\n")),
+    "unknown-code": (b"salt\n", (b"3\n",)),
     "beyond-int": (b"salt\n", (b"2147483648\n",)),
     "no-number": (b"salt\n", (b"<html>\x1b[31m no\n",)),
     "close-after-salt": (b"salt\n", "close"),

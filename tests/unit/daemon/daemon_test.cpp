@@ -1,5 +1,4 @@
 #include "daemon/environment.h"
-#include "daemon/options.h"
 #include "daemon/signals.h"
 #include "korrin/net/eventdispatcher.h"
 #include "tests/unit/support/logcapture.h"
@@ -7,44 +6,12 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
-#include <getopt.h>
 #include <thread>
 #include <unistd.h>
-#include <vector>
 
 using namespace quorvad;
 using testing::AllOf;
 using testing::HasSubstr;
-
-namespace
-{
-
-Options parse(std::vector<std::string> a_oArguments)
-{
-    a_oArguments.insert(a_oArguments.begin(), "./quorvad");
-    std::vector<char*> oPointers;
-    for (auto& strArgument : a_oArguments)
-    {
-        oPointers.push_back(strArgument.data());
-    }
-    oPointers.push_back(nullptr);
-    Options oOptions;
-    optind = 1;
-    parseOptions(oOptions, static_cast<int>(a_oArguments.size()), oPointers.data());
-    return oOptions;
-}
-
-} // namespace
-
-TEST(Options, AreTakenInTheirOrder)
-{
-    EXPECT_TRUE(parse({"-d"}).m_bDaemonize);
-    EXPECT_FALSE(parse({"-f"}).m_bDebug);
-    const Options oAll = parse({"-df", "-p", "other"});
-    EXPECT_FALSE(oAll.m_bDaemonize);
-    EXPECT_TRUE(oAll.m_bDebug);
-    EXPECT_EQ(oAll.m_strPidName, "other");
-}
 
 namespace
 {
@@ -78,18 +45,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(SignalsTest, AreRecordedAndLoggedOnce)
-{
-    raise(SIGPIPE);
-    EXPECT_FALSE(g_bTerminate);
-    EXPECT_THAT(loggedNow(), testing::EndsWith("Received SIGPIPE\n"));
-    raise(SIGQUIT);
-    raise(SIGTERM);
-    EXPECT_TRUE(g_bTerminate);
-    EXPECT_THAT(loggedNow(), AllOf(HasSubstr("Terminating on signal: 3\n"), HasSubstr("Terminating on signal: 15\n")));
-    EXPECT_EQ(loggedNow(), "");
-}
 
 TEST_F(SignalsTest, EndAWaitWhereverTheyCome)
 {

@@ -5,20 +5,16 @@
 #include "tests/unit/support/logcapture.h"
 #include "vadro/daemon.h"
 
-#include <poll.h>
 #include <stdexcept>
 #include <sys/resource.h>
 
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Ne;
 using testing::StartsWith;
 
 namespace
 {
-
-constexpr int s_iBudgetMs = 10000;
 
 struct ProgramTest : testing::Test
 {
@@ -40,45 +36,9 @@ struct ProgramTest : testing::Test
             });
         return {oCaller.wait(), contentOf(strFile)};
     }
-    static void expectOnItsOwn(pid_t a_iPid)
-    {
-        const std::string strProcess = "/proc/" + std::to_string(a_iPid) + "/";
-        for (const char* pDescriptor : {"fd/0", "fd/1", "fd/2"})
-        {
-            EXPECT_EQ(std::filesystem::read_symlink(strProcess + pDescriptor), "/dev/null");
-        }
-        EXPECT_EQ(std::filesystem::read_symlink(strProcess + "cwd"), "/");
-        EXPECT_THAT(::getsid(a_iPid), AllOf(Ne(-1), Ne(a_iPid), Ne(::getsid(0))));
-    }
 };
 
 } // namespace
-
-TEST_F(ProgramTest, TheCallerGoesOnWhenTheDetachedProcessIsReady)
-{
-    int aiEnd[2];
-    ASSERT_EQ(::pipe(aiEnd), 0);
-    const auto serve = [&](std::uint32_t, const std::function<void()>& a_oReady)
-    {
-        ::close(aiEnd[1]);
-        a_oReady();
-        pollfd oPoll = {aiEnd[0], 0, 0};
-        ::poll(&oPoll, 1, s_iBudgetMs); // until the test closes its end
-    };
-    EXPECT_EQ(run(serve), std::make_pair(0, std::string()));
-    const std::string strPid = contentOf(m_strPidFile);
-    expectOnItsOwn(std::stoi(strPid));
-    EXPECT_EQ(run(serve),
-              std::make_pair(1, "sample: already running, as " + m_strPidFile + " says; stop that one first\n"));
-    EXPECT_EQ(contentOf(m_strPidFile), strPid);
-    ::close(aiEnd[0]);
-    ::close(aiEnd[1]);
-    for (int i = 0; i < s_iBudgetMs / 10 && std::filesystem::exists(m_strPidFile); ++i)
-    {
-        ::poll(nullptr, 0, 10);
-    }
-    EXPECT_FALSE(std::filesystem::exists(m_strPidFile));
-}
 
 TEST_F(ProgramTest, TheCallerLearnsWhyTheStartFailed)
 {

@@ -8,7 +8,6 @@
 #include <climits>
 #include <csignal>
 #include <functional>
-#include <future>
 #include <new>
 #include <stdexcept>
 
@@ -96,24 +95,4 @@ TEST(Scheduler, TriesUntilSuccessOrTheEndOfItsTries)
     {
         EXPECT_THAT(oLog.lines(), Contains(ContainsRegex(pLine)));
     }
-}
-
-TEST(Scheduler, StopWaitsForATryInProgress)
-{
-    std::promise<void> oEntered, oRelease;
-    const auto pAction = std::make_shared<CountingAction>(
-        [&](int)
-        {
-            oEntered.set_value();
-            oRelease.get_future().wait_for(20s);
-            return false;
-        });
-    Scheduler oScheduler(0, 3, pAction);
-    ASSERT_EQ(oEntered.get_future().wait_for(20s), std::future_status::ready);
-    auto oStopped = std::async(std::launch::async, [&] { oScheduler.stop(); });
-    EXPECT_EQ(oStopped.wait_for(200ms), std::future_status::timeout) << "the try was still running";
-    oRelease.set_value();
-    EXPECT_EQ(oStopped.wait_for(20s), std::future_status::ready);
-    EXPECT_TRUE(oScheduler.m_bFinished.load());
-    EXPECT_EQ(pAction->m_iTries, 1);
 }
