@@ -104,166 +104,114 @@ std::string makeAddFooter()
     return strFooter + "." + s_pAddPlaceholders;
 }
 
-/// Adds one command after the other.
-class Adder
+CLI::Option* addIds(CLI::App& a_oCommand, Request& a_oRequest, const char* a_pName, const char* a_pHelp)
 {
-public:
-    Adder(CLI::App& a_oApp, Options& a_oOptions, Request& a_oRequest)
-        : m_oApp(a_oApp), m_oOptions(a_oOptions), m_oAccount(a_oOptions.m_oAccount), m_oRequest(a_oRequest),
-          m_oGroup(*a_oApp.add_subcommand("account", "add, show, test and change accounts"))
-    {
-        m_oGroup.group("Commands");
-        m_oGroup.require_subcommand(1);
-        m_oGroup.footer(s_pGroupFooter);
-        m_oGroup.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    }
+    return addOption(a_oCommand, a_pName, a_oRequest.m_oOptions.m_oAccount.m_oIds, a_pHelp, "")
+        ->check(CLI::Range(1, INT_MAX).description(""));
+}
 
-    void addAll()
-    {
-        addAdd();
-        addProvidersFile(addCommand("list", "list the accounts", runAccountList, s_pListFooter));
-        CLI::App& oTest =
-            addCommand("test", "show the next update and everything that prevents it", runAccountTest, s_pTestFooter);
-        addId(oTest);
-        addProvidersFile(oTest);
-        addIds(addCommand("enable", "start updating accounts", runAccountEnable, s_pEnableFooter));
-        addIds(addCommand("disable", "stop updating accounts", runAccountDisable, s_pEnableFooter));
-        CLI::App& oRemove = addCommand("remove", "delete accounts", runAccountRemove, s_pRemoveFooter);
-        addIds(oRemove);
-        oRemove.add_flag("-y,--yes", m_oAccount.m_bYes, "do not ask");
-        CLI::App& oPassword =
-            addCommand("password", "change an account's password", runAccountPassword, s_pPasswordFooter);
-        addId(oPassword);
-        addPasswordFile(oPassword);
-        addProvidersFile(oPassword);
-        addProviders();
-        addLog();
-    }
+void addProvidersFile(CLI::App& a_oCommand, AccountOptions& a_oAccount)
+{
+    addOption(a_oCommand, "--providers", a_oAccount.m_strProviders, "read more providers from FILE", "FILE");
+}
 
-private:
-    using Command = std::string (*)(Database&, const Options&);
+void addPasswordFile(CLI::App& a_oCommand, AccountOptions& a_oAccount)
+{
+    const char* pHelp = "read the password from FILE; '-' is standard input";
+    addOption(a_oCommand, "--password-file", a_oAccount.m_strPasswordFile, pHelp, "FILE");
+}
 
-    CLI::App& addCommand(const char* a_pName, const char* a_pHelp, Command a_pCommand, const std::string& a_strFooter)
-    {
-        CLI::App& oCommand = *m_oGroup.add_subcommand(a_pName, a_pHelp);
-        oCommand.group("Commands");
-        oCommand.footer(a_strFooter);
-        oCommand.callback([&oRequest = m_oRequest, a_pCommand] { oRequest.m_oCommand = a_pCommand; });
-        return oCommand;
-    }
-    void addProvidersFile(CLI::App& a_oCommand)
-    {
-        addText(a_oCommand, "--providers", m_oAccount.m_strProviders, "read more providers from FILE", "FILE");
-    }
-    void addIds(CLI::App& a_oCommand)
-    {
-        a_oCommand.add_option("ID", m_oAccount.m_oIds, "the accounts")
-            ->type_name("")
-            ->check(CLI::Range(1, INT_MAX).description(""))
-            ->required();
-    }
-    void addId(CLI::App& a_oCommand)
-    {
-        a_oCommand.add_option("ID", m_oAccount.m_oIds, "the account")
-            ->type_name("")
-            ->check(CLI::Range(1, INT_MAX).description(""))
-            ->expected(1)
-            ->required();
-    }
-    void addPasswordFile(CLI::App& a_oCommand)
-    {
-        a_oCommand
-            .add_option(
-                "--password-file", m_oAccount.m_strPasswordFile, "read the password from FILE; '-' is standard input")
-            ->type_name("FILE");
-    }
-    static CLI::Option&
-    addText(CLI::App& a_oCommand, const char* a_pName, std::string& a_strText, const char* a_pHelp, const char* a_pType)
-    {
-        return *a_oCommand.add_option(a_pName, a_strText, a_pHelp)->type_name(a_pType);
-    }
+/// Which provider an account is for.
+void addWhere(CLI::App& a_oAdd, AccountOptions& a_oAccount)
+{
+    const char* pHelp = "a provider listed by 'cfgctl providers'";
+    CLI::Option* pProvider = addOption(a_oAdd, "-p,--provider", a_oAccount.m_strProvider, pHelp, "NAME");
+    CLI::Option* pUrl =
+        addOption(a_oAdd, "--url", a_oAccount.m_strUrl, "the update URL of another provider", "TEMPLATE");
+    CLI::Option* pServer =
+        addOption(a_oAdd, "--server", a_oAccount.m_strServer, "the GnuDIP server of another provider", "NAME");
+    pProvider->excludes(pUrl)->excludes(pServer);
+    pUrl->excludes(pServer);
+}
 
-    void addAdd()
-    {
-        CLI::App& oAdd = addCommand("add", "add an account", runAccountAdd, makeAddFooter());
-        addWhere(oAdd);
-        AccountSpec& oSpec = m_oAccount.m_oWish;
-        addText(oAdd, "--host", oSpec.m_strHost, "the name to update", "HOST").required();
-        addText(oAdd, "-i,--interface", oSpec.m_strInterface, "the interface to follow", "NAME").required();
-        addText(oAdd, "--user", oSpec.m_strUser, "the user name, if the provider wants one", "USER");
-        addText(oAdd, "--zone", oSpec.m_strZone, "the zone of the host, for providers that take it separately", "ZONE");
-        addPasswordFile(oAdd);
-        oAdd.add_flag("--dual", oSpec.m_bDual, "announce the IPv6 address as well");
-        oAdd.add_option_function<int>(
-                "--retry", [&oSpec](const int& a_iTries) { oSpec.m_iRetry = a_iTries; }, "tries per change")
-            ->type_name("N")
-            ->check(CLI::Range(1, g_iMostTries).description(""));
-        oAdd.add_option_function<std::string>(
-                "--expect",
-                [&oSpec](const std::string& a_strText) { oSpec.m_strExpect = a_strText; },
-                "text that a good answer contains; if empty, HTTP status 200 is one")
-            ->type_name("TEXT");
-        oAdd.add_flag_callback(
-            "--disabled", [&oSpec] { oSpec.m_bEnable = false; }, "add the account without updating it");
-        addProvidersFile(oAdd);
-        oAdd.add_flag("--dry-run", m_oAccount.m_bDryRun, "show the row and write nothing");
-        oAdd.callback(
-            [&oAccount = m_oAccount, &oRequest = m_oRequest]
+void addSpec(CLI::App& a_oAdd, AccountOptions& a_oAccount)
+{
+    AccountSpec& oSpec = a_oAccount.m_oWish;
+    addOption(a_oAdd, "--host", oSpec.m_strHost, "the name to update", "HOST")->required();
+    addOption(a_oAdd, "-i,--interface", oSpec.m_strInterface, "the interface to follow", "NAME")->required();
+    addOption(a_oAdd, "--user", oSpec.m_strUser, "the user name, if the provider wants one", "USER");
+    addOption(a_oAdd, "--zone", oSpec.m_strZone, "the zone of the host, for providers that take it separately", "ZONE");
+    addPasswordFile(a_oAdd, a_oAccount);
+    a_oAdd.add_flag("--dual", oSpec.m_bDual, "announce the IPv6 address as well");
+    addOption(a_oAdd, "--retry", oSpec.m_iRetry, "tries per change", "N")
+        ->check(CLI::Range(1, g_iMostTries).description(""));
+    const char* pHelp = "text that a good answer contains; if empty, HTTP status 200 is one";
+    addOption(a_oAdd, "--expect", oSpec.m_strExpect, pHelp, "TEXT");
+    a_oAdd.add_flag_callback(
+        "--disabled", [&oSpec] { oSpec.m_bEnable = false; }, "add the account without updating it");
+}
+
+void addAdd(CLI::App& a_oGroup, Request& a_oRequest)
+{
+    AccountOptions& oAccount = a_oRequest.m_oOptions.m_oAccount;
+    CLI::App& oAdd = addCommand(a_oGroup, a_oRequest, "add", "add an account", runAccountAdd, makeAddFooter());
+    addWhere(oAdd, oAccount);
+    addSpec(oAdd, oAccount);
+    addProvidersFile(oAdd, oAccount);
+    oAdd.add_flag("--dry-run", oAccount.m_bDryRun, "show the row and write nothing");
+    oAdd.final_callback(
+        [&oAccount]
+        {
+            if (oAccount.m_strProvider.empty() && oAccount.m_strUrl.empty() && oAccount.m_strServer.empty())
             {
-                if (oAccount.m_strProvider.empty() && oAccount.m_strUrl.empty() && oAccount.m_strServer.empty())
-                {
-                    throw UsageError("One of --provider NAME, --url TEMPLATE and --server NAME is required");
-                }
-                oRequest.m_oCommand = runAccountAdd;
-            });
-    }
-    void addWhere(CLI::App& a_oAdd)
-    {
-        CLI::Option& oProvider = addText(
-            a_oAdd, "-p,--provider", m_oAccount.m_strProvider, "a provider listed by 'cfgctl providers'", "NAME");
-        CLI::Option& oUrl =
-            addText(a_oAdd, "--url", m_oAccount.m_strUrl, "the update URL of another provider", "TEMPLATE");
-        CLI::Option& oServer =
-            addText(a_oAdd, "--server", m_oAccount.m_strServer, "the GnuDIP server of another provider", "NAME");
-        oProvider.excludes(&oUrl)->excludes(&oServer);
-        oUrl.excludes(&oServer);
-    }
+                throw UsageError("One of --provider NAME, --url TEMPLATE and --server NAME is required");
+            }
+        });
+}
 
-    void addProviders()
+void addEditors(CLI::App& a_oGroup, Request& a_oRequest)
+{
+    AccountOptions& oAccount = a_oRequest.m_oOptions.m_oAccount;
+    const auto add = [&](const char* a_pName, const char* a_pHelp, Command* a_pCommand, const char* a_pFooter)
+    { return &addCommand(a_oGroup, a_oRequest, a_pName, a_pHelp, a_pCommand, a_pFooter); };
+    addProvidersFile(*add("list", "list the accounts", runAccountList, s_pListFooter), oAccount);
+    const char* pHelp = "show the next update and everything that prevents it";
+    CLI::App& oTest = *add("test", pHelp, runAccountTest, s_pTestFooter);
+    addIds(oTest, a_oRequest, "ID", "the account")->expected(1)->required();
+    addProvidersFile(oTest, oAccount);
+    CLI::App& oEnable = *add("enable", "start updating accounts", runAccountEnable, s_pEnableFooter);
+    CLI::App& oDisable = *add("disable", "stop updating accounts", runAccountDisable, s_pEnableFooter);
+    CLI::App& oRemove = *add("remove", "delete accounts", runAccountRemove, s_pRemoveFooter);
+    for (CLI::App* pCommand : {&oEnable, &oDisable, &oRemove})
     {
-        CLI::App& oProviders = *m_oApp.add_subcommand("providers", "list the providers, or everything known of one");
-        oProviders.group("Commands");
-        oProviders.footer(s_pProvidersFooter);
-        addText(oProviders, "NAME", m_oAccount.m_strProvider, "one provider", "");
-        addProvidersFile(oProviders);
-        oProviders.callback([&oRequest = m_oRequest] { oRequest.m_oLongCommand = runProviders; });
+        addIds(*pCommand, a_oRequest, "ID", "the accounts")->required();
     }
-    void addLog()
-    {
-        CLI::App& oLog = *m_oApp.add_subcommand("log", "show the newest attempts and their answers");
-        oLog.group("Commands");
-        oLog.footer(s_pLogFooter);
-        oLog.add_flag("-f,--follow", m_oOptions.m_bFollow, "then each new one, until Ctrl-C");
-        oLog.add_option("--account", m_oAccount.m_oIds, "only this account")
-            ->type_name("ID")
-            ->check(CLI::Range(1, INT_MAX).description(""))
-            ->expected(1);
-        oLog.add_option("-n,--lines", m_oOptions.m_uiLines, "show at most N")->type_name("N")->capture_default_str();
-        oLog.callback([&oRequest = m_oRequest] { oRequest.m_oLongCommand = runLog; });
-    }
-
-    CLI::App& m_oApp;
-    Options& m_oOptions;
-    AccountOptions& m_oAccount;
-    Request& m_oRequest;
-    CLI::App& m_oGroup;
-};
+    oRemove.add_flag("-y,--yes", oAccount.m_bYes, "do not ask");
+    CLI::App& oPassword = *add("password", "change an account's password", runAccountPassword, s_pPasswordFooter);
+    addIds(oPassword, a_oRequest, "ID", "the account")->expected(1)->required();
+    addPasswordFile(oPassword, oAccount);
+    addProvidersFile(oPassword, oAccount);
+}
 
 } // namespace
 
-void addAccountCommands(CLI::App& a_oApp, Options& a_oOptions, Request& a_oRequest)
+void addAccountCommands(CLI::App& a_oApp, Request& a_oRequest)
 {
-    Adder(a_oApp, a_oOptions, a_oRequest).addAll();
+    CLI::App& oGroup = *a_oApp.add_subcommand("account", "add, show, test and change accounts");
+    oGroup.require_subcommand(1);
+    oGroup.footer(s_pGroupFooter);
+    addAdd(oGroup, a_oRequest);
+    addEditors(oGroup, a_oRequest);
+    Options& oOptions = a_oRequest.m_oOptions;
+    const char* pHelp = "list the providers, or everything known of one";
+    CLI::App& oProviders = addCommand(a_oApp, a_oRequest, "providers", pHelp, runProviders, s_pProvidersFooter);
+    addOption(oProviders, "NAME", oOptions.m_oAccount.m_strProvider, "one provider", "");
+    addProvidersFile(oProviders, oOptions.m_oAccount);
+    const char* pLogHelp = "show the newest attempts and their answers";
+    CLI::App& oLog = addCommand(a_oApp, a_oRequest, "log", pLogHelp, runLog, s_pLogFooter);
+    oLog.add_flag("-f,--follow", oOptions.m_bFollow, "then each new one, until Ctrl-C");
+    addIds(oLog, a_oRequest, "--account", "only this account")->type_name("ID")->expected(1);
+    addOption(oLog, "-n,--lines", oOptions.m_uiLines, "show at most N", "N")->capture_default_str();
 }
 
 } // namespace cfgctl

@@ -51,24 +51,37 @@ Examples:
   cfgctl import saved.json
   cfgctl export | sed s/ppp0/ppp1/ | cfgctl import -)";
 
-constexpr const char* s_pAddExamples = R"(
+const std::string s_strAddExample = R"(
 
 Example:
   cfgctl add DNSClientServer Interface=ppp0 IPAddress=192.0.2.1)";
 
-constexpr const char* s_pSetExamples = R"(
+const std::string s_strSetExamples = R"(
 
 Examples:
   cfgctl set DynDns Id=1 Interface=ppp1
   cfgctl set etl Id=1 serial_no=A1B2C3)";
 
-/// The texts as they come from the command line, until they are taken apart.
-struct RawArguments
-{
-    std::string m_strKey;
-    std::vector<std::string> m_oValues;
-    unsigned m_uiWaitSec = 5;
-};
+constexpr const char* s_pStatusFooter = R"(Examples:
+  cfgctl status
+  cfgctl status --json)";
+
+constexpr const char* s_pShowFooter = R"(Examples:
+  cfgctl show DynDns Id=1
+  cfgctl show StatusNetifWatch
+  cfgctl show DynDnsLog --json)";
+
+constexpr const char* s_pTablesFooter = R"(Examples:
+  cfgctl tables
+  cfgctl tables DynDns)";
+
+constexpr const char* s_pWatchFooter = R"(Examples:
+  cfgctl watch
+  cfgctl watch DynDnsStatus --count 1 --timeout 90)";
+
+constexpr const char* s_pDeleteFooter = R"(Examples:
+  cfgctl delete DNSClientServer Id=2
+  cfgctl delete StatusNetifWatch Name=ppp1)";
 
 /// What stands before a value, which may be a password.
 std::string withoutValue(const std::string& a_strArgument)
@@ -84,10 +97,11 @@ public:
     {
         m_oApp.require_subcommand(1);
         m_oApp.get_formatter()->label("SUBCOMMAND", "COMMAND");
+        m_oApp.group("Commands"); // its commands inherit it
         m_oApp.fallthrough();
         m_oApp.set_version_flag("-V,--version", "cfgctl " CFGCTL_VERSION);
         addGlobalOptions();
-        addAccountCommands(m_oApp, m_oOptions, m_oRequest);
+        addAccountCommands(m_oApp, m_oRequest);
         addReaders();
         addWriters();
         addTransfers();
@@ -99,16 +113,15 @@ public:
         try
         {
             m_oApp.parse(a_iCount, a_ppArguments);
+            finish();
         }
         catch (const CLI::CallForHelp&)
         {
             m_oRequest.m_strText = m_oApp.help();
-            return m_oRequest;
         }
         catch (const CLI::CallForVersion& oVersion)
         {
             m_oRequest.m_strText = std::string(oVersion.what()) + "\n";
-            return m_oRequest;
         }
         catch (const CLI::RequiredError& oError)
         {
@@ -118,19 +131,7 @@ public:
         {
             fail("'" + withoutValue(m_oApp.remaining(true).front()) + "' was not expected");
         }
-        catch (const CLI::ParseError& oError)
-        {
-            fail(oError.what());
-        }
-        catch (const UsageError& oError)
-        {
-            fail(oError.what());
-        }
-        try
-        {
-            finish();
-        }
-        catch (const UsageError& oError)
+        catch (const std::runtime_error& oError) // CLI::ParseError, UsageError
         {
             fail(oError.what());
         }
@@ -138,140 +139,116 @@ public:
     }
 
 private:
-    [[noreturn]] void fail(const std::string& a_strReason) const
+    [[noreturn]] void fail(std::string a_strReason) const
     {
-        std::string strCommand;
-        const CLI::App* pCommand = &m_oApp;
-        while (!pCommand->get_subcommands().empty())
+        std::string strCommand = "cfgctl";
+        for (const CLI::App* pCommand = &m_oApp; !pCommand->get_subcommands().empty();)
         {
             pCommand = pCommand->get_subcommands().front();
             strCommand += " " + pCommand->get_name();
         }
-        if (!strCommand.empty())
-        {
-            throw UsageError(a_strReason + ". See 'cfgctl" + strCommand + " --help'");
-        }
         const std::vector<std::string> oUnknown = m_oApp.remaining();
-        if (oUnknown.empty())
+        if (m_oApp.get_subcommands().empty() && !oUnknown.empty())
         {
-            throw UsageError(a_strReason + ". See 'cfgctl --help'");
+            const char* pKind = oUnknown.front().substr(0, 1) == "-" ? "an option" : "a command";
+            a_strReason = "'" + withoutValue(oUnknown.front()) + "' is not " + pKind;
         }
-        const char* pKind = oUnknown.front().substr(0, 1) == "-" ? "an option" : "a command";
-        throw UsageError("'" + withoutValue(oUnknown.front()) + "' is not " + pKind + ". See 'cfgctl --help'");
+        throw UsageError(a_strReason + ". See '" + strCommand + " --help'");
     }
 
-    using Command = std::string (*)(Database&, const Options&);
-
-    CLI::App& addCommand(const char* a_pName, const char* a_pHelp, Command a_pCommand)
+    CLI::App& addCommand(const char* a_pName, const char* a_pHelp, Command* a_pCommand, const std::string& a_strFooter)
     {
-        CLI::App& oCommand = *m_oApp.add_subcommand(a_pName, a_pHelp);
-        oCommand.group("Commands");
-        oCommand.callback([this, a_pCommand] { m_oRequest.m_oCommand = a_pCommand; });
-        return oCommand;
+        return cfgctl::addCommand(m_oApp, m_oRequest, a_pName, a_pHelp, a_pCommand, a_strFooter);
     }
-    CLI::Option& addTable(CLI::App& a_oCommand)
+    CLI::Option* addTable(CLI::App& a_oCommand)
     {
-        return *a_oCommand.add_option("TABLE", m_oOptions.m_strTable, "the table")->type_name("")->required();
+        return addOption(a_oCommand, "TABLE", m_oOptions.m_strTable, "the table", "")->required();
     }
-    CLI::Option& addKey(CLI::App& a_oCommand, const char* a_pName, const char* a_pHelp)
+    void addKey(CLI::App& a_oCommand)
     {
-        return *a_oCommand.add_option(a_pName, m_oRaw.m_strKey, a_pHelp)->type_name("");
+        addOption(a_oCommand, "KEY=VALUE", m_strKey, "the row, such as Id=1", "")->required();
     }
-    void addValues(CLI::App& a_oCommand, const char* a_pExamples)
+    void addValues(CLI::App& a_oCommand)
     {
-        a_oCommand.add_option("COLUMN=VALUE", m_oRaw.m_oValues, "what to write")->type_name("")->required();
-        a_oCommand.footer(std::string(s_pValuesFooter) + a_pExamples);
+        addOption(a_oCommand, "COLUMN=VALUE", m_oValues, "what to write", "")->required();
     }
 
     void addGlobalOptions()
     {
-        m_oApp.add_option("--socket", m_oOptions.m_strSocket, "the service's socket")
-            ->type_name("PATH")
-            ->capture_default_str();
+        addOption(m_oApp, "--socket", m_oOptions.m_strSocket, "the service's socket", "PATH")->capture_default_str();
         m_oApp.add_flag("--json", m_oOptions.m_bJson, "print JSON");
         m_oApp.add_flag("--show-secrets", m_oOptions.m_bShowSecrets, "print passwords as they are");
-        m_oApp
-            .add_option("--wait", m_oRaw.m_uiWaitSec, "how long to wait for write access while another client holds it")
-            ->type_name("SECONDS")
+        const char* pHelp = "how long to wait for write access while another client holds it";
+        addOption(m_oApp, "--wait", m_uiWaitSec, pHelp, "SECONDS")
             ->check(CLI::Range(0U, 86400U).description(""))
             ->capture_default_str();
     }
 
     void addReaders()
     {
-        CLI::App& oStatus = addCommand("status", "the accounts: latest result and next step", runStatus);
-        oStatus.footer("Examples:\n  cfgctl status\n  cfgctl status --json");
-        CLI::App& oShow = addCommand("show", "the rows of a table", runShow);
+        addCommand("status", "the accounts: latest result and next step", runStatus, s_pStatusFooter);
+        CLI::App& oShow = addCommand("show", "the rows of a table", runShow, s_pShowFooter);
         addTable(oShow);
-        addKey(oShow, "COLUMN=VALUE", "only rows with this value");
-        oShow.footer("Examples:\n  cfgctl show DynDns Id=1\n  cfgctl show StatusNetifWatch\n"
-                     "  cfgctl show DynDnsLog --json");
-        CLI::App& oTables = addCommand("tables", "the tables, or the columns of one", runTables);
-        addTable(oTables).required(false);
-        oTables.footer("Examples:\n  cfgctl tables\n  cfgctl tables DynDns");
-        CLI::App& oWatch = *m_oApp.add_subcommand("watch", "print a line whenever a table changes, until Ctrl-C");
-        oWatch.add_option("TABLE", m_oOptions.m_oTables, "the tables; all if none is named")->type_name("");
-        oWatch.add_option("--count", m_oOptions.m_uiCount, "exit after N lines")->type_name("N");
-        oWatch
-            .add_option(
-                "--timeout", m_oOptions.m_uiTimeoutSec, "exit after SECONDS; status 1 if --count lines did not come")
-            ->type_name("SECONDS")
+        addOption(oShow, "COLUMN=VALUE", m_strKey, "only rows with this value", "");
+        addTable(addCommand("tables", "the tables, or the columns of one", runTables, s_pTablesFooter))
+            ->required(false);
+        const char* pHelp = "print a line whenever a table changes, until Ctrl-C";
+        CLI::App& oWatch = cfgctl::addCommand(m_oApp, m_oRequest, "watch", pHelp, runWatch, s_pWatchFooter);
+        addOption(oWatch, "TABLE", m_oOptions.m_oTables, "the tables; all if none is named", "");
+        addOption(oWatch, "--count", m_oOptions.m_uiCount, "exit after N lines", "N");
+        const char* pTimeout = "exit after SECONDS; status 1 if --count lines did not come";
+        addOption(oWatch, "--timeout", m_oOptions.m_uiTimeoutSec, pTimeout, "SECONDS")
             ->check(CLI::Range(1U, 31536000U).description(""));
-        oWatch.group("Commands");
-        oWatch.footer("Examples:\n  cfgctl watch\n  cfgctl watch DynDnsStatus --count 1 --timeout 90");
-        oWatch.callback([this] { m_oRequest.m_oLongCommand = runWatch; });
     }
 
     void addWriters()
     {
-        CLI::App& oAdd = addCommand("add", "add a row; prints its Id", runAdd);
+        CLI::App& oAdd = addCommand("add", "add a row; prints its Id", runAdd, s_pValuesFooter + s_strAddExample);
         addTable(oAdd);
-        addValues(oAdd, s_pAddExamples);
-        CLI::App& oSet = addCommand("set", "change a row", runSet);
+        addValues(oAdd);
+        CLI::App& oSet = addCommand("set", "change a row", runSet, s_pValuesFooter + s_strSetExamples);
         addTable(oSet);
-        addKey(oSet, "KEY=VALUE", "the row, such as Id=1").required();
-        addValues(oSet, s_pSetExamples);
-        CLI::App& oDelete = addCommand("delete", "delete a row", runDelete);
+        addKey(oSet);
+        addValues(oSet);
+        CLI::App& oDelete = addCommand("delete", "delete a row", runDelete, s_pDeleteFooter);
         addTable(oDelete);
-        addKey(oDelete, "KEY=VALUE", "the row, such as Id=1").required();
-        oDelete.footer("Examples:\n  cfgctl delete DNSClientServer Id=2\n  cfgctl delete StatusNetifWatch Name=ppp1");
+        addKey(oDelete);
     }
 
     void addTransfers()
     {
-        CLI::App& oExport = addCommand("export", "write tables as JSON", runExport);
-        oExport.add_option("TABLE", m_oOptions.m_oTables, "the tables; all settings if none is named")->type_name("");
-        oExport.add_option("-o,--output", m_oOptions.m_strFile, "a file; '-' is standard output")
-            ->type_name("FILE")
+        CLI::App& oExport = addCommand("export", "write tables as JSON", runExport, s_pExportFooter);
+        addOption(oExport, "TABLE", m_oOptions.m_oTables, "the tables; all settings if none is named", "");
+        addOption(oExport, "-o,--output", m_oOptions.m_strFile, "a file; '-' is standard output", "FILE")
             ->capture_default_str();
         oExport.add_flag("--all", m_oOptions.m_bAll, "state tables too, and DNS servers that netifwatch wrote");
-        oExport.footer(s_pExportFooter);
-        CLI::App& oImport = addCommand("import", "replace tables with those of a JSON file", runImport);
-        oImport.add_option("FILE", m_oOptions.m_strFile, "the file; '-' is standard input")->type_name("")->required();
-        oImport.footer(s_pImportFooter);
+        CLI::App& oImport =
+            addCommand("import", "replace tables with those of a JSON file", runImport, s_pImportFooter);
+        addOption(oImport, "FILE", m_oOptions.m_strFile, "the file; '-' is standard input", "")->required();
     }
 
     void finish()
     {
-        if (!m_oRaw.m_strKey.empty())
+        if (!m_strKey.empty())
         {
-            m_oOptions.m_oKey = {parseAssignment(m_oRaw.m_strKey)};
+            m_oOptions.m_oKey = {parseAssignment(m_strKey)};
         }
-        m_oOptions.m_oValues = parseAssignments(m_oRaw.m_oValues);
+        m_oOptions.m_oValues = parseAssignments(m_oValues);
         const auto countStandardInput = [](const std::vector<Assignment>& a_oAssignments)
         { return std::count_if(a_oAssignments.begin(), a_oAssignments.end(), isFromStandardInput); };
         if (countStandardInput(m_oOptions.m_oKey) + countStandardInput(m_oOptions.m_oValues) > 1)
         {
             throw UsageError("Only one value can come from standard input");
         }
-        m_oOptions.m_oPatience = std::chrono::seconds(m_oRaw.m_uiWaitSec);
-        m_oRequest.m_oOptions = m_oOptions;
+        m_oOptions.m_oPatience = std::chrono::seconds(m_uiWaitSec);
     }
 
     CLI::App m_oApp;
-    RawArguments m_oRaw;
-    Options m_oOptions;
     Request m_oRequest;
+    Options& m_oOptions = m_oRequest.m_oOptions;
+    std::string m_strKey; // as written; finish() takes it apart
+    std::vector<std::string> m_oValues;
+    unsigned m_uiWaitSec = 5;
 };
 
 } // namespace

@@ -5,8 +5,8 @@
 #include "cfgctl/table.h"
 
 #include <chrono>
-#include <functional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace cfgctl
@@ -49,12 +49,14 @@ struct Options
     unsigned m_uiTimeoutSec = 0; ///< watch: seconds until the end, 0 for no limit
 };
 
+using Command = std::string(Database&, const Options&); ///< needs a connection; gives what to print
+using LongCommand = void(const Options&);               ///< connects and prints by itself
+
 /// What the command line asks for: a text to print (help, version), or a command.
 struct Request
 {
-    std::string m_strText;                                            ///< print this and end, unless empty
-    std::function<std::string(Database&, const Options&)> m_oCommand; ///< needs a connection; gives what to print
-    std::function<void(const Options&)> m_oLongCommand;               ///< connects and prints by itself
+    std::string m_strText; ///< print this and end, unless empty
+    std::variant<Command*, LongCommand*> m_oCommand;
     Options m_oOptions;
 };
 

@@ -19,16 +19,16 @@ void run(int a_iCount, const char* const* a_ppArguments)
     }
     cfgctl::Options& oOptions = oRequest.m_oOptions;
     oOptions.m_oLayout = cfgctl::layoutOfStandardOutput();
-    if (oRequest.m_oLongCommand)
+    if (const auto* pLong = std::get_if<cfgctl::LongCommand*>(&oRequest.m_oCommand))
     {
-        oRequest.m_oLongCommand(oOptions);
+        (*pLong)(oOptions);
         return;
     }
     cfgctl::readValues(oOptions.m_oKey); // before the connection: standard input may take its time
     cfgctl::readValues(oOptions.m_oValues);
     cfgctl::Session oSession(oOptions.m_strSocket);
     cfgctl::Database oDatabase(oSession.getClient());
-    cfgctl::writeOut(oRequest.m_oCommand(oDatabase, oOptions));
+    cfgctl::writeOut(std::get<cfgctl::Command*>(oRequest.m_oCommand)(oDatabase, oOptions));
 }
 
 } // namespace

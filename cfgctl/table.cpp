@@ -4,11 +4,13 @@
 #include "platform/base/escape.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <numeric>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace cfgctl
 {
@@ -17,121 +19,87 @@ namespace
 {
 
 constexpr std::size_t s_uiGap = 2;
+/// What a terminal is told for a Style, in the order of their declaration.
+constexpr std::array<const char*, 5> s_apColours{"", "32", "31", "2", "1"};
 
-std::string paint(const std::string& a_strText, const char* a_pCode, const Layout& a_oLayout)
+using Cells = std::vector<Cell>;
+
+std::string paint(const Cell& a_oCell, const Layout& a_oLayout)
 {
-    return a_oLayout.m_bColours ? std::string("\x1b[") + a_pCode + "m" + a_strText + "\x1b[0m" : a_strText;
+    const std::string strColour = s_apColours.at(static_cast<std::size_t>(a_oCell.m_eStyle));
+    return a_oLayout.m_bColours && !strColour.empty() ? "\x1b[" + strColour + "m" + a_oCell.m_strText + "\x1b[0m"
+                                                      : a_oCell.m_strText;
 }
 
-std::string paintCell(const Cell& a_oCell, const Layout& a_oLayout)
+/// The headings and the rows, ready to be printed.
+std::vector<Cells> makeLines(const Table& a_oTable)
 {
-    switch (a_oCell.m_eStyle)
+    std::vector<Cells> oLines(1);
+    for (const std::string& strHeading : a_oTable.m_oHeadings)
     {
-    case Style::Good:
-        return paint(a_oCell.m_strText, "32", a_oLayout);
-    case Style::Bad:
-        return paint(a_oCell.m_strText, "31", a_oLayout);
-    case Style::Faint:
-        return paint(a_oCell.m_strText, "2", a_oLayout);
-    case Style::Plain:
-        break;
+        const bool bRight = !a_oTable.m_oRows.empty() && a_oTable.m_oRows.front().at(oLines.front().size()).m_bRight;
+        oLines.front().push_back({strHeading, Style::Heading, bRight});
     }
-    return a_oCell.m_strText;
-}
-
-Table makePrintable(Table a_oTable)
-{
-    for (auto& oRow : a_oTable.m_oRows)
+    for (Cells oRow : a_oTable.m_oRows)
     {
         for (Cell& oCell : oRow)
         {
             oCell.m_strText = cutToWidth(platform::escape(oCell.m_strText), g_uiMaxCell);
         }
+        oLines.push_back(std::move(oRow));
     }
-    return a_oTable;
+    return oLines;
 }
 
-std::vector<std::size_t> measure(const Table& a_oTable)
+std::vector<std::size_t> measure(const std::vector<Cells>& a_oLines)
 {
-    std::vector<std::size_t> oWidths;
-    for (std::size_t uiColumn = 0; uiColumn < a_oTable.m_oHeadings.size(); ++uiColumn)
+    std::vector<std::size_t> oWidths(a_oLines.front().size());
+    for (const Cells& oLine : a_oLines)
     {
-        std::size_t uiWidth = displayWidth(a_oTable.m_oHeadings[uiColumn]);
-        for (const auto& oRow : a_oTable.m_oRows)
+        for (std::size_t uiColumn = 0; uiColumn < oWidths.size(); ++uiColumn)
         {
-            uiWidth = std::max(uiWidth, displayWidth(oRow.at(uiColumn).m_strText));
+            oWidths[uiColumn] = std::max(oWidths[uiColumn], displayWidth(oLine.at(uiColumn).m_strText));
         }
-        oWidths.push_back(uiWidth);
     }
     return oWidths;
 }
 
-/// Appends a cell; the blanks that fill it up go in front of it or are owed until something follows.
-void appendCell(
-    std::string& a_strLine, std::size_t& a_uiOwed, const std::string& a_strPainted, std::size_t a_uiFill, bool a_bRight)
-{
-    const bool bEmpty = a_strPainted.empty();
-    const std::size_t uiBefore = a_uiOwed + (a_bRight ? a_uiFill : 0);
-    const std::size_t uiAfter = (a_bRight ? 0 : a_uiFill) + s_uiGap;
-    if (bEmpty)
-    {
-        a_uiOwed = uiBefore + uiAfter;
-        return;
-    }
-    a_strLine.append(uiBefore, ' ').append(a_strPainted);
-    a_uiOwed = uiAfter;
-}
-
-std::string renderHeadings(const Table& a_oTable, const std::vector<std::size_t>& a_oWidths, const Layout& a_oLayout)
+std::string renderLine(const Cells& a_oLine, const std::vector<std::size_t>& a_oWidths, const Layout& a_oLayout)
 {
     std::string strLine;
-    std::size_t uiOwed = 0;
+    std::size_t uiOwed = 0; // blanks, until something follows
     for (std::size_t uiColumn = 0; uiColumn < a_oWidths.size(); ++uiColumn)
     {
-        const std::string& strHeading = a_oTable.m_oHeadings[uiColumn];
-        const bool bRight = !a_oTable.m_oRows.empty() && a_oTable.m_oRows.front().at(uiColumn).m_bRight;
-        const std::size_t uiFill = a_oWidths[uiColumn] - displayWidth(strHeading);
-        appendCell(strLine, uiOwed, paint(strHeading, "1", a_oLayout), uiFill, bRight);
-    }
-    return strLine + "\n";
-}
-
-std::string
-renderRow(const std::vector<Cell>& a_oRow, const std::vector<std::size_t>& a_oWidths, const Layout& a_oLayout)
-{
-    std::string strLine;
-    std::size_t uiOwed = 0;
-    for (std::size_t uiColumn = 0; uiColumn < a_oWidths.size(); ++uiColumn)
-    {
-        const Cell& oCell = a_oRow[uiColumn];
+        const Cell& oCell = a_oLine[uiColumn];
         const std::size_t uiFill = a_oWidths[uiColumn] - displayWidth(oCell.m_strText);
-        const std::string strPainted = oCell.m_strText.empty() ? std::string() : paintCell(oCell, a_oLayout);
-        appendCell(strLine, uiOwed, strPainted, uiFill, oCell.m_bRight);
+        uiOwed += oCell.m_bRight ? uiFill : 0;
+        if (!oCell.m_strText.empty())
+        {
+            strLine.append(uiOwed, ' ').append(paint(oCell, a_oLayout));
+            uiOwed = 0;
+        }
+        uiOwed += (oCell.m_bRight ? 0 : uiFill) + s_uiGap;
     }
     return strLine + "\n";
 }
 
-std::string renderBlocks(const Table& a_oTable, const Layout& a_oLayout)
+std::string renderBlocks(const std::vector<Cells>& a_oLines, const Layout& a_oLayout)
 {
+    const Cells& oHeadings = a_oLines.front();
     std::size_t uiNameWidth = 0;
-    for (const std::string& strHeading : a_oTable.m_oHeadings)
+    for (const Cell& oHeading : oHeadings)
     {
-        uiNameWidth = std::max(uiNameWidth, displayWidth(strHeading));
+        uiNameWidth = std::max(uiNameWidth, displayWidth(oHeading.m_strText));
     }
     std::string strResult;
-    for (const auto& oRow : a_oTable.m_oRows)
+    for (std::size_t uiLine = 1; uiLine < a_oLines.size(); ++uiLine)
     {
         strResult += strResult.empty() ? "" : "\n";
-        for (std::size_t uiColumn = 0; uiColumn < oRow.size(); ++uiColumn)
+        for (std::size_t uiColumn = 0; uiColumn < oHeadings.size(); ++uiColumn)
         {
-            const std::string& strHeading = a_oTable.m_oHeadings[uiColumn];
-            std::string strLine;
-            std::size_t uiOwed = 0;
-            const std::size_t uiFill = uiNameWidth - displayWidth(strHeading);
-            appendCell(strLine, uiOwed, paint(strHeading, "1", a_oLayout), uiFill, false);
-            const bool bEmpty = oRow[uiColumn].m_strText.empty();
-            appendCell(strLine, uiOwed, bEmpty ? std::string() : paintCell(oRow[uiColumn], a_oLayout), 0, false);
-            strResult += strLine + "\n";
+            const Cell oName{oHeadings[uiColumn].m_strText, Style::Heading};
+            const Cell& oValue = a_oLines[uiLine][uiColumn];
+            strResult += renderLine({oName, oValue}, {uiNameWidth, displayWidth(oValue.m_strText)}, a_oLayout);
         }
     }
     return strResult;
@@ -141,17 +109,17 @@ std::string renderBlocks(const Table& a_oTable, const Layout& a_oLayout)
 
 std::string renderTable(const Table& a_oTable, const Layout& a_oLayout)
 {
-    const Table oTable = makePrintable(a_oTable);
-    const std::vector<std::size_t> oWidths = measure(oTable);
+    const std::vector<Cells> oLines = makeLines(a_oTable);
+    const std::vector<std::size_t> oWidths = measure(oLines);
     const std::size_t uiTotal = std::accumulate(oWidths.begin(), oWidths.end(), s_uiGap * (oWidths.size() - 1));
-    if (a_oLayout.m_uiWidth > 0 && uiTotal > a_oLayout.m_uiWidth && !oTable.m_oRows.empty())
+    if (a_oLayout.m_uiWidth > 0 && uiTotal > a_oLayout.m_uiWidth && oLines.size() > 1)
     {
-        return renderBlocks(oTable, a_oLayout);
+        return renderBlocks(oLines, a_oLayout);
     }
-    std::string strResult = renderHeadings(oTable, oWidths, a_oLayout);
-    for (const auto& oRow : oTable.m_oRows)
+    std::string strResult;
+    for (const Cells& oLine : oLines)
     {
-        strResult += renderRow(oRow, oWidths, a_oLayout);
+        strResult += renderLine(oLine, oWidths, a_oLayout);
     }
     return strResult;
 }

@@ -12,7 +12,8 @@ enum class Style
     Plain,
     Good,
     Bad,
-    Faint
+    Faint,
+    Heading
 };
 
 struct Cell
@@ -43,7 +44,7 @@ constexpr std::size_t g_uiMaxCell = 100;
 [[nodiscard]] std::string renderTable(const Table& a_oTable, const Layout& a_oLayout);
 
 /// The layout for standard output: colours and a width on a terminal only, and no colours where the environment has a
-/// NO_COLOR that isn't empty or the terminal is "dumb".
+/// NO_COLOR that is not empty or the terminal is "dumb".
 [[nodiscard]] Layout layoutOfStandardOutput();
 
 } // namespace cfgctl

@@ -57,7 +57,7 @@ TEST(Arguments, GlobalOptionsStandAnywhere)
           std::vector<const char*>{"show", "T", "--json", "A=1", "--wait=0", "--socket=/s"}})
     {
         const cfgctl::Request oRequest = parse(oArguments);
-        EXPECT_TRUE(oRequest.m_oCommand);
+        EXPECT_NE(std::get<cfgctl::Command*>(oRequest.m_oCommand), nullptr);
         EXPECT_TRUE(oRequest.m_oOptions.m_bJson);
         EXPECT_EQ(oRequest.m_oOptions.m_strSocket, "/s");
         EXPECT_EQ(oRequest.m_oOptions.m_strTable, "T");
