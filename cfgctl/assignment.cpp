@@ -3,7 +3,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
-#include "cfgctl/utf8.h"
+#include "platform/base/escape.h"
 #include "platform/common/values.h"
 
 #include <algorithm>
@@ -50,7 +50,7 @@ void requireText(const std::string& a_strTable, const std::string& a_strColumn, 
     {
         throw Failure(a_strTable + "." + a_strColumn + ": a text cannot hold a NUL byte");
     }
-    if (!isUtf8(a_strText))
+    if (!platform::isUtf8(a_strText))
     {
         throw Failure(a_strTable + "." + a_strColumn + ": the text is not valid UTF-8");
     }
@@ -178,7 +178,7 @@ std::string selectId(Database& a_oDatabase, const std::string& a_strTable, const
     const Rows oRows = selectRows(a_oDatabase, a_strTable, a_oKey);
     if (oRows.size() == 1)
     {
-        return oRows.front().getValue("Id").getText();
+        return textOf(oRows.front(), "Id");
     }
     const std::string& strColumn = a_oKey.front().m_strColumn;
     const std::string strKey = strColumn + "=" + hideSecret(a_strTable, strColumn, a_oKey.front().m_strValue);
@@ -190,7 +190,7 @@ std::string selectId(Database& a_oDatabase, const std::string& a_strTable, const
     std::string strIds;
     for (const korrin::ValueList& oRow : oRows)
     {
-        strIds += (strIds.empty() ? "" : ", ") + oRow.getValue("Id").getText();
+        strIds += (strIds.empty() ? "" : ", ") + textOf(oRow, "Id");
     }
     throw Failure(std::to_string(oRows.size()) + " rows of table " + a_strTable + " have " + strKey +
                   "; name one by its Id: " + strIds);

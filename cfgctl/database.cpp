@@ -8,7 +8,6 @@
 #include "platform/wire/message.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <grp.h>
@@ -56,15 +55,12 @@ std::string nameUsers(const std::string& a_strSocket)
 {
     struct stat oStatus = {};
     const bool bGroup = stat(a_strSocket.c_str(), &oStatus) == 0 && (oStatus.st_mode & S_IWGRP) != 0;
-    group oEntry = {};
-    group* pFound = nullptr;
-    std::array<char, 4096> oBuffer{};
-    if (!bGroup || getgrgid_r(oStatus.st_gid, &oEntry, oBuffer.data(), oBuffer.size(), &pFound) != 0 ||
-        pFound == nullptr)
+    const group* pGroup = bGroup ? getgrgid(oStatus.st_gid) : nullptr;
+    if (pGroup == nullptr)
     {
         return "Only its owner, its group and root may use it: try again as one of them, for instance with sudo";
     }
-    const std::string strGroup = pFound->gr_name;
+    const std::string strGroup = pGroup->gr_name;
     return "Only root and the group '" + strGroup + "' may use it: try again with sudo, or join the group with 'sudo " +
            "adduser USER " + strGroup + "' and log in again";
 }
@@ -213,7 +209,7 @@ Rows Database::getRows(const std::string& a_strTable)
     return oRows;
 }
 
-void Database::beginWrite(std::chrono::milliseconds a_oPatience)
+void Database::beginWrite(Milliseconds a_oPatience)
 {
     const platform::Deadline oDeadline(a_oPatience);
     korrin::protocol::EResultCode oResult = m_oClient.getdbaccess();
@@ -228,16 +224,6 @@ void Database::beginWrite(std::chrono::milliseconds a_oPatience)
 void Database::insertRow(const std::string& a_strTable, const korrin::ValueList& a_oValues)
 {
     check(m_oClient.insertrow(a_strTable, a_oValues), "Cannot add a row to table " + a_strTable);
-}
-
-int Database::getLastId(const std::string& a_strTable)
-{
-    const unsigned int uiCount = countRows(a_strTable);
-    korrin::NameList oNames;
-    oNames.add("Id");
-    korrin::ValueList oRow;
-    check(m_oClient.getrow(a_strTable, uiCount - 1, oNames, oRow), "Cannot read the last row of table " + a_strTable);
-    return oRow.getValue("Id").getInteger();
 }
 
 void Database::updateRow(const std::string& a_strTable, const std::string& a_strId, const korrin::ValueList& a_oValues)
@@ -261,6 +247,20 @@ void Database::commit()
                     : "The service did not say whether it wrote everything or nothing; check before you try again");
 }
 
+korrin::Value
+Database::addRow(const std::string& a_strTable, const korrin::ValueList& a_oValues, Milliseconds a_oPatience)
+{
+    beginWrite(a_oPatience);
+    insertRow(a_strTable, a_oValues);
+    korrin::NameList oNames;
+    oNames.add("Id");
+    korrin::ValueList oRow;
+    check(m_oClient.getrow(a_strTable, countRows(a_strTable) - 1, oNames, oRow), // a writer reads what it wrote
+          "Cannot read the last row of table " + a_strTable);
+    commit();
+    return oRow.getValue("Id");
+}
+
 StatusSources readSources(Database& a_oDatabase)
 {
     StatusSources oSources;
@@ -278,10 +278,10 @@ StatusSources readSources(Database& a_oDatabase)
 const korrin::ValueList& findLast(const Rows& a_oRows, const std::string& a_strColumn, const std::string& a_strText)
 {
     static const korrin::ValueList s_oNone;
-    const auto it = std::find_if(a_oRows.rbegin(),
-                                 a_oRows.rend(),
-                                 [&](const korrin::ValueList& a_oRow)
-                                 { return a_oRow.getValue(a_strColumn).getText() == a_strText; });
+    const auto it =
+        std::find_if(a_oRows.rbegin(),
+                     a_oRows.rend(),
+                     [&](const korrin::ValueList& a_oRow) { return textOf(a_oRow, a_strColumn) == a_strText; });
     return it == a_oRows.rend() ? s_oNone : *it;
 }
 

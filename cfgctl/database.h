@@ -45,6 +45,8 @@ private:
 class Database
 {
 public:
+    using Milliseconds = std::chrono::milliseconds;
+
     explicit Database(vadro::cfg::common::IConfigClient& a_oClient) : m_oClient(a_oClient) {}
 
     [[nodiscard]] std::vector<std::string> getTables();
@@ -54,14 +56,15 @@ public:
     [[nodiscard]] Rows getRows(const std::string& a_strTable);
 
     /// Asks for write access again and again while another client holds it, for at most that long.
-    void beginWrite(std::chrono::milliseconds a_oPatience);
+    void beginWrite(Milliseconds a_oPatience);
     void insertRow(const std::string& a_strTable, const korrin::ValueList& a_oValues);
-    /// The Id of the table's last row: a writer reads what it wrote, so after insertRow it is the new row's.
-    [[nodiscard]] int getLastId(const std::string& a_strTable);
     void updateRow(const std::string& a_strTable, const std::string& a_strId, const korrin::ValueList& a_oValues);
     void deleteRow(const std::string& a_strTable, const std::string& a_strId);
     /// Without it, the writes vanish with the connection.
     void commit();
+
+    /// Writes one row, all in one; gives its Id.
+    korrin::Value addRow(const std::string& a_strTable, const korrin::ValueList& a_oValues, Milliseconds a_oPatience);
 
 private:
     void check(korrin::protocol::EResultCode a_oResult, const std::string& a_strWhat);

@@ -17,7 +17,7 @@ namespace dbm = quorvad::dbm;
 
 std::string nameRow(const std::string& a_strTable, const korrin::ValueList& a_oRow)
 {
-    return a_oRow.hasValue("Id") ? a_strTable + " row with Id " + a_oRow.getValue("Id").getText()
+    return a_oRow.hasValue("Id") ? a_strTable + " row with Id " + textOf(a_oRow, "Id")
                                  : "A " + a_strTable + " row without Id";
 }
 
@@ -170,7 +170,7 @@ bool hasFixedRow(const std::string& a_strTable)
 
 bool isFoundByWatcher(const korrin::ValueList& a_oRow)
 {
-    return a_oRow.getValue(dbm::DNSClientServer_Origin).getText() == dbm::Origin_Watcher;
+    return textOf(a_oRow, dbm::DNSClientServer_Origin) == dbm::Origin_Watcher;
 }
 
 TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)

@@ -20,7 +20,7 @@ const char* nameLast(const korrin::ValueList& a_oStatus)
     {
         return s_pNever;
     }
-    const bool bUpdated = a_oStatus.getValue(dbm::DynDnsStatus_Success).getInteger() != 0;
+    const bool bUpdated = isSet(a_oStatus, dbm::DynDnsStatus_Success);
     return nameOutcome(bUpdated ? Outcome::Updated : Outcome::Failed);
 }
 
@@ -31,7 +31,7 @@ bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
 
 Cell interfaceCell(const korrin::ValueList& a_oRow)
 {
-    const std::string& strName = a_oRow.getValue(dbm::Interface).getText();
+    const std::string strName = textOf(a_oRow, dbm::Interface);
     if (strName.empty())
     {
         return {"none", Style::Bad};
@@ -40,14 +40,14 @@ Cell interfaceCell(const korrin::ValueList& a_oRow)
     {
         return {strName + " not monitored", Style::Bad};
     }
-    if (a_oRow.getValue("InterfaceUp").getInteger() == 0)
+    if (!isSet(a_oRow, "InterfaceUp"))
     {
         return {strName + " down", Style::Bad};
     }
     std::string strText = strName + " up";
     for (const char* pColumn : {"Addr", "Addr6"})
     {
-        const std::string& strAddress = a_oRow.getValue(pColumn).getText();
+        const std::string strAddress = textOf(a_oRow, pColumn);
         strText += (strAddress.empty() ? "" : " ") + strAddress;
     }
     return {strText};
@@ -56,20 +56,20 @@ Cell interfaceCell(const korrin::ValueList& a_oRow)
 /// What happened last, and how long ago.
 Cell lastCell(const korrin::ValueList& a_oRow)
 {
-    const std::string& strOutcome = a_oRow.getValue("Outcome").getText();
+    const std::string strOutcome = textOf(a_oRow, "Outcome");
     if (strOutcome == s_pNever)
     {
         return {"not tried yet", Style::Faint};
     }
     const bool bGood = strOutcome == nameOutcome(Outcome::Updated);
-    const std::string strWhen = isNull(a_oRow, "AgeSeconds") ? a_oRow.getValue(dbm::DynDnsStatus_Timestamp).getText()
+    const std::string strWhen = isNull(a_oRow, "AgeSeconds") ? textOf(a_oRow, dbm::DynDnsStatus_Timestamp)
                                                              : describeAge(a_oRow.getValue("AgeSeconds").getInteger());
     return {(bGood ? "updated " : "failed ") + strWhen, bGood ? Style::Good : Style::Bad};
 }
 
 Cell outcomeCell(const korrin::ValueList& a_oRow)
 {
-    const std::string& strOutcome = a_oRow.getValue("Outcome").getText();
+    const std::string strOutcome = textOf(a_oRow, "Outcome");
     if (isNull(a_oRow, dbm::DynDns_Hostname))
     {
         return {"account is gone", Style::Faint};
@@ -84,7 +84,7 @@ Cell outcomeCell(const korrin::ValueList& a_oRow)
 
 std::string describeWhen(const korrin::ValueList& a_oRow)
 {
-    std::string strText = a_oRow.getValue(dbm::DynDnsLog_Timestamp).getText();
+    std::string strText = textOf(a_oRow, dbm::DynDnsLog_Timestamp);
     if (isNull(a_oRow, "AgeSeconds"))
     {
         return strText;
@@ -97,11 +97,11 @@ std::string describeWhen(const korrin::ValueList& a_oRow)
 std::vector<Cell> makeCells(const korrin::ValueList& a_oRow, const std::string& a_strWhen)
 {
     return {{a_strWhen},
-            {a_oRow.getValue(dbm::DynDnsLog_DynDnsId).getText(), Style::Plain, true},
-            {a_oRow.getValue(dbm::DynDns_Hostname).getText()},
+            {textOf(a_oRow, dbm::DynDnsLog_DynDnsId), Style::Plain, true},
+            {textOf(a_oRow, dbm::DynDns_Hostname)},
             outcomeCell(a_oRow),
-            {a_oRow.getValue(dbm::DynDnsLog_ResponseCode).getText(), Style::Plain, true},
-            {a_oRow.getValue(dbm::DynDnsLog_Response).getText()}};
+            {textOf(a_oRow, dbm::DynDnsLog_ResponseCode), Style::Plain, true},
+            {textOf(a_oRow, dbm::DynDnsLog_Response)}};
 }
 
 } // namespace
@@ -111,49 +111,48 @@ Rows makeStatusRows(const StatusSources& a_oSources, std::time_t a_iNow)
     Rows oResult;
     for (const korrin::ValueList& oAccount : a_oSources.m_oAccounts)
     {
-        const std::string& strId = oAccount.getValue(dbm::Id).getText();
-        const std::string& strInterface = oAccount.getValue(dbm::Interface).getText();
+        const std::string strId = textOf(oAccount, dbm::Id);
+        const std::string strInterface = textOf(oAccount, dbm::Interface);
         const korrin::ValueList& oInterface = findLast(a_oSources.m_oInterfaces, dbm::Name, strInterface);
         const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
         const korrin::ValueList& oLog = findLast(a_oSources.m_oLog, dbm::DynDnsStatus_DynDnsId, strId);
-        korrin::ValueList oRow;
-        for (const char* pColumn : {dbm::Id, dbm::DynDns_Hostname, dbm::DynDns_ServiceType, dbm::Interface})
-        {
-            oRow.add(pColumn, oAccount.getValue(pColumn));
-        }
-        oRow.add("InterfaceUp", oInterface.getValue(dbm::IsUp));
-        oRow.add(dbm::Addr, oInterface.getValue(dbm::Addr));
-        oRow.add("Addr6", findLast(a_oSources.m_oIPv6, dbm::Name, strInterface).getValue(dbm::Addr));
-        oRow.add(dbm::Enable, oAccount.getValue(dbm::Enable));
-        oRow.add("Outcome", platform::text(nameLast(oStatus)));
-        oRow.add(dbm::DynDnsStatus_Timestamp, oStatus.getValue(dbm::DynDnsStatus_Timestamp));
-        oRow.add("AgeSeconds", ageOf(oStatus.getValue(dbm::DynDnsStatus_Timestamp).getText(), a_iNow));
-        oRow.add(dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode));
-        oRow.add(dbm::DynDnsLog_Response, oLog.getValue(dbm::DynDnsLog_Response));
-        oRow.add("Next", platform::text(describeNext(oAccount, a_oSources, a_iNow)));
-        oResult.push_back(std::move(oRow));
+        const std::string strTimestamp = textOf(oStatus, dbm::DynDnsStatus_Timestamp);
+        oResult.push_back(
+            platform::row({{dbm::Id, oAccount.getValue(dbm::Id)},
+                           {dbm::DynDns_Hostname, oAccount.getValue(dbm::DynDns_Hostname)},
+                           {dbm::DynDns_ServiceType, oAccount.getValue(dbm::DynDns_ServiceType)},
+                           {dbm::Interface, oAccount.getValue(dbm::Interface)},
+                           {"InterfaceUp", oInterface.getValue(dbm::IsUp)},
+                           {dbm::Addr, oInterface.getValue(dbm::Addr)},
+                           {"Addr6", findLast(a_oSources.m_oIPv6, dbm::Name, strInterface).getValue(dbm::Addr)},
+                           {dbm::Enable, oAccount.getValue(dbm::Enable)},
+                           {"Outcome", platform::text(nameLast(oStatus))},
+                           {dbm::DynDnsStatus_Timestamp, oStatus.getValue(dbm::DynDnsStatus_Timestamp)},
+                           {"AgeSeconds", ageOf(strTimestamp, a_iNow)},
+                           {dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode)},
+                           {dbm::DynDnsLog_Response, oLog.getValue(dbm::DynDnsLog_Response)},
+                           {"Next", platform::text(describeNext(oAccount, a_oSources, a_iNow))}}));
     }
     return oResult;
 }
 
 Table makeStatusTable(const Rows& a_oStatusRows)
 {
-    Table oTable;
-    oTable.m_oHeadings = {"Id", "Hostname", "Interface", "Last", "Answer", "Next"};
+    Table oTable{{"Id", "Hostname", "Interface", "Last", "Answer", "Next"}, {}};
     for (const korrin::ValueList& oRow : a_oStatusRows)
     {
-        const bool bEnabled = oRow.getValue(dbm::Enable).getInteger() != 0;
-        oTable.m_oRows.push_back({{oRow.getValue(dbm::Id).getText(), Style::Plain, true},
-                                  {oRow.getValue(dbm::DynDns_Hostname).getText()},
+        const bool bEnabled = isSet(oRow, dbm::Enable);
+        oTable.m_oRows.push_back({{textOf(oRow, dbm::Id), Style::Plain, true},
+                                  {textOf(oRow, dbm::DynDns_Hostname)},
                                   interfaceCell(oRow),
                                   lastCell(oRow),
-                                  {oRow.getValue(dbm::DynDnsLog_Response).getText()},
-                                  {oRow.getValue("Next").getText(), bEnabled ? Style::Plain : Style::Faint}});
+                                  {textOf(oRow, dbm::DynDnsLog_Response)},
+                                  {textOf(oRow, "Next"), bEnabled ? Style::Plain : Style::Faint}});
     }
     return oTable;
 }
 
-Rows makeLogRows(const LogSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow)
+Rows makeLogRows(const StatusSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow)
 {
     Rows oResult;
     for (const korrin::ValueList& oLog : a_oSources.m_oLog)
@@ -166,24 +165,22 @@ Rows makeLogRows(const LogSources& a_oSources, int a_iAccount, int a_iAfter, std
         }
         const korrin::ValueList& oAccount = findLast(a_oSources.m_oAccounts, dbm::Id, oAccountId.getText());
         const korrin::Value& oTimestamp = oLog.getValue(dbm::DynDnsLog_Timestamp);
-        korrin::ValueList oRow;
-        oRow.add(dbm::Id, oLog.getValue(dbm::Id));
-        oRow.add(dbm::DynDnsLog_DynDnsId, oAccountId);
-        oRow.add(dbm::DynDns_Hostname, oAccount.getValue(dbm::DynDns_Hostname));
-        oRow.add(dbm::DynDnsLog_Timestamp, oTimestamp);
-        oRow.add("AgeSeconds", ageOf(oTimestamp.getText(), a_iNow));
-        oRow.add("Outcome", platform::text(nameOutcome(judgeAttempt(oAccount, a_oSources.m_oStatus, oLog))));
-        oRow.add(dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode));
-        oRow.add(dbm::DynDnsLog_Response, oLog.getValue(dbm::DynDnsLog_Response));
-        oResult.push_back(std::move(oRow));
+        const Outcome eOutcome = judgeAttempt(oAccount, a_oSources.m_oStatus, oLog);
+        oResult.push_back(platform::row({{dbm::Id, oLog.getValue(dbm::Id)},
+                                         {dbm::DynDnsLog_DynDnsId, oAccountId},
+                                         {dbm::DynDns_Hostname, oAccount.getValue(dbm::DynDns_Hostname)},
+                                         {dbm::DynDnsLog_Timestamp, oTimestamp},
+                                         {"AgeSeconds", ageOf(oTimestamp.getText(), a_iNow)},
+                                         {"Outcome", platform::text(nameOutcome(eOutcome))},
+                                         {dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode)},
+                                         {dbm::DynDnsLog_Response, oLog.getValue(dbm::DynDnsLog_Response)}}));
     }
     return oResult;
 }
 
 Table makeLogTable(const Rows& a_oLogRows)
 {
-    Table oTable;
-    oTable.m_oHeadings = {"When", "Id", "Hostname", "Outcome", "Code", "Answer"};
+    Table oTable{{"When", "Id", "Hostname", "Outcome", "Code", "Answer"}, {}};
     for (const korrin::ValueList& oRow : a_oLogRows)
     {
         const korrin::Value& oAge = oRow.getValue("AgeSeconds");
@@ -198,9 +195,8 @@ std::string makeLogLine(const korrin::ValueList& a_oLogRow, const Layout& a_oLay
 {
     Layout oUnlimited = a_oLayout;
     oUnlimited.m_uiWidth = 0;
-    Table oTable;
-    oTable.m_oHeadings.resize(6);
-    oTable.m_oRows.push_back(makeCells(a_oLogRow, describeWhen(a_oLogRow)));
+    const std::vector<Cell> oCells = makeCells(a_oLogRow, describeWhen(a_oLogRow));
+    const Table oTable{std::vector<std::string>(oCells.size()), {oCells}};
     const std::string strText = renderTable(oTable, oUnlimited);
     return strText.substr(strText.find('\n') + 1); // without the headings
 }

@@ -16,18 +16,10 @@ namespace cfgctl
 /// The same for a person. Pure.
 [[nodiscard]] Table makeStatusTable(const Rows& a_oStatusRows);
 
-/// The tables that the log is put together from.
-struct LogSources
-{
-    Rows m_oAccounts; ///< DynDns
-    Rows m_oStatus;   ///< DynDnsStatus
-    Rows m_oLog;      ///< DynDnsLog, the newest row last
-};
-
 /// DynDnsLog rows with an Id above a_iAfter, the newest last, of one account unless a_iAccount is 0: Id, DynDnsId,
 /// Hostname (null when the account is gone), Timestamp, AgeSeconds (null for a Timestamp that cannot be read), Outcome
-/// ("ok", "failed", "unknown"), ResponseCode, Response. Pure.
-[[nodiscard]] Rows makeLogRows(const LogSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow);
+/// ("ok", "failed", "unknown"), ResponseCode, Response. Looks at accounts, status and log only. Pure.
+[[nodiscard]] Rows makeLogRows(const StatusSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow);
 
 /// The same for a person. Pure.
 [[nodiscard]] Table makeLogTable(const Rows& a_oLogRows);

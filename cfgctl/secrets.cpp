@@ -126,13 +126,13 @@ std::string hideTemplate(const std::string& a_strTemplate, const std::vector<std
     return strResult;
 }
 
-void hideSecrets(const std::string& a_strTable, korrin::ValueList& a_oRow)
+void hideSecrets(const std::string& a_strTable, Rows& a_oRows)
 {
-    for (auto& [strColumn, oValue] : a_oRow)
+    for (korrin::ValueList& oRow : a_oRows)
     {
-        if (dbm::secrecyOf(a_strTable, strColumn) != ESecret::eNone)
+        for (auto& [strColumn, oValue] : oRow)
         {
-            oValue = korrin::Value(oValue.getType(), hideSecret(a_strTable, strColumn, oValue.getText()));
+            oValue = {oValue.getType(), hideSecret(a_strTable, strColumn, oValue.getText())};
         }
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "korrin/valuelist.h"
+#include "cfgctl/tablejson.h"
 
 #include <string>
 #include <string_view>
@@ -22,8 +22,8 @@ hideSecret(const std::string& a_strTable, const std::string& a_strColumn, const 
 /// An update URL as hideSecret shows it, with those parts left that occur in one of the published templates. Pure.
 [[nodiscard]] std::string hideTemplate(const std::string& a_strTemplate, const std::vector<std::string>& a_oPublic);
 
-/// Hides the secrets of a row in place. Pure.
-void hideSecrets(const std::string& a_strTable, korrin::ValueList& a_oRow);
+/// Hides the secrets of a table's rows in place. Pure.
+void hideSecrets(const std::string& a_strTable, Rows& a_oRows);
 
 /// True for a value of a column with secrets in which something was hidden. Pure.
 [[nodiscard]] bool

@@ -3,91 +3,11 @@
 #include "cfgctl/assignment.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/strictjson.h"
+#include "platform/common/valuejson.h"
 #include "platform/common/values.h"
 
 #include <climits>
-#include <nlohmann/json.hpp>
 #include <set>
-
-namespace nlohmann
-{
-
-template<>
-struct adl_serializer<korrin::Value>
-{
-    static void to_json(cfgctl::Json& a_oJson, const korrin::Value& a_oValue)
-    {
-        switch (a_oValue.getType())
-        {
-        case korrin::eValueInteger:
-            a_oJson = a_oValue.getInteger();
-            break;
-        case korrin::eValueText:
-            a_oJson = a_oValue.getText();
-            break;
-        default:
-            a_oJson = nullptr;
-        }
-    }
-    /// Throws Failure for what no column can hold.
-    static korrin::Value from_json(const cfgctl::Json& a_oJson)
-    {
-        switch (a_oJson.type())
-        {
-        case cfgctl::Json::value_t::string:
-            return readText(a_oJson.get_ref<const std::string&>());
-        case cfgctl::Json::value_t::number_unsigned: // what is not negative
-        case cfgctl::Json::value_t::number_integer:
-            return readInteger(a_oJson);
-        case cfgctl::Json::value_t::number_float:
-            throw cfgctl::Failure("only whole numbers can be stored");
-        case cfgctl::Json::value_t::boolean:
-            throw cfgctl::Failure("true and false are not values; write 1 or 0");
-        case cfgctl::Json::value_t::null:
-            throw cfgctl::Failure("null is not a value; leave the column out for its default");
-        default:
-            throw cfgctl::Failure("a column holds a number or a text");
-        }
-    }
-
-private:
-    static korrin::Value readInteger(const cfgctl::Json& a_oJson)
-    {
-        const bool bTooLarge = a_oJson.is_number_unsigned() && a_oJson.get<std::uint64_t>() > INT_MAX;
-        if (bTooLarge || a_oJson.get<std::int64_t>() < INT_MIN)
-        {
-            throw cfgctl::Failure("the number is out of range (-2147483648 to 2147483647)");
-        }
-        return platform::integer(a_oJson.get<int>());
-    }
-    static korrin::Value readText(const std::string& a_strText)
-    {
-        if (a_strText.size() > cfgctl::g_uiImportText)
-        {
-            throw cfgctl::Failure("the text is longer than " + std::to_string(cfgctl::g_uiImportText) + " bytes");
-        }
-        if (a_strText.find('\0') != std::string::npos)
-        {
-            throw cfgctl::Failure("a text cannot hold a NUL character");
-        }
-        return platform::text(a_strText);
-    }
-};
-
-template<>
-struct adl_serializer<korrin::ValueList>
-{
-    static void to_json(cfgctl::Json& a_oJson, const korrin::ValueList& a_oRow)
-    {
-        a_oJson = cfgctl::Json::object();
-        for (const auto& [strColumn, oValue] : a_oRow)
-        {
-            a_oJson[strColumn] = oValue;
-        }
-    }
-};
-
-} // namespace nlohmann
 
 namespace cfgctl
 {
@@ -101,7 +21,7 @@ constexpr JsonLimits s_oLimits{g_uiImportBytes, 4, 32 * g_uiImportRows}; // no t
 
 std::string write(const Json& a_oJson, int a_iIndent)
 {
-    return a_oJson.dump(a_iIndent, ' ', false, Json::error_handler_t::replace);
+    return a_oJson.dump(a_iIndent, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 void require(bool a_bCondition, const std::string& a_strFault)
@@ -126,9 +46,44 @@ void within(const std::string& a_strPlace, const Work& a_oWork)
     }
 }
 
+korrin::Value readInteger(const Json& a_oJson)
+{
+    const bool bTooLarge = a_oJson.is_number_unsigned() && a_oJson.get<std::uint64_t>() > INT_MAX;
+    require(!bTooLarge && a_oJson.get<std::int64_t>() >= INT_MIN,
+            "the number is out of range (-2147483648 to 2147483647)");
+    return platform::integer(a_oJson.get<int>());
+}
+
+korrin::Value readText(const std::string& a_strText)
+{
+    require(a_strText.size() <= g_uiImportText, "the text is longer than " + std::to_string(g_uiImportText) + " bytes");
+    require(a_strText.find('\0') == std::string::npos, "a text cannot hold a NUL character");
+    return platform::text(a_strText);
+}
+
+korrin::Value readValue(const Json& a_oJson)
+{
+    switch (a_oJson.type())
+    {
+    case Json::value_t::string:
+        return readText(a_oJson.get_ref<const std::string&>());
+    case Json::value_t::number_unsigned: // what is not negative
+    case Json::value_t::number_integer:
+        return readInteger(a_oJson);
+    case Json::value_t::number_float:
+        throw Failure("only whole numbers can be stored");
+    case Json::value_t::boolean:
+        throw Failure("true and false are not values; write 1 or 0");
+    case Json::value_t::null:
+        throw Failure("null is not a value; leave the column out for its default");
+    default:
+        throw Failure("a column holds a number or a text");
+    }
+}
+
 korrin::Value readColumn(const Json& a_oJson, unsigned a_uiType)
 {
-    korrin::Value oValue = a_oJson.get<korrin::Value>();
+    korrin::Value oValue = readValue(a_oJson);
     require(oValue.getType() == a_uiType,
             a_uiType == korrin::eValueInteger ? "this column takes a whole number without quotes"
                                               : "this column takes a text in quotes");

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "korrin/valuelist.h"
+#include "platform/common/values.h"
 
 #include <cstddef>
 #include <list>
@@ -14,13 +14,16 @@
 namespace cfgctl
 {
 
+using platform::isSet;
+using platform::textOf;
+
 using Rows = std::list<korrin::ValueList>;
 
 /// Columns, with their types and defaults, of every table.
 using Schema = std::map<std::string, korrin::ValueList>;
 
 // Writing: columns keep their order, null values become null. JSON is UTF-8: bytes that are not, which only a
-// provider's reply can bring in, become U+FFFD. Pure; never throws for a row's content. No line end follows.
+// provider's reply can bring in, become U+FFFD. Pure; never throws for a row's content. A line end follows.
 
 /// One object on one line.
 [[nodiscard]] std::string rowToJson(const korrin::ValueList& a_oRow);

@@ -64,15 +64,6 @@ std::size_t takeWidth(std::string_view& a_strText)
 
 } // namespace
 
-bool isUtf8(std::string_view a_strText)
-{
-    while (const std::size_t uiLength = platform::getSequenceLength(a_strText))
-    {
-        a_strText.remove_prefix(uiLength);
-    }
-    return a_strText.empty();
-}
-
 std::size_t displayWidth(std::string_view a_strText)
 {
     std::size_t uiWidth = 0;

@@ -7,8 +7,6 @@
 namespace cfgctl
 {
 
-[[nodiscard]] bool isUtf8(std::string_view a_strText);
-
 /// Columns that a terminal needs for a text without control characters: combining marks take none, East Asian wide
 /// characters and pictographs two, a byte that is no UTF-8 one. No locale is asked. Pure.
 [[nodiscard]] std::size_t displayWidth(std::string_view a_strText);

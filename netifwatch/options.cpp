@@ -98,20 +98,6 @@ bool matchesAny(const std::vector<std::string>& a_oPatterns, const std::string& 
                        { return fnmatch(a_strPattern.c_str(), a_strName.c_str(), 0) == 0; });
 }
 
-bool isText(std::string_view a_strName)
-{
-    while (!a_strName.empty())
-    {
-        const std::size_t uiLength = platform::getSequenceLength(a_strName);
-        if (uiLength == 0)
-        {
-            return false;
-        }
-        a_strName.remove_prefix(uiLength);
-    }
-    return true;
-}
-
 } // namespace
 
 std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, Options& a_oOptions)
@@ -142,7 +128,7 @@ std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, O
 bool InterfaceFilter::accepts(const std::string& a_strName) const
 {
     const bool bIncluded = m_oIncluded.empty() ? a_strName != "lo" : matchesAny(m_oIncluded, a_strName);
-    return bIncluded && !matchesAny(m_oExcluded, a_strName) && isText(a_strName);
+    return bIncluded && !matchesAny(m_oExcluded, a_strName) && platform::isUtf8(a_strName);
 }
 
 } // namespace netifwatch

@@ -3,9 +3,9 @@
 #include "netifwatch/machine.h"
 #include "netifwatch/tableplan.h"
 #include "platform/base/escape.h"
+#include "platform/common/valuejson.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
@@ -36,25 +36,12 @@ Tables makeTables(const Options& a_oOptions)
     return oTables;
 }
 
-bool isNumber(const korrin::Value& a_oValue)
-{
-    return a_oValue.getType() == korrin::eValueInteger;
-}
-
 std::string toJson(const Tables& a_oTables)
 {
     Json oResult = Json::object();
     for (const auto& [strTable, oRows] : a_oTables)
     {
-        Json& oTable = oResult[strTable] = Json::array();
-        for (const korrin::ValueList& oRow : oRows)
-        {
-            Json& oObject = oTable.emplace_back(Json::object());
-            for (const auto& [strColumn, oValue] : oRow)
-            {
-                oObject[strColumn] = isNumber(oValue) ? Json(oValue.getInteger()) : Json(oValue.getText());
-            }
-        }
+        oResult[strTable] = oRows;
     }
     return oResult.dump(s_iIndent) + "\n";
 }
@@ -79,7 +66,7 @@ std::vector<std::string> makeColumn(const Rows& a_oRows, const std::string& a_st
     {
         uiWidth = std::max(uiWidth, widthOf(strCell));
     }
-    const bool bNumbers = isNumber(a_oRows.front().getValue(a_strName));
+    const bool bNumbers = a_oRows.front().getValue(a_strName).getType() == korrin::eValueInteger;
     for (std::string& strCell : oCells)
     {
         strCell.insert(bNumbers ? 0 : strCell.size(), uiWidth - widthOf(strCell), ' ');

@@ -17,6 +17,7 @@ namespace
 namespace dbm = quorvad::dbm;
 using platform::integer;
 using platform::text;
+using platform::textOf;
 using vadro::string::replaceAllOccurrences;
 
 void require(const std::string& a_strFault, const std::string& a_strSubject)
@@ -119,18 +120,6 @@ std::string explainUnchanged(const Provider& a_oProvider, int a_iRetry)
            "\", which counts as a failed try here" + strAbuse + ".\nHence " + strTries;
 }
 
-void addProviderNotes(const Provider& a_oProvider, int a_iRetry, AccountPlan& a_oPlan)
-{
-    if (!a_oProvider.m_strUnchanged.empty())
-    {
-        a_oPlan.m_oNotes.push_back(explainUnchanged(a_oProvider, a_iRetry));
-    }
-    if (!a_oProvider.m_strNotes.empty())
-    {
-        a_oPlan.m_oNotes.push_back(a_oProvider.m_strNotes);
-    }
-}
-
 void fillRow(const Provider& a_oProvider,
              const AccountSpec& a_oSpec,
              const std::string& a_strServer,
@@ -141,16 +130,23 @@ void fillRow(const Provider& a_oProvider,
     const std::string strExpect = a_oSpec.m_strExpect.value_or(a_oProvider.m_strExpect);
     require(findTextFault(strExpect), "The expected text");
     const int iRetry = a_oSpec.m_iRetry.value_or(a_oProvider.m_iRetry);
-    korrin::ValueList& oRow = a_oPlan.m_oRow;
-    oRow.add(dbm::Enable, integer(a_oSpec.m_bEnable ? 1 : 0));
-    oRow.add(dbm::Interface, text(a_oSpec.m_strInterface));
-    oRow.add(dbm::DynDns_ServiceType, text(bGnudip ? dbm::ServiceType_Gnudip : dbm::ServiceType_UpdateUrl));
-    oRow.add(dbm::DynDns_ServerAddr, text(a_strServer));
-    oRow.add(dbm::DynDns_Hostname, text(a_oSpec.m_strHost));
-    oRow.add(dbm::DynDns_AccountUserName, text(a_strUser));
-    oRow.add(dbm::DynDns_ExpectedResultSubString, text(bGnudip ? std::string() : strExpect));
-    oRow.add(dbm::DynDns_Retry, integer(iRetry));
-    addProviderNotes(a_oProvider, iRetry, a_oPlan);
+    a_oPlan.m_oRow =
+        platform::row({{dbm::Enable, integer(a_oSpec.m_bEnable ? 1 : 0)},
+                       {dbm::Interface, text(a_oSpec.m_strInterface)},
+                       {dbm::DynDns_ServiceType, text(bGnudip ? dbm::ServiceType_Gnudip : dbm::ServiceType_UpdateUrl)},
+                       {dbm::DynDns_ServerAddr, text(a_strServer)},
+                       {dbm::DynDns_Hostname, text(a_oSpec.m_strHost)},
+                       {dbm::DynDns_AccountUserName, text(a_strUser)},
+                       {dbm::DynDns_ExpectedResultSubString, text(bGnudip ? std::string() : strExpect)},
+                       {dbm::DynDns_Retry, integer(iRetry)}});
+    if (!a_oProvider.m_strUnchanged.empty())
+    {
+        a_oPlan.m_oNotes.push_back(explainUnchanged(a_oProvider, iRetry));
+    }
+    if (!a_oProvider.m_strNotes.empty())
+    {
+        a_oPlan.m_oNotes.push_back(a_oProvider.m_strNotes);
+    }
 }
 
 AccountPlan planGnudip(const Provider& a_oProvider, const AccountSpec& a_oSpec)
@@ -274,9 +270,9 @@ preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, st
 AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider)
 {
     AccountPlan oPlan;
-    oPlan.m_bPasswordInUrl = !isGnudip(a_oRow) && hasPlaceholder(a_oRow.getValue(dbm::DynDns_ServerAddr).getText(),
-                                                                 quorvad::Placeholder_Password);
-    oPlan.m_bPasswordInHeader = !a_oRow.getValue(dbm::DynDns_AccountUserName).getText().empty();
+    oPlan.m_bPasswordInUrl =
+        !isGnudip(a_oRow) && hasPlaceholder(textOf(a_oRow, dbm::DynDns_ServerAddr), quorvad::Placeholder_Password);
+    oPlan.m_bPasswordInHeader = !textOf(a_oRow, dbm::DynDns_AccountUserName).empty();
     oPlan.m_bEncode = a_pProvider == nullptr || a_pProvider->m_bEncode;
     return oPlan;
 }

@@ -66,8 +66,8 @@ std::vector<std::time_t> failuresOf(const korrin::ValueList& a_oAccount, const S
     std::vector<std::time_t> oTimes;
     for (const korrin::ValueList& oRow : a_oSources.m_oLog)
     {
-        const auto oTime = parseTimestamp(oRow.getValue(dbm::DynDnsLog_Timestamp).getText());
-        if (!oTime || oRow.getValue(dbm::DynDnsLog_DynDnsId).getText() != a_oAccount.getValue(dbm::Id).getText())
+        const auto oTime = parseTimestamp(textOf(oRow, dbm::DynDnsLog_Timestamp));
+        if (!oTime || textOf(oRow, dbm::DynDnsLog_DynDnsId) != textOf(a_oAccount, dbm::Id))
         {
             continue;
         }
@@ -118,9 +118,8 @@ Outcome judgeStored(const korrin::ValueList& a_oAccount, const korrin::ValueList
     std::optional<bool> bAccepted = iCode == 0;
     if (!isGnudip(a_oAccount))
     {
-        bAccepted = quorvad::judgeExcerpt(iCode,
-                                          a_oLogRow.getValue(dbm::DynDnsLog_Response).getText(),
-                                          a_oAccount.getValue(dbm::DynDns_ExpectedResultSubString).getText());
+        bAccepted = quorvad::judgeExcerpt(
+            iCode, textOf(a_oLogRow, dbm::DynDnsLog_Response), textOf(a_oAccount, dbm::DynDns_ExpectedResultSubString));
     }
     return bAccepted ? toOutcome(*bAccepted) : Outcome::Unknown;
 }
@@ -143,12 +142,12 @@ const char* nameOutcome(Outcome a_eOutcome)
 
 Outcome judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const korrin::ValueList& a_oLogRow)
 {
-    const std::string& strId = a_oLogRow.getValue(dbm::DynDnsLog_DynDnsId).getText();
+    const std::string strId = textOf(a_oLogRow, dbm::DynDnsLog_DynDnsId);
     const korrin::ValueList& oStatus = findLast(a_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
     const korrin::Value& oTimestamp = a_oLogRow.getValue(dbm::DynDnsLog_Timestamp);
     if (!oStatus.empty() && oStatus.getValue(dbm::DynDnsStatus_Timestamp) == oTimestamp)
     {
-        return toOutcome(oStatus.getValue(dbm::DynDnsStatus_Success).getInteger() != 0);
+        return toOutcome(isSet(oStatus, dbm::DynDnsStatus_Success));
     }
     return judgeStored(a_oAccount, a_oLogRow);
 }
@@ -160,13 +159,13 @@ std::string describeNext(const korrin::ValueList& a_oAccount, const StatusSource
     {
         return oProblems.front().m_strBrief;
     }
-    const std::string strId = a_oAccount.getValue(dbm::Id).getText();
+    const std::string strId = textOf(a_oAccount, dbm::Id);
     const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
     if (oStatus.empty())
     {
         return "first update within two minutes, else see quorvad's log";
     }
-    if (oStatus.getValue(dbm::DynDnsStatus_Success).getInteger() != 0)
+    if (isSet(oStatus, dbm::DynDnsStatus_Success))
     {
         return "nothing until the address changes";
     }

@@ -1,6 +1,6 @@
 #include "cfgctl/account/names.h"
 
-#include "cfgctl/utf8.h"
+#include "platform/base/escape.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -133,7 +133,7 @@ std::string findInterfaceFault(const std::string& a_strName)
         std::any_of(a_strName.begin(),
                     a_strName.end(),
                     [](char a_c) { return a_c == '/' || a_c == ':' || a_c == ' ' || isControl(a_c); });
-    if (bInvalid || a_strName == "." || a_strName == ".." || !isUtf8(a_strName))
+    if (bInvalid || a_strName == "." || a_strName == ".." || !platform::isUtf8(a_strName))
     {
         return "is not a valid interface name; 'ip link' lists the interfaces";
     }
@@ -151,7 +151,7 @@ std::string findServerFault(const std::string& a_strServer)
 
 std::string findTextFault(const std::string& a_strText)
 {
-    if (!isUtf8(a_strText))
+    if (!platform::isUtf8(a_strText))
     {
         return "is not UTF-8";
     }

@@ -48,7 +48,7 @@ public:
     }
 
 private:
-    [[nodiscard]] std::string text(const char* a_pColumn) const { return m_oAccount.getValue(a_pColumn).getText(); }
+    [[nodiscard]] std::string text(const char* a_pColumn) const { return textOf(m_oAccount, a_pColumn); }
     [[nodiscard]] std::string setting(const std::string& a_strAssignment) const
     {
         return "cfgctl set DynDns Id=" + (text(dbm::Id).empty() ? std::string("ID") : text(dbm::Id)) + " " +
@@ -65,7 +65,7 @@ private:
 
     void checkSettings()
     {
-        if (m_oAccount.getValue(dbm::Enable).getInteger() == 0)
+        if (!isSet(m_oAccount, dbm::Enable))
         {
             stop("The account is disabled", "cfgctl account enable " + text(dbm::Id), "nothing: disabled");
         }
@@ -105,7 +105,7 @@ private:
                  "check that netifwatch is running and watches " + m_strInterface,
                  "waits for interface " + m_strInterface + " to be monitored: is netifwatch running?");
         }
-        else if (m_oWatch.getValue(dbm::IsUp).getInteger() == 0)
+        else if (!isSet(m_oWatch, dbm::IsUp))
         {
             stop("Interface '" + m_strInterface + "' is down",
                  "bring it up; the update follows",
@@ -153,7 +153,7 @@ private:
         {
             stop("No GnuDIP server is set", setting("ServerAddr=NAME"), "nothing: no server");
         }
-        checkReach(m_oWatch.getValue(dbm::Addr).getText(), "IPv4");
+        checkReach(textOf(m_oWatch, dbm::Addr), "IPv4");
     }
 
     /// An address that the Internet cannot reach is of no use to anybody outside.
@@ -274,15 +274,15 @@ bool isStopped(const std::vector<Problem>& a_oProblems)
 
 quorvad::UrlValues urlValuesOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
 {
-    const std::string& strInterface = a_oAccount.getValue(dbm::Interface).getText();
+    const std::string strInterface = textOf(a_oAccount, dbm::Interface);
     const auto addressIn = [&](const Rows& a_oRows)
     { return findLast(a_oRows, dbm::Name, strInterface).getValue(dbm::Addr).getText(); };
     quorvad::UrlValues oValues;
     oValues.m_strIpAddr = addressIn(a_oSources.m_oInterfaces);
     oValues.m_strIpAddr6 = addressIn(a_oSources.m_oIPv6);
-    oValues.m_strDomain = a_oAccount.getValue(dbm::DynDns_Hostname).getText();
-    oValues.m_strUsername = a_oAccount.getValue(dbm::DynDns_AccountUserName).getText();
-    oValues.m_strPassword = a_oAccount.getValue(dbm::DynDns_Password).getText();
+    oValues.m_strDomain = textOf(a_oAccount, dbm::DynDns_Hostname);
+    oValues.m_strUsername = textOf(a_oAccount, dbm::DynDns_AccountUserName);
+    oValues.m_strPassword = textOf(a_oAccount, dbm::DynDns_Password);
     oValues.m_strSerialNo = findLast(a_oSources.m_oSerial, dbm::Id, "1").getValue(dbm::etl_serial_no).getText();
     return oValues;
 }
@@ -295,7 +295,7 @@ std::string nameserversOf(const korrin::ValueList& a_oAccount, const StatusSourc
         oServers.push_back(&oRow);
     }
     const korrin::ValueList oRelay = a_oSources.m_oRelay.empty() ? korrin::ValueList() : a_oSources.m_oRelay.front();
-    return quorvad::composeNameservers(oRelay, oServers, a_oAccount.getValue(dbm::Interface).getText());
+    return quorvad::composeNameservers(oRelay, oServers, textOf(a_oAccount, dbm::Interface));
 }
 
 } // namespace cfgctl

@@ -7,6 +7,7 @@
 #include "cfgctl/strictjson.h"
 #include "cfgctl/utf8.h"
 #include "config/schema.h"
+#include "platform/common/values.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -22,6 +23,7 @@ namespace
 {
 
 namespace dbm = quorvad::dbm;
+using platform::textOf;
 
 constexpr std::size_t s_uiFileLimit = 1024UL * 1024UL;
 constexpr std::size_t s_uiTextLimit = 2000;
@@ -299,12 +301,12 @@ const Provider* findProvider(const Providers& a_oProviders, const std::string& a
 
 bool isGnudip(const korrin::ValueList& a_oAccount)
 {
-    return a_oAccount.getValue(dbm::DynDns_ServiceType).getText() == dbm::ServiceType_Gnudip;
+    return textOf(a_oAccount, dbm::DynDns_ServiceType) == dbm::ServiceType_Gnudip;
 }
 
 const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::ValueList& a_oAccount)
 {
-    const std::string& strServer = a_oAccount.getValue(dbm::DynDns_ServerAddr).getText();
+    const std::string strServer = textOf(a_oAccount, dbm::DynDns_ServerAddr);
     if (isGnudip(a_oAccount))
     {
         return findFirst(a_oProviders,

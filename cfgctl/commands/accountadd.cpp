@@ -52,16 +52,16 @@ findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const
     }
     for (const korrin::ValueList& oOther : a_oSources.m_oAccounts)
     {
-        const bool bSameServer = oOther.getValue(dbm::DynDns_ServiceType) == a_oRow.getValue(dbm::DynDns_ServiceType) &&
-                                 urlHost(oOther.getValue(dbm::DynDns_ServerAddr).getText()) ==
-                                     urlHost(a_oRow.getValue(dbm::DynDns_ServerAddr).getText());
+        const bool bSameServer =
+            oOther.getValue(dbm::DynDns_ServiceType) == a_oRow.getValue(dbm::DynDns_ServiceType) &&
+            urlHost(textOf(oOther, dbm::DynDns_ServerAddr)) == urlHost(textOf(a_oRow, dbm::DynDns_ServerAddr));
         if (bSameServer && oOther.getValue(dbm::DynDns_Hostname) == a_oRow.getValue(dbm::DynDns_Hostname))
         {
             oWarnings.push_back("The host already has " + nameAccount(oOther) +
                                 " at this provider: the two will overwrite each other's address");
         }
     }
-    const auto eState = quorvad::readInterfaceState(a_oRow.getValue(dbm::Interface).getText());
+    const auto eState = quorvad::readInterfaceState(textOf(a_oRow, dbm::Interface));
     for (const Problem& oProblem : findProblems(a_oRow, a_oSources, eState))
     {
         oWarnings.push_back(oProblem.m_strWhat + "; " + oProblem.m_strNext);
@@ -91,15 +91,6 @@ std::string askPassword(const AccountPlan& a_oPlan, const Provider& a_oProvider,
                             a_oPlan.m_strPasswordHint + ": ");
 }
 
-korrin::Value store(Database& a_oDatabase, const korrin::ValueList& a_oRow, const Options& a_oOptions)
-{
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
-    a_oDatabase.insertRow(dbm::Table_DynDns, a_oRow);
-    korrin::Value oId = platform::integer(a_oDatabase.getLastId(dbm::Table_DynDns));
-    a_oDatabase.commit();
-    return oId;
-}
-
 } // namespace
 
 std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
@@ -114,8 +105,9 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
         oPlan.m_oRow.add(dbm::DynDns_Password, platform::text(preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
     }
     const StatusSources oSources = readSources(a_oDatabase);
-    const korrin::Value oId =
-        oAccount.m_bDryRun ? korrin::Value(korrin::eValueNull, 0) : store(a_oDatabase, oPlan.m_oRow, a_oOptions);
+    const korrin::Value oId = oAccount.m_bDryRun
+                                  ? korrin::Value(korrin::eValueNull, 0)
+                                  : a_oDatabase.addRow(dbm::Table_DynDns, oPlan.m_oRow, a_oOptions.m_oPatience);
     korrin::ValueList oRow = oPlan.m_oRow;
     oRow.add(dbm::Id, oId);
     if (bDryWithout)
@@ -128,9 +120,7 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     }
     if (a_oOptions.m_bJson)
     {
-        korrin::ValueList oResult;
-        oResult.add(dbm::Id, oId);
-        return rowToJson(oResult) + "\n";
+        return rowToJson(platform::row({{dbm::Id, oId}}));
     }
     std::string strText = oAccount.m_bDryRun ? showRow(oPlan.m_oRow, a_oOptions.m_bShowSecrets)
                                              : "Added " + nameAccount(oRow) + " at " + oProvider.m_strName +

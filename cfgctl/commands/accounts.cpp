@@ -1,5 +1,7 @@
 #include "cfgctl/commands/accounts.h"
 
+#include "cfgctl/account/accountplan.h"
+#include "cfgctl/account/password.h"
 #include "cfgctl/account/provider.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/commands/commands.h"
@@ -7,10 +9,66 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
-#include "platform/common/values.h"
+
+#include <algorithm>
+#include <thread>
 
 namespace cfgctl
 {
+
+namespace
+{
+
+/// The provider's name where it is known, else its server.
+std::string nameProvider(const Providers& a_oProviders, const korrin::ValueList& a_oRow)
+{
+    if (const Provider* pProvider = recogniseProvider(a_oProviders, a_oRow))
+    {
+        return pProvider->m_strName;
+    }
+    const std::string strServer = textOf(a_oRow, dbm::DynDns_ServerAddr);
+    return isGnudip(a_oRow) ? strServer : urlHost(strServer);
+}
+
+std::string capitalised(std::string a_strText)
+{
+    a_strText.front() = static_cast<char>(a_strText.front() - 'a' + 'A');
+    return a_strText;
+}
+
+/// In one transaction; accounts that are so already are left alone, since any write makes the daemon update again.
+std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_bEnable)
+{
+    const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
+    const korrin::ValueList oChange = platform::row({{dbm::Enable, platform::integer(a_bEnable ? 1 : 0)}});
+    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    std::string strText;
+    for (const korrin::ValueList& oRow : oRows)
+    {
+        const bool bChanged = (isSet(oRow, dbm::Enable)) != a_bEnable;
+        if (bChanged)
+        {
+            a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), oChange);
+        }
+        strText += capitalised(nameAccount(oRow)) + (bChanged ? " is now " : " was already ") +
+                   (a_bEnable ? "enabled.\n" : "disabled.\n");
+    }
+    a_oDatabase.commit();
+    return a_oOptions.m_bJson ? std::string() : strText;
+}
+
+void deleteRowsOf(Database& a_oDatabase, const std::string& a_strTable, const std::string& a_strAccount)
+{
+    for (const korrin::ValueList& oRow : a_oDatabase.getRows(a_strTable))
+    {
+        if (textOf(oRow, dbm::DynDnsLog_DynDnsId) == a_strAccount)
+        {
+            a_oDatabase.deleteRow(a_strTable, textOf(oRow, dbm::Id));
+        }
+    }
+}
+
+} // namespace
 
 Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds)
 {
@@ -30,8 +88,7 @@ Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds)
 
 std::string nameAccount(const korrin::ValueList& a_oRow)
 {
-    return "account " + a_oRow.getValue(dbm::Id).getText() + " (" + a_oRow.getValue(dbm::DynDns_Hostname).getText() +
-           ")";
+    return "account " + textOf(a_oRow, dbm::Id) + " (" + textOf(a_oRow, dbm::DynDns_Hostname) + ")";
 }
 
 Providers readProviders(const std::string& a_strMore)
@@ -44,49 +101,104 @@ Providers readProviders(const std::string& a_strMore)
     return std::move(oList.m_oProviders);
 }
 
-std::string nameProvider(const Providers& a_oProviders, const korrin::ValueList& a_oRow)
-{
-    if (const Provider* pProvider = recogniseProvider(a_oProviders, a_oRow))
-    {
-        return pProvider->m_strName;
-    }
-    const std::string& strServer = a_oRow.getValue(dbm::DynDns_ServerAddr).getText();
-    return isGnudip(a_oRow) ? strServer : urlHost(strServer);
-}
-
 std::string runAccountList(Database& a_oDatabase, const Options& a_oOptions)
 {
     const Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
     Rows oRows = a_oDatabase.getRows(dbm::Table_DynDns);
-    Table oTable;
-    oTable.m_oHeadings = {"Id", "Hostname", "Provider", "Interface", "User", "Tries", "Enabled"};
+    Table oTable{{"Id", "Hostname", "Provider", "Interface", "User", "Tries", "Enabled"}, {}};
     for (korrin::ValueList& oRow : oRows)
     {
         const std::string strProvider = nameProvider(oProviders, oRow);
-        const bool bEnabled = oRow.getValue(dbm::Enable).getInteger() != 0;
-        const std::string strUser = oRow.getValue(dbm::DynDns_AccountUserName).getText();
-        oTable.m_oRows.push_back({{oRow.getValue(dbm::Id).getText(), Style::Plain, true},
-                                  {oRow.getValue(dbm::DynDns_Hostname).getText()},
+        const bool bEnabled = isSet(oRow, dbm::Enable);
+        const std::string strUser = textOf(oRow, dbm::DynDns_AccountUserName);
+        oTable.m_oRows.push_back({{textOf(oRow, dbm::Id), Style::Plain, true},
+                                  {textOf(oRow, dbm::DynDns_Hostname)},
                                   {strProvider},
-                                  {oRow.getValue(dbm::Interface).getText()},
+                                  {textOf(oRow, dbm::Interface)},
                                   {strUser.empty() ? "(none)" : strUser, strUser.empty() ? Style::Faint : Style::Plain},
-                                  {oRow.getValue(dbm::DynDns_Retry).getText(), Style::Plain, true},
+                                  {textOf(oRow, dbm::DynDns_Retry), Style::Plain, true},
                                   {bEnabled ? "yes" : "no", bEnabled ? Style::Plain : Style::Faint}});
         oRow.add("Provider", platform::text(strProvider));
-        if (!a_oOptions.m_bShowSecrets)
-        {
-            hideSecrets(dbm::Table_DynDns, oRow);
-        }
+    }
+    if (!a_oOptions.m_bShowSecrets)
+    {
+        hideSecrets(dbm::Table_DynDns, oRows);
     }
     if (a_oOptions.m_bJson)
     {
-        return rowsToJson(oRows) + "\n";
+        return rowsToJson(oRows);
     }
     if (oRows.empty())
     {
-        complain("No accounts yet. Add one with: cfgctl account add --provider NAME --host HOST --interface NAME");
+        complain(g_acNoAccounts);
     }
     return renderTable(oTable, a_oOptions.m_oLayout);
+}
+
+std::string runAccountEnable(Database& a_oDatabase, const Options& a_oOptions)
+{
+    return setEnabled(a_oDatabase, a_oOptions, true);
+}
+
+std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions)
+{
+    return setEnabled(a_oDatabase, a_oOptions, false);
+}
+
+// The daemon goes on updating an account whose row disappears as it last saw it. So it is shown a disabled one first.
+std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
+{
+    const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
+    std::string strNames;
+    for (const korrin::ValueList& oRow : oRows)
+    {
+        strNames += (strNames.empty() ? "" : ", ") + nameAccount(oRow);
+    }
+    if (!a_oOptions.m_oAccount.m_bYes && !confirm("Remove " + strNames + "?", "--yes"))
+    {
+        throw Failure("Nothing was removed");
+    }
+    if (std::any_of(oRows.begin(), oRows.end(), [](const auto& a_oRow) { return isSet(a_oRow, dbm::Enable); }))
+    {
+        static_cast<void>(setEnabled(a_oDatabase, a_oOptions, false));
+        std::this_thread::sleep_for(a_oOptions.m_oAccount.m_oSettle);
+    }
+    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    for (const korrin::ValueList& oRow : oRows)
+    {
+        const std::string strId = textOf(oRow, dbm::Id);
+        deleteRowsOf(a_oDatabase, dbm::Table_DynDnsStatus, strId);
+        deleteRowsOf(a_oDatabase, dbm::Table_DynDnsLog, strId);
+        a_oDatabase.deleteRow(dbm::Table_DynDns, strId);
+    }
+    a_oDatabase.commit();
+    return a_oOptions.m_bJson ? std::string() : "Removed " + strNames + ", with its outcomes.\n";
+}
+
+std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
+{
+    const AccountOptions& oAccount = a_oOptions.m_oAccount;
+    const korrin::ValueList oRow = readAccounts(a_oDatabase, oAccount.m_oIds).front();
+    const Providers oProviders = readProviders(oAccount.m_strProviders);
+    const AccountPlan oPlan = planOfRow(oRow, recogniseProvider(oProviders, oRow));
+    if (!oPlan.m_bPasswordInUrl && !oPlan.m_bPasswordInHeader)
+    {
+        throw Failure(capitalised(nameAccount(oRow)) +
+                      " sends no password: there is neither a user name nor <password> in its URL");
+    }
+    std::vector<std::string> oNotes;
+    const std::string strTyped =
+        readPassword(oAccount.m_strPasswordFile, "New password of " + nameAccount(oRow) + ": ");
+    const korrin::Value oPassword = platform::text(preparePassword(oPlan, strTyped, oNotes));
+    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), platform::row({{dbm::DynDns_Password, oPassword}}));
+    a_oDatabase.commit();
+    std::string strText = "The password of " + nameAccount(oRow) + " was changed.\n";
+    for (const std::string& strNote : oNotes)
+    {
+        strText += strNote + "\n";
+    }
+    return a_oOptions.m_bJson ? std::string() : strText;
 }
 
 } // namespace cfgctl

@@ -9,16 +9,16 @@
 namespace cfgctl
 {
 
+inline constexpr char g_acNoAccounts[] =
+    "No accounts yet. Add one with: cfgctl account add --provider NAME --host HOST --interface NAME";
+
 /// The accounts with these Ids, in this order. Throws Failure for an Id that there is not.
 [[nodiscard]] Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds);
 
 /// "account 1 (home.example.net)". Pure.
 [[nodiscard]] std::string nameAccount(const korrin::ValueList& a_oRow);
 
-/// The file's providers, faults of files complained about on standard error.
+/// The providers as loadProviders gives them; faults of the files go to standard error.
 [[nodiscard]] Providers readProviders(const std::string& a_strMore);
-
-/// The provider's name where it is known, else its server. Pure.
-[[nodiscard]] std::string nameProvider(const Providers& a_oProviders, const korrin::ValueList& a_oRow);
 
 } // namespace cfgctl

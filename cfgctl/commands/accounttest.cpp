@@ -34,7 +34,7 @@ std::string orNone(const std::string& a_strText)
 
 std::string describeSignIn(const korrin::ValueList& a_oAccount)
 {
-    const std::string& strUser = a_oAccount.getValue(dbm::DynDns_AccountUserName).getText();
+    const std::string strUser = textOf(a_oAccount, dbm::DynDns_AccountUserName);
     if (isGnudip(a_oAccount))
     {
         return "GnuDIP as " + strUser;
@@ -48,7 +48,7 @@ std::string describeSuccess(const korrin::ValueList& a_oAccount)
     {
         return "code 0";
     }
-    const std::string& strExpect = a_oAccount.getValue(dbm::DynDns_ExpectedResultSubString).getText();
+    const std::string strExpect = textOf(a_oAccount, dbm::DynDns_ExpectedResultSubString);
     return strExpect.empty() ? "HTTP status 200" : "an answer that contains \"" + strExpect + "\"";
 }
 
@@ -58,9 +58,9 @@ std::string describeLast(const korrin::ValueList& a_oStatus, std::time_t a_iNow)
     {
         return "not tried yet";
     }
-    const std::string& strTimestamp = a_oStatus.getValue(dbm::DynDnsStatus_Timestamp).getText();
+    const std::string strTimestamp = textOf(a_oStatus, dbm::DynDnsStatus_Timestamp);
     const korrin::Value oAge = ageOf(strTimestamp, a_iNow);
-    const bool bSuccess = a_oStatus.getValue(dbm::DynDnsStatus_Success).getInteger() != 0;
+    const bool bSuccess = isSet(a_oStatus, dbm::DynDnsStatus_Success);
     return (bSuccess ? "updated " : "failed ") +
            (oAge.getType() == korrin::eValueNull ? strTimestamp : describeAge(oAge.getInteger()));
 }
@@ -71,7 +71,7 @@ std::string describeInterface(const std::string& a_strName, const korrin::ValueL
     {
         return a_strName.empty() ? "none" : a_strName + ", not monitored";
     }
-    return a_strName + (a_oWatch.getValue(dbm::IsUp).getInteger() != 0 ? ", up" : ", down");
+    return a_strName + (isSet(a_oWatch, dbm::IsUp) ? ", up" : ", down");
 }
 
 std::string describeNameservers(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
@@ -87,7 +87,7 @@ std::string describeServer(const korrin::ValueList& a_oAccount,
                            const Provider* a_pProvider,
                            bool a_bShowSecrets)
 {
-    const std::string& strServer = a_oAccount.getValue(dbm::DynDns_ServerAddr).getText();
+    const std::string strServer = textOf(a_oAccount, dbm::DynDns_ServerAddr);
     if (isGnudip(a_oAccount))
     {
         return strServer;
@@ -113,22 +113,22 @@ std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
                                bool a_bShowSecrets)
 {
     const std::time_t iNow = std::time(nullptr);
-    const std::string& strId = a_oAccount.getValue(dbm::Id).getText();
-    const std::string& strInterface = a_oAccount.getValue(dbm::Interface).getText();
+    const std::string strId = textOf(a_oAccount, dbm::Id);
+    const std::string strInterface = textOf(a_oAccount, dbm::Interface);
     const korrin::ValueList& oWatch = findLast(a_oSources.m_oInterfaces, dbm::Name, strInterface);
     const korrin::ValueList& oIPv6 = findLast(a_oSources.m_oIPv6, dbm::Name, strInterface);
     const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
-    return {{"Hostname", "Hostname", a_oAccount.getValue(dbm::DynDns_Hostname).getText()},
+    return {{"Hostname", "Hostname", textOf(a_oAccount, dbm::DynDns_Hostname)},
             {"Provider", "Provider", a_pProvider == nullptr ? "not in the list of providers" : a_pProvider->m_strName},
             {"Server",
              isGnudip(a_oAccount) ? "Server" : "URL",
              describeServer(a_oAccount, a_oSources, a_pProvider, a_bShowSecrets)},
             {"SignIn", "Sign-in", describeSignIn(a_oAccount)},
             {"Success", "Success is", describeSuccess(a_oAccount)},
-            {"Tries", "Tries", a_oAccount.getValue(dbm::DynDns_Retry).getText() + " per change"},
+            {"Tries", "Tries", textOf(a_oAccount, dbm::DynDns_Retry) + " per change"},
             {"Interface", "Interface", describeInterface(strInterface, oWatch)},
-            {"IPv4", "IPv4", orNone(oWatch.getValue(dbm::Addr).getText())},
-            {"IPv6", "IPv6", orNone(oIPv6.getValue(dbm::Addr).getText())},
+            {"IPv4", "IPv4", orNone(textOf(oWatch, dbm::Addr))},
+            {"IPv6", "IPv6", orNone(textOf(oIPv6, dbm::Addr))},
             {"DnsServers", "DNS servers", describeNameservers(a_oAccount, a_oSources)},
             {"Last", "Last", describeLast(oStatus, iNow)},
             {"Next", "Next", describeNext(a_oAccount, a_oSources, iNow)}};
@@ -180,7 +180,7 @@ std::string runAccountTest(Database& a_oDatabase, const Options& a_oOptions)
     const std::vector<Fact> oFacts =
         collectFacts(oRow, oSources, recogniseProvider(oProviders, oRow), a_oOptions.m_bShowSecrets);
     const std::vector<Problem> oProblems =
-        findProblems(oRow, oSources, quorvad::readInterfaceState(oRow.getValue(dbm::Interface).getText()));
+        findProblems(oRow, oSources, quorvad::readInterfaceState(textOf(oRow, dbm::Interface)));
     writeOut(a_oOptions.m_bJson ? toJson(oFacts, oProblems) : toText(oFacts, oProblems));
     if (isStopped(oProblems))
     {

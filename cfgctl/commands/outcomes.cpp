@@ -31,15 +31,9 @@ public:
         if (m_oOptions.m_bFollow)
         {
             printLines(oRows);
+            return;
         }
-        else if (m_oOptions.m_bJson)
-        {
-            writeOut(rowsToJson(oRows) + "\n");
-        }
-        else
-        {
-            writeOut(renderTable(makeLogTable(oRows), m_oOptions.m_oLayout));
-        }
+        writeOut(m_oOptions.m_bJson ? rowsToJson(oRows) : renderTable(makeLogTable(oRows), m_oOptions.m_oLayout));
     }
     /// What cannot be read is read at the next change, or when the service is back.
     void printNew(Database& a_oDatabase)
@@ -57,17 +51,14 @@ public:
     }
 
 private:
-    [[nodiscard]] int account() const
-    {
-        return m_oOptions.m_oAccount.m_oIds.empty() ? 0 : m_oOptions.m_oAccount.m_oIds.front();
-    }
     Rows read(Database& a_oDatabase)
     {
-        LogSources oSources;
+        StatusSources oSources;
         oSources.m_oAccounts = a_oDatabase.getRows(dbm::Table_DynDns);
         oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
         oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log, whose newest row it judges
-        Rows oRows = makeLogRows(oSources, account(), m_iLast, std::time(nullptr));
+        const std::vector<int>& oIds = m_oOptions.m_oAccount.m_oIds;
+        Rows oRows = makeLogRows(oSources, oIds.empty() ? 0 : oIds.front(), m_iLast, std::time(nullptr));
         if (!oRows.empty())
         {
             m_iLast = oRows.back().getValue(dbm::Id).getInteger();
@@ -78,7 +69,7 @@ private:
     {
         for (const korrin::ValueList& oRow : a_oRows)
         {
-            writeOut(m_oOptions.m_bJson ? rowToJson(oRow) + "\n" : makeLogLine(oRow, m_oOptions.m_oLayout));
+            writeOut(m_oOptions.m_bJson ? rowToJson(oRow) : makeLogLine(oRow, m_oOptions.m_oLayout));
         }
     }
 
@@ -93,11 +84,11 @@ std::string runStatus(Database& a_oDatabase, const Options& a_oOptions)
     const Rows oRows = makeStatusRows(readSources(a_oDatabase), std::time(nullptr));
     if (a_oOptions.m_bJson)
     {
-        return rowsToJson(oRows) + "\n";
+        return rowsToJson(oRows);
     }
     if (oRows.empty())
     {
-        complain("No accounts yet. Add one with: cfgctl account add --provider NAME --host HOST --interface NAME");
+        complain(g_acNoAccounts);
     }
     return renderTable(makeStatusTable(oRows), a_oOptions.m_oLayout);
 }

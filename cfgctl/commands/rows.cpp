@@ -1,7 +1,6 @@
 #include "cfgctl/assignment.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/secrets.h"
-#include "platform/common/values.h"
 
 namespace cfgctl
 {
@@ -9,24 +8,29 @@ namespace cfgctl
 namespace
 {
 
-Table makeTable(const korrin::ValueList& a_oColumns, const Rows& a_oRows)
+using platform::text;
+
+/// a_oColumns: names, and values of the columns' types.
+std::string print(const korrin::ValueList& a_oColumns, const Rows& a_oRows, const Options& a_oOptions)
 {
+    if (a_oOptions.m_bJson)
+    {
+        return rowsToJson(a_oRows);
+    }
     Table oTable;
-    for (const auto& [strColumn, oDefault] : a_oColumns)
+    for (const auto& [strColumn, oType] : a_oColumns)
     {
         oTable.m_oHeadings.push_back(strColumn);
     }
     for (const korrin::ValueList& oRow : a_oRows)
     {
-        std::vector<Cell> oCells;
-        for (const auto& [strColumn, oDefault] : a_oColumns)
+        std::vector<Cell>& oCells = oTable.m_oRows.emplace_back();
+        for (const auto& [strColumn, oType] : a_oColumns)
         {
-            const bool bNumber = oDefault.getType() == korrin::eValueInteger;
-            oCells.push_back({oRow.getValue(strColumn).getText(), Style::Plain, bNumber});
+            oCells.push_back({textOf(oRow, strColumn), Style::Plain, oType.getType() == korrin::eValueInteger});
         }
-        oTable.m_oRows.push_back(std::move(oCells));
     }
-    return oTable;
+    return renderTable(oTable, a_oOptions.m_oLayout);
 }
 
 Rows listTables(Database& a_oDatabase)
@@ -34,10 +38,8 @@ Rows listTables(Database& a_oDatabase)
     Rows oResult;
     for (const std::string& strTable : a_oDatabase.getTables())
     {
-        korrin::ValueList oRow;
-        oRow.add("Table", platform::text(strTable));
-        oRow.add("Rows", platform::integer(static_cast<int>(a_oDatabase.countRows(strTable))));
-        oResult.push_back(std::move(oRow));
+        const auto iRows = static_cast<int>(a_oDatabase.countRows(strTable));
+        oResult.push_back(platform::row({{"Table", text(strTable)}, {"Rows", platform::integer(iRows)}}));
     }
     return oResult;
 }
@@ -47,12 +49,10 @@ Rows listColumns(Database& a_oDatabase, const std::string& a_strTable)
     Rows oResult;
     for (const auto& [strColumn, oDefault] : a_oDatabase.getColumns(a_strTable))
     {
-        korrin::ValueList oRow;
-        const bool bInteger = oDefault.getType() == korrin::eValueInteger;
-        oRow.add("Column", platform::text(strColumn));
-        oRow.add("Type", platform::text(bInteger ? "integer" : "text"));
-        oRow.add("Default", strColumn == "Id" ? platform::text("given") : oDefault);
-        oResult.push_back(std::move(oRow));
+        oResult.push_back(
+            platform::row({{"Column", text(strColumn)},
+                           {"Type", text(oDefault.getType() == korrin::eValueInteger ? "integer" : "text")},
+                           {"Default", strColumn == "Id" ? text("given") : oDefault}}));
     }
     return oResult;
 }
@@ -64,56 +64,23 @@ std::string runShow(Database& a_oDatabase, const Options& a_oOptions)
     Rows oRows = selectRows(a_oDatabase, a_oOptions.m_strTable, a_oOptions.m_oKey);
     if (!a_oOptions.m_bShowSecrets)
     {
-        for (korrin::ValueList& oRow : oRows)
-        {
-            hideSecrets(a_oOptions.m_strTable, oRow);
-        }
+        hideSecrets(a_oOptions.m_strTable, oRows);
     }
-    if (a_oOptions.m_bJson)
-    {
-        return rowsToJson(oRows) + "\n";
-    }
-    return renderTable(makeTable(a_oDatabase.getColumns(a_oOptions.m_strTable), oRows), a_oOptions.m_oLayout);
+    return print(a_oDatabase.getColumns(a_oOptions.m_strTable), oRows, a_oOptions);
 }
 
 std::string runTables(Database& a_oDatabase, const Options& a_oOptions)
 {
-    const bool bOne = !a_oOptions.m_strTable.empty();
-    const Rows oRows = bOne ? listColumns(a_oDatabase, a_oOptions.m_strTable) : listTables(a_oDatabase);
-    if (a_oOptions.m_bJson)
-    {
-        return rowsToJson(oRows) + "\n";
-    }
-    Table oTable;
-    oTable.m_oHeadings =
-        bOne ? std::vector<std::string>{"Column", "Type", "Default"} : std::vector<std::string>{"Table", "Rows"};
-    for (const korrin::ValueList& oRow : oRows)
-    {
-        std::vector<Cell> oCells;
-        for (const auto& [strColumn, oValue] : oRow)
-        {
-            oCells.push_back({oValue.getText(), Style::Plain, strColumn == "Rows"});
-        }
-        oTable.m_oRows.push_back(std::move(oCells));
-    }
-    return renderTable(oTable, a_oOptions.m_oLayout);
+    const std::string& strTable = a_oOptions.m_strTable;
+    const Rows oRows = strTable.empty() ? listTables(a_oDatabase) : listColumns(a_oDatabase, strTable);
+    return print(oRows.empty() ? korrin::ValueList() : oRows.front(), oRows, a_oOptions);
 }
 
 std::string runAdd(Database& a_oDatabase, const Options& a_oOptions)
 {
-    const std::string& strTable = a_oOptions.m_strTable;
-    const korrin::ValueList oRow = makeRow(a_oDatabase, strTable, a_oOptions.m_oValues);
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
-    a_oDatabase.insertRow(strTable, oRow);
-    const korrin::Value oId = platform::integer(a_oDatabase.getLastId(strTable));
-    a_oDatabase.commit();
-    if (!a_oOptions.m_bJson)
-    {
-        return oId.getText() + "\n";
-    }
-    korrin::ValueList oResult;
-    oResult.add("Id", oId);
-    return rowToJson(oResult) + "\n";
+    const korrin::ValueList oRow = makeRow(a_oDatabase, a_oOptions.m_strTable, a_oOptions.m_oValues);
+    const korrin::Value oId = a_oDatabase.addRow(a_oOptions.m_strTable, oRow, a_oOptions.m_oPatience);
+    return a_oOptions.m_bJson ? rowToJson(platform::row({{"Id", oId}})) : oId.getText() + "\n";
 }
 
 std::string runSet(Database& a_oDatabase, const Options& a_oOptions)

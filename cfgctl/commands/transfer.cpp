@@ -45,12 +45,9 @@ Rows readRows(Database& a_oDatabase, const std::string& a_strTable, const Option
     {
         oRows.remove_if(isFoundByWatcher);
     }
-    for (korrin::ValueList& oRow : oRows)
+    if (!a_oOptions.m_bShowSecrets)
     {
-        if (!a_oOptions.m_bShowSecrets)
-        {
-            hideSecrets(a_strTable, oRow);
-        }
+        hideSecrets(a_strTable, oRows);
     }
     return oRows;
 }
@@ -77,7 +74,7 @@ void carryOut(Database& a_oDatabase, const TablePlan& a_oPlan)
     }
     for (const korrin::ValueList& oRow : a_oPlan.m_oUpdates)
     {
-        a_oDatabase.updateRow(a_oPlan.m_strTable, oRow.getValue("Id").getText(), oRow);
+        a_oDatabase.updateRow(a_oPlan.m_strTable, textOf(oRow, "Id"), oRow);
     }
     for (const korrin::ValueList& oRow : a_oPlan.m_oInserts)
     {
@@ -88,13 +85,11 @@ void carryOut(Database& a_oDatabase, const TablePlan& a_oPlan)
 korrin::ValueList summarise(const TablePlan& a_oPlan)
 {
     const auto number = [](unsigned a_uiNumber) { return platform::integer(static_cast<int>(a_uiNumber)); };
-    korrin::ValueList oRow;
-    oRow.add("Table", platform::text(a_oPlan.m_strTable));
-    oRow.add("Added", number(a_oPlan.m_uiAdded));
-    oRow.add("Changed", number(a_oPlan.m_uiChanged));
-    oRow.add("Deleted", number(a_oPlan.m_uiDeleted));
-    oRow.add("Unchanged", number(a_oPlan.m_uiUnchanged));
-    return oRow;
+    return platform::row({{"Table", platform::text(a_oPlan.m_strTable)},
+                          {"Added", number(a_oPlan.m_uiAdded)},
+                          {"Changed", number(a_oPlan.m_uiChanged)},
+                          {"Deleted", number(a_oPlan.m_uiDeleted)},
+                          {"Unchanged", number(a_oPlan.m_uiUnchanged)}});
 }
 
 std::string describe(const Rows& a_oSummary)
@@ -102,9 +97,8 @@ std::string describe(const Rows& a_oSummary)
     std::string strText;
     for (const korrin::ValueList& oRow : a_oSummary)
     {
-        strText += oRow.getValue("Table").getText() + ": " + oRow.getValue("Added").getText() + " added, " +
-                   oRow.getValue("Changed").getText() + " changed, " + oRow.getValue("Deleted").getText() +
-                   " deleted, " + oRow.getValue("Unchanged").getText() + " unchanged\n";
+        strText += textOf(oRow, "Table") + ": " + textOf(oRow, "Added") + " added, " + textOf(oRow, "Changed") +
+                   " changed, " + textOf(oRow, "Deleted") + " deleted, " + textOf(oRow, "Unchanged") + " unchanged\n";
     }
     return strText;
 }
@@ -118,7 +112,7 @@ std::string runExport(Database& a_oDatabase, const Options& a_oOptions)
     {
         oTables.emplace_back(strTable, readRows(a_oDatabase, strTable, a_oOptions));
     }
-    std::string strJson = tablesToJson(oTables) + "\n";
+    std::string strJson = tablesToJson(oTables);
     if (a_oOptions.m_strFile == "-")
     {
         return strJson;
@@ -141,7 +135,7 @@ std::string runImport(Database& a_oDatabase, const Options& a_oOptions)
         oSummary.push_back(summarise(oPlan));
     }
     a_oDatabase.commit();
-    return a_oOptions.m_bJson ? rowsToJson(oSummary) + "\n" : describe(oSummary);
+    return a_oOptions.m_bJson ? rowsToJson(oSummary) : describe(oSummary);
 }
 
 } // namespace cfgctl

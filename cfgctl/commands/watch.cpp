@@ -70,16 +70,10 @@ std::vector<std::string> chooseTables(const Options& a_oOptions)
 
 void printChange(const std::string& a_strTable, bool a_bJson)
 {
+    using platform::text;
     const std::string strTime = platform::formatLocalTime(std::time(nullptr), platform::g_acIsoFormat);
-    if (!a_bJson)
-    {
-        writeOut(strTime + "  " + a_strTable + "\n");
-        return;
-    }
-    korrin::ValueList oRow;
-    oRow.add("Time", platform::text(strTime));
-    oRow.add("Table", platform::text(a_strTable));
-    writeOut(rowToJson(oRow) + "\n");
+    writeOut(a_bJson ? rowToJson(platform::row({{"Time", text(strTime)}, {"Table", text(a_strTable)}}))
+                     : strTime + "  " + a_strTable + "\n");
 }
 
 } // namespace

@@ -84,6 +84,15 @@ std::size_t getSequenceLength(std::string_view a_strText) noexcept
     return uiLength;
 }
 
+bool isUtf8(std::string_view a_strText) noexcept
+{
+    while (const std::size_t uiLength = getSequenceLength(a_strText))
+    {
+        a_strText.remove_prefix(uiLength);
+    }
+    return a_strText.empty();
+}
+
 std::string escape(std::string_view a_strText, std::size_t a_uiLimit)
 {
     std::string strResult;

@@ -19,4 +19,7 @@ namespace platform
 /// surrogates and code points above U+10FFFF are not valid.
 [[nodiscard]] std::size_t getSequenceLength(std::string_view a_strText) noexcept;
 
+/// Nothing but valid UTF-8. Pure.
+[[nodiscard]] bool isUtf8(std::string_view a_strText) noexcept;
+
 } // namespace platform

@@ -2,12 +2,14 @@
 
 #include "korrin/valuelist.h"
 
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 namespace platform
 {
 
-// Column values, made short.
+// Column values and rows, made and read in few words.
 
 [[nodiscard]] inline korrin::Value integer(int a_iValue)
 {
@@ -17,6 +19,28 @@ namespace platform
 [[nodiscard]] inline korrin::Value text(const std::string& a_strText)
 {
     return {korrin::eValueText, a_strText};
+}
+
+[[nodiscard]] inline korrin::ValueList row(std::initializer_list<std::pair<const char*, korrin::Value>> a_oColumns)
+{
+    korrin::ValueList oRow;
+    for (const auto& [pColumn, oValue] : a_oColumns)
+    {
+        oRow.add(pColumn, oValue);
+    }
+    return oRow;
+}
+
+/// The column's text; empty when the row lacks the column.
+[[nodiscard]] inline std::string textOf(const korrin::ValueList& a_oRow, const std::string& a_strColumn)
+{
+    return a_oRow.getValue(a_strColumn).getText();
+}
+
+/// The column is a number other than 0.
+[[nodiscard]] inline bool isSet(const korrin::ValueList& a_oRow, const std::string& a_strColumn)
+{
+    return a_oRow.getValue(a_strColumn).getInteger() != 0;
 }
 
 } // namespace platform

@@ -354,7 +354,7 @@ TEST(Outcome, OfTheLastAttemptIsTheStatusRowsAndOfOlderOnesWhatTheExcerptTells)
 {
     constexpr std::time_t iLast = 1800000000;
     const std::string strCut(200, 'x');
-    const auto outcomes = [](const LogSources& a_oSources)
+    const auto outcomes = [](const StatusSources& a_oSources)
     {
         std::string strOutcomes;
         for (const korrin::ValueList& oRow : makeLogRows(a_oSources, 0, 0, iLast))
@@ -363,7 +363,7 @@ TEST(Outcome, OfTheLastAttemptIsTheStatusRowsAndOfOlderOnesWhatTheExcerptTells)
         }
         return strOutcomes;
     };
-    LogSources oSources;
+    StatusSources oSources;
     oSources.m_oAccounts = {s_oReady};
     oSources.m_oStatus = {makeRow("DynDnsId=1 Success=1 Timestamp=" + stamp(iLast))};
     oSources.m_oLog = {logRow("1", iLast - 400, "200", "good 192.0.2.7"),
