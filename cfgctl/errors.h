@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace cfgctl
 {
@@ -19,5 +20,28 @@ class Failure : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// Throws Failure with that text unless the condition holds.
+inline void require(bool a_bCondition, const std::string& a_strFailure)
+{
+    if (!a_bCondition)
+    {
+        throw Failure(a_strFailure);
+    }
+}
+
+/// Does a part of the work and returns what it returns; a Failure in it is told with the place in front.
+template<typename Work>
+auto within(const std::string& a_strPlace, const Work& a_oWork)
+{
+    try
+    {
+        return a_oWork();
+    }
+    catch (const Failure& oError)
+    {
+        throw Failure(a_strPlace + oError.what());
+    }
+}
 
 } // namespace cfgctl

@@ -24,28 +24,6 @@ std::string write(const Json& a_oJson, int a_iIndent)
     return a_oJson.dump(a_iIndent, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-void require(bool a_bCondition, const std::string& a_strFault)
-{
-    if (!a_bCondition)
-    {
-        throw Failure(a_strFault);
-    }
-}
-
-/// Does a part of the work; what it throws is told with the place in front.
-template<typename Work>
-void within(const std::string& a_strPlace, const Work& a_oWork)
-{
-    try
-    {
-        a_oWork();
-    }
-    catch (const Failure& oError)
-    {
-        throw Failure(a_strPlace + oError.what());
-    }
-}
-
 korrin::Value readInteger(const Json& a_oJson)
 {
     const bool bTooLarge = a_oJson.is_number_unsigned() && a_oJson.get<std::uint64_t>() > INT_MAX;

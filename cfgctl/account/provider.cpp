@@ -10,14 +10,19 @@
 #include "platform/common/values.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <system_error>
 #include <unistd.h>
 
 namespace cfgctl
 {
+
+void to_json(Json& a_oJson, SignIn a_eSignIn)
+{
+    a_oJson = nameSignIn(a_eSignIn);
+}
 
 namespace
 {
@@ -30,6 +35,7 @@ constexpr std::size_t s_uiTextLimit = 2000;
 constexpr std::size_t s_uiShown = 40;  // of a name that a message repeats
 constexpr std::size_t s_uiDeepest = 3; // the object, its list, an entry
 constexpr std::size_t s_uiMostValues = 100000;
+constexpr std::array<const char*, 3> s_apSignIns{"basic", "url", "gnudip"}; // in the order of SignIn
 
 template<typename Condition>
 const Provider* findFirst(const Providers& a_oProviders, const Condition& a_oCondition)
@@ -38,162 +44,94 @@ const Provider* findFirst(const Providers& a_oProviders, const Condition& a_oCon
     return it == a_oProviders.end() ? nullptr : &*it;
 }
 
-[[noreturn]] void fail(const std::string& a_strText)
+void take(const Json& a_oValue, std::string& a_strText)
 {
-    throw Failure(a_strText);
+    require(a_oValue.is_string(), "must be a text");
+    a_strText = a_oValue.get<std::string>();
+    const std::string strFault = findTextFault(a_strText);
+    require(strFault.empty(), strFault);
+    require(a_strText.size() <= s_uiTextLimit, "is longer than " + std::to_string(s_uiTextLimit) + " bytes");
 }
 
-std::string takeText(const Json& a_oValue)
+void take(const Json& a_oValue, bool& a_bFlag)
 {
-    if (!a_oValue.is_string())
-    {
-        fail("must be a text");
-    }
-    auto strText = a_oValue.get<std::string>();
-    const std::string strFault = findTextFault(strText);
-    if (!strFault.empty() || strText.size() > s_uiTextLimit)
-    {
-        fail(strFault.empty() ? "is longer than " + std::to_string(s_uiTextLimit) + " bytes" : strFault);
-    }
-    return strText;
+    require(a_oValue.is_boolean(), "must be true or false");
+    a_bFlag = a_oValue.get<bool>();
 }
 
-bool takeFlag(const Json& a_oValue)
+void take(const Json& a_oValue, int& a_iTries)
 {
-    if (!a_oValue.is_boolean())
-    {
-        fail("must be true or false");
-    }
-    return a_oValue.get<bool>();
+    require(a_oValue.is_number_integer() && a_oValue >= 1 && a_oValue <= g_iMostTries,
+            "must be a whole number from 1 to " + std::to_string(g_iMostTries));
+    a_iTries = a_oValue.get<int>();
 }
 
-int takeTries(const Json& a_oValue)
+void take(const Json& a_oValue, SignIn& a_eSignIn)
 {
-    if (!a_oValue.is_number_integer() || a_oValue < 1 || a_oValue > g_iMostTries)
-    {
-        fail("must be a whole number from 1 to " + std::to_string(g_iMostTries));
-    }
-    return a_oValue.get<int>();
+    std::string strWord;
+    take(a_oValue, strWord);
+    const auto* pWord = std::find(s_apSignIns.begin(), s_apSignIns.end(), strWord);
+    require(pWord != s_apSignIns.end(), "must be basic, url or gnudip");
+    a_eSignIn = static_cast<SignIn>(pWord - s_apSignIns.begin());
 }
 
-SignIn takeSignIn(const Json& a_oValue)
+/// Visits the fields of an entry, in the order in which they are written.
+template<typename Entry, typename Visit>
+void forEachField(Entry& a_oProvider, const Visit& a_oVisit)
 {
-    const std::string strWord = takeText(a_oValue);
-    for (const SignIn eSignIn : {SignIn::Basic, SignIn::Url, SignIn::Gnudip})
-    {
-        if (strWord == nameSignIn(eSignIn))
-        {
-            return eSignIn;
-        }
-    }
-    fail("must be basic, url or gnudip");
-}
-
-std::string takeKey(const Json& a_oValue)
-{
-    std::string strKey = takeText(a_oValue);
-    const bool bPlain = strKey.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-_.") == std::string::npos;
-    if (strKey.empty() || strKey.size() > 40 || !bPlain)
-    {
-        fail("must be up to 40 of the characters a-z, 0-9, '-', '_' and '.'");
-    }
-    return strKey;
-}
-
-/// A field of an entry, and how it comes out of the file and goes into one.
-struct Field
-{
-    const char* m_pName;
-    std::function<void(Provider&, const Json&)> m_oRead;
-    std::function<Json(const Provider&)> m_oWrite;
-};
-
-template<typename Value>
-Json toJson(const Value& a_oValue)
-{
-    return a_oValue;
-}
-
-Json toJson(const SignIn& a_eSignIn)
-{
-    return nameSignIn(a_eSignIn);
-}
-
-template<typename Member, typename Take>
-Field field(const char* a_pName, Member Provider::*a_pMember, Take a_pTake)
-{
-    return {a_pName,
-            [a_pMember, a_pTake](Provider& a_oProvider, const Json& a_oValue)
-            { a_oProvider.*a_pMember = a_pTake(a_oValue); },
-            [a_pMember](const Provider& a_oProvider) { return toJson(a_oProvider.*a_pMember); }};
-}
-
-/// In the order in which they are written.
-const std::vector<Field>& getFields()
-{
-    static const std::vector<Field> s_oFields{
-        field("key", &Provider::m_strKey, takeKey),
-        field("name", &Provider::m_strName, takeText),
-        field("sure", &Provider::m_bSure, takeFlag),
-        field("doubt", &Provider::m_strDoubt, takeText),
-        field("auth", &Provider::m_eSignIn, takeSignIn),
-        field("url", &Provider::m_strUrl, takeText),
-        field("urlDual", &Provider::m_strUrlDual, takeText),
-        field("user", &Provider::m_strUserHint, takeText),
-        field("userIsHost", &Provider::m_bUserIsHost, takeFlag),
-        field("password", &Provider::m_strPasswordHint, takeText),
-        field("encode", &Provider::m_bEncode, takeFlag),
-        field("expect", &Provider::m_strExpect, takeText),
-        field("unchanged", &Provider::m_strUnchanged, takeText),
-        field("retry", &Provider::m_iRetry, takeTries),
-        field("notes", &Provider::m_strNotes, takeText),
-        field("doc", &Provider::m_strDoc, takeText),
-    };
-    return s_oFields;
+    a_oVisit("key", a_oProvider.m_strKey);
+    a_oVisit("name", a_oProvider.m_strName);
+    a_oVisit("sure", a_oProvider.m_bSure);
+    a_oVisit("doubt", a_oProvider.m_strDoubt);
+    a_oVisit("auth", a_oProvider.m_eSignIn);
+    a_oVisit("url", a_oProvider.m_strUrl);
+    a_oVisit("urlDual", a_oProvider.m_strUrlDual);
+    a_oVisit("user", a_oProvider.m_strUserHint);
+    a_oVisit("userIsHost", a_oProvider.m_bUserIsHost);
+    a_oVisit("password", a_oProvider.m_strPasswordHint);
+    a_oVisit("encode", a_oProvider.m_bEncode);
+    a_oVisit("expect", a_oProvider.m_strExpect);
+    a_oVisit("unchanged", a_oProvider.m_strUnchanged);
+    a_oVisit("retry", a_oProvider.m_iRetry);
+    a_oVisit("notes", a_oProvider.m_strNotes);
+    a_oVisit("doc", a_oProvider.m_strDoc);
 }
 
 void takeField(Provider& a_oProvider, const std::string& a_strField, const Json& a_oValue)
 {
-    const auto it = std::find_if(
-        getFields().begin(), getFields().end(), [&](const Field& a_oField) { return a_strField == a_oField.m_pName; });
-    if (it == getFields().end())
-    {
-        fail("has an unknown field '" + cutToWidth(a_strField, s_uiShown) + "'");
-    }
-    try
-    {
-        it->m_oRead(a_oProvider, a_oValue);
-    }
-    catch (const Failure& oError)
-    {
-        fail("'" + a_strField + "' " + oError.what());
-    }
+    bool bKnown = false;
+    forEachField(a_oProvider,
+                 [&](const char* a_pName, auto& a_oMember)
+                 {
+                     if (a_strField == a_pName)
+                     {
+                         bKnown = true;
+                         within("'" + a_strField + "' ", [&] { take(a_oValue, a_oMember); });
+                     }
+                 });
+    require(bKnown, "has an unknown field '" + cutToWidth(a_strField, s_uiShown) + "'");
 }
 
-void checkTemplate(const char* a_pField, const std::string& a_strUrl)
+void checkTemplate(const std::string& a_strField, const std::string& a_strUrl)
 {
     std::vector<std::string> oAllowed = getPlaceholders();
     oAllowed.insert(oAllowed.end(), {g_acLabel, g_acZone});
-    std::string strFault = findUrlFault(a_strUrl, oAllowed);
-    if (strFault.empty() && a_strUrl.compare(0, 8, "https://") != 0)
-    {
-        strFault = "it does not begin with https://";
-    }
-    if (!strFault.empty())
-    {
-        fail(std::string("'") + a_pField + "' cannot be used: " + strFault);
-    }
+    const std::string strFault = findUrlFault(a_strUrl, oAllowed);
+    require(strFault.empty(), "'" + a_strField + "' cannot be used: " + strFault);
+    require(a_strUrl.compare(0, 8, "https://") == 0,
+            "'" + a_strField + "' cannot be used: it does not begin with https://");
 }
 
 void checkProvider(const Provider& a_oProvider)
 {
+    const std::string& strKey = a_oProvider.m_strKey;
+    const bool bPlain = strKey.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-_.") == std::string::npos;
+    require(!strKey.empty() && strKey.size() <= 40 && bPlain,
+            "'key' must be up to 40 of the characters a-z, 0-9, '-', '_' and '.'");
     if (a_oProvider.m_eSignIn == SignIn::Gnudip)
     {
         const std::string strFault = findServerFault(a_oProvider.m_strUrl);
-        if (!strFault.empty())
-        {
-            fail("'url', the server of a gnudip provider, " + strFault);
-        }
+        require(strFault.empty(), "'url', the server of a gnudip provider, " + strFault);
         return;
     }
     checkTemplate("url", a_oProvider.m_strUrl);
@@ -205,16 +143,10 @@ void checkProvider(const Provider& a_oProvider)
 
 Provider takeProvider(const Json& a_oEntry)
 {
-    if (!a_oEntry.is_object())
-    {
-        fail("must be an object");
-    }
+    require(a_oEntry.is_object(), "must be an object");
     for (const char* pField : {"key", "auth", "url"})
     {
-        if (!a_oEntry.contains(pField))
-        {
-            fail(std::string("has no '") + pField + "'");
-        }
+        require(a_oEntry.contains(pField), std::string("has no '") + pField + "'");
     }
     Provider oProvider;
     for (const auto& [strField, oValue] : a_oEntry.items())
@@ -226,42 +158,28 @@ Provider takeProvider(const Json& a_oEntry)
     return oProvider;
 }
 
-void addOrReplace(Providers& a_oProviders, const Providers& a_oMore)
+void addOrReplace(Providers& a_oProviders, const Provider& a_oProvider)
 {
-    for (const Provider& oProvider : a_oMore)
+    const auto isSame = [&](const Provider& a_oOther) { return a_oOther.m_strKey == a_oProvider.m_strKey; };
+    const auto it = std::find_if(a_oProviders.begin(), a_oProviders.end(), isSame);
+    if (it == a_oProviders.end())
     {
-        const auto it = std::find_if(a_oProviders.begin(),
-                                     a_oProviders.end(),
-                                     [&](const Provider& a_oOther) { return a_oOther.m_strKey == oProvider.m_strKey; });
-        if (it == a_oProviders.end())
-        {
-            a_oProviders.push_back(oProvider);
-        }
-        else
-        {
-            *it = oProvider;
-        }
+        a_oProviders.push_back(a_oProvider);
+        return;
     }
-}
-
-Providers readProviderFile(const std::string& a_strPath)
-{
-    const std::string strJson = readFile(a_strPath, s_uiFileLimit); // whose reason names the file
-    try
-    {
-        return parseProviders(strJson);
-    }
-    catch (const Failure& oError)
-    {
-        fail("Cannot use provider file '" + a_strPath + "': " + oError.what());
-    }
+    *it = a_oProvider;
 }
 
 void addFile(ProviderList& a_oList, const std::string& a_strPath)
 {
     try
     {
-        addOrReplace(a_oList.m_oProviders, readProviderFile(a_strPath));
+        const std::string strJson = readFile(a_strPath, s_uiFileLimit); // whose reason names the file
+        for (const Provider& oProvider :
+             within("Cannot use provider file '" + a_strPath + "': ", [&] { return parseProviders(strJson); }))
+        {
+            addOrReplace(a_oList.m_oProviders, oProvider);
+        }
     }
     catch (const Failure& oError)
     {
@@ -282,16 +200,7 @@ std::string findShipped()
 
 const char* nameSignIn(SignIn a_eSignIn)
 {
-    switch (a_eSignIn)
-    {
-    case SignIn::Basic:
-        return "basic";
-    case SignIn::Url:
-        return "url";
-    case SignIn::Gnudip:
-        break;
-    }
-    return "gnudip";
+    return s_apSignIns.at(static_cast<std::size_t>(a_eSignIn));
 }
 
 const Provider* findProvider(const Providers& a_oProviders, const std::string& a_strKey)
@@ -307,18 +216,13 @@ bool isGnudip(const korrin::ValueList& a_oAccount)
 const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::ValueList& a_oAccount)
 {
     const std::string strServer = textOf(a_oAccount, dbm::DynDns_ServerAddr);
-    if (isGnudip(a_oAccount))
-    {
-        return findFirst(a_oProviders,
-                         [&](const Provider& a_oProvider)
-                         { return a_oProvider.m_eSignIn == SignIn::Gnudip && a_oProvider.m_strUrl == strServer; });
-    }
-    const std::string strBase = urlBase(strServer);
-    const auto matches = [&](const std::string& a_strUrl) { return !a_strUrl.empty() && urlBase(a_strUrl) == strBase; };
+    const bool bGnudip = isGnudip(a_oAccount);
+    const auto matches = [&](const std::string& a_strUrl)
+    { return !a_strUrl.empty() && (bGnudip ? a_strUrl == strServer : urlBase(a_strUrl) == urlBase(strServer)); };
     return findFirst(a_oProviders,
                      [&](const Provider& a_oProvider)
                      {
-                         return a_oProvider.m_eSignIn != SignIn::Gnudip &&
+                         return (a_oProvider.m_eSignIn == SignIn::Gnudip) == bGnudip &&
                                 (matches(a_oProvider.m_strUrl) || matches(a_oProvider.m_strUrlDual));
                      });
 }
@@ -326,30 +230,20 @@ const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::V
 Providers parseProviders(std::string_view a_strJson)
 {
     const Json oFile = parseStrictJson(a_strJson, {s_uiFileLimit, s_uiDeepest, s_uiMostValues});
-    if (!oFile.is_object() || oFile.size() != 1 || !oFile.contains("providers") || !oFile["providers"].is_array())
-    {
-        fail("it must be {\"providers\": [...]}");
-    }
+    require(oFile.is_object() && oFile.size() == 1 && oFile.contains("providers") && oFile["providers"].is_array(),
+            "it must be {\"providers\": [...]}");
     Providers oProviders;
     for (const Json& oEntry : oFile["providers"])
     {
-        const bool bNamed = oEntry.is_object() && oEntry.contains("key") && oEntry["key"].is_string();
-        const std::string strEntry =
-            "entry " + std::to_string(oProviders.size() + 1) +
-            (bNamed ? " ('" + cutToWidth(oEntry["key"].get<std::string>(), s_uiShown) + "')" : std::string());
-        try
+        std::string strEntry = "entry " + std::to_string(oProviders.size() + 1) + " ";
+        if (oEntry.is_object() && oEntry.contains("key") && oEntry["key"].is_string())
         {
-            Provider oProvider = takeProvider(oEntry);
-            if (findProvider(oProviders, oProvider.m_strKey) != nullptr)
-            {
-                fail("repeats the key of an earlier entry");
-            }
-            oProviders.push_back(std::move(oProvider));
+            strEntry += "('" + cutToWidth(oEntry["key"].get<std::string>(), s_uiShown) + "') ";
         }
-        catch (const Failure& oError)
-        {
-            fail(strEntry + " " + oError.what());
-        }
+        Provider oProvider = within(strEntry, [&] { return takeProvider(oEntry); });
+        require(findProvider(oProviders, oProvider.m_strKey) == nullptr,
+                strEntry + "repeats the key of an earlier entry");
+        oProviders.push_back(std::move(oProvider));
     }
     return oProviders;
 }
@@ -360,10 +254,7 @@ std::string providersToJson(const Providers& a_oProviders)
     for (const Provider& oProvider : a_oProviders)
     {
         Json& oEntry = oEntries.emplace_back();
-        for (const Field& oField : getFields())
-        {
-            oEntry[oField.m_pName] = oField.m_oWrite(oProvider);
-        }
+        forEachField(oProvider, [&](const char* a_pName, const auto& a_oMember) { oEntry[a_pName] = a_oMember; });
     }
     const Json oFile{{"providers", oEntries}};
     return oFile.dump(2) + "\n";
