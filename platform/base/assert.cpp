@@ -42,52 +42,33 @@ const char* typeName(EAssertType a_eType)
     return "unknown type";
 }
 
-std::string describe(EAssertType a_eType, const char* a_pFile, unsigned int a_uiLine, const char* a_pExpression)
-{
-    return std::string("Assertion failed (")
-        .append(typeName(a_eType))
-        .append(", type ")
-        .append(std::to_string(static_cast<unsigned>(a_eType)))
-        .append(") at ")
-        .append(platform::escape(orEmpty(a_pFile)))
-        .append(1, ':')
-        .append(std::to_string(a_uiLine))
-        .append(": ")
-        .append(platform::escape(orEmpty(a_pExpression)));
-}
-
-void report(const AssertionFailed& a_oFailure)
+void report(const char* a_pFile, unsigned int a_uiLine, const std::string& a_strText)
 {
     const EReport eReport = s_eReport;
     if (eReport == eSyslog)
     {
-        const uint32_t uiModule = VADRO_Sysloglevel_registerModul("assert");
-        VADRO_Sysloglevel_error(uiModule, a_oFailure.getFile().c_str(), a_oFailure.getLine(), a_oFailure.what());
+        VADRO_Sysloglevel_error(VADRO_Sysloglevel_registerModul("assert"), a_pFile, a_uiLine, a_strText.c_str());
     }
     else if (eReport == eStandardError)
     {
-        platform::writeStandardError(std::string(a_oFailure.what()) + '\n');
+        platform::writeStandardError(a_strText + '\n');
     }
 }
 
 } // namespace
-
-AssertionFailed::AssertionFailed(EAssertType a_eType,
-                                 const char* a_pFile,
-                                 unsigned int a_uiLine,
-                                 const char* a_pExpression)
-    : std::runtime_error(describe(a_eType, a_pFile, a_uiLine, a_pExpression)), m_eType(a_eType),
-      m_strFile(orEmpty(a_pFile)), m_uiLine(a_uiLine), m_strExpression(orEmpty(a_pExpression))
-{
-}
 
 void Assert::throwAssertionFailed(EAssertType a_eType,
                                   const char* a_pFile,
                                   unsigned int a_uiLine,
                                   const char* a_pExpression)
 {
-    AssertionFailed oFailure(a_eType, a_pFile, a_uiLine, a_pExpression);
-    report(oFailure);
+    const AssertionFailed oFailure(VAStr("Assertion failed (%s, type %u) at %s:%u: %s",
+                                         typeName(a_eType),
+                                         static_cast<unsigned>(a_eType),
+                                         platform::escape(orEmpty(a_pFile)).c_str(),
+                                         a_uiLine,
+                                         platform::escape(orEmpty(a_pExpression)).c_str()));
+    report(a_pFile, a_uiLine, oFailure.what());
     throw oFailure;
 }
 

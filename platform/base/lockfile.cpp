@@ -1,7 +1,8 @@
 #include "platform/base/lockfile.h"
 
+#include "platform/common/deadline.h"
+
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <system_error>
 #include <thread>
@@ -49,11 +50,11 @@ bool isStillAt(const std::string& a_strFile, const struct stat& a_oStatus)
 
 LockFile::LockFile(const std::string& a_strFile, int a_iLimitMs) : m_strFile(a_strFile)
 {
-    const auto oEnd = std::chrono::steady_clock::now() + std::chrono::milliseconds(a_iLimitMs);
+    const Deadline oEnd{std::chrono::milliseconds(a_iLimitMs)};
     int iChanges = 0;
     for (Outcome eOutcome = tryOnce(); eOutcome != Outcome::Held && eOutcome != Outcome::Refused; eOutcome = tryOnce())
     {
-        const bool bLate = std::chrono::steady_clock::now() >= oEnd;
+        const bool bLate = oEnd.hasPassed();
         if (eOutcome == Outcome::Again && ++iChanges > s_iTries && bLate)
         {
             refuse("others keep making and removing it");

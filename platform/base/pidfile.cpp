@@ -20,28 +20,6 @@ namespace
 constexpr int s_iReadFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 constexpr int s_iCreateFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
-// As much as fits; a PID file never fills the buffer.
-int readSome(int a_iFd, std::array<char, 64>& a_acBuffer, std::size_t& a_uiSize)
-{
-    while (a_uiSize < a_acBuffer.size())
-    {
-        const ssize_t iRead = ::read(a_iFd, a_acBuffer.data() + a_uiSize, a_acBuffer.size() - a_uiSize);
-        if (iRead == 0)
-        {
-            return 0;
-        }
-        if (iRead > 0)
-        {
-            a_uiSize += static_cast<std::size_t>(iRead);
-        }
-        else if (errno != EINTR)
-        {
-            return errno;
-        }
-    }
-    return 0;
-}
-
 int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_strText)
 {
     UniqueFd oFile(::openat(a_iDirFd, a_strName.c_str(), s_iCreateFlags, 0644));
@@ -61,17 +39,13 @@ int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_
     return iError;
 }
 
-std::string procPath(pid_t a_iPid, const char* a_pName)
+std::optional<char> readProcessState(pid_t a_iPid)
 {
-    return "/proc/" + std::to_string(a_iPid) + '/' + a_pName;
-}
-
-std::optional<ProcessState> readProcessState(pid_t a_iPid)
-{
-    const UniqueFd oFile(::open(procPath(a_iPid, "stat").c_str(), O_RDONLY | O_CLOEXEC));
+    const std::string strPath = "/proc/" + std::to_string(a_iPid) + "/stat";
+    const UniqueFd oFile(::open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
     std::array<char, 512> acBuffer{}; // command and state stand at the front
-    const ssize_t iRead = oFile.isOpen() ? ::read(oFile.get(), acBuffer.data(), acBuffer.size()) : -1;
-    return iRead > 0 ? parseProcessStat({acBuffer.data(), static_cast<std::size_t>(iRead)}) : std::nullopt;
+    const ssize_t iRead = oFile.isOpen() ? readOnce(oFile.get(), acBuffer.data(), acBuffer.size()) : -1;
+    return iRead > 0 ? parseProcessState({acBuffer.data(), static_cast<std::size_t>(iRead)}) : std::nullopt;
 }
 
 } // namespace
@@ -108,10 +82,10 @@ std::optional<pid_t> readPidFile(int a_iDirFd, const std::string& a_strName, int
         a_iError = EINVAL;
         return std::nullopt;
     }
-    std::array<char, 64> acBuffer{};
-    std::size_t uiSize = 0;
-    a_iError = readSome(oFile.get(), acBuffer, uiSize);
-    return a_iError == 0 ? parsePid({acBuffer.data(), uiSize}) : std::nullopt;
+    std::array<char, 64> acBuffer{}; // a PID file never fills it
+    const ssize_t iRead = readOnce(oFile.get(), acBuffer.data(), acBuffer.size());
+    a_iError = iRead < 0 ? errno : 0;
+    return iRead > 0 ? parsePid({acBuffer.data(), static_cast<std::size_t>(iRead)}) : std::nullopt;
 }
 
 int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool a_bLocked)
@@ -135,7 +109,7 @@ int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool 
     return iError;
 }
 
-std::optional<ProcessState> parseProcessStat(std::string_view a_strContents)
+std::optional<char> parseProcessState(std::string_view a_strContents)
 {
     const std::size_t uiOpen = a_strContents.find(" (");
     const std::size_t uiClose = a_strContents.rfind(") ");
@@ -144,8 +118,7 @@ std::optional<ProcessState> parseProcessStat(std::string_view a_strContents)
     {
         return std::nullopt;
     }
-    return ProcessState{std::string(a_strContents.substr(uiOpen + 2, uiClose - uiOpen - 2)),
-                        a_strContents[uiClose + 2]};
+    return a_strContents[uiClose + 2];
 }
 
 bool isRunning(pid_t a_iPid)
@@ -154,12 +127,8 @@ bool isRunning(pid_t a_iPid)
     {
         return false;
     }
-    const std::optional<ProcessState> oState = readProcessState(a_iPid);
-    if (!oState)
-    {
-        return true;
-    }
-    return oState->m_cState != 'Z' && oState->m_cState != 'X';
+    const std::optional<char> oState = readProcessState(a_iPid);
+    return oState != 'Z' && oState != 'X';
 }
 
 } // namespace platform

@@ -23,16 +23,9 @@ namespace platform
 /// can only be what a killed process left behind.
 [[nodiscard]] int writePidFile(int a_iDirFd, const std::string& a_strName, pid_t a_iPid, bool a_bLocked);
 
-/// What /proc/<pid>/stat tells of a process.
-struct ProcessState
-{
-    std::string m_strCommand; // at most 15 bytes of the program's name
-    char m_cState = '?';      // 'Z': ended, its exit status not fetched yet
-};
-
-/// Takes command and state from the contents of a stat file; none when the text isn't one. The command may hold
-/// anything, blanks and parentheses included. Pure.
-[[nodiscard]] std::optional<ProcessState> parseProcessStat(std::string_view a_strContents);
+/// The state of a process from the contents of its /proc/<pid>/stat ('Z': ended, its exit status not fetched yet); none
+/// when the text is not one. The command's name in it may hold anything, blanks and parentheses included. Pure.
+[[nodiscard]] std::optional<char> parseProcessState(std::string_view a_strContents);
 
 /// True when the process lives, whoever it belongs to; one that has ended and was not reaped yet does not. One of which
 /// /proc tells nothing counts as alive. Does not block.

@@ -6,6 +6,7 @@
 #include "platform/common/log.h"
 #include "vadro/daemon.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -30,7 +31,16 @@ constexpr std::uint32_t s_uiAllTraceLevels = 1023;
 class StartReport
 {
 public:
-    StartReport() : StartReport(openPipe()) {}
+    StartReport()
+    {
+        int aiEnds[2] = {-1, -1};
+        if (::pipe2(aiEnds, O_CLOEXEC) != 0)
+        {
+            throw std::system_error(errno, std::generic_category(), "cannot detach");
+        }
+        m_oReadEnd = UniqueFd(aiEnds[0]);
+        m_oWriteEnd = UniqueFd(aiEnds[1]);
+    }
 
     /// In the detached process, once. Ignores a caller that is gone.
     void sendReady() { send(std::string(1, s_cReady)); }
@@ -55,18 +65,6 @@ private:
     static constexpr char s_cReady = '+';
     static constexpr char s_cFailed = '-';
 
-    explicit StartReport(const std::array<int, 2>& a_oEnds) : m_oReadEnd(a_oEnds[0]), m_oWriteEnd(a_oEnds[1]) {}
-
-    static std::array<int, 2> openPipe()
-    {
-        std::array<int, 2> oEnds = {-1, -1};
-        if (::pipe2(oEnds.data(), O_CLOEXEC) != 0)
-        {
-            throw std::system_error(errno, std::generic_category(), "cannot detach");
-        }
-        return oEnds;
-    }
-
     // The read end stays open until then: without a reader, SIGPIPE would end the detached process.
     void send(const std::string& a_strReport)
     {
@@ -79,12 +77,8 @@ private:
     {
         std::string strAll;
         std::array<char, 512> acBuffer = {};
-        while (const ssize_t iRead = readOnce(m_oReadEnd.get(), acBuffer.data(), acBuffer.size()))
+        while (const auto iRead = std::max<ssize_t>(readOnce(m_oReadEnd.get(), acBuffer.data(), acBuffer.size()), 0))
         {
-            if (iRead < 0)
-            {
-                break;
-            }
             strAll.append(acBuffer.data(), static_cast<std::size_t>(iRead));
         }
         return strAll;

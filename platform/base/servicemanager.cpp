@@ -2,8 +2,6 @@
 
 #include "platform/base/io.h"
 
-#include <cinttypes>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -26,7 +24,7 @@ std::string_view variable(const char* a_pName)
 
 } // namespace
 
-bool isStandardErrorJournal() noexcept
+bool isStandardErrorJournal()
 {
     const ErrnoGuard oErrno;
     struct stat oStatus = {};
@@ -34,13 +32,7 @@ bool isStandardErrorJournal() noexcept
     {
         return false;
     }
-    char acStream[64];
-    std::snprintf(acStream,
-                  sizeof acStream,
-                  "%" PRIuMAX ":%" PRIuMAX,
-                  static_cast<std::uintmax_t>(oStatus.st_dev),
-                  static_cast<std::uintmax_t>(oStatus.st_ino));
-    return variable("JOURNAL_STREAM") == acStream;
+    return variable("JOURNAL_STREAM") == std::to_string(oStatus.st_dev) + ":" + std::to_string(oStatus.st_ino);
 }
 
 void reportReady()

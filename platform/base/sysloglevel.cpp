@@ -13,9 +13,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
-#include <forward_list>
-#include <map>
-#include <mutex>
 #include <string>
 
 #include <fcntl.h>
@@ -28,28 +25,20 @@ char s_acFallback[] = "(log text lost: it could not be formatted)";
 
 constexpr std::size_t s_uiTextLimit = 8192;
 
-struct Identity
-{
-    std::string m_strPrefix;
-    std::string m_strProgram; // without a name of its own, the one that the process was started under
-};
-
 // What is shared lives until the process is gone: other statics may log from their destructors.
-std::atomic<const Identity*> s_pIdentity{nullptr};
 std::atomic<uint32_t> s_uiTraceMask{0};
 std::atomic<bool> s_bForeground{false};
 
-struct Registry
+struct Identity
 {
-    std::mutex m_oMutex;
-    std::map<std::string, uint32_t> m_oModules;
-    std::forward_list<Identity> m_oIdentities;
+    std::string m_strPrefix;
+    std::string m_strProgram; // empty until the log is opened
 };
 
-Registry& registry()
+Identity& identity()
 {
-    static Registry* const s_pRegistry = new Registry;
-    return *s_pRegistry;
+    static auto* const s_pIdentity = new Identity;
+    return *s_pIdentity;
 }
 
 platform::SyslogSender& sender()
@@ -87,14 +76,14 @@ std::string timeStamp()
            static_cast<const char*>(VAStr(".%03ld", oNow.tv_nsec / 1000000));
 }
 
-void writeLine(const Identity* a_pIdentity, int a_iLevel, const char* a_pFile, unsigned a_uiLine, const char* a_pText)
+void writeLine(int a_iLevel, const char* a_pFile, unsigned a_uiLine, const char* a_pText)
 {
-    std::string strLine = a_pIdentity != nullptr ? a_pIdentity->m_strPrefix : std::string();
+    std::string strLine = identity().m_strPrefix;
     strLine.append(orEmpty(a_pFile)).append(1, ':').append(std::to_string(a_uiLine)).append(": ");
     strLine.append(platform::escape(orEmpty(a_pText), s_uiTextLimit));
-    if (a_pIdentity != nullptr)
+    if (!identity().m_strProgram.empty())
     {
-        sender().send(a_iLevel, a_pIdentity->m_strProgram, strLine);
+        sender().send(a_iLevel, identity().m_strProgram, strLine);
     }
     if (s_bForeground.load(std::memory_order_relaxed))
     {
@@ -109,11 +98,7 @@ int VADRO_Sysloglevel_construct2(const char* a_pPrefix, const char* a_pProgram)
     const bool bNamed = a_pProgram != nullptr && *a_pProgram != '\0';
     try
     {
-        Registry& oRegistry = registry();
-        const std::lock_guard<std::mutex> oLock(oRegistry.m_oMutex);
-        const Identity& oIdentity = oRegistry.m_oIdentities.emplace_front(
-            Identity{orEmpty(a_pPrefix), bNamed ? a_pProgram : program_invocation_short_name});
-        s_pIdentity.store(&oIdentity, std::memory_order_release);
+        identity() = {orEmpty(a_pPrefix), bNamed ? a_pProgram : program_invocation_short_name};
     }
     catch (const std::exception&)
     {
@@ -122,19 +107,10 @@ int VADRO_Sysloglevel_construct2(const char* a_pPrefix, const char* a_pProgram)
     return bNamed ? 1 : 0;
 }
 
-uint32_t VADRO_Sysloglevel_registerModul(const char* a_pModule)
+// All modules are written alike.
+uint32_t VADRO_Sysloglevel_registerModul(const char* /*a_pModule*/)
 {
-    try
-    {
-        Registry& oRegistry = registry();
-        const std::lock_guard<std::mutex> oLock(oRegistry.m_oMutex);
-        const auto uiNext = static_cast<uint32_t>(oRegistry.m_oModules.size() + 1);
-        return oRegistry.m_oModules.emplace(orEmpty(a_pModule), uiNext).first->second;
-    }
-    catch (const std::exception&)
-    {
-        return 0; // out of memory: as good as any other handle
-    }
+    return 1;
 }
 
 void VADRO_Sysloglevel_set(int a_iBackground)
@@ -161,7 +137,7 @@ void VADRO_Sysloglevel_write(
     const platform::ErrnoGuard oErrno;
     try
     {
-        writeLine(s_pIdentity.load(std::memory_order_acquire), a_iLevel, a_pFile, a_uiLine, a_pText);
+        writeLine(a_iLevel, a_pFile, a_uiLine, a_pText);
     }
     catch (const std::exception&)
     {

@@ -1,10 +1,6 @@
 #include "platform/wire/fields.h"
 
-#include "platform/wire/message.h"
-
-#include <msgpack.hpp>
-
-#include <limits>
+#include "platform/wire/frame.h"
 
 namespace wire
 {
@@ -80,8 +76,7 @@ private:
     const char* m_pReason = nullptr;
 };
 
-} // namespace
-
+/// Before anything is stored.
 void checkShape(std::string_view a_strPayload)
 {
     ShapeVisitor oVisitor(a_strPayload.size());
@@ -99,13 +94,14 @@ void checkShape(std::string_view a_strPayload)
     }
 }
 
-ObjectTree::ObjectTree(std::string_view a_strPayload)
+} // namespace
+
+msgpack::object_handle parse(std::string_view a_strPayload)
 {
+    checkShape(a_strPayload);
     try
     {
-        std::size_t uiOffset = 0;
-        bool bReferenced = false;
-        m_oRoot = msgpack::unpack(m_oZone, a_strPayload.data(), a_strPayload.size(), uiOffset, bReferenced, neverCopy);
+        return msgpack::unpack(a_strPayload.data(), a_strPayload.size(), neverCopy);
     }
     catch (const msgpack::unpack_error& e)
     {
@@ -129,39 +125,17 @@ Fields::Fields(const msgpack::object& a_oArray, const char* a_pName, std::uint32
 
 std::uint32_t Fields::number(const char* a_pName)
 {
-    const msgpack::object& oElement = take(a_pName);
-    if (oElement.type != msgpack::type::POSITIVE_INTEGER ||
-        oElement.via.u64 > std::numeric_limits<std::uint32_t>::max())
-    {
-        refuse(a_pName, "is no unsigned 32-bit number");
-    }
-    return static_cast<std::uint32_t>(oElement.via.u64);
+    return takeAs<std::uint32_t>(a_pName, "is no unsigned 32-bit number");
 }
 
 int Fields::integer(const char* a_pName)
 {
-    const msgpack::object& oElement = take(a_pName);
-    if (oElement.type == msgpack::type::POSITIVE_INTEGER &&
-        oElement.via.u64 <= std::numeric_limits<std::int32_t>::max())
-    {
-        return static_cast<int>(oElement.via.u64);
-    }
-    if (oElement.type == msgpack::type::NEGATIVE_INTEGER &&
-        oElement.via.i64 >= std::numeric_limits<std::int32_t>::min())
-    {
-        return static_cast<int>(oElement.via.i64);
-    }
-    refuse(a_pName, "is no signed 32-bit number");
+    return takeAs<std::int32_t>(a_pName, "is no signed 32-bit number");
 }
 
 std::string Fields::text(const char* a_pName)
 {
-    const msgpack::object& oElement = take(a_pName);
-    if (oElement.type != msgpack::type::STR)
-    {
-        refuse(a_pName, "is no text");
-    }
-    return std::string(oElement.via.str.ptr, oElement.via.str.size);
+    return takeAs<std::string>(a_pName, "is no text");
 }
 
 void Fields::nothing(const char* a_pName)
@@ -184,6 +158,19 @@ const msgpack::object& Fields::take(const char* a_pName)
         refuse(a_pName, "is missing");
     }
     return m_pElements[m_uiNext++];
+}
+
+template<typename Plain>
+Plain Fields::takeAs(const char* a_pName, const char* a_pProblem)
+{
+    try
+    {
+        return take(a_pName).as<Plain>();
+    }
+    catch (const msgpack::type_error&)
+    {
+        refuse(a_pName, a_pProblem);
+    }
 }
 
 } // namespace wire

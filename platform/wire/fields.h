@@ -9,24 +9,10 @@
 namespace wire
 {
 
-/// Checks, without storing anything, that a payload is exactly one MessagePack array that nests no deeper and promises
-/// no more elements than a message can have, and holds nothing but arrays, integers, texts and nil. Throws DecodeError.
-void checkShape(std::string_view a_strPayload);
-
-/// The objects of a payload that passed checkShape(). Texts stay in the payload, which must outlive the tree; at most
-/// one object of 24 bytes is made per payload byte.
-class ObjectTree
-{
-public:
-    /// Throws DecodeError.
-    explicit ObjectTree(std::string_view a_strPayload);
-
-    [[nodiscard]] const msgpack::object& root() const { return m_oRoot; }
-
-private:
-    msgpack::zone m_oZone;
-    msgpack::object m_oRoot;
-};
+/// The objects of a payload; texts stay in the payload, which must outlive them. Throws DecodeError unless it is
+/// exactly one MessagePack array that nests no deeper and promises no more elements than a message can have, and holds
+/// nothing but arrays, integers, texts and nil. At most one object of 24 bytes is made per payload byte.
+[[nodiscard]] msgpack::object_handle parse(std::string_view a_strPayload);
 
 /// Reads the elements of one array in order, each with the type that the caller expects. Every operation names what it
 /// reads and throws DecodeError with that name, and never with the content, when the element is missing or another.
@@ -46,6 +32,8 @@ public:
 
 private:
     const msgpack::object& take(const char* a_pName);
+    template<typename Plain>
+    Plain takeAs(const char* a_pName, const char* a_pProblem);
 
     const msgpack::object* m_pElements;
     std::uint32_t m_uiCount;

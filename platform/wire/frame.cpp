@@ -1,7 +1,5 @@
 #include "platform/wire/frame.h"
 
-#include <stdexcept>
-
 namespace wire
 {
 

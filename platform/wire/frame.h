@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -10,8 +11,20 @@ namespace wire
 
 /// Largest payload of one frame, bytes, in either direction.
 constexpr std::size_t g_uiMaxPayload = 1024UL * 1024UL;
+/// Most names in one list and most columns in one row of a message.
+constexpr std::uint32_t g_uiMaxColumns = 1024;
+/// Most array elements in one message, whatever they are: a payload of a million tiny ones would take eighty times its
+/// size in memory.
+constexpr std::uint32_t g_uiMaxElements = 64U * 1024U;
 /// Bytes of the length prefix: the payload's length as an unsigned 32-bit number, most significant byte first.
 constexpr std::size_t g_uiPrefixSize = 4;
+
+/// A payload that is not a message: what was wrong with it.
+class DecodeError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
 
 /// Prefixes a payload with its length. Throws std::length_error when it is empty or larger than g_uiMaxPayload.
 std::string encodeFrame(std::string_view a_strPayload);

@@ -1,10 +1,8 @@
 #include "platform/wire/message.h"
 
 #include "platform/wire/fields.h"
-#include "platform/wire/frame.h"
 
-#include <msgpack.hpp>
-
+#include <array>
 #include <type_traits>
 
 namespace wire
@@ -13,25 +11,9 @@ namespace wire
 namespace
 {
 
-// First element of every message, and how many elements a message of that kind has, the kind included. Numbers on the
-// wire.
-template<typename Content>
-struct Kind;
-template<>
-struct Kind<Request>
-{
-    static constexpr std::uint32_t s_uiNumber = 1, s_uiSize = 9;
-};
-template<>
-struct Kind<Reply>
-{
-    static constexpr std::uint32_t s_uiNumber = 2, s_uiSize = 7;
-};
-template<>
-struct Kind<Notification>
-{
-    static constexpr std::uint32_t s_uiNumber = 3, s_uiSize = 2;
-};
+// How many elements a message has, its kind included. The kind, the first element of every message, is the position in
+// Message counted from 1. Numbers on the wire.
+constexpr std::array<std::uint32_t, std::variant_size_v<Message>> g_auiSizes = {9, 7, 2};
 
 /// A column: name, type code, content (nil, integer or text, as the type says).
 constexpr std::uint32_t g_uiColumnSize = 3;
@@ -79,14 +61,10 @@ struct Sink
 class Writer
 {
 public:
-    explicit Writer(Sink& a_oSink) : m_oPacker(a_oSink) {}
-
-    template<typename Content>
-    void writeMessage(const Content& a_oContent)
+    Writer(Sink& a_oSink, std::size_t a_uiKind) : m_oPacker(a_oSink)
     {
-        m_oPacker.pack_array(Kind<Content>::s_uiSize);
-        m_oPacker.pack(Kind<Content>::s_uiNumber);
-        visitFields(*this, a_oContent);
+        m_oPacker.pack_array(g_auiSizes.at(a_uiKind));
+        m_oPacker.pack(a_uiKind + 1);
     }
 
     void operator()(const char*, std::uint32_t a_uiNumber) { m_oPacker.pack(a_uiNumber); }
@@ -95,11 +73,7 @@ public:
     void operator()(const char*, const std::string& a_strText) { m_oPacker.pack(a_strText); }
     void operator()(const char*, const korrin::NameList& a_oNames)
     {
-        packHeader(a_oNames);
-        for (const std::string& strName : a_oNames)
-        {
-            m_oPacker.pack(strName);
-        }
+        m_oPacker.pack(static_cast<const std::list<std::string>&>(a_oNames));
     }
     void operator()(const char*, const korrin::ValueList& a_oRow)
     {
@@ -228,44 +202,32 @@ private:
     Fields& m_oFields;
 };
 
-/// True if it is a message of that kind and was read.
-template<typename Content>
-bool readAs(Message& a_oMessage, std::uint32_t a_uiKind, std::uint32_t a_uiCount, Fields& a_oFields)
-{
-    if (a_uiKind != Kind<Content>::s_uiNumber || a_uiCount != Kind<Content>::s_uiSize)
-    {
-        return false;
-    }
-    Reader oReader(a_oFields);
-    visitFields(oReader, a_oMessage.emplace<Content>());
-    return true;
-}
-
 } // namespace
 
 std::string encode(const Message& a_oMessage)
 {
     Sink oSink;
-    Writer oWriter(oSink);
-    std::visit([&](const auto& a_oContent) { oWriter.writeMessage(a_oContent); }, a_oMessage);
+    Writer oWriter(oSink, a_oMessage.index());
+    std::visit([&](const auto& a_oContent) { visitFields(oWriter, a_oContent); }, a_oMessage);
     return std::move(oSink.m_strBytes);
 }
 
 Message decode(std::string_view a_strPayload)
 {
-    checkShape(a_strPayload);
-    const ObjectTree oTree(a_strPayload);
-    Fields oFields(oTree.root(), "message", 1, Kind<Reply>::s_uiSize + Kind<Request>::s_uiSize);
+    static const std::array<Message, g_auiSizes.size()> s_aoEmpty = {Request(), Reply(), Notification()};
+    const msgpack::object_handle oTree = parse(a_strPayload);
+    Fields oFields(oTree.get(), "message", 1, g_auiSizes[0] + g_auiSizes[1]);
     const std::uint32_t uiCount = oFields.left();
     const std::uint32_t uiKind = oFields.number("message kind");
-    Message oMessage;
-    if (readAs<Request>(oMessage, uiKind, uiCount, oFields) || readAs<Reply>(oMessage, uiKind, uiCount, oFields) ||
-        readAs<Notification>(oMessage, uiKind, uiCount, oFields))
+    if (uiKind < 1 || uiKind > g_auiSizes.size() || uiCount != g_auiSizes[uiKind - 1])
     {
-        return oMessage;
+        throw DecodeError("message kind " + std::to_string(uiKind) + " with " + std::to_string(uiCount) +
+                          " elements is not known");
     }
-    throw DecodeError("message kind " + std::to_string(uiKind) + " with " + std::to_string(uiCount) +
-                      " elements is not known");
+    Message oMessage = s_aoEmpty[uiKind - 1];
+    Reader oReader(oFields);
+    std::visit([&](auto& a_oContent) { visitFields(oReader, a_oContent); }, oMessage);
+    return oMessage;
 }
 
 } // namespace wire

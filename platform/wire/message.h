@@ -2,10 +2,10 @@
 
 #include "korrin/namelist.h"
 #include "korrin/valuelist.h"
+#include "platform/wire/frame.h"
 
 #include <cstdint>
 #include <list>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -19,11 +19,6 @@ namespace wire
 {
 
 constexpr std::uint32_t g_uiProtocolVersion = 1;
-/// Most names in one list and most columns in one row that decode() accepts.
-constexpr std::uint32_t g_uiMaxColumns = 1024;
-/// Most array elements in one message that decode() accepts, whatever they are: a payload of a million tiny ones would
-/// take eighty times its size.
-constexpr std::uint32_t g_uiMaxElements = 64U * 1024U;
 
 /// Numbers on the wire; never reused, new ones at the end.
 enum class Operation : std::uint32_t
@@ -94,13 +89,6 @@ struct Notification
 };
 
 using Message = std::variant<Request, Reply, Notification>;
-
-/// A payload that is no message: what was wrong with it.
-class DecodeError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// Payload of a message, without the length prefix; it may be larger than a frame holds. Throws std::invalid_argument
 /// for a value whose type is none of korrin::EValueType. Pure.

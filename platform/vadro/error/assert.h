@@ -1,7 +1,6 @@
 #pragma once
 
 #include <stdexcept>
-#include <string>
 
 namespace vadro::error
 {
@@ -14,22 +13,11 @@ enum EAssertType : unsigned
     eConstruction = 4
 };
 
-/// What a failed assertion throws: its four arguments; what() names them in one line.
+/// What a failed assertion throws: its four arguments in one line.
 class AssertionFailed : public std::runtime_error
 {
 public:
-    AssertionFailed(EAssertType a_eType, const char* a_pFile, unsigned int a_uiLine, const char* a_pExpression);
-
-    [[nodiscard]] EAssertType getType() const { return m_eType; }
-    [[nodiscard]] const std::string& getFile() const { return m_strFile; }
-    [[nodiscard]] unsigned int getLine() const { return m_uiLine; }
-    [[nodiscard]] const std::string& getExpression() const { return m_strExpression; }
-
-private:
-    EAssertType m_eType;
-    std::string m_strFile;
-    unsigned int m_uiLine;
-    std::string m_strExpression;
+    using std::runtime_error::runtime_error;
 };
 
 /// Raises assertion failures. Any thread; the installed DefaultAssertHook reports the failure before it is thrown.

@@ -63,17 +63,14 @@ TEST(ParsePid, OnlyOnePositiveNumberAndALineFeed)
     }
 }
 
-TEST(ParseProcessStat, CommandMayHoldAnything)
+TEST(ParseProcessState, CommandMayHoldAnything)
 {
-    using platform::parseProcessStat;
-    EXPECT_EQ("a b", parseProcessStat("12 (a b) S 1 1")->m_strCommand);
-    const auto oNasty = parseProcessStat("12 (x) Z (y) R 1 (1");
-    ASSERT_TRUE(oNasty);
-    EXPECT_EQ("x) Z (y", oNasty->m_strCommand);
-    EXPECT_EQ('R', oNasty->m_cState);
+    using platform::parseProcessState;
+    EXPECT_EQ('S', parseProcessState("12 (a b) S 1 1"));
+    EXPECT_EQ('R', parseProcessState("12 (x) Z (y) R 1 (1"));
     for (const char* pContents : {"", "12", "12 (a", "12 (a)", "12 (a) ", ") (", "12 () "})
     {
-        EXPECT_FALSE(parseProcessStat(pContents)) << pContents;
+        EXPECT_FALSE(parseProcessState(pContents)) << pContents;
     }
 }
 
