@@ -146,12 +146,7 @@ int main(int a_iCount, char** a_ppArguments)
     ::umask(S_IRWXG | S_IRWXO);
     platform::occupyStandardDescriptors();
     platform::keepMemoryPrivate();
-    platform::Program oProgram;
-    oProgram.m_strName = "cfgserver";
-    oProgram.m_bForeground = oOptions.m_bForeground;
-    oProgram.m_bDebug = oOptions.m_bDebug;
-    oProgram.m_bNeedsPidFile = true;
-    return platform::runProgram(oProgram,
+    return platform::runProgram({"cfgserver", oOptions.m_bForeground, oOptions.m_bDebug, true},
                                 [&](std::uint32_t a_uiLog, const std::function<void()>& a_oReady)
                                 { serve(oOptions, a_uiLog, a_oReady); });
 }

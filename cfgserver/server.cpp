@@ -35,7 +35,8 @@ int openReserve()
 Server::Server(platform::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits)
     : m_oLoop(a_oLoop), m_oSocket(a_oSocket), m_oLimits(a_oLimits), m_oService(a_oStore, a_oLimits.m_oAccess),
       m_oWarnings(VADRO_Sysloglevel_registerModul("cfgserver")),
-      m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")), m_oReserve(openReserve())
+      m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")), m_oReserve(openReserve()),
+      m_oAcceptAgain(a_oLoop, [this] { resumeAccepting(); })
 {
     m_oLoop.add(m_oSocket.getFd(), EPOLLIN, [this](std::uint32_t) { acceptSome(); });
 }
@@ -55,13 +56,11 @@ void Server::runOnce()
     takeTurns();
     m_oService.expire(Clock::now());
     removeEnded();
-    resumeAccepting();
 }
 
 int Server::getTimeout() const
 {
     Clock::time_point oDeadline = m_oService.getDeadline().value_or(Clock::time_point::max());
-    oDeadline = std::min(oDeadline, m_oAcceptAgain.value_or(Clock::time_point::max()));
     for (const auto& [iFd, pSession] : m_oSessions)
     {
         if (pSession->hasWork())
@@ -119,20 +118,16 @@ void Server::pauseAccepting(int a_iError)
 {
     m_oWarnings.write(__LINE__, "Cannot accept clients, pausing: " + std::generic_category().message(a_iError));
     m_oLoop.modify(m_oSocket.getFd(), 0);
-    m_oAcceptAgain = Clock::now() + s_oAcceptPause;
+    m_oAcceptAgain.start(s_oAcceptPause);
 }
 
 void Server::resumeAccepting()
 {
-    if (m_oAcceptAgain && Clock::now() >= *m_oAcceptAgain)
+    if (!m_oReserve.isOpen())
     {
-        if (!m_oReserve.isOpen())
-        {
-            m_oReserve = UniqueFd(openReserve());
-        }
-        m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
-        m_oAcceptAgain.reset();
+        m_oReserve = UniqueFd(openReserve());
     }
+    m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
 }
 
 void Server::admit(int a_iFd)
@@ -145,7 +140,7 @@ void Server::admit(int a_iFd)
         return;
     }
     limitStrangers();
-    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oTimeouts, Clock::now());
+    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oTimeouts);
     oSocket.release();
     Session& oSession = *pSession;
     const auto itSession = m_oSessions.emplace(a_iFd, std::move(pSession)).first;
@@ -189,23 +184,20 @@ void Server::onEvents(Session& a_oSession, std::uint32_t a_uiEvents)
     // Also after a hang-up: what was sent before it is still served, and the end is then read.
     if ((a_uiEvents & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
     {
-        a_oSession.receive(Clock::now());
+        a_oSession.receive();
     }
 }
 
 void Server::takeTurns()
 {
-    forEach(
-        [this](Session& a_oSession) {
-            a_oSession.serve([&](const wire::Request& a_oRequest) { return answer(a_oSession, a_oRequest); },
-                             Clock::now());
-        });
+    forEach([this](Session& a_oSession)
+            { a_oSession.serve([&](const wire::Request& a_oRequest) { return answer(a_oSession, a_oRequest); }); });
     // After all were served, so that a commit's notifications leave in the turn of the commit.
     forEach(
         [](Session& a_oSession)
         {
-            a_oSession.flush(Clock::now());
-            a_oSession.expire(Clock::now());
+            a_oSession.flush();
+            a_oSession.expire();
         });
 }
 

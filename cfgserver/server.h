@@ -51,8 +51,8 @@ private:
     RateLimitedLog m_oWarnings;
     uint32_t m_iModuleId;
     Sessions m_oSessions;
-    platform::UniqueFd m_oReserve;                   // given up to refuse a client when there are no others left
-    std::optional<Clock::time_point> m_oAcceptAgain; // accepting is paused until then
+    platform::UniqueFd m_oReserve;  // given up to refuse a client when there are no others left
+    platform::Timer m_oAcceptAgain; // ends a pause
 };
 
 } // namespace cfgserver

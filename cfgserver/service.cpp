@@ -132,12 +132,11 @@ void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Re
         oWatched[requireTable(strTable)] = true;
     }
     a_oClient.m_strName = platform::escape(a_oRequest.m_strTable, s_uiClientNameBytes);
-    a_oClient.m_bNotifyOwnChanges = a_oRequest.m_oValues.getValue("NotifyOwnChanges").getInteger() != 0;
-    a_oClient.m_bReadOnly = a_oRequest.m_oValues.getValue("ReadOnly").getInteger() != 0;
+    a_oClient.m_bNotifyOwnChanges = platform::isSet(a_oRequest.m_oValues, "NotifyOwnChanges");
+    a_oClient.m_bReadOnly = platform::isSet(a_oRequest.m_oValues, "ReadOnly");
     a_oClient.m_oWatched = std::move(oWatched);
-    korrin::ValueList& oAbout = a_oReply.m_oRows.emplace_back();
-    oAbout.add("Service", platform::text("cfgserver"));
-    oAbout.add("Version", platform::text(QUORVAD_VERSION));
+    a_oReply.m_oRows.push_back(
+        platform::row({{"Service", platform::text("cfgserver")}, {"Version", platform::text(QUORVAD_VERSION)}}));
     a_oClient.m_bGreeted = true;
 }
 

@@ -17,9 +17,8 @@ constexpr std::size_t s_uiReadBytes = 64UL * 1024UL;
 
 } // namespace
 
-Session::Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts, Clock::time_point a_oNow)
-    : m_oSocket(a_iFd), m_oPeer(a_oPeer), m_oTimeouts(a_oTimeouts), m_oStart(a_oNow), m_oInputSince(a_oNow),
-      m_oOutputSince(a_oNow), m_oChanged(getSchema().size())
+Session::Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts)
+    : m_oSocket(a_iFd), m_oPeer(a_oPeer), m_oTimeouts(a_oTimeouts), m_oChanged(getSchema().size())
 {
 }
 
@@ -28,7 +27,7 @@ std::string Session::describe() const
     return (m_oClient.m_bGreeted ? "client '" + m_oClient.m_strName + "' (" : "client (") + m_oPeer.describe() + ")";
 }
 
-void Session::receive(Clock::time_point a_oNow)
+void Session::receive()
 {
     if (m_bUnread || m_bEnded || m_bLeaving || isFull())
     {
@@ -47,21 +46,21 @@ void Session::receive(Clock::time_point a_oNow)
     m_bEnded = iRead == 0;
     if (m_oReader.getBuffered() == 0)
     {
-        m_oInputSince = a_oNow;
+        m_oInputSince = Clock::now();
     }
     m_oReader.feed(oBuffer.data(), static_cast<std::size_t>(iRead));
     m_bUnread = true;
 }
 
-void Session::serve(const Answer& a_oAnswer, Clock::time_point a_oNow)
+void Session::serve(const Answer& a_oAnswer)
 {
     for (int i = 0; i < g_iRequestsPerTurn && hasWork(); ++i)
     {
-        m_bUnread = serveOne(a_oAnswer, a_oNow);
+        m_bUnread = serveOne(a_oAnswer);
     }
 }
 
-bool Session::serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow)
+bool Session::serveOne(const Answer& a_oAnswer)
 {
     std::string strPayload;
     switch (m_oReader.next(strPayload))
@@ -74,13 +73,13 @@ bool Session::serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow)
     case wire::FrameReader::State::Payload:
         break;
     }
-    m_oInputSince = a_oNow;
+    m_oInputSince = Clock::now();
     try
     {
         const wire::Message oMessage = wire::decode(strPayload);
         if (const auto* pRequest = std::get_if<wire::Request>(&oMessage))
         {
-            queue(a_oAnswer(*pRequest), a_oNow);
+            queue(a_oAnswer(*pRequest));
             return true;
         }
         end("sent a message that is not a request");
@@ -92,11 +91,11 @@ bool Session::serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow)
     return false;
 }
 
-void Session::queue(const wire::Message& a_oMessage, Clock::time_point a_oNow)
+void Session::queue(const wire::Message& a_oMessage)
 {
     if (getWaiting() == 0)
     {
-        m_oOutputSince = a_oNow;
+        m_oOutputSince = Clock::now();
     }
     if (m_uiSent >= g_uiFullOutput) // a client that always leaves something unread would make it grow for ever
     {
@@ -106,7 +105,7 @@ void Session::queue(const wire::Message& a_oMessage, Clock::time_point a_oNow)
     m_strOutput += wire::encodeFrame(wire::encode(a_oMessage));
 }
 
-bool Session::queueNotifications(Clock::time_point a_oNow)
+bool Session::queueNotifications()
 {
     bool bAny = false;
     for (std::size_t uiTable = 0; uiTable < m_oChanged.size(); ++uiTable)
@@ -114,17 +113,17 @@ bool Session::queueNotifications(Clock::time_point a_oNow)
         if (m_oChanged[uiTable])
         {
             m_oChanged[uiTable] = false;
-            queue(wire::Notification{getSchema()[uiTable].m_strName}, a_oNow);
+            queue(wire::Notification{getSchema()[uiTable].m_strName});
             bAny = true;
         }
     }
     return bAny;
 }
 
-void Session::flush(Clock::time_point a_oNow)
+void Session::flush()
 {
     // Notifications wait until the rest has left: until then the same table needs telling only once.
-    while (!m_bOver && (getWaiting() > 0 ? sendSome(a_oNow) : queueNotifications(a_oNow)))
+    while (!m_bOver && (getWaiting() > 0 ? sendSome() : queueNotifications()))
     {
     }
     if (!m_bOver && ((m_bEnded && !m_bUnread) || m_bLeaving) && getWaiting() == 0)
@@ -133,7 +132,7 @@ void Session::flush(Clock::time_point a_oNow)
     }
 }
 
-bool Session::sendSome(Clock::time_point a_oNow)
+bool Session::sendSome()
 {
     const ssize_t iSent =
         ::send(m_oSocket.get(), m_strOutput.data() + m_uiSent, getWaiting(), MSG_DONTWAIT | MSG_NOSIGNAL);
@@ -145,7 +144,7 @@ bool Session::sendSome(Clock::time_point a_oNow)
         }
         return false;
     }
-    m_oOutputSince = a_oNow;
+    m_oOutputSince = Clock::now();
     m_uiSent += static_cast<std::size_t>(iSent);
     if (getWaiting() == 0)
     {
@@ -155,13 +154,13 @@ bool Session::sendSome(Clock::time_point a_oNow)
     return true;
 }
 
-void Session::expire(Clock::time_point a_oNow)
+void Session::expire()
 {
-    if (m_bOver || a_oNow < getDeadline())
+    if (m_bOver || Clock::now() < getDeadline())
     {
         return;
     }
-    if (getWaiting() > 0 && a_oNow >= m_oOutputSince + m_oTimeouts.m_oStalled)
+    if (getWaiting() > 0 && Clock::now() >= m_oOutputSince + m_oTimeouts.m_oStalled)
     {
         end("does not read its replies");
     }

@@ -26,7 +26,7 @@ public:
     using Answer = std::function<wire::Reply(const wire::Request& a_oRequest)>;
 
     /// Takes over the descriptor, a connected non-blocking socket.
-    Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts, Clock::time_point a_oNow);
+    Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts);
 
     [[nodiscard]] Client& getClient() { return m_oClient; }
     [[nodiscard]] const Client& getClient() const { return m_oClient; }
@@ -40,15 +40,15 @@ public:
     [[nodiscard]] std::string describe() const;
 
     /// Takes in what has arrived, at most 64 KiB.
-    void receive(Clock::time_point a_oNow);
+    void receive();
     /// Answers up to g_iRequestsPerTurn whole requests.
-    void serve(const Answer& a_oAnswer, Clock::time_point a_oNow);
+    void serve(const Answer& a_oAnswer);
     /// Notes a notification.
     void markChanged(std::size_t a_uiTable) { m_oChanged[a_uiTable] = true; }
     /// Sends what the socket takes.
-    void flush(Clock::time_point a_oNow);
+    void flush();
     /// Ends the connection of a client that takes too long.
-    void expire(Clock::time_point a_oNow);
+    void expire();
 
     /// Has the connection closed; a_strFault is what the client did wrong.
     void end(const std::string& a_strFault = std::string());
@@ -69,26 +69,26 @@ public:
 private:
     [[nodiscard]] std::size_t getWaiting() const { return m_strOutput.size() - m_uiSent; }
     [[nodiscard]] bool isFull() const { return getWaiting() >= g_uiFullOutput; }
-    [[nodiscard]] bool serveOne(const Answer& a_oAnswer, Clock::time_point a_oNow);
-    [[nodiscard]] bool sendSome(Clock::time_point a_oNow);
-    [[nodiscard]] bool queueNotifications(Clock::time_point a_oNow);
-    void queue(const wire::Message& a_oMessage, Clock::time_point a_oNow);
+    [[nodiscard]] bool serveOne(const Answer& a_oAnswer);
+    [[nodiscard]] bool sendSome();
+    [[nodiscard]] bool queueNotifications();
+    void queue(const wire::Message& a_oMessage);
 
     platform::UniqueFd m_oSocket;
     Peer m_oPeer;
     Timeouts m_oTimeouts;
     Client m_oClient;
-    Clock::time_point m_oStart;
+    Clock::time_point m_oStart = Clock::now();
     wire::FrameReader m_oReader;
-    Clock::time_point m_oInputSince; // when the request that is only half here began
+    Clock::time_point m_oInputSince = m_oStart; // when the request that is only half here began
     std::string m_strOutput;
-    std::size_t m_uiSent = 0;         // bytes of m_strOutput
-    Clock::time_point m_oOutputSince; // when the client last took something, or waiting began
-    std::vector<bool> m_oChanged;     // notifications not yet queued, by position in the schema
-    std::uint32_t m_uiInterest = 0;   // as takeNewInterest() returned last
-    bool m_bUnread = false;           // m_oReader may hold a whole request
-    bool m_bEnded = false;            // the client sends no more
-    bool m_bLeaving = false;          // closed once the replies have left
+    std::size_t m_uiSent = 0;                    // bytes of m_strOutput
+    Clock::time_point m_oOutputSince = m_oStart; // when the client last took something, or waiting began
+    std::vector<bool> m_oChanged;                // notifications not yet queued, by position in the schema
+    std::uint32_t m_uiInterest = 0;              // as takeNewInterest() returned last
+    bool m_bUnread = false;                      // m_oReader may hold a whole request
+    bool m_bEnded = false;                       // the client sends no more
+    bool m_bLeaving = false;                     // closed once the replies have left
     bool m_bOver = false;
     std::string m_strFault;
 };

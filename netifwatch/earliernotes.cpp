@@ -12,6 +12,8 @@
 namespace netifwatch
 {
 
+using platform::textOf;
+
 constexpr char s_acLogFile[] = "earliernotes";
 
 EarlierNotes::EarlierNotes(const std::vector<std::string>& a_oPaths)
@@ -46,8 +48,8 @@ void EarlierNotes::read(const std::string& a_strPath)
 
 bool EarlierNotes::find(const korrin::ValueList& a_oRow)
 {
-    const std::string strLine = a_oRow.getValue(dbm::Id).getText() + " " + a_oRow.getValue(dbm::Interface).getText() +
-                                " " + a_oRow.getValue(dbm::DNSClientServer_IPAddress).getText();
+    const std::string strLine = textOf(a_oRow, dbm::Id) + " " + textOf(a_oRow, dbm::Interface) + " " +
+                                textOf(a_oRow, dbm::DNSClientServer_IPAddress);
     bool bFound = false;
     for (File& oFile : m_oFiles)
     {
@@ -63,17 +65,16 @@ Operations EarlierNotes::claim(Rows& a_oPresent)
     Operations oMarks;
     for (korrin::ValueList& oRow : a_oPresent)
     {
-        if (find(oRow) && oRow.getValue(dbm::DNSClientServer_Origin).getText().empty())
+        if (find(oRow) && textOf(oRow, dbm::DNSClientServer_Origin).empty())
         {
             const korrin::Value oOrigin = platform::text(dbm::Origin_Watcher);
             oRow.remove(dbm::DNSClientServer_Origin);
             oRow.add(dbm::DNSClientServer_Origin, oOrigin);
             oMarks.push_back({Operation::Kind::Update,
                               dbm::Table_DNSClientServer,
-                              oRow.getValue(dbm::Interface).getText(),
+                              textOf(oRow, dbm::Interface),
                               oRow.getValue(dbm::Id).getInteger(),
-                              {}});
-            oMarks.back().m_oValues.add(dbm::DNSClientServer_Origin, oOrigin);
+                              platform::row({{dbm::DNSClientServer_Origin, oOrigin}})});
         }
     }
     return oMarks;

@@ -1,8 +1,9 @@
 #include "netifwatch/filewatch.h"
 
+#include "platform/base/io.h"
+
+#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <sys/epoll.h>
 #include <sys/inotify.h>
@@ -95,37 +96,27 @@ void FileWatch::watch(const std::string& a_strPath, std::uint32_t a_uiEvents, st
 
 /// A folder may be busy with other names. Without a name it is about what is watched itself; the end of a watch counts
 /// unless it was ended here.
-bool FileWatch::concernsUs(const inotify_event& a_oEvent, const char* a_pName) const
+bool FileWatch::concernsUs(const inotify_event& a_oEvent) const
 {
     if ((a_oEvent.mask & IN_IGNORED) != 0)
     {
         return m_oWatches.count(a_oEvent.wd) > 0;
     }
-    return a_oEvent.len == 0 || m_oNames.count(std::string(a_pName, strnlen(a_pName, a_oEvent.len))) > 0;
+    return a_oEvent.len == 0 || m_oNames.count(a_oEvent.name) > 0;
 }
 
 void FileWatch::onReadable()
 {
     alignas(inotify_event) std::array<char, 4096> oBuffer = {};
     bool bHint = false;
-    for (;;)
+    while (const auto iSize =
+               std::max<ssize_t>(platform::readOnce(m_oInotify.get(), oBuffer.data(), oBuffer.size()), 0))
     {
-        const ssize_t iSize = read(m_oInotify.get(), oBuffer.data(), oBuffer.size());
-        if (iSize < 0 && errno == EINTR)
+        for (const char* pAt = oBuffer.data(); pAt < oBuffer.data() + iSize;)
         {
-            continue;
-        }
-        if (iSize <= 0)
-        {
-            break;
-        }
-        for (ssize_t iAt = 0; iAt < iSize;)
-        {
-            inotify_event oEvent = {};
-            std::memcpy(&oEvent, oBuffer.data() + iAt, sizeof oEvent);
-            const char* pName = oBuffer.data() + iAt + sizeof oEvent;
-            bHint = bHint || concernsUs(oEvent, pName);
-            iAt += static_cast<ssize_t>(sizeof oEvent + oEvent.len);
+            const auto& oEvent = *reinterpret_cast<const inotify_event*>(pAt); // the kernel keeps the alignment
+            bHint = bHint || concernsUs(oEvent);
+            pAt += sizeof oEvent + oEvent.len;
         }
     }
     if (bHint)

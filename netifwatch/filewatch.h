@@ -30,7 +30,7 @@ private:
     void watchAll();
     void watchPath(std::string a_strPath, std::set<int>& a_oWatches);
     void watch(const std::string& a_strPath, std::uint32_t a_uiEvents, std::set<int>& a_oWatches);
-    [[nodiscard]] bool concernsUs(const inotify_event& a_oEvent, const char* a_pName) const;
+    [[nodiscard]] bool concernsUs(const inotify_event& a_oEvent) const;
     void onReadable();
 
     platform::EventLoop& m_oLoop;

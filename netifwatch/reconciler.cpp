@@ -1,6 +1,7 @@
 #include "netifwatch/reconciler.h"
 
 #include "platform/common/log.h"
+#include "platform/common/values.h"
 #include "platform/wire/message.h"
 
 #include <iterator>
@@ -162,7 +163,7 @@ void Reconciler::reportOthers(const ServersByName& a_oServers, const Rows& a_oPr
     std::set<std::string> oOthers;
     for (const korrin::ValueList& oRow : a_oPresent)
     {
-        const std::string strName = oRow.getValue(dbm::Interface).getText();
+        const std::string strName = platform::textOf(oRow, dbm::Interface);
         if (!isOwn(oRow) && a_oServers.count(strName) > 0)
         {
             oOthers.insert(strName);

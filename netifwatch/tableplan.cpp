@@ -9,7 +9,9 @@ namespace netifwatch
 {
 
 using platform::integer;
+using platform::row;
 using platform::text;
+using platform::textOf;
 
 namespace
 {
@@ -18,7 +20,7 @@ constexpr std::size_t s_uiGoneInterfaces = 8;
 
 std::string nameOf(const korrin::ValueList& a_oRow)
 {
-    return a_oRow.getValue(dbm::Name).getText();
+    return textOf(a_oRow, dbm::Name);
 }
 
 /// There may be thousands of interfaces.
@@ -66,7 +68,7 @@ Holdings group(const Rows& a_oPresent, const InterfaceFilter& a_oFilter)
     Holdings oHoldings;
     for (const korrin::ValueList& oRow : a_oPresent)
     {
-        const std::string strName = oRow.getValue(dbm::Interface).getText();
+        const std::string strName = textOf(oRow, dbm::Interface);
         if (!a_oFilter.accepts(strName))
         {
             continue; // another watcher's, for all that is known
@@ -100,12 +102,10 @@ void remove(const std::string& a_strName, const Holding& a_oHolding, std::size_t
 
 korrin::ValueList makeServerRow(const std::string& a_strName, const std::string& a_strAddress)
 {
-    korrin::ValueList oRow;
-    oRow.add(dbm::Enable, integer(1));
-    oRow.add(dbm::Interface, text(a_strName));
-    oRow.add(dbm::DNSClientServer_IPAddress, text(a_strAddress));
-    oRow.add(dbm::DNSClientServer_Origin, text(dbm::Origin_Watcher));
-    return oRow;
+    return row({{dbm::Enable, integer(1)},
+                {dbm::Interface, text(a_strName)},
+                {dbm::DNSClientServer_IPAddress, text(a_strAddress)},
+                {dbm::DNSClientServer_Origin, text(dbm::Origin_Watcher)}});
 }
 
 void align(const std::string& a_strName,
@@ -123,11 +123,12 @@ void align(const std::string& a_strName,
             continue;
         }
         const korrin::ValueList& oRow = *a_oHolding.m_oOwn[uiServer];
-        if (oRow.getValue(dbm::DNSClientServer_IPAddress).getText() != strAddress)
+        if (textOf(oRow, dbm::DNSClientServer_IPAddress) != strAddress)
         {
-            korrin::ValueList oValues;
-            oValues.add(dbm::DNSClientServer_IPAddress, text(strAddress));
-            a_oOperations.push_back(onServer(Operation::Kind::Update, a_strName, idOf(oRow), oValues));
+            a_oOperations.push_back(onServer(Operation::Kind::Update,
+                                             a_strName,
+                                             idOf(oRow),
+                                             row({{dbm::DNSClientServer_IPAddress, text(strAddress)}})));
         }
     }
     remove(a_strName, a_oHolding, a_oServers.size(), a_oOperations);
@@ -160,10 +161,9 @@ Rows makeIPv4Rows(const Interfaces& a_oInterfaces)
     Rows oRows;
     for (const Interface& oInterface : a_oInterfaces)
     {
-        korrin::ValueList& oRow = oRows.emplace_back();
-        oRow.add(dbm::Name, text(oInterface.m_strName));
-        oRow.add(dbm::Addr, text(chooseIPv4(oInterface)));
-        oRow.add(dbm::IsUp, integer(oInterface.m_bUp ? 1 : 0));
+        oRows.push_back(row({{dbm::Name, text(oInterface.m_strName)},
+                             {dbm::Addr, text(chooseIPv4(oInterface))},
+                             {dbm::IsUp, integer(oInterface.m_bUp ? 1 : 0)}}));
     }
     return oRows;
 }
@@ -175,13 +175,11 @@ Rows makeIPv6Rows(const Interfaces& a_oInterfaces, const Rows& a_oPresent)
     for (const Interface& oInterface : a_oInterfaces)
     {
         const auto it = oPresent.find(oInterface.m_strName);
-        const std::string strPresent = it != oPresent.end() ? it->second->getValue(dbm::Addr).getText() : "";
+        const std::string strPresent = it != oPresent.end() ? textOf(*it->second, dbm::Addr) : "";
         const std::string strAddress = chooseIPv6(oInterface, strPresent);
         if (!strAddress.empty())
         {
-            korrin::ValueList& oRow = oRows.emplace_back();
-            oRow.add(dbm::Name, text(oInterface.m_strName));
-            oRow.add(dbm::Addr, text(strAddress));
+            oRows.push_back(row({{dbm::Name, text(oInterface.m_strName)}, {dbm::Addr, text(strAddress)}}));
         }
     }
     return oRows;
@@ -226,7 +224,7 @@ Operations compareByName(const std::string& a_strTable,
 
 bool isOwn(const korrin::ValueList& a_oServerRow)
 {
-    return a_oServerRow.getValue(dbm::DNSClientServer_Origin).getText() == dbm::Origin_Watcher;
+    return textOf(a_oServerRow, dbm::DNSClientServer_Origin) == dbm::Origin_Watcher;
 }
 
 Operations planServers(const ServersByName& a_oServers,

@@ -27,16 +27,9 @@ int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_
     {
         return errno;
     }
-    int iError = fchmod(oFile.get(), 0644) == 0 ? 0 : errno; // readable for all, whatever the umask
-    if (iError == 0 && !writeAll(oFile.get(), a_strText))
-    {
-        iError = errno;
-    }
-    if (!oFile.reset() && iError == 0)
-    {
-        iError = errno;
-    }
-    return iError;
+    // Readable for all, whatever the umask.
+    const bool bWritten = fchmod(oFile.get(), 0644) == 0 && writeAll(oFile.get(), a_strText) && oFile.reset();
+    return bWritten ? 0 : errno;
 }
 
 std::optional<char> readProcessState(pid_t a_iPid)

@@ -1,5 +1,6 @@
 #include "platform/wire/message.h"
 
+#include "platform/common/values.h"
 #include "platform/wire/fields.h"
 
 #include <array>
@@ -132,9 +133,9 @@ korrin::Value toValue(Fields& a_oColumn)
         a_oColumn.nothing("null column");
         return korrin::Value(korrin::eValueNull, 0);
     case korrin::eValueInteger:
-        return korrin::Value(korrin::eValueInteger, a_oColumn.integer("integer column"));
+        return platform::integer(a_oColumn.integer("integer column"));
     case korrin::eValueText:
-        return korrin::Value(korrin::eValueText, a_oColumn.text("text column"));
+        return platform::text(a_oColumn.text("text column"));
     default:
         throw DecodeError("column type " + std::to_string(uiType) + " is not known");
     }

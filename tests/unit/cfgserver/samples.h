@@ -14,19 +14,10 @@ namespace samples
 {
 
 using platform::integer;
+using platform::row;
 using platform::text;
 
-using Pairs = std::initializer_list<std::pair<std::string, korrin::Value>>;
-
-inline korrin::ValueList row(Pairs a_oPairs)
-{
-    korrin::ValueList oRow;
-    for (const auto& [strName, oValue] : a_oPairs)
-    {
-        oRow.add(strName, oValue);
-    }
-    return oRow;
-}
+using Pairs = std::initializer_list<std::pair<const char*, korrin::Value>>;
 
 inline wire::Request
 request(wire::Operation a_eOperation, const char* a_pTable = "DynDns", const korrin::ValueList& a_oValues = {})
