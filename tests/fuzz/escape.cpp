@@ -1,4 +1,4 @@
-// Texts from outside on their way into the log: one line, from which the bytes can be told.
+// Untrusted text on its way into the log: one line, from which the bytes can be restored.
 #include "platform/base/escape.h"
 #include "tests/fuzz/fuzz.h"
 
@@ -14,7 +14,7 @@ void fuzz(std::string_view a_strInput)
             (uiMark <= a_strInput.size() / 2 && strLine.compare(0, uiMark, strCut, 0, uiMark) == 0));
     std::string strPlain = strLine, strBytes;
     std::replace(strPlain.begin(), strPlain.end(), '\\', '/');
-    require(escape(strPlain) == strPlain); // nothing left that would need an escape
+    require(escape(strPlain) == strPlain); // nothing is left that needs an escape
     for (std::size_t uiAt = 0; uiAt < strLine.size(); uiAt += strLine[uiAt] == '\\' ? 4 : 1)
     {
         const bool bEscape = strLine[uiAt] == '\\';

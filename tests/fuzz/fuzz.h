@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// One per program: has a decoder eat bytes from outside. What must not happen ends the process.
+/// One per program: feeds untrusted bytes to a decoder. A requirement that does not hold aborts.
 void fuzz(std::string_view a_strInput);
 
 inline void require(bool a_bHolds)

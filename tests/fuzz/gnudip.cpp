@@ -1,4 +1,4 @@
-// What a GnuDIP server sends: the salt, and the answer to the request that is made of it.
+// What a GnuDIP server sends: a salt, and the answer to the request made from it.
 #include "actions/gnudipprotocol.h"
 #include "tests/fuzz/fuzz.h"
 

@@ -1,4 +1,4 @@
-// The body of a provider's reply, which comes in pieces; its first line is the text that the account expects in it.
+// The body of a provider's reply, in pieces. Its first line serves as the text that the account expects.
 #include "actions/httpreply.h"
 #include "actions/curlaction.h"
 #include "tests/fuzz/fuzz.h"

@@ -1,4 +1,4 @@
-// A file to import: what is accepted is the same after an export.
+// A file to import: what is accepted survives export and another import.
 #include "cfgctl/errors.h"
 #include "cfgctl/tablejson.h"
 #include "cfgserver/row.h"

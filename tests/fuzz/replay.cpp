@@ -5,7 +5,7 @@
 #include <iostream>
 #include <iterator>
 
-// Every file of a folder through a harness. Its name is printed first: the last line before a crash.
+// Feeds every file of a folder to a harness, after printing its name: the last one printed is the one that crashed.
 int main(int, char** a_ppArguments)
 {
     for (const auto& oEntry : std::filesystem::directory_iterator(a_ppArguments[1]))

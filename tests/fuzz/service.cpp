@@ -49,7 +49,7 @@ void fuzz(std::string_view a_strInput)
     VADRO_Sysloglevel_changeTracelevelAll(0);
     static bool bCommitted = false;
     static std::unique_ptr<Kept> pKept = std::make_unique<Kept>();
-    if (std::exchange(bCommitted, false)) // making a store takes longer than all the rest
+    if (std::exchange(bCommitted, false)) // a new store takes longer than all the rest
     {
         pKept = std::make_unique<Kept>();
     }

@@ -1,4 +1,4 @@
-// The bytes of a connection, as either end reads them: cut into payloads wherever the pieces end, and decoded.
+// The bytes of a connection as either end reads them, in pieces: split into payloads, and decoded.
 #include "platform/wire/frame.h"
 #include "platform/wire/message.h"
 #include "tests/fuzz/fuzz.h"

@@ -54,9 +54,9 @@ TEST_F(CurlActionTest, PlaceholdersAreFilledRawAndInOrder)
         const char* m_pUrl;
     } aoCases[] = {{"http://h/?no=placeholder%20<IPADDR>", "", "http://h/?no=placeholder%20<IPADDR>"},
                    {"<ipaddr>,<ipaddr>,<ipaddr6>,<domain>", "", "192.0.2.1,192.0.2.1,,host.example"},
-                   {"u=<username>&p=<password>", "bob", "u=bob&p=a&#b"}, // values go in as they are,
+                   {"u=<username>&p=<password>", "bob", "u=bob&p=a&#b"}, // values are inserted as they are,
                    {"<username>", "<password>", "a&#b"},                 // a later step sees them,
-                   {"<serial>", "", "S<ipaddr>42"}};                     // an earlier one doesn't
+                   {"<serial>", "", "S<ipaddr>42"}};                     // an earlier one does not
     for (const auto& oCase : aoCases)
     {
         EXPECT_EQ(action(oCase.m_pTemplate, "", oCase.m_pUser, "a&#b").getUrl(), oCase.m_pUrl);
@@ -95,7 +95,7 @@ TEST_F(CurlActionTest, ReplyDecidesAndIsReported)
             const LocalServer oServer("127.0.0.1", 0, oServe);
             auto oAction = action(oServer.url() + "/u", oCase.m_pExpected);
             const int iStatus = std::atoi(oCase.m_pStatus);
-            for (int iTry = 0; iTry < 2; ++iTry) // an attempt leaves nothing behind for the next one
+            for (int iTry = 0; iTry < 2; ++iTry) // an attempt does not affect the next one
             {
                 EXPECT_EQ(oAction.execute(), oCase.m_bSuccess) << oCase.m_pStatus;
                 EXPECT_EQ(takeReport(), expectedReport(s_iId, iStatus, oCase.m_strReported, oCase.m_bSuccess));
@@ -105,7 +105,7 @@ TEST_F(CurlActionTest, ReplyDecidesAndIsReported)
     }
 }
 
-TEST_F(CurlActionTest, InterfaceThatIsDownEndsUnreported)
+TEST_F(CurlActionTest, NothingIsReportedWhileTheInterfaceIsDown)
 {
     auto oAction = action("http://127.0.0.1:1/", "", "", "", "nosuchif0");
     EXPECT_THAT(logOf([&] { EXPECT_FALSE(oAction.execute()); }),
@@ -117,7 +117,7 @@ TEST_F(CurlActionTest, NameserverListIsCheckedAtConstruction)
 {
     EXPECT_THAT([] { action("http://h/", "", "", "", "lo", ""); },
                 testing::ThrowsMessage<Error>("Empty list of DNS nameservers"));
-    // libcurl would fall back to the system's resolver in silence.
+    // libcurl would silently fall back to the system's resolver.
     EXPECT_THAT(logOf([] { action("http://h/", "", "", "", "lo", ",1.1.1.1"); }), HasSubstr("warning curlaction"));
     EXPECT_THAT(logOf([] { action("http://h/", "", "", "", "lo", "1.1.1.1,2001:db8::1"); }), Not(HasSubstr("warning")));
 }

@@ -42,7 +42,7 @@ protected:
     LibWrapper m_oLibraries;
 };
 
-/// While it lives, the next descriptor is above 1023.
+/// For its lifetime, new descriptors are above 1023.
 struct ManyDescriptors
 {
     ManyDescriptors()
@@ -65,7 +65,7 @@ struct ManyDescriptors
 
 } // namespace
 
-TEST_F(GnudipActionTest, NoConnectionEndsTheAttemptUnreported)
+TEST_F(GnudipActionTest, NothingIsReportedWithoutAConnection)
 {
     EXPECT_THAT(logOf([] { EXPECT_FALSE(action("127.61.0.4").execute()); }),
                 HasSubstr("Failed to connect GnuDIP server: Connection refused"));
@@ -90,7 +90,7 @@ TEST_F(GnudipActionTest, UpdatesThroughDescriptorsAbove1023)
     EXPECT_TRUE(oAction.execute());
     EXPECT_EQ(oAction.m_iSocket, -1);
     EXPECT_EQ(takeReport(), expectedReport(s_iId, 0, "Success", true));
-    // A real query, to a port where nobody listens.
+    // A real query, to a port that nothing listens on.
     EXPECT_FALSE(action("name.example", "127.0.0.1", "127.61.0.53").execute());
 }
 
@@ -102,7 +102,7 @@ TEST_F(GnudipActionTest, ConstructionRefusesBadAccounts)
     EXPECT_EQ(action("127.61.0.1").getUrl(), "");
 }
 
-TEST(SocketWait, SignalsNeitherShortenNorProlong)
+TEST(SocketWait, SignalsDoNotChangeItsLength)
 {
     signal(SIGALRM, [](int) {});
     int aiPair[2] = {-1, -1};

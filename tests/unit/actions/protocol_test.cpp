@@ -27,8 +27,8 @@ TEST(HttpReply, ExcerptsAreCutBeforeTheyAreEscaped)
     EXPECT_EQ(reportExcerpt(strWithZero), strWithZero);
 }
 
-// The log keeps only the beginning of an answer: what was cut off may have held the expected text.
-TEST(HttpReply, StoredExcerptTellsWhatItCan)
+// The log keeps only the beginning of a reply; the expected text may have been in the rest.
+TEST(HttpReply, ExcerptsAreJudgedAsFarAsTheyReach)
 {
     const std::string strLong(300, '&');
     EXPECT_EQ(judgeExcerpt(200, reportExcerpt("a <b> good"), "<b> go"), true);

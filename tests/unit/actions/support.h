@@ -50,7 +50,7 @@ private:
         for (int iPeer = accept(m_iListener, nullptr, nullptr); iPeer >= 0;
              iPeer = accept(m_iListener, nullptr, nullptr))
         {
-            const timeval oLimit = {20, 0}; // nothing here may hang for longer
+            const timeval oLimit = {20, 0}; // nothing here may block for longer
             setsockopt(iPeer, SOL_SOCKET, SO_RCVTIMEO, &oLimit, sizeof(oLimit));
             setsockopt(iPeer, SOL_SOCKET, SO_SNDTIMEO, &oLimit, sizeof(oLimit));
             a_oServe(iPeer);
@@ -93,7 +93,7 @@ inline std::string rowText(const quorvad::ConfigObject& a_oRow, std::string& a_s
     return strText;
 }
 
-/// The rows that actions have reported since the last look, as one text; empty when there is none. T stands for the
+/// The rows that actions have reported since the last call, as one text; empty if there are none. T stands for the
 /// time, which both rows of a report share.
 inline std::string takeReport()
 {

@@ -73,8 +73,8 @@ StatusSources sources(const std::string& a_strAddress = "192.0.2.7", const std::
 
 } // namespace
 
-// Whatever the file says of a provider must become a row that the daemon can use.
-TEST(ShippedProviders, EachOneMakesAUsableRow)
+// Every entry of the shipped file must yield a row that the daemon can use.
+TEST(ShippedProviders, EachYieldsAUsableRow)
 {
     ASSERT_GE(shipped().size(), 41U);
     for (const Provider& oProvider : shipped())
@@ -110,7 +110,7 @@ TEST(ShippedProviders, EachOneMakesAUsableRow)
     }
 }
 
-TEST(ProviderFile, FaultsAreNamedWithTheirEntry)
+TEST(ProviderFile, ErrorsNameTheEntry)
 {
     const auto entry = [](const std::string& a_strMore)
     { return R"({"providers":[{"key":"a","auth":"basic","url":"https://a.example/?ip=<ipaddr>")" + a_strMore + "}]}"; };
@@ -139,7 +139,7 @@ TEST(ProviderFile, FaultsAreNamedWithTheirEntry)
     }
 }
 
-TEST(ProviderFile, LaterFilesReplaceEntriesAndFaultyOnesAreLeftOut)
+TEST(ProviderFile, LaterFilesReplaceEntriesAndUnusableFilesAreSkipped)
 {
     const Folder oFolder;
     const std::string strGood = oFolder.write(
@@ -204,7 +204,7 @@ TEST(AccountPlan, RefusesWhatCannotWork)
     }
 }
 
-TEST(AccountPlan, SecretsGoWhereTheProviderLooksForThem)
+TEST(AccountPlan, PutsSecretsWhereTheProviderExpectsThem)
 {
     // URL, user name, password; ServerAddr, AccountUserName, Password (null: refused)
     using Text = const char*;
@@ -229,7 +229,7 @@ TEST(AccountPlan, SecretsGoWhereTheProviderLooksForThem)
         }
         EXPECT_THROW((void)preparePassword(oPlan, pPassword, oPlan.m_oNotes), Failure);
     }
-    // A token of a known form isn't bent into shape, and no message repeats it.
+    // A token of a known form is never altered to fit, and no message repeats it.
     AccountPlan oPlan = planAccount(*findProvider(shipped(), "duckdns"), wish());
     EXPECT_THAT(reasonOf<Failure>([&] { (void)preparePassword(oPlan, "ge heim", oPlan.m_oNotes); }),
                 testing::AllOf(HasSubstr("copied whole"), Not(HasSubstr("heim"))));
@@ -240,7 +240,7 @@ TEST(AccountPlan, SecretsGoWhereTheProviderLooksForThem)
                 HasSubstr("?host=@&domain=example.org&"));
 }
 
-TEST(Problems, EachFaultIsFoundWithItsNextStep)
+TEST(Problems, EachIsFoundWithANextStep)
 {
     const auto reasons = [](const korrin::ValueList& a_oAccount,
                             const StatusSources& a_oSources,
@@ -289,7 +289,7 @@ TEST(Problems, EachFaultIsFoundWithItsNextStep)
     StatusSources oWithout = sources();
     oWithout.m_oServers.clear();
     EXPECT_THAT(reasons(s_oReady, oWithout), HasSubstr("stop Interface 'ppp0' has no DNS server"));
-    // What c-ares takes is no problem, an address with a port as little as an empty one at the end.
+    // Anything that c-ares accepts is fine, including a port and a trailing comma.
     const auto withServer = [](const std::string& a_strServer)
     {
         StatusSources oSources = sources();
@@ -318,11 +318,10 @@ TEST(Problems, EachFaultIsFoundWithItsNextStep)
     }
 }
 
-TEST(NextStep, TellsWhatTheTablesTell)
+TEST(NextStep, FollowsFromTheTables)
 {
     constexpr std::time_t iNow = 1800000000;
-    // Seconds before now at which the account's tries were logged, a success as a negative number; the last one
-    // decides.
+    // How many seconds ago each try was logged, oldest first; negative for a success.
     const auto next = [&](const std::vector<int>& a_oTries, const char* a_pSuccess = "0")
     {
         StatusSources oSources = sources();
@@ -338,19 +337,19 @@ TEST(NextStep, TellsWhatTheTablesTell)
     };
     EXPECT_THAT(next({}), HasSubstr("first update within two minutes"));
     EXPECT_EQ(next({-500}, "1"), "nothing until the address changes");
-    EXPECT_EQ(next({5}), "tries again within 3 minutes");        // the first of three
-    EXPECT_EQ(next({130, 10}), "tries again within 5 minutes");  // the second
-    EXPECT_THAT(next({400, 280, 20}), HasSubstr("no try left")); // the third
+    EXPECT_EQ(next({5}), "tries again within 3 minutes");        // after the first of three
+    EXPECT_EQ(next({130, 10}), "tries again within 5 minutes");  // after the second
+    EXPECT_THAT(next({400, 280, 20}), HasSubstr("no try left")); // after the third
     EXPECT_EQ(next({-130, 10}), "tries again within 3 minutes"); // a new series after a success
-    EXPECT_THAT(next({9000, 3000}), HasSubstr("overdue"));       // nothing came after a first try
+    EXPECT_THAT(next({9000, 3000}), HasSubstr("overdue"));       // no second try came
     EXPECT_EQ(next({145}), "tries again within a minute");
     EXPECT_EQ(next({-1000, -3600, 0}), "tries again within 3 minutes");
     EXPECT_EQ(describeNext(change(s_oReady, "Enable", "0"), sources(), iNow), "nothing: disabled");
     EXPECT_EQ(describeNext(s_oReady, sources("", "0"), iNow), "waits until ppp0 is up");
 }
 
-// The text that was expected may lie behind the stored part of an answer; then only the status row can tell.
-TEST(Outcome, OfTheLastAttemptIsTheStatusRowsAndOfOlderOnesWhatTheExcerptTells)
+// The expected text may lie beyond the stored excerpt of a reply; then only the status row can tell.
+TEST(Outcome, ComesFromTheStatusRowOrForOlderAttemptsFromTheExcerpt)
 {
     constexpr std::time_t iLast = 1800000000;
     const std::string strCut(200, 'x');
@@ -381,11 +380,11 @@ TEST(Outcome, OfTheLastAttemptIsTheStatusRowsAndOfOlderOnesWhatTheExcerptTells)
     oSources.m_oAccounts = {change(s_oReady, "ServiceType", "gnudip")};
     EXPECT_EQ(outcomes(oSources), "failed failed failed ok failed ");
 
-    // What comes next is told by the same judgement.
+    // The next step rests on the same verdict.
     StatusSources oTables = sources();
     oTables.m_oStatus = oSources.m_oStatus;
     oTables.m_oLog = {logRow("1", iLast - 130, "200", "good" + strCut), logRow("2", iLast, "200", strCut)};
     EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 3 minutes"); // a new series
     oTables.m_oLog.front() = logRow("1", iLast - 130, "200", strCut);
-    EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 5 minutes"); // the distance of a second try
+    EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 5 minutes"); // as after a second try
 }

@@ -38,7 +38,7 @@ TEST(Assignment, SplitsAtTheFirstEqualsSign)
     }
 }
 
-TEST(Assignment, RefusesWhatIsNoneWithoutRepeatingAValue)
+TEST(Assignment, RejectsMalformedTextWithoutRepeatingTheValue)
 {
     for (const char* pText : {"=geheim", "@=geheim", "1a=geheim", "a b=geheim", "\xc3\xa4=geheim"})
     {
@@ -50,7 +50,7 @@ TEST(Assignment, RefusesWhatIsNoneWithoutRepeatingAValue)
     }
 }
 
-TEST(Arguments, GlobalOptionsStandAnywhere)
+TEST(Arguments, GlobalOptionsMayStandAnywhere)
 {
     for (const auto& oArguments :
          {std::vector<const char*>{"--socket", "/s", "--json", "--wait", "0", "show", "T", "A=1"},
@@ -67,13 +67,13 @@ TEST(Arguments, GlobalOptionsStandAnywhere)
     }
 }
 
-TEST(Arguments, KeyAndValuesAreToldApart)
+TEST(Arguments, KeyAndValuesAreSeparated)
 {
     const cfgctl::Options oSet = parse({"set", "T", "Id=1", "Id=2", "B@=-"}).m_oOptions;
     EXPECT_EQ(oSet.m_oKey.at(0).m_strValue, "1");
     ASSERT_EQ(oSet.m_oValues.size(), 2U);
     EXPECT_TRUE(oSet.m_oValues[1].m_bFromFile);
-    EXPECT_EQ(parse({"import", "status"}).m_oOptions.m_strFile, "status"); // a command's name as a file's
+    EXPECT_EQ(parse({"import", "status"}).m_oOptions.m_strFile, "status"); // a file named like a command
     const cfgctl::AccountOptions oAccount =
         parse({"account", "add", "-p", "a", "--host", "h", "-i", "i", "--expect", "", "--disabled"})
             .m_oOptions.m_oAccount;
@@ -81,7 +81,7 @@ TEST(Arguments, KeyAndValuesAreToldApart)
     EXPECT_FALSE(oAccount.m_oWish.m_bEnable || oAccount.m_oWish.m_iRetry);
 }
 
-TEST(Arguments, WrongUsageSaysWhereHelpIs)
+TEST(Arguments, UsageErrorsPointToTheHelp)
 {
     const std::vector<std::vector<const char*>> oCases = {
         {},

@@ -16,7 +16,7 @@ using testing::Not;
 namespace
 {
 
-/// Commands against the real service, each over a connection of its own as the program does it.
+/// Runs commands against the real service, each over a connection of its own, as the program does.
 class Commands : public testing::Test
 {
 protected:
@@ -60,7 +60,7 @@ protected:
 
 } // namespace
 
-TEST_F(Commands, RefusalsSayWhatAndWhyAndWriteNothing)
+TEST_F(Commands, ErrorsSayWhatWasRefusedAndWhy)
 {
     add("DNSClientServer", {"Interface=ppp0"});
     add("DNSClientServer", {"Interface=ppp0"});
@@ -75,7 +75,7 @@ TEST_F(Commands, RefusalsSayWhatAndWhyAndWriteNothing)
                 HasSubstr("name one by its Id: 1, 2"));
 }
 
-TEST_F(Commands, WriteAccessIsWaitedForAndTheHolderNamed)
+TEST_F(Commands, WaitForWriteAccessAndNameItsHolder)
 {
     auto pHolder = std::make_unique<cfgctl::Session>(m_oService.getSocket());
     ASSERT_EQ(pHolder->getClient().getdbaccess(), 0U);
@@ -89,7 +89,7 @@ TEST_F(Commands, WriteAccessIsWaitedForAndTheHolderNamed)
     EXPECT_EQ(oAdded.get(), "1\n");
 }
 
-TEST_F(Commands, ExportAndImportComeBackToTheSame)
+TEST_F(Commands, ExportAndImportRoundTrip)
 {
     add("DynDns", {"Hostname=a", "Password=geheim"});
     add("DynDns", {"Hostname=b"});
@@ -110,21 +110,21 @@ TEST_F(Commands, ExportAndImportComeBackToTheSame)
     EXPECT_EQ(run(cfgctl::runExport, oAll), strAll);
 }
 
-TEST_F(Commands, ExportLeavesOutWhatOtherProgramsWroteUnlessAsked)
+TEST_F(Commands, ExportLeavesOutRowsOfOtherProgramsUnlessAsked)
 {
     add("StatusNetifWatch", {"Name=ppp0"});
     add("DNSClientServer", {"Interface=ppp0", "IPAddress=192.0.2.1", "Origin=netifwatch"});
     add("DNSClientServer", {"Interface=ppp1", "IPAddress=192.0.2.2"});
-    const auto oPersons = testing::AllOf(HasSubstr("192.0.2.2"), Not(HasSubstr("192.0.2.1")));
+    const auto oUsersOnly = testing::AllOf(HasSubstr("192.0.2.2"), Not(HasSubstr("192.0.2.1")));
     Options oNamed = on("");
     oNamed.m_oTables = {"DNSClientServer"};
-    EXPECT_THAT(run(cfgctl::runExport, oNamed), oPersons);
-    EXPECT_THAT(run(cfgctl::runExport, on("")), testing::AllOf(oPersons, Not(HasSubstr("StatusNetifWatch"))));
+    EXPECT_THAT(run(cfgctl::runExport, oNamed), oUsersOnly);
+    EXPECT_THAT(run(cfgctl::runExport, on("")), testing::AllOf(oUsersOnly, Not(HasSubstr("StatusNetifWatch"))));
     Options oAll = on("");
     oAll.m_bAll = true;
     EXPECT_THAT(run(cfgctl::runExport, oAll), testing::AllOf(HasSubstr("192.0.2.1"), HasSubstr("StatusNetifWatch")));
-    // An import leaves the watcher's alone, but for an Id that the file gives to a person's row, as one from before
-    // there was the column does.
+    // An import keeps the watcher's rows, except one whose Id the file gives to a user's row, as a file exported before
+    // the column existed may do.
     run(cfgctl::runImport, fromFile(R"({"DNSClientServer":[]})"));
     EXPECT_THAT(run(cfgctl::runShow, on("DNSClientServer")),
                 testing::AllOf(HasSubstr("192.0.2.1"), Not(HasSubstr("192.0.2.2"))));
@@ -133,7 +133,7 @@ TEST_F(Commands, ExportLeavesOutWhatOtherProgramsWroteUnlessAsked)
     EXPECT_THAT(run(cfgctl::runShow, on("DNSClientServer")), Not(HasSubstr("192.0.2.1")));
 }
 
-TEST_F(Commands, ImportHappensWholeOrNotAtAll)
+TEST_F(Commands, ImportIsAtomic)
 {
     add("StatusNetifWatch", {"Name=ppp0"});
     add("StatusNetifWatch", {"Name=ppp1"});
@@ -150,7 +150,7 @@ TEST_F(Commands, ImportHappensWholeOrNotAtAll)
     EXPECT_THAT(run(cfgctl::runShow, on("StatusNetifWatch", {"Name=ppp0"})), HasSubstr("\n 2  ppp0"));
 }
 
-TEST_F(Commands, AccountsFromAddToRemove)
+TEST_F(Commands, AccountIsAddedListedAndChanged)
 {
     Options oAdd = on("");
     oAdd.m_oAccount.m_oWish.m_strInterface = "nix0";
@@ -164,12 +164,12 @@ TEST_F(Commands, AccountsFromAddToRemove)
     oAdd.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "geheim\r\n");
     EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr("Added account 1 (home.example.org) at Namecheap"));
     const std::string strBad = m_oFolder.write("bad.json", "{}");
-    oAdd.m_oAccount.m_strProviders = strBad; // the entry meant may be in it
+    oAdd.m_oAccount.m_strProviders = strBad; // it may hold the very entry
     EXPECT_THAT(refused(cfgctl::runAccountAdd, oAdd), HasSubstr("bad.json"));
 
     Options oOne = on("");
     oOne.m_oAccount.m_oIds = {1};
-    oOne.m_oAccount.m_strProviders = strBad; // no other command minds
+    oOne.m_oAccount.m_strProviders = strBad; // other commands carry on
     EXPECT_THAT(run(cfgctl::runAccountList, oOne), HasSubstr("\n 1  home.example.org  Namecheap  nix0       (none)"));
     EXPECT_THAT(refused(cfgctl::runAccountTest, oOne), HasSubstr("No update of account 1"));
     oOne.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "an other");

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-/// The text of the Error that the call throws; a failed test when it throws none.
+/// The message of the Error that the call must throw.
 template<typename Error, typename Call>
 std::string reasonOf(const Call& a_oCall)
 {
@@ -15,6 +15,6 @@ std::string reasonOf(const Call& a_oCall)
     {
         return oError.what();
     }
-    ADD_FAILURE() << "nothing was refused";
+    ADD_FAILURE() << "nothing was thrown";
     return {};
 }

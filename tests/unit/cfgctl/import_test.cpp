@@ -54,7 +54,7 @@ TEST(JsonImport, ReadsWhatTheExportWrites)
     EXPECT_TRUE(parseImport("\xef\xbb\xbf{}", getSchema()).empty());
 }
 
-TEST(JsonImport, RefusesWithPlaceAndReasonAndWithoutTheSecret)
+TEST(JsonImport, ErrorsGivePlaceAndReasonButNoSecret)
 {
     const std::string strRow = "{\"DynDns\":[{";
     const std::vector<std::pair<std::string, const char*>> oCases = {
@@ -90,7 +90,7 @@ TEST(JsonImport, RefusesWithPlaceAndReasonAndWithoutTheSecret)
     }
 }
 
-TEST(JsonImport, KeepsItsLimits)
+TEST(JsonImport, EnforcesItsLimits)
 {
     const auto repeated = [](const std::string& a_strText, std::size_t a_uiTimes)
     {
@@ -121,7 +121,7 @@ TEST(JsonImport, KeepsItsLimits)
     }
 }
 
-TEST(ImportPlan, FromTheFirstDifferenceOnRowsAreWrittenAnew)
+TEST(ImportPlan, RewritesRowsFromTheFirstDifference)
 {
     const cfgctl::Rows oPresent = {makeRow(1, 5, "", ""), makeRow(2, 5, "a", ""), makeRow(3, 5, "", "")};
     // JSON, Ids deleted, rows inserted; rows added, changed, deleted, unchanged
@@ -142,12 +142,12 @@ TEST(ImportPlan, FromTheFirstDifferenceOnRowsAreWrittenAnew)
                     testing::ElementsAre(oPlan.m_uiAdded, oPlan.m_uiChanged, oPlan.m_uiDeleted, oPlan.m_uiUnchanged))
             << pJson;
     }
-    // The row without an Id comes behind the one that names its own, so that its number cannot be given away before.
+    // Rows that name their Id come first, so that it cannot be given to another row.
     EXPECT_TRUE(plan(R"({"Other":[{},{"Id":9}]})", oPresent).m_oInserts.front().hasValue("Id"));
     EXPECT_FALSE(plan(R"({"Other":[{},{"Id":9}]})", oPresent).m_oInserts.back().hasValue("Id"));
 }
 
-TEST(ImportPlan, SecretsStayUnlessTheFileTellsNewOnes)
+TEST(ImportPlan, KeepsSecretsUnlessTheFileHasNewOnes)
 {
     const cfgctl::Rows oPresent = {makeRow(1, 5, "https://h/?key=k1", "geheim")};
     const auto planned = [&](const std::string& a_strColumns)
@@ -167,7 +167,7 @@ TEST(ImportPlan, SecretsStayUnlessTheFileTellsNewOnes)
     }
 }
 
-TEST(ImportPlan, ATableOfOneRowIsUpdated)
+TEST(ImportPlan, UpdatesATableOfOneRow)
 {
     const cfgctl::Rows oPresent = {makeRow(1, 5, "a", "")};
     const cfgctl::TablePlan oPlan = plan(R"({"etl":[{"Retry":7,"ServerAddr":"a"}]})", oPresent);

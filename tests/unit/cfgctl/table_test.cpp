@@ -9,7 +9,7 @@ using cfgctl::Layout;
 using cfgctl::Style;
 using cfgctl::Table;
 
-TEST(Utf8, WidthIsWhatATerminalShows)
+TEST(Utf8, WidthIsCountedInTerminalColumns)
 {
     EXPECT_EQ(cfgctl::displayWidth("e\u0301"), 1U);
     EXPECT_EQ(cfgctl::displayWidth("\u65e5\u672c \U0001F600"), 7U);
@@ -31,7 +31,7 @@ TEST(Table, AlignsWithoutTrailingBlanks)
     EXPECT_EQ(cfgctl::renderTable(Table{{"Id", "Name"}, {}}, {}), "Id  Name\n");
 }
 
-TEST(Table, NothingInACellReachesTheTerminal)
+TEST(Table, CellsAreEscapedAndCut)
 {
     const Table oTable{{"A"}, {{{"x\n\x1b[2J\xff" + std::string(300, 'y'), Style::Bad}}}};
     const std::string strPlain = cfgctl::renderTable(oTable, {});
@@ -41,14 +41,14 @@ TEST(Table, NothingInACellReachesTheTerminal)
     EXPECT_THAT(cfgctl::renderTable(oTable, Layout{true, 0}), testing::HasSubstr("\x1b[31mx\\x0a\\x1b[2J"));
 }
 
-TEST(Table, TooWideForATerminalBecomesBlocks)
+TEST(Table, BecomesBlocksWhenTooWideForTheTerminal)
 {
     const Table oTable{{"Id", "Name"}, {{{"7", Style::Plain, true}, {"first"}}, {{"8", Style::Plain, true}, {""}}}};
     EXPECT_EQ(cfgctl::renderTable(oTable, Layout{false, 9}), "Id  Name\n 7  first\n 8\n");
     EXPECT_EQ(cfgctl::renderTable(oTable, Layout{false, 8}), "Id    7\nName  first\n\nId    8\nName\n");
 }
 
-TEST(Status, PutsTheTablesTogether)
+TEST(Status, CombinesTheTables)
 {
     cfgctl::StatusSources oSources;
     oSources.m_oAccounts = {makeRow("Id=1 Hostname=a.example ServiceType=gnudip Interface=ppp0 Enable=1"),

@@ -32,7 +32,7 @@ korrin::Value parse(const std::string& a_strColumn, const std::string& a_strText
 
 } // namespace
 
-TEST(ColumnValue, TakesWhatTheColumnTakes)
+TEST(ColumnValue, IsCheckedAgainstTheColumn)
 {
     EXPECT_EQ(parse("Number", "-2147483648"), korrin::Value(korrin::eValueInteger, INT_MIN));
     EXPECT_EQ(parse("Number", "2147483647"), korrin::Value(korrin::eValueInteger, INT_MAX));
@@ -48,7 +48,7 @@ TEST(ColumnValue, TakesWhatTheColumnTakes)
     EXPECT_THAT(reasonOf<Failure>([&] { (void)parse("text", "x"); }), HasSubstr("it has Number, Text"));
 }
 
-TEST(InputFile, OneLineEndIsDropped)
+TEST(InputFile, OneTrailingLineEndIsDropped)
 {
     const Folder oFolder;
     const std::vector<std::pair<const char*, const char*>> oCases = {
@@ -74,7 +74,7 @@ TEST(InputFile, SaysWhyItCannotBeRead)
     EXPECT_THAT(reasonOf<Failure>([] { (void)cfgctl::readFile("/dev/zero", 9); }), HasSubstr("larger"));
 }
 
-TEST(OutputFile, IsPrivateAndReplacesAtOnce)
+TEST(OutputFile, IsPrivateAndReplacedAtomically)
 {
     const Folder oFolder;
     const std::string strFile = oFolder.write("export", "old");
@@ -86,10 +86,10 @@ TEST(OutputFile, IsPrivateAndReplacesAtOnce)
     EXPECT_THAT(reasonOf<Failure>([&] { cfgctl::writeFile(oFolder / "none/x", "x"); }), HasSubstr("No such file"));
     EXPECT_THROW(cfgctl::writeFile(oFolder / "", "x"), Failure);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(oFolder / ""), {}), 1)
-        << "a temporary file stays behind";
+        << "a temporary file was left behind";
 }
 
-TEST(Secrets, HidesPasswordsAndWhatMayBeOneInAUrl)
+TEST(Secrets, HidesPasswordsAndAnythingInAUrlThatMayBeOne)
 {
     const std::vector<std::tuple<const char*, const char*, const char*>> oCases = {
         {"Password", "geheim", "********"},
@@ -115,7 +115,7 @@ TEST(Secrets, HidesPasswordsAndWhatMayBeOneInAUrl)
     }
 }
 
-TEST(Secrets, WhatAProviderPublishesStays)
+TEST(Secrets, ShowsWhatTheProviderPublishes)
 {
     const std::string strUrl = "https://h.example/?sys=1&k=geheim&p=<password>";
     EXPECT_EQ(cfgctl::hideTemplate(strUrl, {"https://h.example/?sys=1&k=<username>&p=<password>"}),
@@ -123,7 +123,7 @@ TEST(Secrets, WhatAProviderPublishesStays)
     EXPECT_EQ(cfgctl::hideTemplate(strUrl, {}), "https://h.example/?sys=********&k=********&p=<password>");
 }
 
-TEST(Timestamp, IsReadWhateverTheZone)
+TEST(Timestamp, IsParsedInAnyZone)
 {
     EXPECT_EQ(cfgctl::parseTimestamp("1970-01-01T00:00:00+0000"), 0);
     EXPECT_EQ(cfgctl::parseTimestamp("2026-03-01T17:45:09+0100"), 1772383509);
@@ -140,7 +140,7 @@ TEST(Timestamp, IsReadWhateverTheZone)
     }
 }
 
-TEST(Timestamp, AgeReadsWell)
+TEST(Timestamp, AgeIsDescribed)
 {
     const std::vector<std::pair<std::time_t, const char*>> oCases{{59, "just now"},
                                                                   {60, "1 minute ago"},

@@ -52,7 +52,7 @@ struct DatabaseTest : testing::Test
             });
     }
 
-    /// A file with a broken page, and the log that a kill left behind.
+    /// A file with a damaged page, beside the log that a killed service leaves.
     void leaveDamaged()
     {
         const std::string strLive = m_oFolder / "live.db";
@@ -68,7 +68,7 @@ struct DatabaseTest : testing::Test
         oFile.seekp(1024) << std::string(99, '\xff');
     }
 
-    /// Mode and content of the database and its log, and how many files there are.
+    /// The number of files, and mode and contents of the database and its log.
     std::string snapshot()
     {
         const auto iFiles = std::distance(std::filesystem::directory_iterator(m_oFolder / ""), {});
@@ -84,7 +84,7 @@ struct DatabaseTest : testing::Test
 
 } // namespace
 
-TEST_F(DatabaseTest, ReopenedItHoldsWhatWasCommittedInOrder)
+TEST_F(DatabaseTest, KeepsCommittedRowsInOrder)
 {
     const std::size_t uiLog = tableOf("DynDnsLog");
     const std::string strOdd("\0'\"\xff\xf0\n;--", 9);
@@ -112,10 +112,10 @@ TEST_F(DatabaseTest, ReopenedItHoldsWhatWasCommittedInOrder)
     EXPECT_EQ(read("StatusNetifWatch", "Name"), "") << "kept in memory only";
     EXPECT_EQ(read("DNSRelay", "Id") + read("etl", "Id"), "11");
     change([&](Transaction& a_oWrites) { a_oWrites.edit(uiLog).insert({}); });
-    EXPECT_EQ(read("DynDnsLog", "Id"), "1,3,4,2,6") << "Id 5 was given to a row that is gone";
+    EXPECT_EQ(read("DynDnsLog", "Id"), "1,3,4,2,6") << "Id 5 belonged to a deleted row";
 }
 
-TEST_F(DatabaseTest, TheFileIsPrivateAndHeldByOne)
+TEST_F(DatabaseTest, TheFileIsPrivateAndLocked)
 {
     const mode_t uiOldMask = ::umask(0);
     const Database oDatabase(m_oFolder / "new/config.db");
@@ -129,7 +129,7 @@ TEST_F(DatabaseTest, TheFileIsPrivateAndHeldByOne)
     EXPECT_EQ(modeOf(m_strFile), 0600);
 }
 
-TEST_F(DatabaseTest, WhatCantBeUsedIsNamedWithTheReason)
+TEST_F(DatabaseTest, ErrorsNameThePathAndTheReason)
 {
     EXPECT_THAT(failureOf(m_oFolder / "a/b/c.db"), HasSubstr("a/b/: No such file or directory"));
     EXPECT_THAT(failureOf(m_oFolder / ""), HasSubstr("no file name"));
@@ -138,7 +138,7 @@ TEST_F(DatabaseTest, WhatCantBeUsedIsNamedWithTheReason)
     EXPECT_THAT(failureOf(m_oFolder / "link.db"), HasSubstr("not a regular file"));
 }
 
-TEST_F(DatabaseTest, WhatIsRefusedStaysAsItWas)
+TEST_F(DatabaseTest, RefusedFilesAreNotModified)
 {
     const std::pair<std::function<void()>, const char*> oCases[] = {
         {[&] { std::ofstream(m_strFile) << std::string(5000, 'x'); }, " is damaged or not a database"},
@@ -159,7 +159,7 @@ TEST_F(DatabaseTest, WhatIsRefusedStaysAsItWas)
     }
 }
 
-TEST_F(DatabaseTest, AFileOfAnOlderServiceGetsWhatIsNew)
+TEST_F(DatabaseTest, OlderFilesGetNewTablesAndColumns)
 {
     const std::size_t uiDynDns = tableOf("DynDns");
     change(
@@ -173,7 +173,7 @@ TEST_F(DatabaseTest, AFileOfAnOlderServiceGetsWhatIsNew)
     EXPECT_EQ(read("DynDns", "Retry"), "7");
 }
 
-TEST_F(DatabaseTest, AFileThatWasEditedByHand)
+TEST_F(DatabaseTest, HandEditedFilesAreChecked)
 {
     EXPECT_EQ(failureToOpen(), "");
     sql("PRAGMA journal_mode=DELETE; INSERT INTO DynDns (Id) VALUES (3)");
@@ -215,8 +215,8 @@ TEST_F(DatabaseTest, AFailedCommitLeavesDiskAndMemoryAsTheyWere)
     EXPECT_EQ(read("DynDns", "Hostname"), "new");
 }
 
-// What a power cut leaves is a copy of the files in use, the log cut or torn anywhere. Every such copy opens with one
-// whole version; a torn database file may be refused, and then stays as it was.
+// A power cut leaves the log cut or torn anywhere. Every such state must open with one whole version; a torn database
+// file may be refused, and is then not modified.
 TEST_F(DatabaseTest, TornFilesGiveAWholeVersionOrAreRefusedUntouched)
 {
     std::string strFile;
@@ -238,7 +238,7 @@ TEST_F(DatabaseTest, TornFilesGiveAWholeVersionOrAreRefusedUntouched)
         strFile = contentOf(m_strFile);
         strLog = contentOf(m_strFile + "-wal");
     }
-    const std::string strWhole = contentOf(m_strFile); // closed: the log has gone into it
+    const std::string strWhole = contentOf(m_strFile); // closing has merged the log into it
     std::set<std::string> oFound;
     const auto open = [&](const std::string& a_strFile, const std::string& a_strLog)
     {
@@ -267,6 +267,6 @@ TEST_F(DatabaseTest, TornFilesGiveAWholeVersionOrAreRefusedUntouched)
     {
         uiRefused += (open(strWhole.substr(0, uiAt), "") ? 0U : 1U) + (open(tear(strWhole, uiAt), "") ? 0U : 1U);
     }
-    EXPECT_GT(uiRefused, strWhole.size() / 1021) << "of cut files each one";
+    EXPECT_GT(uiRefused, strWhole.size() / 1021) << "every cut file must be refused";
     EXPECT_THAT(oFound, testing::ElementsAre("", "1,1,1", "2,2,2", "3,3,3", "4,4,4", "5,5,5", "6,6,6"));
 }

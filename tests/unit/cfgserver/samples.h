@@ -54,7 +54,7 @@ inline std::string columnOf(const cfgserver::Table& a_oTable, const char* a_pCol
     return strAll;
 }
 
-/// What was refused: result code and text; Ok when nothing was.
+/// Result code and text of the refusal; Ok if there was none.
 inline std::pair<wire::Result, std::string> refusalOf(const std::function<void()>& a_oAction)
 {
     try
@@ -68,7 +68,7 @@ inline std::pair<wire::Result, std::string> refusalOf(const std::function<void()
     return {wire::Result::Ok, ""};
 }
 
-/// What std::runtime_error says; empty when nothing was thrown.
+/// The message of the std::runtime_error thrown; empty if there was none.
 inline std::string failureOf(const std::function<void()>& a_oAction)
 {
     try

@@ -27,7 +27,7 @@ std::string frameOf(const wire::Message& a_oMessage)
     return wire::encodeFrame(wire::encode(a_oMessage));
 }
 
-/// A client that speaks, or misspeaks, the protocol by hand.
+/// A client that writes the protocol by hand, correctly or not.
 class RawClient
 {
 public:
@@ -39,13 +39,13 @@ public:
         EXPECT_TRUE(platform::UnixAddress(a_strPath).connect(m_oSocket.get()));
     }
 
-    /// False when the socket takes nothing more.
+    /// False if the socket accepts no more.
     bool send(const std::string& a_strBytes)
     {
         return ::send(m_oSocket.get(), a_strBytes.data(), a_strBytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) > 0;
     }
 
-    /// The next message; none when the service closed the connection or nothing came within the budget.
+    /// The next message; none if the service closed the connection or sent nothing within the budget.
     std::optional<wire::Message> next()
     {
         std::string strPayload;
@@ -65,7 +65,7 @@ public:
         return wire::decode(strPayload);
     }
 
-    /// The reply to a request; notifications that come before it are kept.
+    /// The reply to a request; notifications before it are kept.
     wire::Reply ask(const wire::Request& a_oRequest)
     {
         EXPECT_TRUE(send(frameOf(a_oRequest)));
@@ -86,7 +86,7 @@ public:
     }
     std::uint32_t count() { return ask(request(Operation::GetRowCount)).m_uiNumber; }
 
-    /// The service closed the connection, within the budget.
+    /// Whether the service closes the connection within the budget.
     bool isClosed()
     {
         while (next())
@@ -115,7 +115,7 @@ struct ServerTest : testing::Test
     std::optional<LiveService> m_oService;
     std::string m_strPath;
 
-    /// A greeted client; the service starts with the first one.
+    /// A client that has said hello. The first one starts the service.
     RawClient join(std::initializer_list<const char*> a_oWatched = {}, bool a_bOwn = false)
     {
         if (!m_oService)
@@ -132,7 +132,7 @@ struct ServerTest : testing::Test
 
 } // namespace
 
-TEST_F(ServerTest, WhoWatchesIsToldOncePerCommit)
+TEST_F(ServerTest, SubscribersAreNotifiedOncePerCommit)
 {
     RawClient oWriter = join({"DynDns"});
     RawClient oOwn = join({"DynDns", "etl"}, true);
@@ -151,12 +151,12 @@ TEST_F(ServerTest, WhoWatchesIsToldOncePerCommit)
         EXPECT_EQ(pClient->count(), 4U);
         EXPECT_EQ(pClient->count(), 4U);
     }
-    EXPECT_THAT(oWriter.m_oNotified, testing::ElementsAre("DynDns")) << "not of its own commit";
+    EXPECT_THAT(oWriter.m_oNotified, testing::ElementsAre("DynDns")) << "it did not ask for its own commits";
     EXPECT_THAT(oOwn.m_oNotified, testing::ElementsAre("DynDns", "DynDns"));
     EXPECT_THAT(oOther.m_oNotified, testing::IsEmpty());
 }
 
-TEST_F(ServerTest, WhatAWriterSentBeforeItsEndIsStillServed)
+TEST_F(ServerTest, RequestsSentBeforeADisconnectAreServed)
 {
     RawClient oOther = join();
     join().send(frameOf(request(Operation::GetAccess)) + frameOf(request(Operation::InsertRow)) +
@@ -167,7 +167,7 @@ TEST_F(ServerTest, WhatAWriterSentBeforeItsEndIsStillServed)
     EXPECT_EQ(oOther.count(), 1U);
 }
 
-TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
+TEST_F(ServerTest, ProtocolErrorsCloseNoOtherConnection)
 {
     m_oLimits.m_oTimeouts.m_oHello = std::chrono::milliseconds(300);
     m_oLimits.m_oTimeouts.m_oStalled = std::chrono::milliseconds(300);
@@ -190,7 +190,7 @@ TEST_F(ServerTest, WhoBreaksTheProtocolIsClosedAlone)
     }
 }
 
-TEST_F(ServerTest, AClientThatNeverReadsIsClosedAndCostsOthersNothing)
+TEST_F(ServerTest, AClientThatNeverReadsIsClosedWithoutDelayingOthers)
 {
     m_oLimits.m_oTimeouts.m_oStalled = std::chrono::milliseconds(500);
     RawClient oGood = join();
@@ -212,7 +212,7 @@ TEST_F(ServerTest, AClientThatNeverReadsIsClosedAndCostsOthersNothing)
     EXPECT_EQ(oGood.count(), 8U);
 }
 
-TEST_F(ServerTest, AFloodOfClientsKeepsNobodyOut)
+TEST_F(ServerTest, AFloodOfConnectionsLocksNobodyOut)
 {
     m_oLimits.m_uiClients = 12;
     m_oLimits.m_uiStrangers = 4;
@@ -254,7 +254,7 @@ TEST_F(ServerTest, OneProcessLeavesRoomForOthers)
     EXPECT_TRUE(oFourth.isClosed());
     const Child oOther([&] { return RawClient(m_strPath).ask(hello()).m_eResult == Result::Ok ? 0 : 1; });
     EXPECT_EQ(oOther.wait(), 0);
-    EXPECT_TRUE(oClients[2].isClosed()) << "the idlest, apart from the writer";
+    EXPECT_TRUE(oClients[2].isClosed()) << "the idlest that is not writing";
     EXPECT_EQ(oClients[1].count(), 0U);
     EXPECT_EQ(oClients[0].ask(Operation::Commit), Result::Ok);
 }
@@ -281,7 +281,7 @@ TEST_F(ServerTest, WithoutDescriptorsItRefusesAndDoesNotSpin)
     join();
 }
 
-TEST(ServiceSocketTest, RootIsNotKeptOutByOthers)
+TEST(ServiceSocketTest, OtherUsersCannotBlockRoot)
 {
     if (::geteuid() != 0)
     {
@@ -301,7 +301,7 @@ TEST(ServiceSocketTest, RootIsNotKeptOutByOthers)
     EXPECT_GT(::accept(oSocket.getFd(), nullptr, nullptr), 0);
 }
 
-TEST(ServiceSocketTest, ThePathIsTakenWithCare)
+TEST(ServiceSocketTest, TakesThePathOnlyFromADeadService)
 {
     const Folder oFolder;
     const std::string strPath = oFolder / "s";
@@ -316,9 +316,9 @@ TEST(ServiceSocketTest, ThePathIsTakenWithCare)
         EXPECT_THAT(failure(strPath), HasSubstr("held by another start"));
         std::ofstream(strPath) << "not ours";
     }
-    EXPECT_THAT(failure(strPath), HasSubstr("exists and is not a socket")) << "what was not ours was left alone";
+    EXPECT_THAT(failure(strPath), HasSubstr("exists and is not a socket")) << "a foreign file was removed";
     std::filesystem::remove(strPath);
-    std::filesystem::rename(oFolder / "moved", strPath); // nobody listens there any more
+    std::filesystem::rename(oFolder / "moved", strPath); // nothing listens on it any more
     EXPECT_EQ(failure(strPath), "");
     EXPECT_FALSE(std::filesystem::exists(strPath) || std::filesystem::exists(strPath + ".lock"));
     EXPECT_THAT(failure(oFolder / "none/s"), HasSubstr("none/s.lock: No such file or directory"));

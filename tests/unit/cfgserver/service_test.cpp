@@ -51,7 +51,7 @@ struct ServiceTest : testing::Test
 
 } // namespace
 
-TEST_F(ServiceTest, HelloComesFirstOnceAndInTheRightVersion)
+TEST_F(ServiceTest, HelloComesFirstAndOnceWithTheRightVersion)
 {
     Client oClient;
     EXPECT_EQ(result(oClient, Operation::GetTables), Result::BadRequest);
@@ -67,11 +67,11 @@ TEST_F(ServiceTest, HelloComesFirstOnceAndInTheRightVersion)
     EXPECT_EQ(ask(oClient, hello("again")).m_eResult, Result::BadRequest);
 }
 
-TEST_F(ServiceTest, OneWritesAndTheOthersSeeItAfterTheCommit)
+TEST_F(ServiceTest, OneClientWritesAndOthersSeeItAfterTheCommit)
 {
     EXPECT_EQ(ask(m_oWriter, insertion()).m_eResult, Result::NoAccess);
     EXPECT_EQ(result(m_oWriter, Operation::GetAccess), Result::Ok);
-    EXPECT_EQ(result(m_oWriter, Operation::GetAccess), Result::Ok) << "asking again does no harm";
+    EXPECT_EQ(result(m_oWriter, Operation::GetAccess), Result::Ok) << "asking again is harmless";
     EXPECT_THAT(ask(m_oOther, request(Operation::GetAccess)).m_strError, HasSubstr("client 'writer' is writing"));
     EXPECT_EQ(ask(m_oWriter, insertion()).m_eResult, Result::Ok);
     EXPECT_EQ(ask(m_oWriter, insertion(row({{"Retry", text("")}}))).m_eResult, Result::WrongType);
@@ -83,7 +83,7 @@ TEST_F(ServiceTest, OneWritesAndTheOthersSeeItAfterTheCommit)
     EXPECT_EQ(result(m_oWriter, Operation::Commit), Result::NoAccess) << "a commit ends the access";
 }
 
-TEST_F(ServiceTest, AccessThatEndsWithoutCommitTakesTheWritesBack)
+TEST_F(ServiceTest, UncommittedWritesEndWithTheAccess)
 {
     const std::function<void()> oEnds[] = {
         [&] { EXPECT_EQ(result(m_oWriter, Operation::DropAccess), Result::Ok); },
@@ -91,7 +91,7 @@ TEST_F(ServiceTest, AccessThatEndsWithoutCommitTakesTheWritesBack)
         [&]
         {
             m_oNow += s_oIdleLimit - std::chrono::seconds(1);
-            EXPECT_EQ(count(m_oWriter), 1U); // a request: the time starts again
+            EXPECT_EQ(count(m_oWriter), 1U); // any request restarts the idle time
             EXPECT_EQ(m_oService.getDeadline(), m_oNow + s_oIdleLimit);
             m_oService.expire(m_oNow + s_oIdleLimit - std::chrono::seconds(1));
             EXPECT_EQ(result(m_oOther, Operation::GetAccess), Result::AccessTaken);

@@ -25,7 +25,7 @@ struct StoreTest : testing::Test
 
 } // namespace
 
-TEST_F(StoreTest, IdsAreGivenOnceUntilTheNumbersEnd)
+TEST_F(StoreTest, IdsAreNotReusedUntilTheyRunOut)
 {
     m_oDynDns.insert(row({}));
     m_oDynDns.insert(row({{"Id", integer(7)}}));
@@ -36,7 +36,7 @@ TEST_F(StoreTest, IdsAreGivenOnceUntilTheNumbersEnd)
     EXPECT_EQ(columnOf(m_oDynDns, "Id"), "1,8,2147483647,2");
 }
 
-TEST_F(StoreTest, RefusalsSayWhyAndWriteNothing)
+TEST_F(StoreTest, RefusalsGiveTheReasonAndWriteNothing)
 {
     Table& oRelay = m_oWrites.edit(tableOf("DNSRelay"));
     m_oDynDns.insert(row({{"Password", text("sesame")}}));
@@ -81,7 +81,7 @@ TEST_F(StoreTest, RefusalsSayWhyAndWriteNothing)
     m_oNetif.insert(row({{"Name", text("eth0")}})); // free again
 }
 
-TEST_F(StoreTest, ATableIsFullByItsBytes)
+TEST_F(StoreTest, ATableIsLimitedInBytes)
 {
     const std::string strBig(g_uiMaxText, 'x');
     std::size_t uiRows = 0;
@@ -97,7 +97,7 @@ TEST_F(StoreTest, ATableIsFullByItsBytes)
     m_oDynDns.insert(row({{"Hostname", text(strBig)}})); // room again
 }
 
-TEST_F(StoreTest, OnlyRealChangesCount)
+TEST_F(StoreTest, CommitsReportOnlyTablesThatChanged)
 {
     const std::size_t uiNetif = tableOf("StatusNetifWatch");
     const std::size_t uiEtl = tableOf("etl");

@@ -33,7 +33,7 @@ public:
         m_oReplies.push_back({0, a_eResult, a_pError, 0, {}, {}});
     }
 
-    std::deque<wire::Reply> m_oReplies; // a plain success once they are used up
+    std::deque<wire::Reply> m_oReplies; // plain success once they are used up
     wire::Request m_oLast;
     int m_iRequests = 0;
 };
@@ -43,7 +43,7 @@ korrin::ValueList row(int a_iId)
     return samples::row({{"Id", samples::integer(a_iId)}});
 }
 
-TEST(ConfigClient, WriteAccessEndsWithCommitLossAndRefusalAndIsNotForReaders)
+TEST(ConfigClient, WriteAccessEndsWithCommitLossOrRefusalAndReadersGetNone)
 {
     ScriptedRequester oRequester;
     platform::ConfigClient oClient(oRequester, false);
@@ -71,7 +71,7 @@ TEST(ConfigClient, WriteAccessEndsWithCommitLossAndRefusalAndIsNotForReaders)
     }
     const int iRequests = oRequester.m_iRequests;
     EXPECT_EQ(platform::ConfigClient(oRequester, true).getdbaccess(), static_cast<unsigned>(Result::NoAccess));
-    EXPECT_EQ(oRequester.m_iRequests, iRequests) << "a client that only reads must not ask";
+    EXPECT_EQ(oRequester.m_iRequests, iRequests) << "a read-only client must not ask";
 }
 
 TEST(ConfigClient, LargeTableIsReadPageByPageAllOrNothing)

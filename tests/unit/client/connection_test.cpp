@@ -60,7 +60,7 @@ protected:
         m_pConnection->registerConfigHandler(&m_oHandler);
         return *m_pConnection;
     }
-    /// One pass of a main loop that must not have to wait out its time.
+    /// One pass of the main loop, which must not have to time out.
     std::vector<std::string> passAtOnce()
     {
         const auto oStart = std::chrono::steady_clock::now();
@@ -150,7 +150,7 @@ TEST_F(Connection, ChangesDuringDeliveryComeInTheNextPassAndAThrowingHandlerKeep
     m_oService.start({[](FakePeer& a_oPeer)
                       {
                           a_oPeer.greet();
-                          for (const char* pTable : {"C", "B", "A"}) // changed while A is loaded for the first time
+                          for (const char* pTable : {"C", "B", "A"}) // changes while A is loaded for the first time
                           {
                               const wire::Request oRequest = a_oPeer.expect(Operation::GetRowCount);
                               a_oPeer.notify(pTable);
@@ -177,10 +177,10 @@ TEST_F(Connection, ChangesDuringDeliveryComeInTheNextPassAndAThrowingHandlerKeep
 
 // Whatever the service does instead of answering: the call fails in time, access is gone, later calls fail at once, and
 // a new connection delivers every table.
-TEST_F(Connection, EveryMisbehaviourEndsInAFreshConnection)
+TEST_F(Connection, EveryMisbehaviourLeadsToANewConnection)
 {
     m_oLimits.m_oRequest = 150ms;
-    m_uiRetryDelayMs = 100; // doubled at each loss it would outlast the pass below
+    m_uiRetryDelayMs = 100; // doubled at each loss, it would outlast the pass below
     const std::string strFrame = wire::encodeFrame(wire::encode(wire::Notification{"unknown"}));
     const auto sends = [](const std::string& a_strBytes)
     { return [a_strBytes](FakePeer& a_oPeer, const auto&) { a_oPeer.sendBytes(a_strBytes); }; };
@@ -248,13 +248,13 @@ TEST_F(Connection, EveryMisbehaviourEndsInAFreshConnection)
         oClient.getlasterror(strWhy);
         EXPECT_THAT(strWhy, HasSubstr("lost ("));
         m_pConnection->process();
-        EXPECT_THAT(m_oHandler.takeLoaded(), IsEmpty()) << "a handler could read nothing now";
+        EXPECT_THAT(m_oHandler.takeLoaded(), IsEmpty()) << "a handler cannot read anything now";
         EXPECT_THAT(passUntilDelivery(), ElementsAre("A", "B", "C"));
     }
     EXPECT_GE(m_oHandler.m_iServiceEvents, 7);
 }
 
-// Each silent connection holds its caller up for the whole time limit, so those have to become rare as well.
+// Each silent connection blocks its caller for the whole time limit, so those must become rare as well.
 TEST_F(Connection, ServiceThatOnlyGreetsIsAskedLessAndLess)
 {
     m_uiRetryDelayMs = 100;
@@ -283,7 +283,7 @@ TEST_F(Connection, ServiceThatOnlyGreetsIsAskedLessAndLess)
     }
 }
 
-TEST_F(Connection, CallerThatOnlyEverAsksMeetsTheHangUpAndThenTheServiceThatCameBack)
+TEST_F(Connection, RequestsAloneNoticeALostServiceAndItsReturn)
 {
     m_oService.start({[](FakePeer& a_oPeer) { a_oPeer.greet(); }});
     make().initialize();
@@ -302,7 +302,7 @@ TEST_F(Connection, CallerThatOnlyEverAsksMeetsTheHangUpAndThenTheServiceThatCame
     EXPECT_EQ(uiCount, 5U);
 }
 
-TEST_F(Connection, LargeRequestIsSentWholeAndATooLargeOneNotAtAll)
+TEST_F(Connection, LargeRequestsAreSentWholeAndTooLargeOnesNotAtAll)
 {
     m_oService.start({[](FakePeer& a_oPeer)
                       {
@@ -325,19 +325,19 @@ TEST_F(Connection, LargeRequestIsSentWholeAndATooLargeOneNotAtAll)
     EXPECT_EQ(count(uiCount), 0U);
 }
 
-TEST_F(Connection, InitializeSaysWhyThereIsNoService)
+TEST_F(Connection, InitializeSaysWhyTheServiceCannotBeReached)
 {
     EXPECT_EQ(initializeText(0),
               "Cannot reach the configuration service at '" + m_oService.getPath() + "': No such file or directory");
     EXPECT_THAT(initializeText(1), HasSubstr("No such file or directory"));
     m_oService.start({[](FakePeer& a_oPeer) { a_oPeer.reply(a_oPeer.expect(Operation::Hello), 0, Result::BadRequest); },
                       [](FakePeer& a_oPeer) { a_oPeer.awaitEnd(); }});
-    EXPECT_THAT(initializeText(0), HasSubstr("it refused this client: no, since this is a test"));
+    EXPECT_THAT(initializeText(0), HasSubstr("it refused this client: refused by the test"));
     m_oLimits.m_oRequest = 50ms;
     EXPECT_THAT(initializeText(0), HasSubstr("no answer to the greeting in time"));
 }
 
-TEST_F(Connection, ForeignUserIsToldNothing)
+TEST_F(Connection, AnUntrustedUserIsSentNothing)
 {
     std::promise<bool> oSilent;
     m_oService.start({[&](FakePeer& a_oPeer) { oSilent.set_value(a_oPeer.awaitEnd()); }});
@@ -354,7 +354,7 @@ TEST_F(Connection, ForeignUserIsToldNothing)
 
 TEST_F(Connection, WakeUpEndsInitializeAndTheServiceIsFoundLater)
 {
-    m_oLoop.wakeUp(); // kept for the wait
+    m_oLoop.wakeUp(); // remembered until the wait
     EXPECT_NO_THROW(make(30).initialize());
     m_oService.start({greetAndStay});
     EXPECT_THAT(passUntilDelivery(), ElementsAre("A", "B", "C"));

@@ -27,7 +27,7 @@ void check(bool a_bGood, const char* a_pWhat)
 std::string FakePeer::receive() const
 {
     pollfd oPoll{m_iFd, POLLIN, 0};
-    check(::poll(&oPoll, 1, g_iStepLimitMs) == 1, "nothing came");
+    check(::poll(&oPoll, 1, g_iStepLimitMs) == 1, "the client sent nothing");
     std::array<char, 65536> acBytes;
     const ssize_t iSize = ::recv(m_iFd, acBytes.data(), acBytes.size(), 0);
     return std::string(acBytes.data(), iSize > 0 ? static_cast<std::size_t>(iSize) : 0U);
@@ -39,11 +39,11 @@ wire::Request FakePeer::expect(wire::Operation a_eOperation)
     while (m_oReader.next(strPayload) != wire::FrameReader::State::Payload)
     {
         const std::string strBytes = receive();
-        check(!strBytes.empty(), "client hung up");
+        check(!strBytes.empty(), "the client hung up");
         m_oReader.feed(strBytes.data(), strBytes.size());
     }
     auto oRequest = std::get<wire::Request>(wire::decode(strPayload));
-    check(oRequest.m_eOperation == a_eOperation, "another operation than expected");
+    check(oRequest.m_eOperation == a_eOperation, "unexpected operation");
     return oRequest;
 }
 
@@ -60,7 +60,7 @@ void FakePeer::reply(const wire::Request& a_oRequest, unsigned a_uiNumber, wire:
     oReply.m_uiSequence = a_oRequest.m_uiSequence;
     oReply.m_eResult = a_eResult;
     oReply.m_uiNumber = a_uiNumber;
-    oReply.m_strError = a_eResult == wire::Result::Ok ? "" : "no, since this is a test";
+    oReply.m_strError = a_eResult == wire::Result::Ok ? "" : "refused by the test";
     oReply.m_oRows.push_back(samples::row({{"Service", samples::text("fake")}, {"Version", samples::text("7")}}));
     sendBytes(wire::encodeFrame(wire::encode(oReply)));
 }
@@ -73,9 +73,9 @@ void FakePeer::notify(const std::string& a_strTable)
 void FakePeer::sendBytes(const std::string& a_strBytes)
 {
     pollfd oPoll{m_iFd, POLLOUT, 0};
-    check(::poll(&oPoll, 1, g_iStepLimitMs) == 1, "the client reads nothing");
+    check(::poll(&oPoll, 1, g_iStepLimitMs) == 1, "the client does not read");
     check(::send(m_iFd, a_strBytes.data(), a_strBytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(a_strBytes.size()),
-          "can't send");
+          "cannot send");
 }
 
 bool FakePeer::awaitEnd()
@@ -124,7 +124,7 @@ void FakeService::run(const std::vector<Script>& a_oScripts) const
         {
             oScript(oPeer);
         }
-        catch (const std::exception&) // the client went away or did something else: its own checks say so
+        catch (const std::exception&) // the client left or did something else, which its own checks notice
         {
         }
     }

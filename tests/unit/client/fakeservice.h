@@ -11,20 +11,20 @@
 #include <thread>
 #include <vector>
 
-/// The service's end of one connection, driven by a script on the fake service's thread. Every step gives up after 5 s
-/// (an exception ends the script, and the client's test fails for want of what it waits for).
+/// The service's end of one connection, driven by a script on the fake service's thread. A step that takes 5 s throws,
+/// which ends the script; the test then fails because what it waits for does not come.
 class FakePeer
 {
 public:
     explicit FakePeer(int a_iFd) : m_iFd(a_iFd) {}
 
     wire::Request expect(wire::Operation a_eOperation);
-    /// Takes the greeting and accepts it.
+    /// Accepts the client's hello.
     wire::Request greet();
     void reply(const wire::Request& a_oRequest, unsigned a_uiNumber = 0, wire::Result a_eResult = wire::Result::Ok);
     void notify(const std::string& a_strTable);
     void sendBytes(const std::string& a_strBytes);
-    /// Waits until the client hangs up; true when it sent nothing before.
+    /// Waits until the client hangs up; true if it sent nothing until then.
     bool awaitEnd();
 
 private:

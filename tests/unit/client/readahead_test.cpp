@@ -12,7 +12,7 @@ using namespace samples;
 namespace
 {
 
-/// A client with the real service behind it, without a socket between. Counts its requests.
+/// A client that calls the real service without a socket in between, and counts its requests.
 class Direct : public platform::IRequester
 {
 public:
@@ -34,7 +34,7 @@ public:
 
     platform::ConfigClient m_oClient;
     int m_iRequests = 0;
-    std::function<void()> m_oBehindReply; // what the service sends right behind the next reply
+    std::function<void()> m_oBehindReply; // runs right after the next reply
 
 private:
     cfgserver::Service& m_oService;
@@ -63,7 +63,7 @@ protected:
                   }
               });
     }
-    /// What a read gives: code, reason, row.
+    /// The result of a read: code, reason, row.
     template<typename Read>
     static auto outcome(platform::ConfigClient& a_oClient, Read a_oRead)
     {
@@ -79,12 +79,12 @@ protected:
     cfgserver::Service m_oService{m_oStore, cfgserver::AccessLimits()};
     Direct m_oHandler{m_oService};
     Direct m_oWriter{m_oService};
-    Direct m_oPlain{m_oService}; // reads without a delivery
+    Direct m_oPlain{m_oService}; // reads outside any delivery
 };
 
 } // namespace
 
-TEST_F(ReadAhead, ATableTakesFewRequestsInADeliveryAndOneEachOutsideOfIt)
+TEST_F(ReadAhead, TakesFewRequestsDuringADeliveryAndOnePerReadOutside)
 {
     add(m_oWriter, "DynDns", 1, 2000);
     add(m_oWriter, "StatusNetifWatch", 1, 1000);
@@ -111,7 +111,7 @@ TEST_F(ReadAhead, ATableTakesFewRequestsInADeliveryAndOneEachOutsideOfIt)
     }
 }
 
-TEST_F(ReadAhead, NobodySeesOtherThanWhatTheServiceSaysNow)
+TEST_F(ReadAhead, NeverReturnsStaleRows)
 {
     std::mt19937 oDice(4711); // NOLINT(cert-msc51-cpp): a failure must be repeatable
     add(m_oWriter, "DynDns", 1, 8);
@@ -129,7 +129,7 @@ TEST_F(ReadAhead, NobodySeesOtherThanWhatTheServiceSaysNow)
     for (int iStep = 0; iStep < 4000; ++iStep)
     {
         const char* pTable = apTables[roll(roll(10) == 0 ? 3 : 2)];
-        const std::string strKey = std::to_string(iNewest - 12 + roll(15)); // some gone, some yet to come
+        const std::string strKey = std::to_string(iNewest - 12 + roll(15)); // some deleted, some not inserted yet
         korrin::NameList oNames;
         if (roll(3) == 0)
         {
@@ -150,7 +150,7 @@ TEST_F(ReadAhead, NobodySeesOtherThanWhatTheServiceSaysNow)
             {
                 replaceOldest(m_oHandler, pOther);
             }
-            else if (roll(40) == 0) // another client does, of which a notification comes before the next reply
+            else if (roll(40) == 0) // another client does, and the notification comes before the next reply
             {
                 replaceOldest(m_oWriter, pOther);
                 m_oHandler.m_oClient.onTableChanged(pOther);
@@ -158,7 +158,7 @@ TEST_F(ReadAhead, NobodySeesOtherThanWhatTheServiceSaysNow)
         }
         const auto readById = [&](auto& a_oClient, auto& a_oRow)
         { return a_oClient.getrowbykey(pTable, "Id", strKey, oNames, a_oRow); };
-        if (roll(20) == 0 && pTable != apTables[2]) // a reply that is outdated when it is read, and known to be
+        if (roll(20) == 0 && pTable != apTables[2]) // a reply that is already outdated, as a notification says
         {
             m_oHandler.m_oBehindReply = [&]
             {

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// Fails at every try, after its gate has opened; without a gate at once.
+/// Fails every try once its gate has opened; without a gate, at once.
 struct GatedAction : quorvad::Action
 {
     explicit GatedAction(std::shared_future<void> a_oGate) : m_oGate(std::move(a_oGate)) {}
@@ -94,7 +94,7 @@ TEST_F(HandlerTest, RemovesSchedulersThatBecameStale)
     EXPECT_THAT(m_oLines, Contains("debug Remove scheduled action for config id 3 because iface is down."));
     EXPECT_THAT(m_oLines, Contains("debug Scheduled Action id 7 finished"));
     change("DynDns", "1", "Retry=1");
-    EXPECT_THAT(process(), ElementsAre(1, 4)) << "a change of the account counts on a lost interface, too";
+    EXPECT_THAT(process(), ElementsAre(1, 4)) << "a changed account is updated even on a lost interface";
     change("DynDns", "1", "Enable=0");
     change("DynDns", "4", "ServiceType=other");
     EXPECT_THAT(process(), IsEmpty());
@@ -116,7 +116,7 @@ TEST_F(HandlerTest, AccountWaitsForItsInterface)
     notify("StatusNetifWatch");
     EXPECT_THAT(process(), ElementsAre(1, 2, 4));
 
-    // All rows go, and a change of the DNS servers names the accounts nevertheless.
+    // All rows are gone, but a change of the DNS servers still concerns the accounts.
     rows("StatusNetifWatch").clear();
     notify("StatusNetifWatch");
     notify("DNSClientServer");
@@ -166,8 +166,8 @@ TEST_F(HandlerTest, RefusedActionCostsOnlyItsAccount)
     EXPECT_THAT(m_oHandler.m_oSchedulers, IsEmpty()) << "an empty entry was left";
 }
 
-// Else each of several accounts could begin another long attempt while the loop waits for the one before.
-TEST_F(HandlerTest, RemovedAttemptsAreWaitedForSideBySide)
+// Otherwise each account could begin another long attempt while the loop waits for the one before it.
+TEST_F(HandlerTest, RemovedAttemptsAreWaitedForTogether)
 {
     for (const char* pCell : {"Addr=10.1.1.9", "IsUp=0", ""}) // the last: with their handler
     {
@@ -179,7 +179,8 @@ TEST_F(HandlerTest, RemovedAttemptsAreWaitedForSideBySide)
         const auto pHung = std::make_shared<GatedAction>(oOpen.get_future().share());
         const auto pBusy = std::make_shared<GatedAction>(std::shared_future<void>());
         auto& oSchedulers = (*pCell != 0 ? m_oHandler : *pOwn).m_oSchedulers;
-        oSchedulers.emplace(*pCell != 0 ? 1 : 3, std::make_unique<Scheduler>(0, 1, pHung)); // a map goes from its end
+        oSchedulers.emplace(*pCell != 0 ? 1 : 3,
+                            std::make_unique<Scheduler>(0, 1, pHung)); // a map is destroyed from its end
         const auto& oBusy = *oSchedulers.emplace(2, std::make_unique<Scheduler>(0, 1000, pBusy)).first->second;
         EXPECT_TRUE(waitFor(pHung->m_bEntered));
         *pCell != 0 ? change("StatusNetifWatch", "1", pCell) : void();

@@ -22,7 +22,7 @@ inline korrin::ValueList makeRow(const std::string& a_strCells)
     return oRow;
 }
 
-/// Tables in memory. Every call is noted as text; a call whose text is in m_oRefused fails.
+/// Tables in memory. Every call is recorded as text; a call whose text is in m_oRefused fails.
 class MemoryClient : public vadro::cfg::common::IConfigClient
 {
 public:

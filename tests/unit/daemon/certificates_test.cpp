@@ -15,7 +15,7 @@ std::string certificate(const std::string& a_strBody, const char* a_pLineEnd = "
 
 } // namespace
 
-// A folder that trusts fewer refuses good providers, one that trusts more accepts bad ones.
+// A folder with fewer certificates refuses good providers, one with more accepts bad ones.
 TEST(Certificates, FolderIsUsedWhenItTrustsTheSame)
 {
     const std::string strA = certificate("aaaa");

@@ -33,7 +33,7 @@ protected:
         return m_oLog.take();
     }
 
-    /// Seconds that a wait of a minute takes.
+    /// How many seconds a wait of a minute takes.
     static double waitedSeconds(korrin::net::EventDispatcher& a_oDispatcher)
     {
         const auto oStart = std::chrono::steady_clock::now();
@@ -46,7 +46,7 @@ protected:
 
 } // namespace
 
-TEST_F(SignalsTest, EndAWaitWhereverTheyCome)
+TEST_F(SignalsTest, EndAWaitWheneverTheyArrive)
 {
     korrin::net::EventDispatcher oDispatcher;
     {
@@ -66,12 +66,12 @@ TEST_F(SignalsTest, EndAWaitWhereverTheyCome)
         g_bLoopRuns = false;
         EXPECT_LT(waitedSeconds(oDispatcher), 30);
     }
-    raise(SIGINT);                               // nobody to wake any more
+    raise(SIGINT);                               // nothing to wake any more
     const DispatcherWakeUp oWakeUp(oDispatcher); // the stop request stands
     EXPECT_LT(waitedSeconds(oDispatcher), 30);
 }
 
-TEST_F(SignalsTest, StopWaitsForTheHandlersEvenIfBlockedFromOutside)
+TEST_F(SignalsTest, StopSignalsAreHandledOnceUnblockedEvenIfBlockedAtStart)
 {
     sigset_t oTerm;
     sigemptyset(&oTerm);
@@ -87,7 +87,7 @@ TEST_F(SignalsTest, StopWaitsForTheHandlersEvenIfBlockedFromOutside)
     EXPECT_THAT(loggedNow(), AllOf(HasSubstr("signal: 15"), HasSubstr("signal: 2")));
 }
 
-TEST(Environment, LeavesNoWayAroundTheInterface)
+TEST(Environment, LosesVariablesThatBypassTheInterface)
 {
     for (const char* pName : {"https_proxy", "ALL_PROXY", "no_proxy", "SSLKEYLOGFILE"})
     {

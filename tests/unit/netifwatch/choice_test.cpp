@@ -12,7 +12,7 @@ TEST(Choice, IPv4)
         {{}, ""},
         {{"192.0.2.1"}, "192.0.2.1"},
         {{"192.0.2.1 secondary", "192.0.2.2"}, "192.0.2.2"},
-        {{"198.51.100.9", "192.0.2.1"}, "198.51.100.9"}, // the kernel's order, not the numbers'
+        {{"198.51.100.9", "192.0.2.1"}, "198.51.100.9"}, // in the kernel's order, not numerically
         {{"192.0.2.1 deprecated", "198.51.100.9"}, "198.51.100.9"},
         {{"192.0.2.1 deprecated"}, "192.0.2.1"},
         {{"192.0.2.1 secondary deprecated"}, ""},
@@ -30,19 +30,19 @@ TEST(Choice, IPv6)
 {
     const std::vector<std::tuple<std::vector<std::string>, std::string, std::string>> oCases = {
         {{"fe80::1 link", "fe80::2", "fec0::1 site", "::1 host", "192.0.2.1"}, "", ""},
-        // whatever is wrong with an address, it is not taken, not even where it is the present one
+        // an unusable address is not chosen, even if it is the present one
         {{"2001:db8::1 temporary"}, "2001:db8::1", ""},
         {{"2001:db8::1 deprecated"}, "2001:db8::1", ""},
         {{"2001:db8::1 tentative"}, "", ""},
         {{"2001:db8::1 optimistic"}, "", ""},
         {{"2001:db8::1 failed permanent"}, "", ""},
         {{"2001:db8::1 temporary managed", "2001:db8::9 managed"}, "", "2001:db8::9"},
-        // native, transition mechanism, unique-local
+        // native before transition mechanism before unique local
         {{"fd00::1", "2001:db8::1"}, "fd00::1", "2001:db8::1"},
         {{"fd00::1", "2002:c000:201::1"}, "fd00::1", "2002:c000:201::1"},
         {{"2001:0:1::1", "2002:c000:201::1", "2001:db8::1"}, "2001:0:1::1", "2001:db8::1"},
         {{"fc00::1", "fe80::1 link"}, "", "fc00::1"},
-        // several that are equally good: the present one, however it is written, else the lowest
+        // among equals the present one, however it is written, else the lowest
         {{"2001:db8::2", "2001:db8::1", "2001:db8::3"}, "", "2001:db8::1"},
         {{"2001:db8::2", "2001:db8::1", "2001:db8::3"}, "2001:DB8:0::3", "2001:db8::3"},
         {{"2001:db8::2", "2001:db8::1"}, "2001:db8::3", "2001:db8::1"},

@@ -76,7 +76,8 @@ TEST(ResolvConf, Lines)
     EXPECT_EQ(serversIn(readResolvConf(oFolder.write("resolv.conf", "nameserver 192.0.2.1\n"))), "192.0.2.1 ");
 }
 
-// wan0 (2) and wan1 (3) have default routes, lan0 (4) has none; 10.4.0.0/16 is behind lan0, and 10.4.0.1 this machine.
+// wan0 (2) and wan1 (3) have default routes, lan0 (4) has none; 10.4.0.0/16 is behind lan0, and 10.4.0.1 is this
+// machine.
 TEST(Assignment, Routes)
 {
     const Interfaces oInterfaces = {makeInterface(2, "wan0", true),
@@ -137,7 +138,7 @@ TEST(Assignment, Routes)
 
 TEST(ServerRows, Plan)
 {
-    // What is there, what is wanted, what is to be done.
+    // Present rows, wanted servers, operations.
     const std::vector<std::tuple<Rows, ServersByName, std::string>> oCases = {
         {{}, {{"eth0", {"192.0.2.1", "192.0.2.2"}}}, "+eth0:192.0.2.1 +eth0:192.0.2.2"},
         {{row(1, "eth0", "192.0.2.1")}, {{"eth0", {"192.0.2.1"}}}, ""},
@@ -146,16 +147,16 @@ TEST(ServerRows, Plan)
          {{"eth0", {"192.0.2.2", "192.0.2.1"}}},
          "=1:192.0.2.2 =2:192.0.2.1"},
         {{row(1, "eth0", "192.0.2.1"), row(2, "eth0", "192.0.2.2")}, {{"eth0", {"192.0.2.2"}}}, "=1:192.0.2.2 -2"},
-        // no server known now: the rows wait
+        // no server is known now: the rows stay
         {{row(1, "eth0", "192.0.2.1")}, {}, ""},
         {{row(1, "eth0", "192.0.2.1")}, {{"eth0", {}}}, ""},
         {{row(1, "gone0", "192.0.2.1")}, {}, ""},
-        // an interface with somebody else's row is theirs, also where it names the same server
+        // an interface with somebody else's row is left to them, even if that names the same server
         {{row(21, "eth0", "192.0.2.1")}, {{"eth0", {"192.0.2.1"}}}, ""},
         {{row(1, "eth0", "192.0.2.1"), row(21, "eth0", "192.0.2.9")}, {{"eth0", {"192.0.2.1"}}}, "-1"},
         {{row(1, "eth0", "192.0.2.1"), row(31, "eth0", "192.0.2.9")}, {{"eth0", {"192.0.2.1"}}}, "-1"},
         {{row(21, "eth0", "192.0.2.9")}, {{"eth1", {"192.0.2.1"}}}, "+eth1:192.0.2.1"},
-        // left out by the options, so another watcher's for all that is known
+        // excluded by the options, so the rows may be another watcher's
         {{row(1, "docker0", "192.0.2.1"), row(21, "docker1", "192.0.2.1")}, {}, ""},
     };
     const InterfaceFilter oFilter{{}, {"docker*"}};
@@ -164,7 +165,7 @@ TEST(ServerRows, Plan)
         EXPECT_EQ(describe(planServers(oServers, {"eth0", "eth1"}, oPresent, oFilter)), strExpected);
     }
     Rows oMany;
-    for (int iId = 1; iId <= 12; ++iId) // of gone interfaces the last eight are kept
+    for (int iId = 1; iId <= 12; ++iId) // rows of the last eight interfaces that vanished are kept
     {
         oMany.push_back(row(iId, (iId == 2 ? "eth" : "veth") + std::to_string(iId), "192.0.2.1"));
     }

@@ -14,7 +14,7 @@ using namespace netifwatch;
 namespace
 {
 
-/// Servers of link 2 (IPv4, IPv6), of the machine, and two that make no sense.
+/// Servers of link 2 (IPv4, IPv6) and of the machine, and two malformed ones.
 int tellServers(sd_bus*, const char*, const char*, const char*, sd_bus_message* a_pReply, void*, sd_bus_error*)
 {
     return sd_bus_message_append(a_pReply,
@@ -36,7 +36,7 @@ int runStub()
     sd_bus* pBus = nullptr;
     while (sd_bus_open_system(&pBus) < 0)
     {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the bus is only starting
+        std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the bus is still starting
     }
     if (sd_bus_add_object_vtable(
             pBus, nullptr, "/org/freedesktop/resolve1", "org.freedesktop.resolve1.Manager", s_aoTable, nullptr) < 0 ||
@@ -75,7 +75,7 @@ bool isBounded(const std::function<void()>& a_oAction)
 
 } // namespace
 
-TEST(Resolved, TellsServersByLink)
+TEST(Resolved, GivesServersByLink)
 {
     const Folder oFolder;
     const std::string strAddress = "unix:path=" + oFolder / "bus";

@@ -60,7 +60,7 @@ struct Reconciling : testing::Test
 TEST_F(Reconciling, WritesDifferencesOnly)
 {
     Reconciler oReconciler(m_oSession.getClient(), m_oFilter, {});
-    insert(m_oOther, s_pIPv4, "Name=docker0 Addr=172.17.0.1"); // left out: not ours to judge
+    insert(m_oOther, s_pIPv4, "Name=docker0 Addr=172.17.0.1"); // excluded: not ours
     insert(m_oOther, s_pIPv4, "Name=stale0 Addr=192.0.2.99");
 
     MachineState oState{
@@ -72,7 +72,7 @@ TEST_F(Reconciling, WritesDifferencesOnly)
     EXPECT_EQ(show(m_oSession, s_pDns), "1 1 a 192.0.2.53 netifwatch; 2 1 a 192.0.2.54 netifwatch");
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Unchanged);
 
-    // Two interfaces swap names, the lower IPv6 address comes back after the other took its place, a server goes.
+    // Two interfaces swap names, the lower IPv6 address goes and later returns, a server goes.
     oState = {{makeInterface(2, "b", true, {"192.0.2.1", "2001:db8::2"}), makeInterface(3, "a", false)},
               ServersByName{{"b", {"192.0.2.53"}}}};
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Written);
@@ -81,7 +81,7 @@ TEST_F(Reconciling, WritesDifferencesOnly)
     oState.m_oInterfaces[0].m_oAddresses.push_back(makeAddress("2001:db8::1"));
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Unchanged);
 
-    // Another watcher knows the rows again; somebody's row on the interface makes them go.
+    // A new watcher recognises the rows; a user's row on the interface displaces them.
     Reconciler oNext(m_oSession.getClient(), m_oFilter, {});
     oState.m_oServers = ServersByName{{"a", {"192.0.2.54"}}, {"b", {"192.0.2.55"}}};
     EXPECT_EQ(oNext.reconcile(oState), Outcome::Written);
@@ -91,7 +91,7 @@ TEST_F(Reconciling, WritesDifferencesOnly)
     EXPECT_EQ(show(m_oSession, s_pDns), "1 1 a 192.0.2.54 netifwatch; 4 1 b 198.51.100.1 ");
 }
 
-// From version 1.1, which noted its rows in a file.
+// Version 1.1 noted its rows in a file.
 TEST_F(Reconciling, TakesOverNotedRows)
 {
     const std::string strNotes =
@@ -114,7 +114,7 @@ TEST_F(Reconciling, TakesOverNotedRows)
     EXPECT_EQ(show(m_oSession, s_pDns), pMarked);
     EXPECT_FALSE(std::filesystem::exists(strNotes));
 
-    // Killed between commit and removal: the same again does no harm. A file of another database stays.
+    // Killed between commit and removal: doing it again is harmless. A file about another database stays.
     static_cast<void>(m_oFolder.write("notes", "2 gone 192.0.2.54\n"));
     EXPECT_EQ(Reconciler(m_oSession.getClient(), m_oFilter, {strNotes}).reconcile(oState), Outcome::Unchanged);
     EXPECT_EQ(Reconciler(m_oSession.getClient(), m_oFilter, {strForeign}).reconcile(oState), Outcome::Unchanged);
@@ -162,7 +162,7 @@ TEST_F(Reconciling, Problems)
     EXPECT_NE(oReconciler.getFailure(), "");
     ASSERT_EQ(m_oOther.getClient().dropdbaccess(), 0U);
 
-    // A server row that the service refuses: the interface is told nevertheless, and nobody is kept from writing.
+    // The service refuses a server row: the interface is written nevertheless, and write access is given back.
     const MachineState oBad{oState.m_oInterfaces, ServersByName{{"a", {std::string(70000, 'x')}}}};
     EXPECT_EQ(oReconciler.reconcile(oBad), Outcome::Failed);
     EXPECT_THAT(oReconciler.getFailure(), testing::HasSubstr("Cannot write DNSClientServer: a"));
@@ -176,20 +176,20 @@ TEST_F(Reconciling, Problems)
     EXPECT_THAT(oReconciler.getFailure(), testing::HasSubstr("Cannot read table StatusNetifWatch"));
 }
 
-TEST(Watching, QuietTimeIsBounded)
+TEST(Watching, DebounceIsBounded)
 {
     using namespace std::chrono_literals;
     const Debounce::Clock::time_point oStart;
-    Debounce oQuiet(200ms, 2s);
-    EXPECT_EQ(oQuiet.note(oStart), oStart + 200ms);
-    EXPECT_EQ(oQuiet.note(oStart + 1700ms), oStart + 1900ms);
-    EXPECT_EQ(oQuiet.note(oStart + 1900ms), oStart + 2s);
-    EXPECT_EQ(oQuiet.note(oStart + 9s), oStart + 2s);
-    oQuiet.reset();
-    EXPECT_EQ(oQuiet.note(oStart + 9s), oStart + 9200ms);
+    Debounce oDebounce(200ms, 2s);
+    EXPECT_EQ(oDebounce.note(oStart), oStart + 200ms);
+    EXPECT_EQ(oDebounce.note(oStart + 1700ms), oStart + 1900ms);
+    EXPECT_EQ(oDebounce.note(oStart + 1900ms), oStart + 2s);
+    EXPECT_EQ(oDebounce.note(oStart + 9s), oStart + 2s);
+    oDebounce.reset();
+    EXPECT_EQ(oDebounce.note(oStart + 9s), oStart + 9200ms);
 }
 
-TEST(Watching, FilesInEveryWay)
+TEST(Watching, FilesChangedInEveryWay)
 {
     namespace fs = std::filesystem;
     const Folder oFolder;

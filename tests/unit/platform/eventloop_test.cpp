@@ -19,10 +19,10 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr int s_iForEverMs = 1000000; // beyond what CTest grants: a wait that nothing ends fails
+constexpr int s_iForEverMs = 1000000; // beyond the test's time limit: a wait that nothing ends fails
 EventDispatcher* s_pDispatcher = nullptr;
 
-// The read end of a pipe that was hung up, which is always ready.
+// The read end of a pipe without a writer, which is always ready.
 int makeReadyPipe()
 {
     int aiFd[2];
@@ -59,7 +59,7 @@ TEST(EventDispatcher, IsWokenByThreadsAndLongWaitsSaturate)
     }
 }
 
-// One signal per wait, at any moment, mostly just before or after the wait begins: none may sleep on.
+// One signal per wait, mostly just before or after the wait begins: no wait may miss it.
 TEST(EventDispatcher, SignalHandlerEndsEveryWait)
 {
     EventDispatcher oDispatcher;
@@ -76,8 +76,8 @@ TEST(EventDispatcher, SignalHandlerEndsEveryWait)
     }
 }
 
-// Two connections fail at once; the first handler closes both, or replaces the other one by a new one that gets the
-// same number.
+// Two connections fail at once; the first handler closes both, or replaces the other by a new one with the same
+// descriptor.
 TEST(EventLoop, EventsOfARemovedDescriptorReachNeitherItsHandlerNorItsSuccessor)
 {
     const UniqueFd oNew(makeReadyPipe());

@@ -12,7 +12,7 @@ using korrin::Value;
 using korrin::ValueList;
 using vadro::string::replaceAllOccurrences;
 
-TEST(Value, TextsAnswerAsIntegersAndBack)
+TEST(Value, TextConvertsToIntegerAndBack)
 {
     const std::pair<const char*, int> aoSamples[] = {
         {"", 0}, {" -4x", -4}, {"0x10", 0}, {nullptr, 0}, {"2147483648", INT_MAX}, {"-99999999999999999999", INT_MIN}};
@@ -46,7 +46,7 @@ TEST(ValueList, DiffersInLengthOrderNameTypeOrContent)
     EXPECT_EQ("", oCopy.getValue("a").getText());
 }
 
-TEST(ReplaceAllOccurrences, ScansTheTextOnce)
+TEST(ReplaceAllOccurrences, ScansTheTextOnlyOnce)
 {
     EXPECT_EQ("x=1&y=1", replaceAllOccurrences("x=<i>&y=<i>", "<i>", "1"));
     EXPECT_EQ("<i><i>", replaceAllOccurrences("<i>", "<i>", "<i><i>")); // inserted text is not scanned again

@@ -21,7 +21,7 @@ using namespace std::string_literals;
 namespace
 {
 
-// A PID file in a folder of its own, with the log captured.
+// A PID file in a temporary folder, with the log captured.
 class PidFileTest : public testing::Test
 {
 protected:
@@ -31,7 +31,7 @@ protected:
     void put(const std::string& a_strContents) { std::ofstream(m_oDaemon.m_strPidFile) << a_strContents; }
     std::string contents() { return contentOf(m_oDaemon.m_strPidFile); }
     auto countFiles() { return std::distance(std::filesystem::directory_iterator(m_oFolder / ""), {}); }
-    // What a_oPut puts there must not keep a start from taking the name.
+    // A start must replace whatever a_oPut leaves there.
     void expectStale(const std::function<void()>& a_oPut)
     {
         a_oPut();
@@ -74,7 +74,7 @@ TEST(ParseProcessState, CommandMayHoldAnything)
     }
 }
 
-TEST_F(PidFileTest, LifeOfOneFile)
+TEST_F(PidFileTest, IsCreatedOnceAndDeleted)
 {
     const mode_t iOldMask = umask(0777);
     EXPECT_NE(0, VADRO_Daemon_createPidFile(&m_oDaemon));
@@ -88,7 +88,7 @@ TEST_F(PidFileTest, LifeOfOneFile)
     EXPECT_EQ(0, countFiles());
 }
 
-TEST_F(PidFileTest, StaleFilesGiveWay)
+TEST_F(PidFileTest, StaleFilesAreReplaced)
 {
     const Child oZombie([] { return 0; });
     EXPECT_EQ(0, oZombie.wait());
@@ -99,7 +99,7 @@ TEST_F(PidFileTest, StaleFilesGiveWay)
     }
 }
 
-TEST_F(PidFileTest, WhatIsNoFileIsNeitherFollowedNorWaitedFor)
+TEST_F(PidFileTest, LinksAndPipesAreNeitherFollowedNorWaitedFor)
 {
     const Child oChild(pause);
     (void)m_oFolder.write("victim", lineOf(oChild.m_iPid));
@@ -129,8 +129,8 @@ TEST_F(PidFileTest, LeavesNothingBehindWhenItCannotBeWritten)
     EXPECT_EQ(0, countFiles());
 }
 
-// The lock is out of other users' reach: anyone may lock the folder itself.
-TEST_F(PidFileTest, LockDelaysButDoesNotStop)
+// The lock file is out of other users' reach; the folder itself anyone may lock.
+TEST_F(PidFileTest, AHeldLockDelaysButDoesNotStop)
 {
     const platform::UniqueFd oDirectory(open((m_oFolder / "").c_str(), O_RDONLY | O_DIRECTORY));
     ASSERT_EQ(0, flock(oDirectory.get(), LOCK_EX));
@@ -139,13 +139,13 @@ TEST_F(PidFileTest, LockDelaysButDoesNotStop)
     ASSERT_EQ("", oLock.getFailure());
     put("garbage\n");
     VADRO_Daemon_deletePidFile(&m_oDaemon);
-    EXPECT_EQ("garbage\n", contents()); // could have become another start's by now
+    EXPECT_EQ("garbage\n", contents()); // it may be another start's by now
     put(lineOf(getpid()));
     VADRO_Daemon_deletePidFile(&m_oDaemon);
     EXPECT_EQ(1, countFiles()); // the lock
 }
 
-// Many starts at the same moment, over a stale file, each as main does it: one gets the file, nobody loses it.
+// Many starts at once over a stale file, each done as main does it: exactly one gets the file and keeps it.
 TEST_F(PidFileTest, OneOfManyStartsWins)
 {
     constexpr unsigned uiStarts = 8;
@@ -168,7 +168,7 @@ TEST_F(PidFileTest, OneOfManyStartsWins)
             VADRO_Daemon_deletePidFile(&m_oDaemon);
             iWon = VADRO_Daemon_createPidFile(&m_oDaemon);
         }
-        oMeet(2 * uiStarts); // the winner lives on while the others try
+        oMeet(2 * uiStarts); // the winner stays alive while the others try
         return iWon;
     };
     for (int iRound = 0; iRound < 40; ++iRound)

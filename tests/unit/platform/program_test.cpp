@@ -21,7 +21,7 @@ struct ProgramTest : testing::Test
     Folder m_oFolder;
     std::string m_strPidFile = m_oFolder / "/sample.pid";
 
-    /// Runs it in a process of its own: the exit status, and what it wrote to standard error.
+    /// Runs the work in a child process: its exit status, and what it wrote to standard error.
     std::pair<int, std::string> run(const platform::Work& a_oWork, const std::string& a_strPidFolder = "")
     {
         const std::string strFile = m_oFolder / "stderr";
@@ -40,7 +40,7 @@ struct ProgramTest : testing::Test
 
 } // namespace
 
-TEST_F(ProgramTest, TheCallerLearnsWhyTheStartFailed)
+TEST_F(ProgramTest, TheCallerIsToldWhyTheStartFailed)
 {
     const auto fail = [](std::uint32_t, const auto&) { throw std::runtime_error("no\x1b disk"); };
     EXPECT_EQ(run(fail), std::make_pair(1, std::string("sample: no\\x1b disk\n")));

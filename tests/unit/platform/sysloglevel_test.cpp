@@ -76,7 +76,7 @@ TEST(Sysloglevel, ReaderGoneOrNoStandardErrorAtAll)
     ASSERT_EQ(0, pipe2(aiPipe, O_NONBLOCK));
     close(STDERR_FILENO);
     VADRO_Sysloglevel_set(0);
-    dup2(aiPipe[1], STDERR_FILENO); // somebody's pipe gets the free number
+    dup2(aiPipe[1], STDERR_FILENO); // a pipe gets the free number
     VADRO_Sysloglevel_error(s_uiModule, "main", 1, "not for that pipe");
     char cByte = 0;
     EXPECT_EQ(-1, read(aiPipe[0], &cByte, 1));
@@ -122,7 +122,7 @@ TEST(VAStr, LongTextsAndTextsThatCannotBeFormatted)
     errno = EINTR;
     EXPECT_EQ(std::string(50000, 'y') + "7",
               static_cast<const char*>(VAStr("%s%d", std::string(50000, 'y').c_str(), 7)));
-    // Outside of ASCII, no wide character has a form in the C locale: formatting fails as it does without memory.
+    // The C locale has no form for wide characters outside ASCII: formatting fails as it would without memory.
     EXPECT_STREQ("(log text lost: it could not be formatted)", VAStr("%ls", L"\u20ac"));
     EXPECT_EQ(EINTR, errno);
 }

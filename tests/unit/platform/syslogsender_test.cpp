@@ -11,8 +11,8 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
-// The C library's syslog() never returns here.
-TEST(SyslogSender, LoggerThatStandsStillCostsLinesAndNoTime)
+// The C library's syslog() would never return here.
+TEST(SyslogSender, AStalledLoggerCostsLinesButNoTime)
 {
     const Folder oFolder;
     const std::string strPath = oFolder / "log";

@@ -69,7 +69,7 @@ TEST_F(DnsResolverTest, ConcurrentLookupsGetTheirOwnResults)
         oThreads.emplace_back(
             [strAddress = "192.0.2." + std::to_string(iThread)]
             {
-                DnsResolver oResolver("lo", "127.62.0.54"); // no server is there
+                DnsResolver oResolver("lo", "127.62.0.54"); // nothing listens there
                 for (int iCount = 0; iCount < 20; ++iCount)
                 {
                     EXPECT_EQ(resolve(oResolver, strAddress), strAddress + ":0 ");
@@ -97,7 +97,7 @@ TEST_F(DnsResolverTest, RefusesUnusableServerLists)
     }
 }
 
-TEST(ServerList, PortsAndALastCommaAreFine)
+TEST(ServerList, MayHavePortsAndATrailingComma)
 {
     for (const char* pList : {"192.0.2.1", "192.0.2.1:53", "192.0.2.1,", "[2001:db8::1]:5353,192.0.2.1"})
     {

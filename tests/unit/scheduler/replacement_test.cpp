@@ -26,8 +26,8 @@ public:
 
 } // namespace
 
-// 400 accounts, each replaced about 4 s after the time before, when its worker looks at the clock: just before, in or
-// just after a try. Every second scheduler lives for microseconds only. QUORVAD_REPLACEMENTS=10000 makes it thorough.
+// 400 accounts, each replaced about every 4 s, when its worker checks the clock: just before, during or just after a
+// try. Every second scheduler lives for microseconds only. QUORVAD_REPLACEMENTS=10000 makes it thorough.
 TEST(Scheduler, ReplacedAtRandomMomentsLosesNoOutcome)
 {
     const char* pRounds = std::getenv("QUORVAD_REPLACEMENTS");
@@ -60,7 +60,7 @@ TEST(Scheduler, ReplacedAtRandomMomentsLosesNoOutcome)
     }
     std::for_each(std::begin(apSchedulers), std::end(apSchedulers), [](auto& a_pScheduler) { a_pScheduler.reset(); });
     oStore.commitChanges(oClient);
-    EXPECT_LT(oSlowest, 2s) << "a stop was overslept";
+    EXPECT_LT(oSlowest, 2s) << "a worker missed its stop";
     EXPECT_GT(std::accumulate(std::begin(aiTries), std::end(aiTries), 0), iRounds / 8);
     for (int iId = 0; iId < 400; ++iId)
     {

@@ -19,7 +19,7 @@ using testing::ContainsRegex;
 namespace
 {
 
-/// Runs the given function, which is told the number of the try, from 1.
+/// Calls the function with the number of the try, from 1.
 class CountingAction : public Action
 {
 public:
@@ -39,7 +39,7 @@ bool stopSignalsBlocked()
 
 } // namespace
 
-// Side by side, because the clock is looked at every 4 seconds only.
+// All at once, because the clock is checked only every 4 seconds.
 TEST(Scheduler, TriesUntilSuccessOrTheEndOfItsTries)
 {
     struct Case

@@ -106,7 +106,7 @@ TEST(StatusInfoLog, AsksForWriteAccessABoundedNumberOfTimes)
     }
 }
 
-TEST(StatusInfoLog, OneBadRowCostsNoOther)
+TEST(StatusInfoLog, ABadRowCostsNoOther)
 {
     LogCapture oLog;
     StatusInfoLog oStore;
@@ -161,7 +161,7 @@ TEST(StatusInfoLog, LosesNoNewestReportOfConcurrentWorkers)
     }
 }
 
-TEST(IsoTime, FollowsTheZoneOfTheMoment)
+TEST(IsoTime, FollowsTheCurrentZone)
 {
     for (const auto& [pZone, pOffset] : {std::pair("AAA-1", "[+]0100"), std::pair("BBB3:30", "-0330")})
     {

@@ -6,8 +6,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// A process that runs a function and exits with its result; it ends itself after a minute, is killed and reaped with
-/// the object.
+/// A child process that runs a function and exits with its result. An alarm ends it after a minute at the latest; the
+/// destructor kills and reaps it.
 class Child
 {
 public:
@@ -21,14 +21,14 @@ public:
     }
     ~Child()
     {
-        sendSignal(SIGKILL); // not reaped yet: nobody else has that id
+        sendSignal(SIGKILL); // not reaped yet, so the id is still its own
         waitpid(m_iPid, nullptr, 0);
     }
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
     void sendSignal(int a_iSignal) const { kill(m_iPid, a_iSignal); }
-    /// Its exit status, or minus the signal that ended it; it stays a zombie.
+    /// The exit status, or the negated signal that ended it. The child stays a zombie.
     [[nodiscard]] int wait() const
     {
         siginfo_t oInfo{};

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <string>
 
-/// A folder of its own, gone with the object and everything in it.
+/// A temporary folder; the destructor removes it and its contents.
 class Folder
 {
 public:

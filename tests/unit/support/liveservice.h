@@ -10,7 +10,7 @@
 #include <memory>
 #include <thread>
 
-/// The real configuration service on a thread, its tables in memory and lost when it is stopped.
+/// The real configuration service on a thread of its own. Its tables are in memory and lost when it stops.
 class LiveService
 {
 public:
@@ -30,7 +30,7 @@ public:
             m_pInside.reset();
         }
     }
-    /// How often the service has woken up so far.
+    /// How often the service has woken up.
     [[nodiscard]] unsigned getTurns() const { return m_uiTurns; }
     [[nodiscard]] std::string getSocket() const { return m_oFolder / "socket"; }
 

@@ -7,7 +7,7 @@
 
 #include <sstream>
 
-/// Catches standard error, and with it the log of every level, while it lives.
+/// Captures standard error for its lifetime, and with it the log at every level.
 class LogCapture
 {
 public:
@@ -33,7 +33,7 @@ public:
         testing::internal::CaptureStderr();
         return strText;
     }
-    /// All log lines that were not taken, each as "<level> <text>".
+    /// All log lines not taken so far, each as "<level> <text>".
     const std::vector<std::string>& lines()
     {
         std::istringstream oStream(take());

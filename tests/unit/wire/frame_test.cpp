@@ -10,7 +10,7 @@ namespace
 using wire::FrameReader;
 
 // A reader that loses, repeats or merges bytes at some boundary between two reads would show up at one of the splits.
-TEST(Frame, StreamIsCutAlikeWhereverTheReadsEnd)
+TEST(Frame, SplitReadsGiveTheSamePayloads)
 {
     const std::vector<std::string> oPayloads = {"a", std::string("\0\0\0\1", 4), std::string(300, 'x'), "last"};
     std::string strStream;
@@ -35,7 +35,7 @@ TEST(Frame, StreamIsCutAlikeWhereverTheReadsEnd)
     }
 }
 
-TEST(Frame, ImpossibleLengthIsRefusedForGoodAndHoldsNoBytes)
+TEST(Frame, ImpossibleLengthsBreakTheReaderForGood)
 {
     const std::vector<std::pair<std::string, std::uint32_t>> oSamples = {
         {std::string(4, '\0'), 0U}, {std::string("\x00\x10\x00\x01", 4), 0x100001U}, {"GET / HTTP", 0x47455420U}};
@@ -53,7 +53,7 @@ TEST(Frame, ImpossibleLengthIsRefusedForGoodAndHoldsNoBytes)
     }
 }
 
-TEST(Frame, LargestPayloadPassesAndNothingBeyond)
+TEST(Frame, PayloadsAreLimitedInSize)
 {
     const std::string strLargest(wire::g_uiMaxPayload, 'm');
     const std::string strFrame = wire::encodeFrame(strLargest);

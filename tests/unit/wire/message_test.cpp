@@ -21,7 +21,7 @@ korrin::ValueList sampleRow()
     return oRow;
 }
 
-// The fields themselves are carried by every test over the live service.
+// Every test against the live service covers the fields themselves.
 TEST(Message, ExtremeValuesArriveAsTheyWereSent)
 {
     const wire::Reply oReply{UINT_MAX, wire::Result::TooLarge, "", UINT_MAX, {sampleRow(), {}, sampleRow()}, {}};
@@ -32,7 +32,7 @@ TEST(Message, ExtremeValuesArriveAsTheyWereSent)
     EXPECT_EQ(oSeen.m_oRows, oReply.m_oRows);
 }
 
-TEST(Message, NastyPayloadsAreRefusedWithAReasonAndWithoutTheirContents)
+TEST(Message, MalformedPayloadsAreRefusedWithoutRepeatingThem)
 {
     const std::string strHead = "\x99\x01\x07\x08\x00"s; // request 7: insert a row
     const std::string strTexts = "\xa6"s + "secret\xa0\xa0"s;
