@@ -25,7 +25,6 @@ namespace
 
 constexpr char s_acLogFile[] = "gnudipaction";
 
-constexpr std::uint16_t s_uiGnudipPort = 3495;
 constexpr int s_iWaitMs = 10000;
 
 /// The system's reason as of strerror, but thread-safe.
@@ -135,8 +134,8 @@ bool GnudipAction::connectSocket()
     auto* pServer = reinterpret_cast<sockaddr_in*>(pAddresses->ai_addr);
     char acAddress[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &pServer->sin_addr, acAddress, sizeof(acAddress));
-    LOG_INFO("Connecting to '%s:%s' (%s)", m_strServer.c_str(), std::to_string(s_uiGnudipPort).c_str(), acAddress);
-    pServer->sin_port = htons(s_uiGnudipPort);
+    LOG_INFO("Connecting to '%s:%s' (%s)", m_strServer.c_str(), std::to_string(g_uiGnudipPort).c_str(), acAddress);
+    pServer->sin_port = htons(g_uiGnudipPort);
     if (!connectSocketTo(m_iSocket, pAddresses->ai_addr, pAddresses->ai_addrlen))
     {
         LOG_ERROR("Failed to connect GnuDIP server: %s", reason(errno).c_str());
@@ -264,7 +263,7 @@ bool GnudipAction::evaluateAnswer(const std::string& a_strAnswer)
         break;
     }
     logResponse(iCode);
-    if (iCode != 0)
+    if (iCode != g_iGnudipSuccess)
     {
         LOG_ERROR("GnuDIP update failed with code %i (%s)", iCode, gnudipResponseText(iCode));
         return false;
@@ -275,7 +274,8 @@ bool GnudipAction::evaluateAnswer(const std::string& a_strAnswer)
 
 void GnudipAction::logResponse(int a_iResponseCode)
 {
-    reportOutcome(m_iDynDnsId, a_iResponseCode == 0, a_iResponseCode, gnudipResponseText(a_iResponseCode));
+    const bool bSuccess = a_iResponseCode == g_iGnudipSuccess;
+    reportOutcome(m_iDynDnsId, bSuccess, a_iResponseCode, gnudipResponseText(a_iResponseCode));
 }
 
 } // namespace quorvad

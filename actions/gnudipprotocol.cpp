@@ -49,7 +49,7 @@ const char* gnudipResponseText(int a_iCode)
 {
     switch (a_iCode)
     {
-    case 0:
+    case g_iGnudipSuccess:
         return "Success";
     case 1:
         return "Authentication error";

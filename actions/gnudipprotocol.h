@@ -1,10 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace quorvad
 {
 
+inline constexpr std::uint16_t g_uiGnudipPort = 3495;
+/// The code of an accepted update.
+inline constexpr int g_iGnudipSuccess = 0;
 /// The code of an attempt whose answer is missing or unreadable; no server sends it.
 inline constexpr int s_iGnudipConnectionError = 999;
 

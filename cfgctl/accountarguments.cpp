@@ -159,13 +159,14 @@ void addAdd(CLI::App& a_oGroup, Request& a_oRequest)
     addSpec(oAdd, oAccount);
     addProvidersFile(oAdd, oAccount);
     oAdd.add_flag("--dry-run", oAccount.m_bDryRun, "show the row and write nothing");
-    oAdd.final_callback(
-        [&oAccount]
+    oAdd.callback(
+        [&oAccount, &a_oRequest]
         {
             if (oAccount.m_strProvider.empty() && oAccount.m_strUrl.empty() && oAccount.m_strServer.empty())
             {
                 throw UsageError("One of --provider NAME, --url TEMPLATE and --server NAME is required");
             }
+            a_oRequest.m_oCommand = runAccountAdd;
         });
 }
 

@@ -7,6 +7,7 @@
 #include "platform/common/values.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <set>
 
@@ -16,16 +17,11 @@ namespace cfgctl
 namespace
 {
 
-bool isLetter(char a_cByte)
-{
-    return (a_cByte >= 'a' && a_cByte <= 'z') || (a_cByte >= 'A' && a_cByte <= 'Z') || a_cByte == '_';
-}
-
 bool isName(std::string_view a_strText)
 {
-    const auto isNameByte = [](char a_cByte) { return isLetter(a_cByte) || (a_cByte >= '0' && a_cByte <= '9'); };
-    return !a_strText.empty() && isLetter(a_strText.front()) &&
-           std::all_of(a_strText.begin(), a_strText.end(), isNameByte);
+    const auto isNameByte = [](unsigned char a_cByte) { return std::isalnum(a_cByte) != 0 || a_cByte == '_'; };
+    return !a_strText.empty() && std::all_of(a_strText.begin(), a_strText.end(), isNameByte) &&
+           std::isdigit(static_cast<unsigned char>(a_strText.front())) == 0;
 }
 
 int parseInteger(const std::string& a_strColumn, const std::string& a_strText)
@@ -33,27 +29,17 @@ int parseInteger(const std::string& a_strColumn, const std::string& a_strText)
     int iValue = 0;
     const char* pEnd = a_strText.data() + a_strText.size();
     const auto [pStopped, eError] = std::from_chars(a_strText.data(), pEnd, iValue);
-    if (eError == std::errc::result_out_of_range)
-    {
-        throw Failure(a_strColumn + " is out of range: an integer from -2147483648 to 2147483647 is expected");
-    }
-    if (eError != std::errc() || pStopped != pEnd)
-    {
-        throw Failure(a_strColumn + " takes a whole decimal number, such as 0 or 5");
-    }
+    require(eError != std::errc::result_out_of_range,
+            a_strColumn + " is out of range: an integer from -2147483648 to 2147483647 is expected");
+    require(eError == std::errc() && pStopped == pEnd, a_strColumn + " takes a whole decimal number, such as 0 or 5");
     return iValue;
 }
 
 void requireText(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strText)
 {
-    if (a_strText.find('\0') != std::string::npos)
-    {
-        throw Failure(a_strTable + "." + a_strColumn + ": a text cannot hold a NUL byte");
-    }
-    if (!platform::isUtf8(a_strText))
-    {
-        throw Failure(a_strTable + "." + a_strColumn + ": the text is not valid UTF-8");
-    }
+    const std::string strPlace = a_strTable + "." + a_strColumn + ": ";
+    require(a_strText.find('\0') == std::string::npos, strPlace + "a text cannot hold a NUL byte");
+    require(platform::isUtf8(a_strText), strPlace + "the text is not valid UTF-8");
 }
 
 } // namespace
@@ -182,11 +168,8 @@ std::string selectId(Database& a_oDatabase, const std::string& a_strTable, const
     }
     const std::string& strColumn = a_oKey.front().m_strColumn;
     const std::string strKey = strColumn + "=" + hideSecret(a_strTable, strColumn, a_oKey.front().m_strValue);
-    if (oRows.empty())
-    {
-        throw Failure("Table " + a_strTable + " has no row with " + strKey + " ('cfgctl show " + a_strTable +
-                      "' lists them)");
-    }
+    require(!oRows.empty(),
+            "Table " + a_strTable + " has no row with " + strKey + " ('cfgctl show " + a_strTable + "' lists them)");
     std::string strIds;
     for (const korrin::ValueList& oRow : oRows)
     {

@@ -24,17 +24,7 @@ namespace
 constexpr unsigned s_uiConnectTimeoutSec = 1;
 constexpr unsigned s_uiRetryDelayMs = 200;
 constexpr std::chrono::seconds s_oAnswerTimeout{3};
-
-/// For commands that end before anything could change.
-class WatchesNothing : public vadro::cfg::IConfigHandler
-{
-public:
-    void getTableNames(std::list<std::string>&) override {}
-    bool loadFromConfig(vadro::cfg::common::IConfigClient&, const std::string&) override { return true; }
-    void onServiceEvent() override {}
-};
-
-WatchesNothing s_oWatchesNothing;
+constexpr std::chrono::milliseconds s_oAskAgain{100}; // for write access
 
 /// Why a connection cannot be made; 0 when it can, -1 when whoever accepts it is not trusted.
 int probe(const std::string& a_strSocket)
@@ -99,8 +89,6 @@ std::string withoutFullStop(std::string a_strText)
     return a_strText;
 }
 
-constexpr std::chrono::milliseconds s_oAskAgain{100};
-
 bool is(korrin::protocol::EResultCode a_oResult, wire::Result a_eResult)
 {
     return a_oResult == static_cast<unsigned int>(a_eResult);
@@ -121,23 +109,17 @@ const char* hint(korrin::protocol::EResultCode a_oResult)
 
 } // namespace
 
-Session::Session(const std::string& a_strSocket)
-    : m_oNotifications(
-          a_strSocket.c_str(), m_oDispatcher, "cfgctl", false, s_uiConnectTimeoutSec, s_uiRetryDelayMs, false, false)
+Session::Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler* a_pHandler)
+    : m_oNotifications(a_strSocket.c_str(),
+                       m_oDispatcher,
+                       a_pHandler == nullptr ? "cfgctl" : "cfgctl watch",
+                       a_pHandler != nullptr,
+                       s_uiConnectTimeoutSec,
+                       s_uiRetryDelayMs,
+                       a_pHandler != nullptr,
+                       a_pHandler != nullptr)
 {
-    connect(a_strSocket, s_oWatchesNothing);
-}
-
-Session::Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler)
-    : m_oNotifications(
-          a_strSocket.c_str(), m_oDispatcher, "cfgctl watch", true, s_uiConnectTimeoutSec, s_uiRetryDelayMs, true, true)
-{
-    connect(a_strSocket, a_oHandler);
-}
-
-void Session::connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler)
-{
-    m_oNotifications.registerConfigHandler(&a_oHandler);
+    m_oNotifications.registerConfigHandler(a_pHandler);
     // The library is more patient with a service that accepts and does not answer than someone at a terminal is.
     platform::Timer oPatience(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
     oPatience.start(s_oAnswerTimeout);
@@ -150,10 +132,8 @@ void Session::connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler
         throw Failure(withoutFullStop(oError.what()) + ". " + nextStep(a_strSocket));
     }
     std::string strVersion;
-    if (getClient().getserviceversion(strVersion) != 0)
-    {
-        throw Failure("The configuration service at '" + a_strSocket + "' does not answer; its log may tell why");
-    }
+    require(getClient().getserviceversion(strVersion) == 0,
+            "The configuration service at '" + a_strSocket + "' does not answer; its log may tell why");
 }
 
 void Database::check(korrin::protocol::EResultCode a_oResult, const std::string& a_strWhat)

@@ -23,18 +23,15 @@ class Session
 {
 public:
     /// Blocks until connected. Throws Failure, after about a second when the service cannot be reached, after three
-    /// when it does not answer.
-    explicit Session(const std::string& a_strSocket);
-    /// As above, with table changes delivered to a_oHandler by process(), and a lost connection rebuilt.
-    Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler);
+    /// when it does not answer. With a handler, process() delivers table changes to it, and a lost connection is
+    /// rebuilt.
+    explicit Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler* a_pHandler = nullptr);
 
     [[nodiscard]] vadro::cfg::common::IConfigClient& getClient() { return m_oNotifications.getConfigClient(); }
     [[nodiscard]] korrin::net::EventDispatcher& getDispatcher() { return m_oDispatcher; }
     void process() { m_oNotifications.process(); }
 
 private:
-    void connect(const std::string& a_strSocket, vadro::cfg::IConfigHandler& a_oHandler);
-
     korrin::net::EventDispatcher m_oDispatcher;
     vadro::cfg::NotificationHandler m_oNotifications;
 };

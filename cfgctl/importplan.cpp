@@ -118,32 +118,18 @@ void count(TablePlan& a_oPlan, const Rows& a_oRows, const RowIndex& a_oPresent)
     a_oPlan.m_uiDeleted = static_cast<unsigned>(a_oPresent.getSize()) - a_oPlan.m_uiChanged - a_oPlan.m_uiUnchanged;
 }
 
-TablePlan planFixedRow(ImportedTable a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
+/// Gives the row of a table that always has exactly one its Id. Throws Failure where the file does not have that row.
+void completeFixedRow(ImportedTable& a_oWanted, const Rows& a_oPresent)
 {
     const std::string strOnlyRow = "Table " + a_oWanted.m_strTable + " always has exactly one row";
-    if (a_oWanted.m_oRows.size() != 1)
-    {
-        throw Failure(strOnlyRow + ", but the file gives it " + std::to_string(a_oWanted.m_oRows.size()));
-    }
+    require(a_oWanted.m_oRows.size() == 1,
+            strOnlyRow + ", but the file gives it " + std::to_string(a_oWanted.m_oRows.size()));
     korrin::ValueList& oWanted = a_oWanted.m_oRows.front();
     if (!oWanted.hasValue("Id") && !a_oPresent.empty())
     {
         oWanted.add("Id", a_oPresent.front().getValue("Id"));
     }
-    const RowIndex oIndex(a_oPresent);
-    if (oIndex.find(oWanted) == nullptr)
-    {
-        throw Failure(strOnlyRow + " with an Id of its own; leave the Id out");
-    }
-    TablePlan oPlan;
-    oPlan.m_strTable = a_oWanted.m_strTable;
-    Rows oRows = completeRows(a_oWanted, a_oColumns, oIndex);
-    count(oPlan, oRows, oIndex);
-    if (oPlan.m_uiChanged > 0)
-    {
-        oPlan.m_oUpdates = std::move(oRows);
-    }
-    return oPlan;
+    require(RowIndex(a_oPresent).find(oWanted) != nullptr, strOnlyRow + " with an Id of its own; leave the Id out");
 }
 
 /// The rows that the file replaces.
@@ -173,11 +159,12 @@ bool isFoundByWatcher(const korrin::ValueList& a_oRow)
     return textOf(a_oRow, dbm::DNSClientServer_Origin) == dbm::Origin_Watcher;
 }
 
-TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
+TablePlan planImport(ImportedTable a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
 {
-    if (hasFixedRow(a_oWanted.m_strTable))
+    const bool bFixedRow = hasFixedRow(a_oWanted.m_strTable);
+    if (bFixedRow)
     {
-        return planFixedRow(a_oWanted, a_oColumns, a_oPresent);
+        completeFixedRow(a_oWanted, a_oPresent);
     }
     TablePlan oPlan;
     oPlan.m_strTable = a_oWanted.m_strTable;
@@ -188,11 +175,11 @@ TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_
     // From the first difference on everything is taken out and put in again: rows are only ever appended, and no key
     // of a row that is still to change can be in the way of another one.
     const auto [itPresent, itWanted] = std::mismatch(oPresent.begin(), oPresent.end(), oRows.begin(), oRows.end());
-    for (auto it = itPresent; it != oPresent.end(); ++it)
+    (bFixedRow ? oPlan.m_oUpdates : oPlan.m_oInserts).assign(itWanted, oRows.end());
+    for (auto it = itPresent; it != oPresent.end() && !bFixedRow; ++it)
     {
-        oPlan.m_oDeletes.push_back(it->getValue("Id").getText());
+        oPlan.m_oDeletes.push_back(textOf(*it, "Id"));
     }
-    oPlan.m_oInserts.assign(itWanted, oRows.end());
     return oPlan;
 }
 

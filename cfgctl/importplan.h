@@ -33,6 +33,6 @@ struct TablePlan
 /// shows it. Pure. Throws Failure where a hidden secret has no row to stay with, or a table of one row is not given
 /// exactly that one.
 [[nodiscard]] TablePlan
-planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent);
+planImport(ImportedTable a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent);
 
 } // namespace cfgctl

@@ -2,6 +2,7 @@
 
 #include "actions/updateurl.h"
 #include "config/schema.h"
+#include "vadro/string/replace.h"
 
 #include <set>
 
@@ -14,33 +15,15 @@ namespace
 namespace dbm = quorvad::dbm;
 using dbm::ESecret;
 
-/// The length of the placeholder that a text begins with; 0 when it begins with none.
-std::size_t placeholderLength(std::string_view a_strText)
-{
-    for (const std::string_view strPlaceholder : quorvad::g_apPlaceholders)
-    {
-        if (a_strText.substr(0, strPlaceholder.size()) == strPlaceholder)
-        {
-            return strPlaceholder.size();
-        }
-    }
-    return 0;
-}
-
 /// Nothing but placeholders, which the daemon fills in, and separators.
 bool isPlaceholder(std::string_view a_strText)
 {
-    while (!a_strText.empty())
+    std::string strRest(a_strText);
+    for (const char* pPlaceholder : quorvad::g_apPlaceholders)
     {
-        const bool bSeparator = a_strText.front() == ',' || a_strText.front() == ':';
-        const std::size_t uiLength = bSeparator ? 1 : placeholderLength(a_strText);
-        if (uiLength == 0)
-        {
-            return false;
-        }
-        a_strText.remove_prefix(uiLength);
+        strRest = vadro::string::replaceAllOccurrences(strRest, pPlaceholder, ",");
     }
-    return true;
+    return strRest.find_first_not_of(",:") == std::string::npos;
 }
 
 /// One part of a query: "name=value" keeps its name; a part without '=' is hidden whole.

@@ -122,10 +122,7 @@ private:
 
 Json parseStrictJson(std::string_view a_strBytes, const JsonLimits& a_oLimits)
 {
-    if (a_strBytes.size() > a_oLimits.m_uiBytes)
-    {
-        throw Failure("larger than " + std::to_string(a_oLimits.m_uiBytes) + " bytes");
-    }
+    require(a_strBytes.size() <= a_oLimits.m_uiBytes, "larger than " + std::to_string(a_oLimits.m_uiBytes) + " bytes");
     if (const std::size_t uiNul = a_strBytes.find('\0'); uiNul != std::string_view::npos)
     {
         throw Failure(describePosition(a_strBytes, uiNul) + "a NUL byte");

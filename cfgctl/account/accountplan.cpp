@@ -20,34 +20,27 @@ using platform::text;
 using platform::textOf;
 using vadro::string::replaceAllOccurrences;
 
-void require(const std::string& a_strFault, const std::string& a_strSubject)
+void refuse(const std::string& a_strSubject, const std::string& a_strFault)
 {
-    if (!a_strFault.empty())
-    {
-        throw Failure(a_strSubject + " " + a_strFault);
-    }
+    require(a_strFault.empty(), a_strSubject + " " + a_strFault);
 }
 
 /// A value as it can stand in a URL.
-std::string encode(const std::string& a_strWhat,
-                   const std::string& a_strValue,
-                   const AccountPlan& a_oPlan,
-                   std::vector<std::string>& a_oNotes)
+std::string encode(const std::string& a_strWhat, const std::string& a_strValue, AccountPlan& a_oPlan)
 {
     std::string strEncoded = percentEncode(a_strValue);
     if (strEncoded == a_strValue)
     {
         return strEncoded;
     }
-    if (!a_oPlan.m_bEncode)
-    {
-        throw Failure("The " + a_strWhat +
-                      " contains characters that would break the update URL. This provider uses only letters, digits, "
-                      "'-', '.', '_' and '~': check that it was copied whole and without anything around it");
-    }
-    a_oNotes.push_back("The " + a_strWhat +
-                       " contains characters that would break the update URL; it is stored percent-encoded, which the "
-                       "provider decodes.");
+    require(a_oPlan.m_bEncode,
+            "The " + a_strWhat +
+                " contains characters that would break the update URL. This provider uses only letters, digits, "
+                "'-', '.', '_' and '~': check that it was copied whole and without anything around it");
+    a_oPlan.m_oNotes.push_back(
+        "The " + a_strWhat +
+        " contains characters that would break the update URL; it is stored percent-encoded, which the "
+        "provider decodes.");
     return strEncoded;
 }
 
@@ -57,32 +50,25 @@ std::string chooseTemplate(const Provider& a_oProvider, const AccountSpec& a_oSp
     {
         return a_oProvider.m_strUrl;
     }
-    if (a_oProvider.m_strUrlDual.empty())
-    {
-        throw Failure(a_oProvider.m_strName + " takes one address per request: omit --dual");
-    }
+    require(!a_oProvider.m_strUrlDual.empty(), a_oProvider.m_strName + " takes one address per request: omit --dual");
     return a_oProvider.m_strUrlDual;
 }
 
 /// The label of a host below a zone; "@" for the zone itself, as providers write it.
 std::string labelOf(const AccountSpec& a_oSpec, const Provider& a_oProvider)
 {
-    if (a_oSpec.m_strZone.empty())
-    {
-        throw Failure(a_oProvider.m_strName +
-                      " needs the zone of the host: use --zone, as in --host home.example.org --zone example.org");
-    }
-    require(findHostFault(a_oSpec.m_strZone), "The zone '" + a_oSpec.m_strZone + "'");
+    require(!a_oSpec.m_strZone.empty(),
+            a_oProvider.m_strName +
+                " needs the zone of the host: use --zone, as in --host home.example.org --zone example.org");
+    refuse("The zone '" + a_oSpec.m_strZone + "'", findHostFault(a_oSpec.m_strZone));
     const std::string& strHost = a_oSpec.m_strHost;
     const std::string strEnd = "." + a_oSpec.m_strZone;
     if (strHost == a_oSpec.m_strZone)
     {
         return "@";
     }
-    if (strHost.size() <= strEnd.size() || strHost.substr(strHost.size() - strEnd.size()) != strEnd)
-    {
-        throw Failure("The host '" + strHost + "' is not below the zone '" + a_oSpec.m_strZone + "'");
-    }
+    require(strHost.size() > strEnd.size() && strHost.substr(strHost.size() - strEnd.size()) == strEnd,
+            "The host '" + strHost + "' is not below the zone '" + a_oSpec.m_strZone + "'");
     return strHost.substr(0, strHost.size() - strEnd.size());
 }
 
@@ -99,13 +85,10 @@ std::string chooseUser(const Provider& a_oProvider, const AccountSpec& a_oSpec, 
     }
     const std::string& strUser =
         a_oSpec.m_strUser.empty() && a_oProvider.m_bUserIsHost ? a_oSpec.m_strHost : a_oSpec.m_strUser;
-    if (strUser.empty())
-    {
-        const std::string strHint =
-            a_oProvider.m_strUserHint.empty() ? std::string() : " (" + a_oProvider.m_strUserHint + ")";
-        throw Failure(a_oProvider.m_strName + " needs a user name" + strHint + ": use --user");
-    }
-    require(findTextFault(strUser), "The user name");
+    const std::string strHint =
+        a_oProvider.m_strUserHint.empty() ? std::string() : " (" + a_oProvider.m_strUserHint + ")";
+    require(!strUser.empty(), a_oProvider.m_strName + " needs a user name" + strHint + ": use --user");
+    refuse("The user name", findTextFault(strUser));
     return strUser;
 }
 
@@ -128,7 +111,7 @@ void fillRow(const Provider& a_oProvider,
 {
     const bool bGnudip = a_oProvider.m_eSignIn == SignIn::Gnudip;
     const std::string strExpect = a_oSpec.m_strExpect.value_or(a_oProvider.m_strExpect);
-    require(findTextFault(strExpect), "The expected text");
+    refuse("The expected text", findTextFault(strExpect));
     const int iRetry = a_oSpec.m_iRetry.value_or(a_oProvider.m_iRetry);
     a_oPlan.m_oRow =
         platform::row({{dbm::Enable, integer(a_oSpec.m_bEnable ? 1 : 0)},
@@ -153,22 +136,15 @@ AccountPlan planGnudip(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 {
     AccountPlan oPlan;
     const std::string strUser = chooseUser(a_oProvider, a_oSpec, true, oPlan);
-    if (strUser.find_first_of(": ") != std::string::npos)
-    {
-        throw Failure("The user name must not contain ':' or a blank: they would break the GnuDIP request");
-    }
-    if (a_oSpec.m_strHost.compare(0, strUser.size() + 1, strUser + ".") != 0 ||
-        a_oSpec.m_strHost.size() < strUser.size() + 2)
-    {
-        throw Failure("With GnuDIP the host is the user name, a dot and the server's domain, such as --user alice "
-                      "--host alice.dyn.example.org; '" +
-                      a_oSpec.m_strHost + "' does not begin with '" + strUser + ".'");
-    }
-    if (a_oSpec.m_bDual || !a_oSpec.m_strZone.empty())
-    {
-        throw Failure(a_oSpec.m_bDual ? "GnuDIP announces an IPv4 address only: omit --dual"
-                                      : "GnuDIP takes no zone: omit --zone");
-    }
+    require(strUser.find_first_of(": ") == std::string::npos,
+            "The user name must not contain ':' or a blank: they would break the GnuDIP request");
+    const std::string& strHost = a_oSpec.m_strHost;
+    require(strHost.compare(0, strUser.size() + 1, strUser + ".") == 0 && strHost.size() >= strUser.size() + 2,
+            "With GnuDIP the host is the user name, a dot and the server's domain, such as --user alice "
+            "--host alice.dyn.example.org; '" +
+                strHost + "' does not begin with '" + strUser + ".'");
+    require(!a_oSpec.m_bDual, "GnuDIP announces an IPv4 address only: omit --dual");
+    require(a_oSpec.m_strZone.empty(), "GnuDIP takes no zone: omit --zone");
     fillRow(a_oProvider, a_oSpec, a_oProvider.m_strUrl, strUser, oPlan);
     oPlan.m_bPasswordInHeader = true;
     return oPlan;
@@ -180,18 +156,12 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     oPlan.m_bEncode = a_oProvider.m_bEncode;
     std::string strUrl = chooseTemplate(a_oProvider, a_oSpec);
     const bool bLabel = hasPlaceholder(strUrl, g_acLabel) || hasPlaceholder(strUrl, g_acZone);
-    if (!bLabel && !a_oSpec.m_strZone.empty())
-    {
-        throw Failure(a_oProvider.m_strName + " takes no zone: omit --zone");
-    }
+    require(bLabel || a_oSpec.m_strZone.empty(), a_oProvider.m_strName + " takes no zone: omit --zone");
     const bool bUserInUrl = hasPlaceholder(strUrl, quorvad::Placeholder_Username);
     const bool bBasic = a_oProvider.m_eSignIn == SignIn::Basic;
     const std::string strUser = chooseUser(a_oProvider, a_oSpec, bUserInUrl || bBasic, oPlan);
-    if (bBasic && strUser.find(':') != std::string::npos)
-    {
-        throw Failure(
+    require(!bBasic || strUser.find(':') == std::string::npos,
             "The user name must not contain ':': with Basic authentication, what follows it is taken as the password");
-    }
     if (bLabel)
     {
         strUrl = replaceAllOccurrences(strUrl, g_acLabel, labelOf(a_oSpec, a_oProvider));
@@ -199,8 +169,7 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     }
     if (bUserInUrl)
     {
-        strUrl = replaceAllOccurrences(
-            strUrl, quorvad::Placeholder_Username, encode("user name", strUser, oPlan, oPlan.m_oNotes));
+        strUrl = replaceAllOccurrences(strUrl, quorvad::Placeholder_Username, encode("user name", strUser, oPlan));
     }
     oPlan.m_bPasswordInUrl = hasPlaceholder(strUrl, quorvad::Placeholder_Password);
     oPlan.m_bPasswordInHeader = bBasic;
@@ -212,7 +181,7 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 
 Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser)
 {
-    require(findUrlFault(a_strTemplate, getPlaceholders()), "The URL cannot be used:");
+    refuse("The URL cannot be used:", findUrlFault(a_strTemplate, getPlaceholders()));
     Provider oProvider;
     oProvider.m_strName = urlHost(a_strTemplate);
     oProvider.m_bSure = true;
@@ -224,7 +193,7 @@ Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser)
 
 Provider makeGnudipProvider(const std::string& a_strServer)
 {
-    require(findServerFault(a_strServer), "The GnuDIP server '" + a_strServer + "'");
+    refuse("The GnuDIP server '" + a_strServer + "'", findServerFault(a_strServer));
     Provider oProvider;
     oProvider.m_strName = a_strServer;
     oProvider.m_bSure = true;
@@ -235,8 +204,8 @@ Provider makeGnudipProvider(const std::string& a_strServer)
 
 AccountPlan planAccount(const Provider& a_oProvider, const AccountSpec& a_oSpec)
 {
-    require(findHostFault(a_oSpec.m_strHost), "The host '" + a_oSpec.m_strHost + "'");
-    require(findInterfaceFault(a_oSpec.m_strInterface), "The interface '" + a_oSpec.m_strInterface + "'");
+    refuse("The host '" + a_oSpec.m_strHost + "'", findHostFault(a_oSpec.m_strHost));
+    refuse("The interface '" + a_oSpec.m_strInterface + "'", findInterfaceFault(a_oSpec.m_strInterface));
     AccountPlan oPlan =
         a_oProvider.m_eSignIn == SignIn::Gnudip ? planGnudip(a_oProvider, a_oSpec) : planUrl(a_oProvider, a_oSpec);
     if (oPlan.m_bPasswordInUrl || oPlan.m_bPasswordInHeader)
@@ -246,25 +215,19 @@ AccountPlan planAccount(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     return oPlan;
 }
 
-std::string
-preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, std::vector<std::string>& a_oNotes)
+std::string preparePassword(AccountPlan& a_oPlan, const std::string& a_strPassword)
 {
-    if (a_strPassword.empty())
-    {
-        throw Failure("The password is empty; nothing was written");
-    }
-    require(findTextFault(a_strPassword), "The password");
+    require(!a_strPassword.empty(), "The password is empty; nothing was written");
+    refuse("The password", findTextFault(a_strPassword));
     if (!a_oPlan.m_bPasswordInUrl)
     {
         return a_strPassword;
     }
-    if (a_oPlan.m_bPasswordInHeader && percentEncode(a_strPassword) != a_strPassword)
-    {
-        throw Failure("The password is sent both in the URL, where it must be percent-encoded, and in the request's "
-                      "header, where it must not: choose one of letters, digits, '-', '.', '_' and '~' only, or a "
-                      "template without <password>");
-    }
-    return encode("password", a_strPassword, a_oPlan, a_oNotes);
+    require(!a_oPlan.m_bPasswordInHeader || percentEncode(a_strPassword) == a_strPassword,
+            "The password is sent both in the URL, where it must be percent-encoded, and in the request's header, "
+            "where it must not: choose one of letters, digits, '-', '.', '_' and '~' only, or a template without "
+            "<password>");
+    return encode("password", a_strPassword, a_oPlan);
 }
 
 AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider)

@@ -46,10 +46,9 @@ struct AccountPlan
 /// be used, why, and what would do.
 [[nodiscard]] AccountPlan planAccount(const Provider& a_oProvider, const AccountSpec& a_oSpec);
 
-/// The password as it belongs into the row; a_oNotes gets a line where it was changed. Pure. Throws Failure, whose text
-/// holds nothing of it.
-[[nodiscard]] std::string
-preparePassword(const AccountPlan& a_oPlan, const std::string& a_strPassword, std::vector<std::string>& a_oNotes);
+/// The password as it belongs into the row; the plan's notes get a line where it was changed. Throws Failure, whose
+/// text holds nothing of it.
+[[nodiscard]] std::string preparePassword(AccountPlan& a_oPlan, const std::string& a_strPassword);
 
 /// How the password of a row that exists is used; hint and notes stay empty. Pure.
 [[nodiscard]] AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider);

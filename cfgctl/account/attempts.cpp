@@ -1,5 +1,7 @@
 #include "cfgctl/account/attempts.h"
 
+#include "actions/curlaction.h"
+#include "actions/gnudipprotocol.h"
 #include "actions/httpreply.h"
 #include "cfgctl/account/problems.h"
 #include "cfgctl/account/provider.h"
@@ -7,6 +9,7 @@
 #include "scheduler/timing.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -16,8 +19,8 @@ namespace cfgctl
 namespace
 {
 
-constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1; // time stamps are whole seconds
-constexpr std::time_t s_iAttempt = 12;                     // an attempt may take that long before its row is stamped
+constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1;                  // time stamps are whole seconds
+constexpr std::time_t s_iAttempt = quorvad::CurlAction::s_iTransferSec + 2; // until its row is stamped
 constexpr std::time_t s_iWritten = quorvad::g_uiPassSec + 15;
 constexpr int s_iMostDoublings = 20;
 
@@ -115,7 +118,7 @@ Outcome judgeStored(const korrin::ValueList& a_oAccount, const korrin::ValueList
         return Outcome::Unknown;
     }
     const int iCode = a_oLogRow.getValue(dbm::DynDnsLog_ResponseCode).getInteger();
-    std::optional<bool> bAccepted = iCode == 0;
+    std::optional<bool> bAccepted = iCode == quorvad::g_iGnudipSuccess;
     if (!isGnudip(a_oAccount))
     {
         bAccepted = quorvad::judgeExcerpt(
@@ -128,16 +131,8 @@ Outcome judgeStored(const korrin::ValueList& a_oAccount, const korrin::ValueList
 
 const char* nameOutcome(Outcome a_eOutcome)
 {
-    switch (a_eOutcome)
-    {
-    case Outcome::Updated:
-        return "ok";
-    case Outcome::Failed:
-        return "failed";
-    case Outcome::Unknown:
-        break;
-    }
-    return "unknown";
+    constexpr std::array apNames{"ok", "failed", "unknown"}; // in the order of Outcome
+    return apNames.at(static_cast<std::size_t>(a_eOutcome));
 }
 
 Outcome judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const korrin::ValueList& a_oLogRow)

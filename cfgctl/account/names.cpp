@@ -1,10 +1,12 @@
 #include "cfgctl/account/names.h"
 
+#include "actions/gnudipprotocol.h"
 #include "platform/base/escape.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <cctype>
 #include <cstdint>
 #include <net/if.h>
 #include <string_view>
@@ -18,15 +20,14 @@ namespace
 constexpr std::size_t s_uiLongestName = 253;
 constexpr std::size_t s_uiLongestLabel = 63;
 
-bool isControl(char a_cCharacter)
+bool isControl(unsigned char a_cCharacter)
 {
-    return static_cast<unsigned char>(a_cCharacter) < 0x20 || a_cCharacter == 0x7f;
+    return std::iscntrl(a_cCharacter) != 0;
 }
 
-bool isLabelCharacter(char a_cCharacter)
+bool isLabelCharacter(unsigned char a_cCharacter)
 {
-    return (a_cCharacter >= 'a' && a_cCharacter <= 'z') || (a_cCharacter >= 'A' && a_cCharacter <= 'Z') ||
-           (a_cCharacter >= '0' && a_cCharacter <= '9') || a_cCharacter == '-' || a_cCharacter == '_';
+    return std::isalnum(a_cCharacter) != 0 || a_cCharacter == '-' || a_cCharacter == '_';
 }
 
 std::string findLabelFault(std::string_view a_strLabel)
@@ -129,11 +130,9 @@ std::string findInterfaceFault(const std::string& a_strName)
     {
         return a_strName.empty() ? "is empty" : "is longer than " + std::to_string(IFNAMSIZ - 1) + " bytes";
     }
-    const bool bInvalid =
-        std::any_of(a_strName.begin(),
-                    a_strName.end(),
-                    [](char a_c) { return a_c == '/' || a_c == ':' || a_c == ' ' || isControl(a_c); });
-    if (bInvalid || a_strName == "." || a_strName == ".." || !platform::isUtf8(a_strName))
+    const bool bControl = std::any_of(a_strName.begin(), a_strName.end(), isControl);
+    if (bControl || a_strName.find_first_of("/: ") != std::string::npos || a_strName == "." || a_strName == ".." ||
+        !platform::isUtf8(a_strName))
     {
         return "is not a valid interface name; 'ip link' lists the interfaces";
     }
@@ -144,7 +143,7 @@ std::string findServerFault(const std::string& a_strServer)
 {
     if (a_strServer.find(':') != std::string::npos)
     {
-        return "must be a plain name or IPv4 address: the port is always 3495";
+        return "must be a plain name or IPv4 address: the port is always " + std::to_string(quorvad::g_uiGnudipPort);
     }
     return a_strServer.find('*') == std::string::npos ? findHostFault(a_strServer) : "must be one server's name";
 }

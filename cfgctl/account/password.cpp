@@ -115,17 +115,12 @@ bool readLine(const SignalsNoted& a_oSignals, std::string& a_strLine)
         }
         std::array<char, 512> oBuffer{};
         const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
-        if (iRead == 0 || (iRead < 0 && errno != EINTR))
-        {
-            throw Failure("No password was entered; nothing was written");
-        }
+        require(iRead > 0 || (iRead < 0 && errno == EINTR), "No password was entered; nothing was written");
         a_strLine.append(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));
     }
     a_strLine.pop_back();
-    if (a_strLine.size() > s_uiLongest)
-    {
-        throw Failure("The password is longer than " + std::to_string(s_uiLongest) + " bytes: use --password-file");
-    }
+    require(a_strLine.size() <= s_uiLongest,
+            "The password is longer than " + std::to_string(s_uiLongest) + " bytes: use --password-file");
     return true;
 }
 
@@ -158,21 +153,14 @@ std::string readPassword(const std::string& a_strFile, const std::string& a_strQ
     {
         return readValue(a_strFile);
     }
-    if (isatty(STDIN_FILENO) == 0)
-    {
-        throw Failure(
-            "No terminal to ask for the password: use --password-file FILE, or '--password-file -' for standard "
-            "input");
-    }
+    require(isatty(STDIN_FILENO) != 0,
+            "No terminal to ask for the password: use --password-file FILE, or '--password-file -' for standard input");
     return ask(a_strQuestion);
 }
 
 bool confirm(const std::string& a_strQuestion, const std::string& a_strInstead)
 {
-    if (isatty(STDIN_FILENO) == 0)
-    {
-        throw Failure("No terminal to ask on; use " + a_strInstead);
-    }
+    require(isatty(STDIN_FILENO) != 0, "No terminal to ask on; use " + a_strInstead);
     static_cast<void>(platform::writeAll(STDERR_FILENO, a_strQuestion + " [y/N] "));
     std::array<char, 64> oBuffer{};
     const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());

@@ -8,6 +8,7 @@
 #include "resolver/serverlist.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace cfgctl
 {
@@ -20,9 +21,8 @@ using quorvad::EInterfaceState;
 /// Why the transfer library sends nothing at all: another protocol, no server, a blank or control character.
 bool isRefused(const std::string& a_strUrl)
 {
-    const bool bInvalid = std::any_of(a_strUrl.begin(),
-                                      a_strUrl.end(),
-                                      [](char a_c) { return static_cast<unsigned char>(a_c) <= 0x20 || a_c == 0x7f; });
+    const bool bInvalid = std::any_of(
+        a_strUrl.begin(), a_strUrl.end(), [](unsigned char a_c) { return std::iscntrl(a_c) != 0 || a_c == ' '; });
     return bInvalid || a_strUrl.compare(0, 4, "http") != 0 || urlHost(a_strUrl).empty();
 }
 

@@ -32,12 +32,10 @@ Provider chooseProvider(const AccountOptions& a_oOptions)
         throw Failure(oList.m_oComplaints.front());
     }
     const Provider* pProvider = findProvider(oList.m_oProviders, a_oOptions.m_strProvider);
-    if (pProvider == nullptr)
-    {
-        throw Failure("Unknown provider '" + a_oOptions.m_strProvider +
-                      "'; 'cfgctl providers' lists them. For another one, use --url with its update URL, or --server "
-                      "with its GnuDIP server");
-    }
+    require(pProvider != nullptr,
+            "Unknown provider '" + a_oOptions.m_strProvider +
+                "'; 'cfgctl providers' lists them. For another one, use --url with its update URL, or --server with "
+                "its GnuDIP server");
     return *pProvider;
 }
 
@@ -80,17 +78,6 @@ std::string showRow(const korrin::ValueList& a_oRow, bool a_bShowSecrets)
     return renderTable(oTable, {}) + "Nothing was written.\n";
 }
 
-std::string askPassword(const AccountPlan& a_oPlan, const Provider& a_oProvider, const AccountOptions& a_oOptions)
-{
-    if (a_oPlan.m_strPasswordHint.empty() || (a_oOptions.m_bDryRun && a_oOptions.m_strPasswordFile.empty()))
-    {
-        return {};
-    }
-    return readPassword(a_oOptions.m_strPasswordFile,
-                        a_oOptions.m_oWish.m_strHost + " at " + a_oProvider.m_strName + ", " +
-                            a_oPlan.m_strPasswordHint + ": ");
-}
-
 } // namespace
 
 std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
@@ -98,11 +85,13 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     const AccountOptions& oAccount = a_oOptions.m_oAccount;
     const Provider oProvider = chooseProvider(oAccount);
     AccountPlan oPlan = planAccount(oProvider, oAccount.m_oWish);
-    const std::string strPassword = askPassword(oPlan, oProvider, oAccount);
     const bool bDryWithout = oAccount.m_bDryRun && oAccount.m_strPasswordFile.empty();
     if (!oPlan.m_strPasswordHint.empty() && !bDryWithout)
     {
-        oPlan.m_oRow.add(dbm::DynDns_Password, platform::text(preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
+        const std::string strPassword = readPassword(oAccount.m_strPasswordFile,
+                                                     oAccount.m_oWish.m_strHost + " at " + oProvider.m_strName + ", " +
+                                                         oPlan.m_strPasswordHint + ": ");
+        oPlan.m_oRow.add(dbm::DynDns_Password, platform::text(preparePassword(oPlan, strPassword)));
     }
     const StatusSources oSources = readSources(a_oDatabase);
     const korrin::Value oId = oAccount.m_bDryRun

@@ -77,10 +77,7 @@ Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds)
     for (const int iId : a_oIds)
     {
         const korrin::ValueList& oRow = findLast(oAll, dbm::Id, std::to_string(iId));
-        if (oRow.empty())
-        {
-            throw Failure("No account " + std::to_string(iId) + "; 'cfgctl account list' shows all");
-        }
+        require(!oRow.empty(), "No account " + std::to_string(iId) + "; 'cfgctl account list' shows all");
         oRows.push_back(oRow);
     }
     return oRows;
@@ -154,10 +151,7 @@ std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
     {
         strNames += (strNames.empty() ? "" : ", ") + nameAccount(oRow);
     }
-    if (!a_oOptions.m_oAccount.m_bYes && !confirm("Remove " + strNames + "?", "--yes"))
-    {
-        throw Failure("Nothing was removed");
-    }
+    require(a_oOptions.m_oAccount.m_bYes || confirm("Remove " + strNames + "?", "--yes"), "Nothing was removed");
     if (std::any_of(oRows.begin(), oRows.end(), [](const auto& a_oRow) { return isSet(a_oRow, dbm::Enable); }))
     {
         static_cast<void>(setEnabled(a_oDatabase, a_oOptions, false));
@@ -180,21 +174,18 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     const AccountOptions& oAccount = a_oOptions.m_oAccount;
     const korrin::ValueList oRow = readAccounts(a_oDatabase, oAccount.m_oIds).front();
     const Providers oProviders = readProviders(oAccount.m_strProviders);
-    const AccountPlan oPlan = planOfRow(oRow, recogniseProvider(oProviders, oRow));
-    if (!oPlan.m_bPasswordInUrl && !oPlan.m_bPasswordInHeader)
-    {
-        throw Failure(capitalised(nameAccount(oRow)) +
-                      " sends no password: there is neither a user name nor <password> in its URL");
-    }
-    std::vector<std::string> oNotes;
+    AccountPlan oPlan = planOfRow(oRow, recogniseProvider(oProviders, oRow));
+    require(oPlan.m_bPasswordInUrl || oPlan.m_bPasswordInHeader,
+            capitalised(nameAccount(oRow)) +
+                " sends no password: there is neither a user name nor <password> in its URL");
     const std::string strTyped =
         readPassword(oAccount.m_strPasswordFile, "New password of " + nameAccount(oRow) + ": ");
-    const korrin::Value oPassword = platform::text(preparePassword(oPlan, strTyped, oNotes));
+    const korrin::Value oPassword = platform::text(preparePassword(oPlan, strTyped));
     a_oDatabase.beginWrite(a_oOptions.m_oPatience);
     a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), platform::row({{dbm::DynDns_Password, oPassword}}));
     a_oDatabase.commit();
     std::string strText = "The password of " + nameAccount(oRow) + " was changed.\n";
-    for (const std::string& strNote : oNotes)
+    for (const std::string& strNote : oPlan.m_oNotes)
     {
         strText += strNote + "\n";
     }

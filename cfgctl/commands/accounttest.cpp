@@ -1,3 +1,4 @@
+#include "actions/gnudipprotocol.h"
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/account/problems.h"
 #include "cfgctl/commands/accounts.h"
@@ -46,7 +47,7 @@ std::string describeSuccess(const korrin::ValueList& a_oAccount)
 {
     if (isGnudip(a_oAccount))
     {
-        return "code 0";
+        return "code " + std::to_string(quorvad::g_iGnudipSuccess);
     }
     const std::string strExpect = textOf(a_oAccount, dbm::DynDns_ExpectedResultSubString);
     return strExpect.empty() ? "HTTP status 200" : "an answer that contains \"" + strExpect + "\"";
@@ -182,10 +183,7 @@ std::string runAccountTest(Database& a_oDatabase, const Options& a_oOptions)
     const std::vector<Problem> oProblems =
         findProblems(oRow, oSources, quorvad::readInterfaceState(textOf(oRow, dbm::Interface)));
     writeOut(a_oOptions.m_bJson ? toJson(oFacts, oProblems) : toText(oFacts, oProblems));
-    if (isStopped(oProblems))
-    {
-        throw Failure("No update of " + nameAccount(oRow) + " will be sent");
-    }
+    require(!isStopped(oProblems), "No update of " + nameAccount(oRow) + " will be sent");
     return {};
 }
 

@@ -62,10 +62,7 @@ void runProviders(const Options& a_oOptions)
     if (!strKey.empty())
     {
         const Provider* pProvider = findProvider(oProviders, strKey);
-        if (pProvider == nullptr)
-        {
-            throw Failure("Unknown provider '" + strKey + "'; 'cfgctl providers' lists them");
-        }
+        require(pProvider != nullptr, "Unknown provider '" + strKey + "'; 'cfgctl providers' lists them");
         oProviders = {Provider(*pProvider)};
     }
     if (a_oOptions.m_bJson)

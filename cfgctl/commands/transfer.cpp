@@ -61,8 +61,8 @@ std::vector<ImportedTable> readImport(const std::string& a_strFile, const Schema
     }
     catch (const Failure& oError)
     {
-        throw Failure((a_strFile == "-" ? std::string("standard input") : a_strFile) + ": " + oError.what() +
-                      ". Nothing was written");
+        const std::string strName = a_strFile == "-" ? "standard input" : a_strFile;
+        throw Failure(strName + ": " + oError.what() + ". Nothing was written");
     }
 }
 

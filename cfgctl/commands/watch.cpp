@@ -86,7 +86,7 @@ bool follow(const Options& a_oOptions, Follower a_oFollower)
         oDeadline.emplace(std::chrono::seconds(a_oOptions.m_uiTimeoutSec));
     }
     Deliveries oDeliveries(std::move(a_oFollower));
-    Session oSession(a_oOptions.m_strSocket, oDeliveries);
+    Session oSession(a_oOptions.m_strSocket, &oDeliveries);
     oDeliveries.setSession(&oSession);
     const platform::StopSignals oSignals(oSession.getDispatcher());
     while (oSignals.getStopSignal() == 0 && !oDeliveries.isDone() && !(oDeadline && oDeadline->hasPassed()))
@@ -116,11 +116,9 @@ void runWatch(const Options& a_oOptions)
         }
     };
     const bool bSignal = follow(a_oOptions, oFollower);
-    if (!bSignal && uiLines < a_oOptions.m_uiCount)
-    {
-        throw Failure("Only " + std::to_string(uiLines) + " of " + std::to_string(a_oOptions.m_uiCount) +
-                      " changes came within " + std::to_string(a_oOptions.m_uiTimeoutSec) + " s");
-    }
+    require(bSignal || uiLines >= a_oOptions.m_uiCount,
+            "Only " + std::to_string(uiLines) + " of " + std::to_string(a_oOptions.m_uiCount) +
+                " changes came within " + std::to_string(a_oOptions.m_uiTimeoutSec) + " s");
 }
 
 } // namespace cfgctl

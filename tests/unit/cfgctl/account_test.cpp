@@ -90,7 +90,7 @@ TEST(ShippedProviders, EachYieldsAUsableRow)
             }
             AccountPlan oPlan = planAccount(oProvider, oSpec);
             const std::string strPassword = oProvider.m_bEncode ? "a&b#c d%<serial>\u00e4" : "abc-123";
-            oPlan.m_oRow.add("Password", platform::text(preparePassword(oPlan, strPassword, oPlan.m_oNotes)));
+            oPlan.m_oRow.add("Password", platform::text(preparePassword(oPlan, strPassword)));
             StatusSources oSources = sources();
             oSources.m_oIPv6 = {makeRow("Name=ppp0 Addr=2001:db8::7")};
             EXPECT_THAT(findProblems(oPlan.m_oRow, oSources, EInterfaceState::eRunning), testing::IsEmpty())
@@ -224,14 +224,14 @@ TEST(AccountPlan, PutsSecretsWhereTheProviderExpectsThem)
         EXPECT_EQ(oPlan.m_oRow.getValue("AccountUserName").getText(), pUserColumn);
         if (pPasswordColumn != nullptr)
         {
-            EXPECT_EQ(preparePassword(oPlan, pPassword, oPlan.m_oNotes), pPasswordColumn);
+            EXPECT_EQ(preparePassword(oPlan, pPassword), pPasswordColumn);
             continue;
         }
-        EXPECT_THROW((void)preparePassword(oPlan, pPassword, oPlan.m_oNotes), Failure);
+        EXPECT_THROW((void)preparePassword(oPlan, pPassword), Failure);
     }
     // A token of a known form is never altered to fit, and no message repeats it.
     AccountPlan oPlan = planAccount(*findProvider(shipped(), "duckdns"), wish());
-    EXPECT_THAT(reasonOf<Failure>([&] { (void)preparePassword(oPlan, "ge heim", oPlan.m_oNotes); }),
+    EXPECT_THAT(reasonOf<Failure>([&] { (void)preparePassword(oPlan, "ge heim"); }),
                 testing::AllOf(HasSubstr("copied whole"), Not(HasSubstr("heim"))));
     EXPECT_THAT(oPlan.m_oNotes, testing::Contains(HasSubstr("The user name is ignored")));
     AccountSpec oApex = wish("example.org");

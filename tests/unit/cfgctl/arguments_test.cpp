@@ -1,4 +1,5 @@
 #include "cfgctl/arguments.h"
+#include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
 #include "tests/unit/cfgctl/expect.h"
 
@@ -74,9 +75,10 @@ TEST(Arguments, KeyAndValuesAreSeparated)
     ASSERT_EQ(oSet.m_oValues.size(), 2U);
     EXPECT_TRUE(oSet.m_oValues[1].m_bFromFile);
     EXPECT_EQ(parse({"import", "status"}).m_oOptions.m_strFile, "status"); // a file named like a command
-    const cfgctl::AccountOptions oAccount =
-        parse({"account", "add", "-p", "a", "--host", "h", "-i", "i", "--expect", "", "--disabled"})
-            .m_oOptions.m_oAccount;
+    const cfgctl::Request oAdd =
+        parse({"account", "add", "-p", "a", "--host", "h", "-i", "i", "--expect", "", "--disabled"});
+    EXPECT_EQ(std::get<cfgctl::Command*>(oAdd.m_oCommand), cfgctl::runAccountAdd);
+    const cfgctl::AccountOptions& oAccount = oAdd.m_oOptions.m_oAccount;
     EXPECT_EQ(oAccount.m_oWish.m_strExpect, std::string());
     EXPECT_FALSE(oAccount.m_oWish.m_bEnable || oAccount.m_oWish.m_iRetry);
 }
