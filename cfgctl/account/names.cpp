@@ -7,8 +7,8 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cctype>
-#include <cstdint>
 #include <net/if.h>
+#include <netinet/in.h>
 #include <string_view>
 
 namespace cfgctl
@@ -51,44 +51,39 @@ std::string findLabelFault(std::string_view a_strLabel)
     return {};
 }
 
+using Address = std::array<unsigned char, sizeof(in6_addr)>;
+
 struct Range
 {
-    std::uint32_t m_uiFirst;
+    int m_iFamily;
+    const char* m_pFirst;
     unsigned m_uiBits;
     const char* m_pName;
 };
 
-constexpr std::array<Range, 6> s_oIPv4Ranges = {{{0x0a000000, 8, "private"},
-                                                 {0xac100000, 12, "private"},
-                                                 {0xc0a80000, 16, "private"},
-                                                 {0x64400000, 10, "shared (the access provider translates it)"},
-                                                 {0xa9fe0000, 16, "link-local"},
-                                                 {0x7f000000, 8, "loopback"}}};
+constexpr std::array<Range, 9> s_oUnreachable = {
+    {{AF_INET, "10.0.0.0", 8, "private"},
+     {AF_INET, "172.16.0.0", 12, "private"},
+     {AF_INET, "192.168.0.0", 16, "private"},
+     {AF_INET, "100.64.0.0", 10, "shared (the access provider translates it)"},
+     {AF_INET, "169.254.0.0", 16, "link-local"},
+     {AF_INET, "127.0.0.0", 8, "loopback"},
+     {AF_INET6, "fc00::", 7, "unique local"},
+     {AF_INET6, "fe80::", 10, "link-local"},
+     {AF_INET6, "::1", 128, "loopback"}}};
 
-std::string nameUnreachableIPv4(const in_addr& a_oAddress)
+/// The first bits, as many as the range fixes, are the same.
+bool isIn(const Range& a_oRange, const Address& a_oAddress)
 {
-    const std::uint32_t uiAddress = ntohl(a_oAddress.s_addr);
-    for (const Range& oRange : s_oIPv4Ranges)
+    Address oFirst{};
+    inet_pton(a_oRange.m_iFamily, a_oRange.m_pFirst, oFirst.data());
+    unsigned uiSame = 0;
+    while (uiSame < a_oRange.m_uiBits &&
+           ((oFirst.at(uiSame / 8) ^ a_oAddress.at(uiSame / 8)) & (0x80U >> uiSame % 8)) == 0)
     {
-        if ((uiAddress ^ oRange.m_uiFirst) >> (32 - oRange.m_uiBits) == 0)
-        {
-            return oRange.m_pName;
-        }
+        ++uiSame;
     }
-    return {};
-}
-
-std::string nameUnreachableIPv6(const in6_addr& a_oAddress)
-{
-    if ((a_oAddress.s6_addr[0] & 0xfe) == 0xfc)
-    {
-        return "unique local";
-    }
-    if (IN6_IS_ADDR_LINKLOCAL(&a_oAddress))
-    {
-        return "link-local";
-    }
-    return IN6_IS_ADDR_LOOPBACK(&a_oAddress) ? "loopback" : "";
+    return uiSame == a_oRange.m_uiBits;
 }
 
 } // namespace
@@ -159,13 +154,15 @@ std::string findTextFault(const std::string& a_strText)
 
 std::string nameUnreachable(const std::string& a_strAddress)
 {
-    in_addr oIPv4 = {};
-    if (inet_pton(AF_INET, a_strAddress.c_str(), &oIPv4) == 1)
+    for (const Range& oRange : s_oUnreachable)
     {
-        return nameUnreachableIPv4(oIPv4);
+        Address oAddress{};
+        if (inet_pton(oRange.m_iFamily, a_strAddress.c_str(), oAddress.data()) == 1 && isIn(oRange, oAddress))
+        {
+            return oRange.m_pName;
+        }
     }
-    in6_addr oIPv6 = {};
-    return inet_pton(AF_INET6, a_strAddress.c_str(), &oIPv6) == 1 ? nameUnreachableIPv6(oIPv6) : std::string();
+    return {};
 }
 
 } // namespace cfgctl

@@ -54,37 +54,38 @@ private:
         return "cfgctl set DynDns Id=" + (text(dbm::Id).empty() ? std::string("ID") : text(dbm::Id)) + " " +
                a_strAssignment;
     }
-    void stop(const std::string& a_strWhat, const std::string& a_strNext, const std::string& a_strBrief)
+    void stopIf(bool a_bSo, const std::string& a_strWhat, const std::string& a_strNext, const std::string& a_strBrief)
     {
-        m_oFound.push_back({true, a_strWhat, a_strNext, a_strBrief});
+        if (a_bSo)
+        {
+            m_oFound.push_back({true, a_strWhat, a_strNext, a_strBrief});
+        }
     }
-    void warn(const std::string& a_strWhat, const std::string& a_strNext)
+    void warnIf(bool a_bSo, const std::string& a_strWhat, const std::string& a_strNext)
     {
-        m_oFound.push_back({false, a_strWhat, a_strNext, {}});
+        if (a_bSo)
+        {
+            m_oFound.push_back({false, a_strWhat, a_strNext, {}});
+        }
     }
 
     void checkSettings()
     {
-        if (!isSet(m_oAccount, dbm::Enable))
-        {
-            stop("The account is disabled", "cfgctl account enable " + text(dbm::Id), "nothing: disabled");
-        }
+        stopIf(!isSet(m_oAccount, dbm::Enable),
+               "The account is disabled",
+               "cfgctl account enable " + text(dbm::Id),
+               "nothing: disabled");
         const std::string strService = text(dbm::DynDns_ServiceType);
-        if (strService != dbm::ServiceType_UpdateUrl && strService != dbm::ServiceType_Gnudip)
-        {
-            stop("Unknown ServiceType '" + strService + "'",
-                 setting(std::string("ServiceType=") + dbm::ServiceType_UpdateUrl) + " (or " + dbm::ServiceType_Gnudip +
-                     ")",
-                 "nothing: unknown ServiceType");
-        }
-        if (m_oAccount.getValue(dbm::DynDns_Retry).getInteger() <= 0)
-        {
-            stop("Retry is not above 0, so no try is made", setting("Retry=5"), "nothing: Retry is 0");
-        }
-        if (m_strInterface.empty())
-        {
-            stop("No interface is set", setting("Interface=NAME"), "nothing: no interface");
-        }
+        stopIf(strService != dbm::ServiceType_UpdateUrl && strService != dbm::ServiceType_Gnudip,
+               "Unknown ServiceType '" + strService + "'",
+               setting(std::string("ServiceType=") + dbm::ServiceType_UpdateUrl) + " (or " + dbm::ServiceType_Gnudip +
+                   ")",
+               "nothing: unknown ServiceType");
+        stopIf(m_oAccount.getValue(dbm::DynDns_Retry).getInteger() <= 0,
+               "Retry is not above 0, so no try is made",
+               setting("Retry=5"),
+               "nothing: Retry is 0");
+        stopIf(m_strInterface.empty(), "No interface is set", setting("Interface=NAME"), "nothing: no interface");
     }
 
     void checkInterface(EInterfaceState a_eState)
@@ -93,30 +94,24 @@ private:
         {
             return;
         }
-        if (a_eState == EInterfaceState::eMissing)
-        {
-            stop("Interface '" + m_strInterface + "' does not exist",
-                 "'ip link' lists the interfaces; " + setting("Interface=NAME") + " chooses another",
-                 "waits for interface " + m_strInterface);
-        }
-        if (m_oWatch.empty())
-        {
-            stop("Interface '" + m_strInterface + "' is not monitored: it is not in StatusNetifWatch",
-                 "check that netifwatch is running and watches " + m_strInterface,
-                 "waits for interface " + m_strInterface + " to be monitored: is netifwatch running?");
-        }
-        else if (!isSet(m_oWatch, dbm::IsUp))
-        {
-            stop("Interface '" + m_strInterface + "' is down",
-                 "bring it up; the update follows",
-                 "waits until " + m_strInterface + " is up");
-        }
-        else if (a_eState == EInterfaceState::eDown)
-        {
-            stop("Interface '" + m_strInterface + "' is down or has no carrier",
-                 "bring it up, and check that netifwatch is running: StatusNetifWatch shows the interface as up",
-                 "waits until " + m_strInterface + " is running");
-        }
+        const std::string strInterface = "Interface '" + m_strInterface + "'";
+        const bool bUp = isSet(m_oWatch, dbm::IsUp);
+        stopIf(a_eState == EInterfaceState::eMissing,
+               strInterface + " does not exist",
+               "'ip link' lists the interfaces; " + setting("Interface=NAME") + " chooses another",
+               "waits for interface " + m_strInterface);
+        stopIf(m_oWatch.empty(),
+               strInterface + " is not monitored: it is not in StatusNetifWatch",
+               "check that netifwatch is running and watches " + m_strInterface,
+               "waits for interface " + m_strInterface + " to be monitored: is netifwatch running?");
+        stopIf(!m_oWatch.empty() && !bUp,
+               strInterface + " is down",
+               "bring it up; the update follows",
+               "waits until " + m_strInterface + " is up");
+        stopIf(bUp && a_eState == EInterfaceState::eDown,
+               strInterface + " is down or has no carrier",
+               "bring it up, and check that netifwatch is running: StatusNetifWatch shows the interface as up",
+               "waits until " + m_strInterface + " is running");
     }
 
     void checkNameservers()
@@ -126,33 +121,24 @@ private:
             "see 'cfgctl show DNSClientServer' and 'cfgctl show DNSRelay'; 'cfgctl add DNSClientServer Interface=" +
             m_strInterface + " IPAddress=ADDRESS' adds one";
         const std::string strBrief = "nothing: no usable DNS server for " + m_strInterface;
-        if (strServers.empty())
-        {
-            stop("Interface '" + m_strInterface + "' has no DNS server", strNext, strBrief);
-            return;
-        }
-        if (quorvad::isUsableServerList(strServers))
-        {
-            return;
-        }
+        stopIf(strServers.empty(), "Interface '" + m_strInterface + "' has no DNS server", strNext, strBrief);
+        const bool bUnusable = !strServers.empty() && !quorvad::isUsableServerList(strServers);
         const std::string strWhat =
             "The DNS servers of interface '" + m_strInterface + "' are not a list of addresses: '" + strServers + "'";
-        isGnudip(m_oAccount) ? stop(strWhat, strNext, strBrief)
-                             : warn(strWhat + ", so the system's servers are asked", strNext);
+        stopIf(bUnusable && isGnudip(m_oAccount), strWhat, strNext, strBrief);
+        warnIf(bUnusable && !isGnudip(m_oAccount), strWhat + ", so the system's servers are asked", strNext);
     }
 
     void checkGnudip()
     {
-        if (!quorvad::isUserPartOfHost(text(dbm::DynDns_AccountUserName), text(dbm::DynDns_Hostname)))
-        {
-            stop("Hostname does not begin with the user name, as GnuDIP needs it",
-                 setting("Hostname=USER.DOMAIN AccountUserName=USER"),
-                 "nothing: Hostname does not fit the user name");
-        }
-        if (text(dbm::DynDns_ServerAddr).empty())
-        {
-            stop("No GnuDIP server is set", setting("ServerAddr=NAME"), "nothing: no server");
-        }
+        stopIf(!quorvad::isUserPartOfHost(text(dbm::DynDns_AccountUserName), text(dbm::DynDns_Hostname)),
+               "Hostname does not begin with the user name, as GnuDIP needs it",
+               setting("Hostname=USER.DOMAIN AccountUserName=USER"),
+               "nothing: Hostname does not fit the user name");
+        stopIf(text(dbm::DynDns_ServerAddr).empty(),
+               "No GnuDIP server is set",
+               setting("ServerAddr=NAME"),
+               "nothing: no server");
         checkReach(textOf(m_oWatch, dbm::Addr), "IPv4");
     }
 
@@ -160,22 +146,19 @@ private:
     void checkReach(const std::string& a_strAddress, const std::string& a_strFamily)
     {
         const std::string strKind = nameUnreachable(a_strAddress);
-        if (!strKind.empty())
-        {
-            warn("The " + a_strFamily + " address to be announced, " + a_strAddress + ", is " + strKind +
-                     ": it cannot be reached from the Internet",
-                 "run the daemon on the outer router, or announce a public IPv6 address; see getting-started.md");
-        }
+        warnIf(!strKind.empty(),
+               "The " + a_strFamily + " address to be announced, " + a_strAddress + ", is " + strKind +
+                   ": it cannot be reached from the Internet",
+               "run the daemon on the outer router, or announce a public IPv6 address; see getting-started.md");
     }
 
     void checkUrl()
     {
         const std::string strUrl = text(dbm::DynDns_ServerAddr);
         const quorvad::UrlValues oValues = urlValuesOf(m_oAccount, m_oSources);
-        if (strUrl.compare(0, 8, "https://") != 0 && !strUrl.empty())
-        {
-            warn("The URL is not https: user name and password are sent unencrypted", "use an https:// URL");
-        }
+        warnIf(strUrl.compare(0, 8, "https://") != 0 && !strUrl.empty(),
+               "The URL is not https: user name and password are sent unencrypted",
+               "use an https:// URL");
         checkFilledUrl(strUrl, oValues);
         checkHoles(strUrl, oValues);
         if (hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr))
@@ -200,30 +183,26 @@ private:
         const std::string strNext =
             "percent-encode what goes into the URL, as 'cfgctl account add' and 'cfgctl account "
             "password' do";
-        if (isRefused(strUrl))
-        {
-            stop("The update URL, once filled in, cannot be used: " + strFault, strNext, "nothing: invalid update URL");
-        }
-        else if (!strFault.empty())
-        {
-            warn("The update URL, once filled in, looks wrong: " + strFault, strNext);
-        }
+        const bool bRefused = isRefused(strUrl);
+        stopIf(bRefused,
+               "The update URL, once filled in, cannot be used: " + strFault,
+               strNext,
+               "nothing: invalid update URL");
+        warnIf(!bRefused && !strFault.empty(), "The update URL, once filled in, looks wrong: " + strFault, strNext);
     }
 
     void checkHoles(const std::string& a_strUrl, const quorvad::UrlValues& a_oValues)
     {
+        const std::string strNone = "Interface '" + m_strInterface + "' has no ";
         const std::string strEmpty =
             " is left empty; some providers then delete the record or use the sender's address";
-        if (!m_oWatch.empty() && a_oValues.m_strIpAddr.empty() && hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr))
-        {
-            warn("Interface '" + m_strInterface + "' has no IPv4 address, so <ipaddr>" + strEmpty,
-                 "wait for an address, or use a template without <ipaddr>");
-        }
-        if (hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr6) && a_oValues.m_strIpAddr6.empty())
-        {
-            warn("Interface '" + m_strInterface + "' has no IPv6 address, so <ipaddr6>" + strEmpty,
-                 "until it has one, use the template for IPv4 only (account add without --dual)");
-        }
+        warnIf(!m_oWatch.empty() && a_oValues.m_strIpAddr.empty() &&
+                   hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr),
+               strNone + "IPv4 address, so <ipaddr>" + strEmpty,
+               "wait for an address, or use a template without <ipaddr>");
+        warnIf(hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr6) && a_oValues.m_strIpAddr6.empty(),
+               strNone + "IPv6 address, so <ipaddr6>" + strEmpty,
+               "until it has one, use the template for IPv4 only (account add without --dual)");
     }
 
     void checkSignIn(const std::string& a_strUrl)
@@ -231,25 +210,18 @@ private:
         const std::string strUser = text(dbm::DynDns_AccountUserName);
         const bool bPassword = !text(dbm::DynDns_Password).empty();
         const bool bInUrl = hasPlaceholder(a_strUrl, quorvad::Placeholder_Password);
-        if (strUser.find(':') != std::string::npos)
-        {
-            warn("The user name contains ':': the server takes what follows as the password",
-                 setting("AccountUserName=NAME"));
-        }
-        if (bPassword && !bInUrl && strUser.empty())
-        {
-            warn("The password is never sent: there is neither a user name nor <password> in the URL",
-                 setting("AccountUserName=NAME"));
-        }
-        if (!bPassword && (bInUrl || !strUser.empty()))
-        {
-            warn("No password is set", "cfgctl account password " + text(dbm::Id));
-        }
-        if (text(dbm::DynDns_ExpectedResultSubString).find('\n') != std::string::npos)
-        {
-            warn("The expected text contains a line feed, so no answer can contain it",
-                 setting("ExpectedResultSubString=TEXT"));
-        }
+        warnIf(strUser.find(':') != std::string::npos,
+               "The user name contains ':': the server takes what follows as the password",
+               setting("AccountUserName=NAME"));
+        warnIf(bPassword && !bInUrl && strUser.empty(),
+               "The password is never sent: there is neither a user name nor <password> in the URL",
+               setting("AccountUserName=NAME"));
+        warnIf(!bPassword && (bInUrl || !strUser.empty()),
+               "No password is set",
+               "cfgctl account password " + text(dbm::Id));
+        warnIf(text(dbm::DynDns_ExpectedResultSubString).find('\n') != std::string::npos,
+               "The expected text contains a line feed, so no answer can contain it",
+               setting("ExpectedResultSubString=TEXT"));
     }
 
     const korrin::ValueList& m_oAccount;
