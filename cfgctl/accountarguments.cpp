@@ -121,7 +121,7 @@ void addPasswordFile(CLI::App& a_oCommand, AccountOptions& a_oAccount)
     addOption(a_oCommand, "--password-file", a_oAccount.m_strPasswordFile, pHelp, "FILE");
 }
 
-/// Which provider an account is for.
+/// The options that choose the provider.
 void addWhere(CLI::App& a_oAdd, AccountOptions& a_oAccount)
 {
     const char* pHelp = "a provider listed by 'cfgctl providers'";

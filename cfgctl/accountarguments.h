@@ -8,7 +8,7 @@
 namespace cfgctl
 {
 
-/// A command that the parse puts into a_oRequest, which must live as long as a_oParent.
+/// Adds a command, which the parse stores in a_oRequest. That must outlive a_oParent.
 template<typename Command>
 CLI::App& addCommand(CLI::App& a_oParent,
                      Request& a_oRequest,
@@ -21,7 +21,7 @@ CLI::App& addCommand(CLI::App& a_oParent,
     return *pCommand->callback([&a_oRequest, a_pCommand] { a_oRequest.m_oCommand = a_pCommand; });
 }
 
-/// An option, or an argument if its name has no dashes; the help calls its value a_pType.
+/// Adds an option, or an argument if its name has no dashes; a_pType names the value in the help.
 template<typename Value>
 CLI::Option*
 addOption(CLI::App& a_oCommand, const char* a_pName, Value& a_oValue, const char* a_pHelp, const char* a_pType)
@@ -29,9 +29,8 @@ addOption(CLI::App& a_oCommand, const char* a_pName, Value& a_oValue, const char
     return a_oCommand.add_option(a_pName, a_oValue, a_pHelp)->type_name(a_pType);
 }
 
-/// The commands for accounts and providers, with their help. What the command line says goes into a_oRequest, which
-/// must live as long as a_oApp. The parse throws UsageError where options that are right by themselves contradict each
-/// other.
+/// Adds the commands for accounts and providers. The parse stores options and command in a_oRequest, which must outlive
+/// a_oApp, and throws UsageError for options that contradict each other.
 void addAccountCommands(CLI::App& a_oApp, Request& a_oRequest);
 
 } // namespace cfgctl

@@ -83,7 +83,7 @@ constexpr const char* s_pDeleteFooter = R"(Examples:
   cfgctl delete DNSClientServer Id=2
   cfgctl delete StatusNetifWatch Name=ppp1)";
 
-/// What stands before a value, which may be a password.
+/// The argument without its value, which may be a password.
 std::string withoutValue(const std::string& a_strArgument)
 {
     const std::size_t uiEnd = a_strArgument.find_first_of("=:");
@@ -97,7 +97,7 @@ public:
     {
         m_oApp.require_subcommand(1);
         m_oApp.get_formatter()->label("SUBCOMMAND", "COMMAND");
-        m_oApp.group("Commands"); // its commands inherit it
+        m_oApp.group("Commands"); // inherited by the commands
         m_oApp.fallthrough();
         m_oApp.set_version_flag("-V,--version", "cfgctl " CFGCTL_VERSION);
         addGlobalOptions();
@@ -105,7 +105,7 @@ public:
         addReaders();
         addWriters();
         addTransfers();
-        m_oApp.footer(s_pFooter); // last: commands inherit the footer that is there when they are added
+        m_oApp.footer(s_pFooter); // last, or the commands would inherit it
     }
 
     Request parse(int a_iCount, const char* const* a_ppArguments)
@@ -246,7 +246,7 @@ private:
     CLI::App m_oApp;
     Request m_oRequest;
     Options& m_oOptions = m_oRequest.m_oOptions;
-    std::string m_strKey; // as written; finish() takes it apart
+    std::string m_strKey; // as given; parsed by finish()
     std::vector<std::string> m_oValues;
     unsigned m_uiWaitSec = 5;
 };

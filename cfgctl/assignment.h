@@ -6,11 +6,11 @@
 #include <string_view>
 #include <vector>
 
-// COLUMN=VALUE of the command line: its parts, the values that it means in a table, the rows that it names.
+// COLUMN=VALUE on the command line: parsing it, its typed value, the rows that it selects.
 namespace cfgctl
 {
 
-/// COLUMN=VALUE (the value as it stands) or COLUMN@=FILE (the value is the file's content).
+/// COLUMN=VALUE, or COLUMN@=FILE, whose value is the file's content.
 struct Assignment
 {
     std::string m_strColumn;
@@ -18,8 +18,8 @@ struct Assignment
     bool m_bFromFile = false;
 };
 
-/// A column's name is letters, digits and '_', not beginning with a digit; everything behind the first '=' belongs to
-/// the value. Pure. Throws UsageError, whose text never holds what stands behind the '='.
+/// A column's name has letters, digits and '_', and no digit first; everything after the first '=' is the value. Pure.
+/// Throws UsageError, whose text never contains the value.
 [[nodiscard]] Assignment parseAssignment(std::string_view a_strText);
 
 /// Several, each column at most once. Pure. Throws UsageError.
@@ -28,30 +28,30 @@ struct Assignment
 /// True for "@=-". Pure.
 [[nodiscard]] bool isFromStandardInput(const Assignment& a_oAssignment);
 
-/// Puts the content of the files in the place of their names, as readValue gives it. Throws Failure.
+/// Replaces the names of files with their content, read by readValue. Throws Failure.
 void readValues(std::vector<Assignment>& a_oAssignments);
 
-/// The value that a text means in a column, whose type and default a_oColumns (of IConfigClient::getcolumns) tells.
-/// Integers are decimal and fit 32 bits with sign; texts are UTF-8 without NUL. Pure. Throws Failure that names table
-/// and column and, where there is no such column, those that there are.
+/// A text as a value of a column, by the column's type in a_oColumns (from IConfigClient::getcolumns). Integers are
+/// decimal and fit in a signed 32-bit number; texts are UTF-8 without NUL. Pure. Throws Failure that names table and
+/// column; for an unknown column, it lists the table's columns.
 [[nodiscard]] korrin::Value parseValue(const std::string& a_strTable,
                                        const korrin::ValueList& a_oColumns,
                                        const std::string& a_strColumn,
                                        const std::string& a_strText);
 
-/// Throws Failure when the table has no such column. Pure.
+/// Throws Failure if the table has no such column. Pure.
 void requireColumn(const std::string& a_strTable, const korrin::ValueList& a_oColumns, const std::string& a_strColumn);
 
-/// The assignments as a row of typed values. Throws Failure for a column or value that the table cannot take.
+/// The assignments as a row of typed values. Throws Failure for an unknown column or a wrong value.
 [[nodiscard]] korrin::ValueList
 makeRow(Database& a_oDatabase, const std::string& a_strTable, const std::vector<Assignment>& a_oValues);
 
-/// The rows whose column holds the key's value; all rows when there is no key. Throws Failure as Database does, and
-/// where the key's column or its value's type is wrong.
+/// The rows that match the key; all rows without a key. Throws Failure as Database does, and for a key with an unknown
+/// column or a wrong value.
 [[nodiscard]] Rows
 selectRows(Database& a_oDatabase, const std::string& a_strTable, const std::vector<Assignment>& a_oKey);
 
-/// The Id of the one row that the key means. Throws Failure when none or several match.
+/// The Id of the row that matches the key. Throws Failure if none or several match.
 [[nodiscard]] std::string
 selectId(Database& a_oDatabase, const std::string& a_strTable, const std::vector<Assignment>& a_oKey);
 

@@ -26,7 +26,7 @@ constexpr unsigned s_uiRetryDelayMs = 200;
 constexpr std::chrono::seconds s_oAnswerTimeout{3};
 constexpr std::chrono::milliseconds s_oAskAgain{100}; // for write access
 
-/// Why a connection cannot be made; 0 when it can, -1 when whoever accepts it is not trusted.
+/// Tries to connect: 0, an errno value, or -1 if the listener is not a trusted user.
 int probe(const std::string& a_strSocket)
 {
     const platform::UniqueFd oSocket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -40,7 +40,7 @@ int probe(const std::string& a_strSocket)
     return bKnown && !platform::isTrustedUser(oPeer.uid) ? -1 : 0;
 }
 
-/// Whoever may use the socket, by its group's name where it has one.
+/// Who may use the socket, with the name of its group if it has one.
 std::string nameUsers(const std::string& a_strSocket)
 {
     struct stat oStatus = {};
@@ -55,7 +55,6 @@ std::string nameUsers(const std::string& a_strSocket)
            "adduser USER " + strGroup + "' and log in again";
 }
 
-/// Where systemd runs the machine and the service listens where its unit says, systemd starts it.
 std::string describeStart(const std::string& a_strSocket)
 {
     if (a_strSocket != g_pDefaultSocket)
@@ -120,7 +119,7 @@ Session::Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler* a_p
                        a_pHandler != nullptr)
 {
     m_oNotifications.registerConfigHandler(a_pHandler);
-    // The library is more patient with a service that accepts and does not answer than someone at a terminal is.
+    // The library waits longer for a service that accepts and does not answer.
     platform::Timer oPatience(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
     oPatience.start(s_oAnswerTimeout);
     try
@@ -248,7 +247,7 @@ StatusSources readSources(Database& a_oDatabase)
     oSources.m_oInterfaces = a_oDatabase.getRows(dbm::Table_StatusNetifWatch);
     oSources.m_oIPv6 = a_oDatabase.getRows(dbm::Table_StatusNetIfIPv6Addresses);
     oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
-    oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log, whose newest row it judges
+    oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log: it decides on its newest row
     oSources.m_oRelay = a_oDatabase.getRows(dbm::Table_DNSRelay);
     oSources.m_oServers = a_oDatabase.getRows(dbm::Table_DNSClientServer);
     oSources.m_oSerial = a_oDatabase.getRows(dbm::Table_etl);

@@ -15,7 +15,7 @@ namespace cfgctl
 
 namespace dbm = quorvad::dbm;
 
-/// Where the service listens unless it is told otherwise.
+/// Where the service listens by default.
 constexpr const char* g_pDefaultSocket = "/tmp/cfgserver.socket";
 
 /// A connection to the configuration service for the length of one command; one thread.
@@ -36,9 +36,9 @@ private:
     vadro::cfg::NotificationHandler m_oNotifications;
 };
 
-/// The client's operations with their failures turned into texts. Borrows the client. Every call is at least one
-/// exchange with the service, may block for its time limit and throws Failure that says what could not be done and the
-/// service's reason.
+/// The client's operations, with failures as exceptions. Borrows the client. Every call is at least one request to the
+/// service, may block up to the request's time limit and throws Failure that says what failed and gives the service's
+/// reason.
 class Database
 {
 public:
@@ -52,15 +52,15 @@ public:
     [[nodiscard]] unsigned int countRows(const std::string& a_strTable);
     [[nodiscard]] Rows getRows(const std::string& a_strTable);
 
-    /// Asks for write access again and again while another client holds it, for at most that long.
+    /// Waits up to a_oPatience while another client has write access.
     void beginWrite(Milliseconds a_oPatience);
     void insertRow(const std::string& a_strTable, const korrin::ValueList& a_oValues);
     void updateRow(const std::string& a_strTable, const std::string& a_strId, const korrin::ValueList& a_oValues);
     void deleteRow(const std::string& a_strTable, const std::string& a_strId);
-    /// Without it, the writes vanish with the connection.
+    /// Without it, the writes are lost when the connection closes.
     void commit();
 
-    /// Writes one row, all in one; gives its Id.
+    /// A whole transaction that adds one row. Returns the row's Id.
     korrin::Value addRow(const std::string& a_strTable, const korrin::ValueList& a_oValues, Milliseconds a_oPatience);
 
 private:
@@ -69,7 +69,7 @@ private:
     vadro::cfg::common::IConfigClient& m_oClient;
 };
 
-/// The tables that the state of the accounts is put together from.
+/// The tables that tell the state of the accounts.
 struct StatusSources
 {
     Rows m_oAccounts;   ///< DynDns
@@ -85,8 +85,8 @@ struct StatusSources
 /// Reads them one after the other. Throws Failure as Database does.
 [[nodiscard]] StatusSources readSources(Database& a_oDatabase);
 
-/// The last row whose column has that text; an empty row, which answers null for every column, when there is none. The
-/// reference lives as long as the rows.
+/// The last row whose column has that text; an empty row, all of whose columns are null, if there is none. The
+/// reference is valid as long as the rows.
 [[nodiscard]] const korrin::ValueList&
 findLast(const Rows& a_oRows, const std::string& a_strColumn, const std::string& a_strText);
 

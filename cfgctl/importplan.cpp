@@ -21,7 +21,7 @@ std::string nameRow(const std::string& a_strTable, const korrin::ValueList& a_oR
                                  : "A " + a_strTable + " row without Id";
 }
 
-/// The value that the file means for one column of a row, which a_pPresent is the stored form of, if there is one.
+/// The value to store in one column; a_pPresent is the stored row, or null.
 korrin::Value wantedValue(const std::string& a_strTable,
                           const std::string& a_strColumn,
                           const korrin::Value& a_oDefault,
@@ -97,7 +97,7 @@ private:
 Rows completeRows(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const RowIndex& a_oPresent)
 {
     Rows oNamed;
-    Rows oNew; // they are given Ids past all that are taken, the file's own included
+    Rows oNew; // get Ids above all others, those in the file included
     for (const korrin::ValueList& oWanted : a_oWanted.m_oRows)
     {
         Rows& oRows = oWanted.hasValue("Id") ? oNamed : oNew;
@@ -118,7 +118,8 @@ void count(TablePlan& a_oPlan, const Rows& a_oRows, const RowIndex& a_oPresent)
     a_oPlan.m_uiDeleted = static_cast<unsigned>(a_oPresent.getSize()) - a_oPlan.m_uiChanged - a_oPlan.m_uiUnchanged;
 }
 
-/// Gives the row of a table that always has exactly one its Id. Throws Failure where the file does not have that row.
+/// For a table that always has exactly one row: adds the Id if it is missing. Throws Failure unless the file has
+/// exactly that row.
 void completeFixedRow(ImportedTable& a_oWanted, const Rows& a_oPresent)
 {
     const std::string strOnlyRow = "Table " + a_oWanted.m_strTable + " always has exactly one row";
@@ -172,8 +173,8 @@ TablePlan planImport(ImportedTable a_oWanted, const korrin::ValueList& a_oColumn
     const RowIndex oIndex(oPresent);
     const Rows oRows = completeRows(a_oWanted, a_oColumns, oIndex);
     count(oPlan, oRows, oIndex);
-    // From the first difference on everything is taken out and put in again: rows are only ever appended, and no key
-    // of a row that is still to change can be in the way of another one.
+    // From the first difference on, all rows are deleted and inserted again: the service only appends rows, and a row
+    // still to be changed cannot collide with the unique value of another one.
     const auto [itPresent, itWanted] = std::mismatch(oPresent.begin(), oPresent.end(), oRows.begin(), oRows.end());
     (bFixedRow ? oPlan.m_oUpdates : oPlan.m_oInserts).assign(itWanted, oRows.end());
     for (auto it = itPresent; it != oPresent.end() && !bFixedRow; ++it)

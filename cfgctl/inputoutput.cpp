@@ -142,7 +142,7 @@ void complain(std::string_view a_strText) noexcept
     {
         static_cast<void>(platform::writeAll(STDERR_FILENO, "cfgctl: " + platform::escape(a_strText) + "\n"));
     }
-    catch (const std::exception&) // no memory for the text; the exit status still tells
+    catch (const std::exception&) // no memory for the text; the exit status remains
     {
         static_cast<void>(platform::writeAll(STDERR_FILENO, "cfgctl: out of memory\n"));
     }

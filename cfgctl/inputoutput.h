@@ -8,24 +8,23 @@
 namespace cfgctl
 {
 
-/// Reads a file whole. Blocks as long as the input does. Throws Failure with the system's reason, or when there are
+/// Reads a whole file. Blocks as long as the input does. Throws Failure with the system's reason, or if the file has
 /// more than a_uiLimit bytes.
 [[nodiscard]] std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit);
 
-/// A file's content as a value, at most 64 KiB. One line end at its end is dropped, since editors and echo put it
-/// there. Throws Failure as readFile does.
+/// A file's content as a value, at most 64 KiB, without one trailing line end, which editors and echo add. Throws
+/// Failure as readFile does.
 [[nodiscard]] std::string readValue(const std::string& a_strPath);
 
-/// Writes a file that only its owner can read. A file of that name is replaced once the new one is whole, on disk and
-/// closed; a device or pipe of that name is written to. Throws Failure with the system's reason; an old file is then
-/// as it was.
+/// Writes a file that only its owner can read. An existing file is replaced once the new one is complete and on disk; a
+/// device or pipe is written to. Throws Failure with the system's reason; an existing file is then unchanged.
 void writeFile(const std::string& a_strPath, std::string_view a_strContent);
 
-/// Writes everything to standard output before it returns. Blocks as long as the reader does; a reader that went away
-/// ends the program by SIGPIPE. Throws Failure with the system's reason.
+/// Writes everything to standard output. Blocks as long as the reader does; if the reader is gone, SIGPIPE ends the
+/// program. Throws Failure with the system's reason.
 void writeOut(std::string_view a_strText);
 
-/// One line on standard error, "cfgctl: " in front, control bytes made visible. A failure is ignored.
+/// Writes a line to standard error, prefixed with "cfgctl: ", control bytes escaped. A failure is ignored.
 void complain(std::string_view a_strText) noexcept;
 
 } // namespace cfgctl

@@ -24,7 +24,7 @@ void run(int a_iCount, const char* const* a_ppArguments)
         (*pLong)(oOptions);
         return;
     }
-    cfgctl::readValues(oOptions.m_oKey); // before the connection: standard input may take its time
+    cfgctl::readValues(oOptions.m_oKey); // before connecting: standard input may be slow
     cfgctl::readValues(oOptions.m_oValues);
     cfgctl::Session oSession(oOptions.m_strSocket);
     cfgctl::Database oDatabase(oSession.getClient());
@@ -36,7 +36,7 @@ void run(int a_iCount, const char* const* a_ppArguments)
 int main(int a_iCount, char** a_ppArguments)
 {
     platform::occupyStandardDescriptors();
-    std::signal(SIGPIPE, SIG_DFL); // 'cfgctl export | head' ends without a word, whatever this was started with
+    std::signal(SIGPIPE, SIG_DFL); // 'cfgctl export | head' ends silently even if SIGPIPE was ignored
     try
     {
         run(a_iCount, a_ppArguments);

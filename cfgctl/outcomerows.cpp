@@ -53,7 +53,6 @@ Cell interfaceCell(const korrin::ValueList& a_oRow)
     return {strText};
 }
 
-/// What happened last, and how long ago.
 Cell lastCell(const korrin::ValueList& a_oRow)
 {
     const std::string strOutcome = textOf(a_oRow, "Outcome");
@@ -90,7 +89,7 @@ std::string describeWhen(const korrin::ValueList& a_oRow)
         return strText;
     }
     strText[strText.find('T')] = ' ';
-    strText.erase(strText.size() - 5); // the zone: the age says it all
+    strText.erase(strText.size() - 5); // the zone
     return strText;
 }
 

@@ -13,18 +13,18 @@ namespace cfgctl
 /// account's newest log row, Next (plain words); null where there is nothing. Pure.
 [[nodiscard]] Rows makeStatusRows(const StatusSources& a_oSources, std::time_t a_iNow);
 
-/// The same for a person. Pure.
+/// Their table. Pure.
 [[nodiscard]] Table makeStatusTable(const Rows& a_oStatusRows);
 
-/// DynDnsLog rows with an Id above a_iAfter, the newest last, of one account unless a_iAccount is 0: Id, DynDnsId,
+/// DynDnsLog rows with an Id above a_iAfter, newest last, of one account or, if a_iAccount is 0, of all: Id, DynDnsId,
 /// Hostname (null when the account is gone), Timestamp, AgeSeconds (null for a Timestamp that cannot be read), Outcome
-/// ("ok", "failed", "unknown"), ResponseCode, Response. Looks at accounts, status and log only. Pure.
+/// ("ok", "failed", "unknown"), ResponseCode, Response. Only the accounts, their status and log are read. Pure.
 [[nodiscard]] Rows makeLogRows(const StatusSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow);
 
-/// The same for a person. Pure.
+/// Their table. Pure.
 [[nodiscard]] Table makeLogTable(const Rows& a_oLogRows);
 
-/// One of them as a line, for output that grows. Pure.
+/// One of them as a line, without headings. Pure.
 [[nodiscard]] std::string makeLogLine(const korrin::ValueList& a_oLogRow, const Layout& a_oLayout);
 
 } // namespace cfgctl

@@ -15,7 +15,7 @@ namespace
 namespace dbm = quorvad::dbm;
 using dbm::ESecret;
 
-/// Nothing but placeholders, which the daemon fills in, and separators.
+/// Only placeholders, which the daemon fills in, and separators.
 bool isPlaceholder(std::string_view a_strText)
 {
     std::string strRest(a_strText);
@@ -55,7 +55,7 @@ std::string hideUserInfo(std::string_view a_strUrl)
            std::string(a_strUrl.substr(uiStart + uiAt));
 }
 
-/// The URL up to its query, and the parts of that.
+/// The URL up to its query, then the parts of the query.
 std::vector<std::string_view> splitUrl(std::string_view a_strUrl)
 {
     std::vector<std::string_view> oParts;

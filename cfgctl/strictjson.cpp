@@ -14,7 +14,7 @@ namespace cfgctl
 namespace
 {
 
-constexpr std::size_t s_uiMostNames = 100; // of one object; looking one up takes as long as there are
+constexpr std::size_t s_uiMostNames = 100; // of one object; a look-up is linear
 constexpr std::size_t s_uiShown = 40;      // of a name
 
 std::string describePosition(std::string_view a_strBytes, std::size_t a_uiOffset)
@@ -25,8 +25,8 @@ std::string describePosition(std::string_view a_strBytes, std::size_t a_uiOffset
     return "line " + std::to_string(iLine) + ", column " + std::to_string(strBefore.size() - uiLineStart + 1) + ": ";
 }
 
-/// Looks at everything in the file before a tree is made of it. A pass of its own, because a parser that is watched by
-/// a callback searches a list anew for each of its entries.
+/// Checks the whole file before a tree is made of it. A pass of its own, because a parser with a callback takes
+/// quadratic time for a list.
 class Guard : public nlohmann::json_sax<Json>
 {
 public:
@@ -54,7 +54,7 @@ public:
         }
         return true;
     }
-    /// The parser's own text repeats bytes of the file, which may be a password.
+    /// The parser's own message quotes bytes of the file, which may be a password.
     bool parse_error(std::size_t a_uiPosition, const std::string&, const Json::exception&) override
     {
         throw Failure(describePosition(m_strBytes, std::max<std::size_t>(a_uiPosition, 1) - 1) + "not valid JSON");
@@ -63,7 +63,7 @@ public:
 private:
     struct Level
     {
-        std::vector<std::string> m_oNames; ///< of an object, the present one last
+        std::vector<std::string> m_oNames; ///< of an object, the current one last
         std::size_t m_uiValues = 0;
     };
 

@@ -9,7 +9,7 @@ namespace cfgctl
 
 using Json = nlohmann::ordered_json;
 
-/// What a file may hold; memory stays within a small multiple of it, and time linear.
+/// Limits of a file. Memory stays within a small multiple of the size, and time is linear.
 struct JsonLimits
 {
     std::size_t m_uiBytes;
@@ -17,9 +17,9 @@ struct JsonLimits
     std::size_t m_uiValues; ///< numbers, texts, lists and objects
 };
 
-/// A file's JSON as a tree, names in the file's order. Refuses what the parser itself would let pass: a NUL byte, which
-/// it takes for the end, a name that an object has twice, of which it would keep the last, and what is past the limits.
-/// Pure. Throws Failure with the place and the reason; the text never holds a value of the file.
+/// A file's JSON as a tree, names in the file's order. Rejects what the parser itself accepts: a NUL byte, which it
+/// takes for the end of the file, a name given twice in one object, of which it keeps the last, and anything beyond the
+/// limits. Pure. Throws Failure with the place and the reason; the text never contains a value of the file.
 [[nodiscard]] Json parseStrictJson(std::string_view a_strBytes, const JsonLimits& a_oLimits);
 
 } // namespace cfgctl

@@ -19,7 +19,7 @@ namespace
 {
 
 constexpr std::size_t s_uiGap = 2;
-/// What a terminal is told for a Style, in the order of their declaration.
+/// The terminal's code of each Style, in the order of the enumeration.
 constexpr std::array<const char*, 5> s_apColours{"", "32", "31", "2", "1"};
 
 using Cells = std::vector<Cell>;
@@ -31,7 +31,7 @@ std::string paint(const Cell& a_oCell, const Layout& a_oLayout)
                                                       : a_oCell.m_strText;
 }
 
-/// The headings and the rows, ready to be printed.
+/// The headings and the rows, escaped and cut.
 std::vector<Cells> makeLines(const Table& a_oTable)
 {
     std::vector<Cells> oLines(1);

@@ -18,7 +18,7 @@ enum class Style
 
 struct Cell
 {
-    std::string m_strText; ///< as it came; the renderer makes control bytes visible
+    std::string m_strText; ///< as received; control bytes are escaped when printed
     Style m_eStyle = Style::Plain;
     bool m_bRight = false; ///< numbers
 };
@@ -29,22 +29,22 @@ struct Table
     std::vector<std::vector<Cell>> m_oRows; ///< each as long as the headings
 };
 
-/// How the place of output wants a table.
+/// How to print a table.
 struct Layout
 {
     bool m_bColours = false;
     std::size_t m_uiWidth = 0; ///< columns of the terminal; 0: no limit
 };
 
-/// Longest cell that is shown whole in a table, in columns; --json shows everything.
+/// The widest cell, in columns; longer texts are cut in tables, never in JSON.
 constexpr std::size_t g_uiMaxCell = 100;
 
-/// A heading line and one line per row, columns two blanks apart, nothing behind a line's last column. Where that is
-/// wider than the layout allows, each row becomes a block of "column  value" lines instead. Pure.
+/// A heading line and one line per row, columns two blanks apart, no trailing blanks. If that is too wide for the
+/// layout, each row becomes a block of "column  value" lines. Pure.
 [[nodiscard]] std::string renderTable(const Table& a_oTable, const Layout& a_oLayout);
 
-/// The layout for standard output: colours and a width on a terminal only, and no colours where the environment has a
-/// NO_COLOR that is not empty or the terminal is "dumb".
+/// The layout for standard output: colours and a width on a terminal only; no colours if NO_COLOR is set and not empty
+/// or the terminal is "dumb".
 [[nodiscard]] Layout layoutOfStandardOutput();
 
 } // namespace cfgctl

@@ -14,7 +14,7 @@ std::optional<std::time_t> parseTimestamp(std::string_view a_strText)
 {
     const std::string strText(a_strText);
     std::tm oTime{};
-    std::array<char, 32> oBack{}; // strptime takes more forms than the one that is written
+    std::array<char, 32> oBack{}; // strptime accepts more than the one form
     if (strptime(strText.c_str(), platform::g_acIsoFormat, &oTime) == nullptr ||
         strText !=
             std::string_view(oBack.data(), strftime(oBack.data(), oBack.size(), platform::g_acIsoFormat, &oTime)))

@@ -10,18 +10,18 @@
 namespace cfgctl
 {
 
-/// The moment that a text of the form "2026-03-01T17:45:09+0100" names, independent of this machine's zone; nothing
-/// for any other text. Pure.
+/// Parses a time stamp of the form "2026-03-01T17:45:09+0100", independent of the local zone; nothing for any other
+/// text. Pure.
 [[nodiscard]] std::optional<std::time_t> parseTimestamp(std::string_view a_strText);
 
 /// "40 seconds", "1 minute", "2 hours", "5 days"; rounded down. Pure.
 [[nodiscard]] std::string describeSpan(std::time_t a_iSeconds);
 
-/// "just now", "3 minutes ago", "2 hours ago"; "2 hours ahead of this clock" for a moment to come, which only a clock
-/// that was set back can show. Pure.
+/// "just now", "3 minutes ago", "2 hours ago"; "2 hours ahead of this clock" for a time in the future, after a clock
+/// was set back. Pure.
 [[nodiscard]] std::string describeAge(std::time_t a_iSeconds);
 
-/// Seconds since then, as far as an integer goes; null for a text that names no moment. Pure.
+/// The seconds since a time stamp, limited to the range of an integer; null for an invalid one. Pure.
 [[nodiscard]] korrin::Value ageOf(std::string_view a_strTimestamp, std::time_t a_iNow);
 
 } // namespace cfgctl

@@ -49,7 +49,7 @@ char32_t decode(std::string_view a_strSequence)
     return uiCharacter;
 }
 
-/// Takes one character, or one byte that belongs to none, and tells its width.
+/// Removes one character, or one invalid byte, and returns its width.
 std::size_t takeWidth(std::string_view& a_strText)
 {
     const std::size_t uiLength = platform::getSequenceLength(a_strText);
@@ -77,7 +77,7 @@ std::size_t displayWidth(std::string_view a_strText)
 std::string cutToWidth(std::string_view a_strText, std::size_t a_uiWidth)
 {
     std::string_view strRest = a_strText;
-    std::size_t uiFitting = 0; // bytes that leave one column for the mark
+    std::size_t uiFitting = 0; // bytes before the mark, if the text has to be cut
     for (std::size_t uiWidth = 0; !strRest.empty();)
     {
         uiWidth += takeWidth(strRest);

@@ -24,7 +24,7 @@ constexpr std::time_t s_iAttempt = quorvad::CurlAction::s_iTransferSec + 2; // u
 constexpr std::time_t s_iWritten = quorvad::g_uiPassSec + 15;
 constexpr int s_iMostDoublings = 20;
 
-/// The daemon's wait after the try at that place of its series.
+/// How long the daemon waits after the given try of a series.
 std::time_t waitAfter(int a_iPlace, int a_iStart)
 {
     std::int32_t iWait = a_iStart;
@@ -35,8 +35,8 @@ std::time_t waitAfter(int a_iPlace, int a_iStart)
     return iWait;
 }
 
-/// The place of the second of two tries in its series, 1 for a first one: the daemon waits 2, 4, 8, ... times its
-/// start period, and these ranges do not overlap. A distance that fits none began a new series.
+/// Which try of its series followed after a_iGap seconds. The daemon waits 2, 4, 8, ... times its start period, and
+/// these ranges do not overlap. A gap outside all of them began a new series: 1.
 int placeOf(std::time_t a_iGap)
 {
     for (int iTry = 1; iTry < s_iMostDoublings; ++iTry)
@@ -50,7 +50,7 @@ int placeOf(std::time_t a_iGap)
     return 1;
 }
 
-/// The latest moment of the next try; nothing when no try is left.
+/// The latest time of the next try; nothing if no try is left.
 std::optional<std::time_t> latestNextTry(const std::vector<std::time_t>& a_oFailures, int a_iTries)
 {
     const std::size_t uiCount = a_oFailures.size();
@@ -62,8 +62,8 @@ std::optional<std::time_t> latestNextTry(const std::vector<std::time_t>& a_oFail
     return a_oFailures.back() + waitAfter(iPlace, quorvad::g_iLongestStartSec) + s_iSlice;
 }
 
-/// Times of the failures since the last success. Where the outcome is unknown, the distance to the next try tells
-/// whether that was a repetition.
+/// Times of the failures since the last success. Attempts with an unknown outcome are included: the gap to the next one
+/// shows whether that was a repetition.
 std::vector<std::time_t> failuresOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
 {
     std::vector<std::time_t> oTimes;

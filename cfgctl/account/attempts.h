@@ -19,13 +19,13 @@ enum class Outcome
 /// "ok", "failed" or "unknown", for programs.
 [[nodiscard]] const char* nameOutcome(Outcome a_eOutcome);
 
-/// Judges a DynDnsLog row of an account. The account's DynDnsStatus row decides on the attempt with its Timestamp; an
-/// older one is judged by the daemon's rule on what is stored of the answer, with the account's present settings; none
-/// are known of an account that is gone (an empty row). Pure.
+/// The outcome of a DynDnsLog row. The account's DynDnsStatus row decides on the attempt with its Timestamp. Older ones
+/// are judged by the daemon's rule, the account's present settings and the stored part of the answer; unknown for an
+/// account that no longer exists (an empty row). Pure.
 [[nodiscard]] Outcome
 judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const korrin::ValueList& a_oLogRow);
 
-/// What will happen next with an account, in a few plain words, as far as the tables tell. Pure.
+/// What happens next with an account, in a few plain words, as far as the tables tell. Pure.
 [[nodiscard]] std::string
 describeNext(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow);
 

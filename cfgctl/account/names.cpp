@@ -72,7 +72,6 @@ constexpr std::array<Range, 9> s_oUnreachable = {
      {AF_INET6, "fe80::", 10, "link-local"},
      {AF_INET6, "::1", 128, "loopback"}}};
 
-/// The first bits, as many as the range fixes, are the same.
 bool isIn(const Range& a_oRange, const Address& a_oAddress)
 {
     Address oFirst{};

@@ -19,7 +19,7 @@ namespace
 {
 
 constexpr std::array s_aiSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
-constexpr std::size_t s_uiLongest = 4094; // a terminal cuts a line to 4095 bytes without a word
+constexpr std::size_t s_uiLongest = 4094; // a terminal silently cuts a line to 4095 bytes
 
 volatile std::sig_atomic_t s_iSignal = 0;
 
@@ -28,7 +28,7 @@ extern "C" void noteSignal(int a_iSignal)
     s_iSignal = a_iSignal;
 }
 
-/// The signals are noted, and come only while the program waits for input; those that were ignored stay ignored.
+/// Notes signals, which are delivered only while the program waits for input; ignored ones stay ignored.
 class SignalsNoted
 {
 public:
@@ -64,7 +64,7 @@ public:
     SignalsNoted(const SignalsNoted&) = delete;
     SignalsNoted& operator=(const SignalsNoted&) = delete;
 
-    /// Waits for input with the signals let through; false when one came.
+    /// Waits for input with the signals unblocked; false if one arrived.
     [[nodiscard]] bool waitForInput() const
     {
         pollfd oInput{STDIN_FILENO, POLLIN, 0};
@@ -79,7 +79,7 @@ private:
     std::array<struct sigaction, s_aiSignals.size()> m_aoOld{};
 };
 
-/// The terminal shows nothing of what is typed but the line's end.
+/// Turns off the terminal's echo of all but the line end.
 class EchoOff
 {
 public:
@@ -103,7 +103,7 @@ private:
     termios m_oOld{};
 };
 
-/// One line of the terminal; false when a signal came first. Throws Failure at the end of the input.
+/// Reads a line from the terminal; false if a signal came first. Throws Failure at the end of the input.
 bool readLine(const SignalsNoted& a_oSignals, std::string& a_strLine)
 {
     a_strLine.clear();
@@ -132,8 +132,7 @@ bool askOnce(const std::string& a_strQuestion, std::string& a_strLine)
     return readLine(oSignals, a_strLine);
 }
 
-/// A signal does what it would have done, with the terminal as it was; after one that only stopped the program for a
-/// while, the question is asked again.
+/// A signal takes its usual effect after the terminal is restored; if the program continues, the question is repeated.
 std::string ask(const std::string& a_strQuestion)
 {
     std::string strLine;

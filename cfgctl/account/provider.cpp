@@ -174,7 +174,7 @@ void addFile(ProviderList& a_oList, const std::string& a_strPath)
 {
     try
     {
-        const std::string strJson = readFile(a_strPath, s_uiFileLimit); // whose reason names the file
+        const std::string strJson = readFile(a_strPath, s_uiFileLimit); // its own failure names the file
         for (const Provider& oProvider :
              within("Cannot use provider file '" + a_strPath + "': ", [&] { return parseProviders(strJson); }))
         {
@@ -187,7 +187,7 @@ void addFile(ProviderList& a_oList, const std::string& a_strPath)
     }
 }
 
-/// Beside the program, wherever its tree was put or built; else where it was to be installed.
+/// Relative to the program, in an installed tree as in a build folder; else the installation path.
 std::string findShipped()
 {
     std::error_code oError;

@@ -19,13 +19,13 @@ enum class SignIn
 /// "basic", "url" or "gnudip".
 [[nodiscard]] const char* nameSignIn(SignIn a_eSignIn);
 
-/// What has to be known of a provider to make an account's row. Texts of a file, checked by parseProviders.
+/// What a provider's accounts need. Texts from a file, checked by parseProviders.
 struct Provider
 {
     std::string m_strKey;
     std::string m_strName;
     bool m_bSure = false;
-    std::string m_strDoubt; ///< what the provider's own pages do not confirm; of one that is not sure
+    std::string m_strDoubt; ///< what the provider's own pages do not confirm, unless sure
     SignIn m_eSignIn = SignIn::Basic;
     std::string m_strUrl;          ///< template; GnuDIP: the server
     std::string m_strUrlDual;      ///< template with both address families; empty when there is none
@@ -46,18 +46,18 @@ using Providers = std::vector<Provider>;
 constexpr char g_acLabel[] = "<label>";
 constexpr char g_acZone[] = "<zone>";
 
-/// The most tries per change that an account may be given.
+/// The highest number of tries per change.
 constexpr int g_iMostTries = 20;
 constexpr const char* g_pOwnProviders = "/etc/quorvad/providers.json";
 
-/// Null when there is none. The pointer lives as long as the list is left alone.
+/// Null if there is none. The pointer is valid until the list changes.
 [[nodiscard]] const Provider* findProvider(const Providers& a_oProviders, const std::string& a_strKey);
 
-/// Whether a row of DynDns asks for GnuDIP; any other ServiceType that the daemon knows is an update URL.
+/// Whether a row of DynDns uses GnuDIP; the other valid ServiceType is an update URL.
 [[nodiscard]] bool isGnudip(const korrin::ValueList& a_oAccount);
 
-/// The provider that a row of DynDns comes from: for HTTPS one whose template has the same address before the query,
-/// for GnuDIP one of the same server. Null when there is none.
+/// The provider of a row of DynDns: one whose template is the same up to the query, or for GnuDIP one with the same
+/// server. Null if there is none.
 [[nodiscard]] const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::ValueList& a_oAccount);
 
 /// The providers of {"providers": [{"key": ..., "url": ..., ...}, ...]}; docs/providers.md lists the fields. Everything
@@ -65,7 +65,7 @@ constexpr const char* g_pOwnProviders = "/etc/quorvad/providers.json";
 /// that names the entry, the field and what is wrong with it.
 [[nodiscard]] Providers parseProviders(std::string_view a_strJson);
 
-/// The same the other way round, every field of every provider. Pure.
+/// The reverse: every field of every provider. Pure.
 [[nodiscard]] std::string providersToJson(const Providers& a_oProviders);
 
 struct ProviderList
@@ -74,9 +74,9 @@ struct ProviderList
     std::vector<std::string> m_oComplaints; ///< files that could not be used, and why
 };
 
-/// The providers that came with the program, then those of g_pOwnProviders where that file is there, then those of
-/// a_strMore unless it is empty. An entry of a later file takes the place of one with the same key; a file with a fault
-/// adds nothing and is complained about. Reads files; never throws for their content.
+/// The providers installed with the program, then those of g_pOwnProviders if that file exists, then those of a_strMore
+/// unless it is empty. A later entry replaces one with the same key; an invalid file adds nothing but a complaint.
+/// Reads files; never throws for their content.
 [[nodiscard]] ProviderList loadProviders(const std::string& a_strMore);
 
 } // namespace cfgctl

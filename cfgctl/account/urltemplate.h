@@ -14,12 +14,12 @@ namespace cfgctl
 
 /// Why the transfer library or the daemon would not take this as an update URL: no https:// or http:// in front, no
 /// host, an unknown placeholder, a character that a URL cannot hold, a '#' (what follows is never sent).
-/// Empty when nothing speaks against it. The text holds no part of the URL but placeholders. Pure.
+/// Empty if there is no fault. The text contains no part of the URL but placeholders. Pure.
 [[nodiscard]] std::string findUrlFault(const std::string& a_strTemplate, const std::vector<std::string>& a_oAllowed);
 
 /// The URL up to its query. Pure.
 [[nodiscard]] std::string urlBase(const std::string& a_strUrl);
-/// The host of a URL, without port and what identifies a user. Pure.
+/// The host of a URL, without user and port. Pure.
 [[nodiscard]] std::string urlHost(const std::string& a_strUrl);
 
 /// Everything but letters, digits and "-._~" as %XX. Pure.

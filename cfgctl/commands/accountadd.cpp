@@ -15,7 +15,7 @@ namespace cfgctl
 namespace
 {
 
-/// A file with a fault ends this: the provider might be taken from another file than the one meant.
+/// Fails if a file is invalid: the intended entry may be in it.
 Provider chooseProvider(const AccountOptions& a_oOptions)
 {
     if (!a_oOptions.m_strUrl.empty())
@@ -101,7 +101,7 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     oRow.add(dbm::Id, oId);
     if (bDryWithout)
     {
-        oRow.add(dbm::DynDns_Password, platform::text(std::string(g_strHidden))); // the one to come
+        oRow.add(dbm::DynDns_Password, platform::text(std::string(g_strHidden))); // stands for the real one
     }
     for (const std::string& strWarning : findWarnings(oProvider, oRow, oSources))
     {

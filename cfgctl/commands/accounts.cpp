@@ -19,7 +19,7 @@ namespace cfgctl
 namespace
 {
 
-/// The provider's name where it is known, else its server.
+/// The provider's name if it is known, else its server.
 std::string nameProvider(const Providers& a_oProviders, const korrin::ValueList& a_oRow)
 {
     if (const Provider* pProvider = recogniseProvider(a_oProviders, a_oRow))
@@ -36,7 +36,7 @@ std::string capitalised(std::string a_strText)
     return a_strText;
 }
 
-/// In one transaction; accounts that are so already are left alone, since any write makes the daemon update again.
+/// In one transaction. Skips accounts already in that state, since any write makes the daemon update again.
 std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_bEnable)
 {
     const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
@@ -142,7 +142,7 @@ std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions)
     return setEnabled(a_oDatabase, a_oOptions, false);
 }
 
-// The daemon goes on updating an account whose row disappears as it last saw it. So it is shown a disabled one first.
+// The daemon goes on updating an account that disappears while enabled, so the account is disabled first.
 std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
 {
     const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);

@@ -12,7 +12,7 @@ namespace cfgctl
 inline constexpr char g_acNoAccounts[] =
     "No accounts yet. Add one with: cfgctl account add --provider NAME --host HOST --interface NAME";
 
-/// The accounts with these Ids, in this order. Throws Failure for an Id that there is not.
+/// The accounts with these Ids, in this order. Throws Failure for an unknown Id.
 [[nodiscard]] Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds);
 
 /// "account 1 (home.example.net)". Pure.

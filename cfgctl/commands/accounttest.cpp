@@ -107,7 +107,7 @@ std::string describeServer(const korrin::ValueList& a_oAccount,
     return quorvad::fillPlaceholders(hideTemplate(strServer, oPublic), oValues);
 }
 
-/// All that is known of the next update, in the order to show it.
+/// What is known about the next update, in the order of output.
 std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
                                const StatusSources& a_oSources,
                                const Provider* a_pProvider,

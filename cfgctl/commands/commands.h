@@ -8,9 +8,8 @@
 namespace cfgctl
 {
 
-// One function per command. Each does the whole command and returns what goes to standard output, empty or ending with
-// a line end; nothing is printed before everything succeeded. All throw Failure (exit status 1), and UsageError where
-// the arguments contradict each other. The text of a command that only reads depends on Options::m_oLayout.
+// One function per command. It returns the standard output, empty or ending with a line end, once everything has
+// succeeded. All throw Failure (exit status 1), and UsageError for arguments that contradict each other.
 
 [[nodiscard]] std::string runShow(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAdd(Database& a_oDatabase, const Options& a_oOptions);
@@ -23,7 +22,7 @@ namespace cfgctl
 
 [[nodiscard]] std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountList(Database& a_oDatabase, const Options& a_oOptions);
-/// Prints its report by itself; a Failure follows when no update would go out.
+/// Prints its report itself, then throws Failure if no update would be sent.
 [[nodiscard]] std::string runAccountTest(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountEnable(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions);
@@ -36,9 +35,9 @@ void runProviders(const Options& a_oOptions);
 /// Prints the newest attempts and, with Options::m_bFollow, each new one until a signal ends it.
 void runLog(const Options& a_oOptions);
 
-/// Prints a line per changed table while it runs; ends on SIGINT and SIGTERM, after Options::m_uiCount lines, or when
-/// Options::m_uiTimeoutSec are over, which is a Failure where lines are still missing. Makes its own connections, the
-/// last of which is rebuilt when it breaks. Once per process: it leaves signal handlers behind.
+/// Prints a line per changed table until SIGINT, SIGTERM, Options::m_uiCount lines or the end of
+/// Options::m_uiTimeoutSec; the latter throws Failure if lines are missing. A lost connection is rebuilt. Once per
+/// process: signal handlers stay installed.
 void runWatch(const Options& a_oOptions);
 
 } // namespace cfgctl

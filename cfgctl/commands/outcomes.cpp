@@ -15,7 +15,7 @@ namespace cfgctl
 namespace
 {
 
-/// Prints what it has not printed yet.
+/// Prints each log row once.
 class LogPrinter
 {
 public:
@@ -35,7 +35,7 @@ public:
         }
         writeOut(m_oOptions.m_bJson ? rowsToJson(oRows) : renderTable(makeLogTable(oRows), m_oOptions.m_oLayout));
     }
-    /// What cannot be read is read at the next change, or when the service is back.
+    /// If reading fails, the rows follow at the next change, or once the service is back.
     void printNew(Database& a_oDatabase)
     {
         Rows oRows;
@@ -56,7 +56,8 @@ private:
         StatusSources oSources;
         oSources.m_oAccounts = a_oDatabase.getRows(dbm::Table_DynDns);
         oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
-        oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log, whose newest row it judges
+        oSources.m_oStatus =
+            a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log: it decides on its newest row
         const std::vector<int>& oIds = m_oOptions.m_oAccount.m_oIds;
         Rows oRows = makeLogRows(oSources, oIds.empty() ? 0 : oIds.front(), m_iLast, std::time(nullptr));
         if (!oRows.empty())
@@ -101,7 +102,7 @@ void runLog(const Options& a_oOptions)
         Database oDatabase(oSession.getClient());
         if (!a_oOptions.m_oAccount.m_oIds.empty())
         {
-            static_cast<void>(readAccounts(oDatabase, a_oOptions.m_oAccount.m_oIds)); // an unknown one fails here
+            static_cast<void>(readAccounts(oDatabase, a_oOptions.m_oAccount.m_oIds)); // throws for an unknown one
         }
         oPrinter.printNewest(oDatabase);
     }

@@ -16,8 +16,8 @@ namespace
 
 namespace dbm = quorvad::dbm;
 
-/// What other programs write of the moment. Put back later, or on another machine, it would only mislead the daemon, so
-/// it is exported when asked for.
+/// A table of states that other programs write. Restored later or on another machine it would mislead the daemon, so it
+/// is exported only on request.
 bool tellsState(const std::string& a_strTable)
 {
     const auto uiTable = dbm::findTable(a_strTable);
@@ -125,7 +125,7 @@ std::string runImport(Database& a_oDatabase, const Options& a_oOptions)
 {
     const Schema oSchema = a_oDatabase.getSchema();
     const std::vector<ImportedTable> oTables = readImport(a_oOptions.m_strFile, oSchema);
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience); // from here on what is read stays as it is
+    a_oDatabase.beginWrite(a_oOptions.m_oPatience); // from here on, nobody else can change what is read
     Rows oSummary;
     for (const ImportedTable& oTable : oTables)
     {

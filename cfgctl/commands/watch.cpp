@@ -21,7 +21,7 @@ namespace
 
 constexpr int s_iLongestWaitMs = 60000;
 
-/// Hands the deliveries on. The first one, of whatever table, only says that the connection stands.
+/// Passes deliveries on. The first one, of any table, only means that the connection is established.
 class Deliveries : public vadro::cfg::IConfigHandler
 {
 public:
@@ -54,7 +54,7 @@ public:
 private:
     Follower m_oFollower;
     bool m_bStarted = false;
-    Session* m_pSession = nullptr; // the one that calls this
+    Session* m_pSession = nullptr; // whose process() calls this
 };
 
 std::vector<std::string> chooseTables(const Options& a_oOptions)
@@ -63,7 +63,7 @@ std::vector<std::string> chooseTables(const Options& a_oOptions)
     Database oDatabase(oSession.getClient());
     for (const std::string& strTable : a_oOptions.m_oTables)
     {
-        static_cast<void>(oDatabase.getColumns(strTable)); // an unknown one fails here
+        static_cast<void>(oDatabase.getColumns(strTable)); // throws for an unknown one
     }
     return a_oOptions.m_oTables.empty() ? oDatabase.getTables() : a_oOptions.m_oTables;
 }

@@ -10,18 +10,18 @@
 namespace cfgctl
 {
 
-/// What to do with the changes that are told.
+/// What to watch, and what to do with each change.
 struct Follower
 {
     std::vector<std::string> m_oTables;
-    /// Once the connection stands, for every table, and then for each change of one, with the connection to read by.
+    /// Called for the first delivery after connecting (a_bFirst), which tells no change, then for each changed table.
     std::function<void(vadro::cfg::common::IConfigClient&, const std::string& a_strTable, bool a_bFirst)> m_oOnChange;
     std::function<bool()> m_oIsDone;
 };
 
-/// Follows the tables until a stop signal, m_oIsDone or the end of Options::m_uiTimeoutSec, over a connection that is
-/// rebuilt when it breaks. True when a signal ended it. Once per process: it leaves signal handlers behind. What
-/// m_oOnChange throws ends it.
+/// Follows the tables until a stop signal, m_oIsDone or the end of Options::m_uiTimeoutSec; a lost connection is
+/// rebuilt. True if a signal ended it. Once per process: signal handlers stay installed. Throws what m_oOnChange
+/// throws.
 bool follow(const Options& a_oOptions, Follower a_oFollower);
 
 } // namespace cfgctl
