@@ -1,5 +1,5 @@
-# One command does one job from nothing: what is missing is installed, libcurl is built, then the job is done.
-# `make help` lists the commands. Everything that is made lies under build/ and .deps/.
+# Each command works from scratch: it installs what is missing and builds libcurl first. `make help` lists the commands.
+# All results are under build/ and .deps/.
 MAKEFLAGS += --no-print-directory
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 30
@@ -18,7 +18,7 @@ build: deps-build ## Build the programs into build/release/bin (the default)
 	@$(CONFIGURE) release >/dev/null
 	@cmake --build --preset release -j $(JOBS) --target programs
 
-test: deps-test ## Build, run the unit tests, then the system tests; prints a summary
+test: deps-test ## Build, run the unit tests, then the system tests; print a summary
 	@$(CONFIGURE) release >/dev/null
 	@cmake --build --preset release -j $(JOBS)
 	@scripts/run-tests $(RELEASE)
@@ -29,11 +29,11 @@ demo: deps-test build ## Watch both kinds of update happen in a sandbox on this 
 run: build ## Run service, watcher and daemon on this machine until Ctrl-C; the database is kept under build/run
 	@scripts/run-local $(RELEASE)/bin build/run
 
-lint: deps-lint ## Check formatting, C++, scripts and Python, the kit's seam and stray paths
+lint: deps-lint ## Check formatting, C++, scripts, Python, the kit's seam and stray paths
 	@$(CONFIGURE) release >/dev/null
 	@scripts/lint $(RELEASE)
 
-clang: deps-clang ## Compile programs and tests with clang, whose warnings are errors as well
+clang: deps-clang ## Compile programs and tests with clang, warnings being errors
 	@$(CONFIGURE) clang >/dev/null
 	@cmake --build --preset clang -j $(JOBS)
 
@@ -43,12 +43,12 @@ format: deps-lint ## Format all C++ files in place
 sanitize: deps-test ## Build with asan+ubsan and with tsan and run the unit tests under each
 	@status=0; for preset in asan tsan; do scripts/run-sanitizer $$preset $(JOBS) $(abspath $(DEPS)) || status=1; done; exit $$status
 
-fuzz: deps-fuzz ## Let each fuzzer search for FUZZ_SECONDS (30); found inputs stay under build/fuzz/findings
+fuzz: deps-fuzz ## Run each fuzzer for FUZZ_SECONDS (30); inputs that fail stay under build/fuzz/findings
 	@$(CONFIGURE) fuzz
 	@cmake --build --preset fuzz -j $(JOBS)
 	@scripts/fuzz build/fuzz $(FUZZ_SECONDS)
 
-bench: deps-test ## Measure what the programs cost beside floors (root, 15 minutes; FIGURES="load service" for some)
+bench: deps-test ## Measure the programs against the least possible cost (root, 15 minutes; FIGURES="load service" for some)
 	@$(CONFIGURE) release >/dev/null
 	@cmake --build --preset release -j $(JOBS) --target programs bench-programs
 	@PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -m bench $(RELEASE)/bin build/bench $(FIGURES)
@@ -58,19 +58,19 @@ install: deps-build ## Build and install below PREFIX (/usr/local), staged in DE
 	@cmake --build --preset release -j $(JOBS) --target programs
 	@DESTDIR="$(DESTDIR)" cmake --install $(RELEASE)
 
-package: deps-package ## Build the Debian package and ask lintian about it; the result lies in build/package
+package: deps-package ## Build the Debian package and check it with lintian; the result is in build/package
 	@scripts/build-package $(DEPS)
 
-check-package: package ## Install, use, upgrade and purge the package in a fresh Debian system of its own (root)
+check-package: package ## Install, use, upgrade and purge the package in a fresh Debian system (root)
 	@scripts/check-package "$$(ls -t build/package/quorvad_*.deb | head -n 1)" build/package/cache
 
 check-reproducible: deps-build ## Build twice in two folders and compare the programs byte for byte
 	@scripts/check-reproducible $(DEPS)
 
-dist: ## Pack the newest commit as a tarball that builds and tests by itself; the result lies in build/dist
+dist: ## Pack the newest commit as a tarball that builds and tests without git; the result is in build/dist
 	@scripts/dist
 
-clean: ## Delete what was built (the dependencies in .deps stay)
+clean: ## Delete everything built (the dependencies in .deps stay)
 	@rm -rf build
 
 deps-build:

@@ -1,4 +1,4 @@
-"""python3 -m bench BIN OUT [FIGURES...]: measures, prints the table, writes the raw figures to the folder OUT.
+"""python3 -m bench BIN OUT [FIGURES...]: measures, prints a table and writes the raw figures to the folder OUT.
 
 FIGURES: idle watcher updates classes trigger load crowd service sizes; all unless named.
 """
@@ -13,7 +13,7 @@ from pathlib import Path
 
 from bench import figures
 
-# These may run in parallel, since they mostly wait.
+# Scenarios of each figure, with their arguments.
 PLAN = {
     "idle": [("idle", "1"), ("idle", "10"), ("idle", "100"), ("idle", "1000")],
     "watcher": [("watcher",)],
@@ -25,7 +25,7 @@ PLAN = {
     "service": [("service",)],
     "sizes": [],
 }
-SIDE_BY_SIDE = ("idle", "watcher")
+SIDE_BY_SIDE = ("idle", "watcher")  # these mostly wait
 ROWS = {"idle": lambda raw, word: figures.idle_rows(int(word), raw), "watcher": lambda raw: figures.watcher_rows(raw),
         "updates": lambda raw: figures.updates_rows(raw), "classes": lambda raw: figures.classes_rows(raw),
         "trigger": lambda raw: figures.trigger_rows(raw), "load": lambda raw: figures.load_rows(raw),
@@ -80,7 +80,7 @@ def show(rows):
 
 
 def scenarios(chosen):
-    """Those that may run in parallel as one batch, the others alone."""
+    """Batches to run: first those that may run in parallel, then each of the others."""
     together = [(name, *words) for name in chosen if name in SIDE_BY_SIDE for words in [each[1:] for each in PLAN[name]]]
     alone = [[each] for name in chosen if name not in SIDE_BY_SIDE for each in PLAN[name]]
     return ([together] if together else []) + alone
@@ -105,7 +105,7 @@ def main(bin_dir, out, *chosen):
         rows += figures.sizes_rows(sizes(bin_dir, out))
     show(rows)
     (out / "figures.json").write_text(json.dumps([row.raw() for row in rows], indent=1))
-    print(f"Raw figures: {out}/figures.json and the files beside it.")
+    print(f"Raw figures: {out}/figures.json and the files next to it.")
     return 1 if failed else 0
 
 

@@ -1,7 +1,7 @@
-"""Fails when a change makes the programs clearly more expensive: python3 -m bench.check BIN, inside a sandbox.
+"""Fails if a change makes the programs clearly more expensive: python3 -m bench.check BIN, inside a sandbox.
 
-Compares counts (instructions, waits, bytes, pages), not times, so a busy machine changes nothing. Each limit stands
-beside what was counted when it was set; docs/performance.md says what the figures mean.
+Compares counts (instructions, waits, bytes, pages), not times, so a busy machine changes nothing. docs/performance.md
+explains the figures.
 """
 
 import re
@@ -110,7 +110,7 @@ def main(bin_dir):
     for one in (size, idle, memory, written, load, https, gnudip):
         try:
             one(bench)
-        except RuntimeError as error:  # for instance too slow for a time limit
+        except RuntimeError as error:  # for instance a time limit
             print(f"FAIL  {one.__name__}: {error}", flush=True)
             FAILED.append(one.__name__)
     return 1 if FAILED else 0

@@ -1,11 +1,11 @@
-"""The table: what the raw figures of the scenarios mean, and where they should be."""
+"""The table: what the raw figures of the scenarios mean, and their targets."""
 
 import statistics
 
 
 class Row:
-    """values beside floors of the same unit; most (or least): the target for the ratio to the floor, or for the value
-    itself where there is no floor. once: what the table says beside a single value."""
+    """Values and floors in the same unit. most (or least): the target for the ratio to the floor, or for the value itself
+    if there is no floor. once: what the table shows next to a single value."""
 
     def __init__(self, name, unit, values, floors=None, most=None, least=None, once="one run"):
         self.name, self.unit, self.once = name, unit, once
@@ -76,8 +76,8 @@ def updates_rows(raw):
     unique = [each["unique"] for each in raw["memory"]]
     yield Row("unique memory after 500 updates", "KiB", unique[-1], most=5120)
     yield Row("resident memory after 500 updates", "KiB", raw["memory"][-1]["resident"])
-    # Without the pages of files, which stop to be unique when another process maps the same file. Pages that the heap's
-    # free lists happen to hold come and go.
+    # Without file pages, which are no longer unique once another process maps the same file. Pages on the heap's free
+    # lists come and go.
     own = [each["anonymous"] for each in raw["memory"]]
     for first, most in ((50, 128), (250, 32)):
         yield Row(f"growth of memory of its own from update {first} to 500", "KiB", own[-1] - own[first // 25 - 1],

@@ -12,7 +12,7 @@ def cpu_seconds(pid):
 
 
 def memory(pid):
-    """KiB. unique: pages that no other process has; anonymous: those of them that no file backs."""
+    """In KiB. unique: pages that no other process maps; anonymous: pages without a file."""
     found = dict(line.split(":") for line in Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines()[1:])
     kib = {name: int(value.split()[0]) for name, value in found.items()}
     return {"resident": kib["Rss"], "proportional": kib["Pss"], "unique": kib["Private_Clean"] + kib["Private_Dirty"],
@@ -53,7 +53,7 @@ def written(pid):
 
 
 def ask(program, *words, env=None, seconds=300):
-    """The line of JSON that one of our own programs prints."""
+    """Runs one of our own programs and returns the line of JSON that it prints."""
     done = subprocess.run([program, *map(str, words)], capture_output=True, text=True, timeout=seconds, env=env)
     if done.returncode != 0:
         raise RuntimeError(f"{program} {' '.join(map(str, words))}: {done.stderr[-2000:]}")
@@ -61,7 +61,7 @@ def ask(program, *words, env=None, seconds=300):
 
 
 class Peak:
-    """Samples a process until it is told to stop; keeps the highest of each measure."""
+    """Keeps the highest value of each measure of a process over all looks."""
 
     def __init__(self, pid, **measures):
         self.pid, self.measures = pid, measures

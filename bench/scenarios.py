@@ -1,4 +1,4 @@
-"""What runs inside a sandbox: python3 -m bench.scenarios NAME BIN OUT [WORD]. Writes raw figures as JSON to OUT."""
+"""Measurements inside a sandbox: python3 -m bench.scenarios NAME BIN OUT [WORD]. Writes raw figures as JSON to OUT."""
 
 import json
 import os
@@ -74,12 +74,12 @@ class Bench:
         return path.read_bytes().count(b"\n") if path.exists() else 0
 
     def update_all(self, requests, log="requests.log"):
-        """All pending updates happen within some seconds. requests: how many the provider has seen then."""
+        """Makes all pending updates happen within seconds. requests: how many the provider has seen afterwards."""
         self.pass_start_period()
         self.finish(requests, 120, log)
 
     def finish(self, requests, seconds, log="requests.log"):
-        """Waits until all updates happened, were written and reaped."""
+        """Waits until all updates have happened and been written, and their workers are gone."""
         wait_for(f"{requests} requests", lambda: self.seen(log) >= requests, seconds)
         daemon = self.router.daemon
         wait_for("all workers done", lambda: probes.threads(daemon.pid) == 1, 60)
@@ -101,7 +101,7 @@ class Bench:
 
 
 def idle(bin_dir, number):
-    """What daemon and service hold and do once all updates are through. In real time: the start periods spread them."""
+    """Daemon and service at rest after all updates. In real time, so that the start periods spread the updates."""
     bench, number = Bench(bin_dir), int(number)
     bench.fill([account(each) for each in range(1, number + 1)])
     daemon = bench.router.start_daemon("-f")
@@ -121,7 +121,7 @@ def idle(bin_dir, number):
 
 def start_watcher(router):
     program = router.start_program("netifwatch", [router.bin / "netifwatch", "--foreground"])
-    wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="wan1"), 40)  # nobody else writes its row
+    wait_for("its rows", lambda: router.rows("StatusNetifWatch", Name="wan1"), 40)  # only the watcher writes it
     return program
 
 
@@ -139,8 +139,8 @@ def watcher(bin_dir):
 
 
 def rounds_of(bench, accounts, rounds, log, floor):
-    """All accounts update in each round: what one update costs the whole daemon, by turns with the floor of one; what
-    the daemon holds after each round, and what the service wrote in it."""
+    """All accounts update in each round: what one update costs the whole daemon, alternating with its floor; the
+    daemon's memory after each round, and what the service wrote in it."""
     pids = bench.router.daemon.pid, bench.router.service.pid
     found = {"memory": [], "cpu_us": [], "floor_us": [], "written": []}
     for number in range(rounds):
@@ -172,7 +172,7 @@ def updates(bin_dir):
 
 
 def classes(bin_dir):
-    """One update by the daemon's own classes, beside its floor."""
+    """One update by the daemon's own classes alone, against its floor."""
     bench = Bench(bin_dir)
     certificate = bench.router.folder / "root.pem"
     certificate.write_text(bench.router.authority.root)
@@ -187,7 +187,7 @@ def classes(bin_dir):
 
 
 class Watcher:
-    """The daemon, with its log lines read as they come."""
+    """The daemon, with the times at which a line appears in its log."""
 
     def __init__(self, bench, line):
         self.process = subprocess.Popen([bench.bin / "quorvad", "-f"], stdin=subprocess.DEVNULL,
@@ -210,7 +210,7 @@ class Watcher:
 
 
 def moves(bench, number, retry):
-    """Times from commit to the last scheduler, microseconds, and the daemon's processor time for one."""
+    """Microseconds from each commit to the last scheduler, and the daemon's processor time for one commit."""
     bench.fill([account(each, Retry=retry) for each in range(1, number + 1)])
     watcher, times, rounds = Watcher(bench, b"HTTPS update will be scheduled"), [], 15
     watcher.wait(number)
@@ -226,8 +226,8 @@ def moves(bench, number, retry):
 
 
 def trigger(bin_dir):
-    """From a commit of an interface's new address to the last scheduler, with all accounts on it: of accounts at rest
-    (no tries: their workers end at once), and of accounts whose pending updates are replaced."""
+    """From the commit of an interface's new address to the last scheduler, with all accounts on it: accounts at rest
+    (without tries, so their workers end at once), and accounts whose pending updates are replaced."""
     bench = Bench(bin_dir)
     found = {f"{kind} {number}": moves(bench, number, retry) for kind, retry in (("rest", 0), ("pending", 5))
              for number in (1, 10, 100, 1000)}
@@ -235,7 +235,7 @@ def trigger(bin_dir):
 
 
 def load(bin_dir):
-    """The daemon's first load; the same bytes in one transfer over a socket of the same kind."""
+    """The daemon's first load, against a transfer of the same bytes over a socket of the same kind."""
     bench, found = Bench(bin_dir, store=False), {}
     for number in (10, 100, 1000, 10000):
         bench.fill([account(each) for each in range(1, number + 1)])
@@ -258,7 +258,7 @@ NGINX = """
 
 
 def crowd(bin_dir, hanging):
-    """1000 accounts due within one of their looks at the clock; the provider takes 100 ms, or every tenth never ends."""
+    """1000 accounts due within 4 s; each reply takes 100 ms, and with hanging every tenth never comes."""
     number, hung = 1000, int(hanging)
     bench = Bench(bin_dir)
     router, slow = bench.router, "10.99.0.90"
@@ -296,7 +296,7 @@ def crowd(bin_dir, hanging):
 
 
 def service(bin_dir):
-    """Transactions, reads, bytes on the disk, start-up."""
+    """The service: transactions, reads, bytes on disk, start."""
     bench, found = Bench(bin_dir, store=False), {}
     bench.fill([account(1)])
     found["commits"], found["sqlite"] = [], []

@@ -1,4 +1,4 @@
-# quorvad_flags: what every target of this tree is compiled with.
+# quorvad_flags: the compile and link options of every target.
 include(CheckCXXCompilerFlag)
 
 add_library(quorvad_flags INTERFACE)
@@ -9,18 +9,18 @@ target_compile_options(quorvad_flags INTERFACE
     -Wdeprecated-copy-dtor
     $<$<BOOL:${QUORVAD_WERROR}>:-Werror>)
 target_link_options(quorvad_flags INTERFACE -Wl,--as-needed)
-# The standard library stops the program at an index out of range instead of letting it write there.
+# The standard library aborts at an index out of range.
 target_compile_definitions(quorvad_flags INTERFACE _GLIBCXX_ASSERTIONS)
 
 if(QUORVAD_SANITIZE)
-    # Instrumented code makes GCC take the standard library's own temporaries for uninitialised; plain builds keep the warning.
+    # In instrumented code GCC takes the standard library's temporaries for uninitialised; plain builds keep the warning.
     target_compile_options(quorvad_flags INTERFACE
         -fsanitize=${QUORVAD_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(quorvad_flags INTERFACE -fsanitize=${QUORVAD_SANITIZE})
 else()
     target_compile_options(quorvad_flags INTERFACE -fstack-protector-strong -ffunction-sections -fdata-sections)
-    # Not every machine a router is built around has these.
+    # Not every architecture has these.
     foreach(flag -fstack-clash-protection -fcf-protection)
         string(MAKE_C_IDENTIFIER "QUORVAD_HAS${flag}" has)
         check_cxx_compiler_flag(${flag} ${has})
@@ -28,11 +28,11 @@ else()
             target_compile_options(quorvad_flags INTERFACE ${flag})
         endif()
     endforeach()
-    # Needs optimisation; some distributions' compilers define it themselves.
+    # Needs optimisation. Some distributions' compilers define it by default, hence -U.
     target_compile_options(quorvad_flags INTERFACE
         $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
-    # Two builds of one source are equal whatever folders they are made in.
-    foreach(folder PROJECT_SOURCE_DIR PROJECT_BINARY_DIR QUORVAD_DEPS_DIR) # the last one that fits counts
+    # Builds are equal whatever folder they are made in.
+    foreach(folder PROJECT_SOURCE_DIR PROJECT_BINARY_DIR QUORVAD_DEPS_DIR) # the last match counts
         target_compile_options(quorvad_flags INTERFACE
             $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-ffile-prefix-map=${${folder}}=${folder}>)
     endforeach()

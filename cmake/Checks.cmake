@@ -1,8 +1,8 @@
-# Checks of the tree and of what was linked, run by CTest with the label "lint".
+# Checks of the tree and of the linked programs, run by CTest with the label "lint".
 
 add_test(NAME lint.seam COMMAND ${seam})
 
-# Debug and sanitizer builds are not shipped and have other flags.
+# Debug and sanitizer builds have other flags and are not shipped.
 if(NOT QUORVAD_SANITIZE AND CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$")
     set(files)
     foreach(program IN LISTS QUORVAD_PROGRAMS)

@@ -1,7 +1,7 @@
 # quorvad_curl: the static libcurl that scripts/build-curl puts under QUORVAD_DEPS_DIR, checked for what the daemon needs.
-# quorvad_cares: the c-ares beside it, or else the machine's, whose channels are larger and whose updates come by themselves.
-option(QUORVAD_PRIVATE_CARES "Link the c-ares that scripts/build-curl made instead of the machine's" ON)
-set(private NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH) # in no sysroot either
+# quorvad_cares: the c-ares beside it, or the machine's, whose channels are larger but which is updated with the machine.
+option(QUORVAD_PRIVATE_CARES "Link the c-ares made by scripts/build-curl instead of the machine's" ON)
+set(private NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH) # not in a sysroot either
 find_library(QUORVAD_CURL_LIBRARY NAMES libcurl.a PATHS ${QUORVAD_DEPS_DIR}/curl/lib ${private})
 find_path(QUORVAD_CURL_INCLUDE NAMES curl/curl.h PATHS ${QUORVAD_DEPS_DIR}/curl/include ${private})
 if(NOT QUORVAD_CURL_LIBRARY OR NOT QUORVAD_CURL_INCLUDE)
@@ -23,15 +23,15 @@ set_target_properties(quorvad_curl PROPERTIES
     INTERFACE_INCLUDE_DIRECTORIES ${QUORVAD_CURL_INCLUDE}
     INTERFACE_LINK_LIBRARIES "quorvad_cares;OpenSSL::SSL;OpenSSL::Crypto;Threads::Threads")
 
-# A libcurl without c-ares silently ignores the daemon's DNS options and asks the system's resolver instead;
-# one that reads file:// lets an account's URL read the router's files. Neither is noticed until it does harm, so it is tested here.
+# A libcurl without c-ares silently ignores the daemon's DNS options and uses the system's resolver; one that reads file://
+# lets an account's URL read the router's files. Neither is noticed until it does harm, hence the check.
 function(quorvad_reject_curl a_why)
-    message(FATAL_ERROR "The libcurl at ${QUORVAD_CURL_LIBRARY} can't be used: ${a_why}\n"
-        "Build a fitting one with: scripts/build-curl ${QUORVAD_DEPS_DIR}/curl")
+    message(FATAL_ERROR "The libcurl at ${QUORVAD_CURL_LIBRARY} cannot be used: ${a_why}\n"
+        "Build a suitable one with: scripts/build-curl ${QUORVAD_DEPS_DIR}/curl")
 endfunction()
 
 function(quorvad_run_curl_check)
-    # The answer belongs to this very library and this very check.
+    # The cached answer holds for this very library and check only.
     file(SHA256 ${QUORVAD_CURL_LIBRARY} library)
     file(SHA256 ${PROJECT_SOURCE_DIR}/cmake/checkcurl.cpp check)
     string(SUBSTRING "${library}" 0 12 library)
@@ -51,7 +51,7 @@ function(quorvad_run_curl_check)
     endif()
 endfunction()
 
-# Nothing can be run: go by the names in the archive.
+# When nothing can be run, the names in the archive must do.
 function(quorvad_read_curl_symbols)
     file(STRINGS ${QUORVAD_CURL_LIBRARY} ares REGEX "ares_set_local_dev" LIMIT_COUNT 1)
     file(STRINGS ${QUORVAD_CURL_LIBRARY} https REGEX "Curl_handler_https" LIMIT_COUNT 1)
@@ -61,11 +61,11 @@ function(quorvad_read_curl_symbols)
     elseif(NOT https)
         quorvad_reject_curl("it was built without TLS.")
     elseif(file)
-        quorvad_reject_curl("it reads file:// addresses.")
+        quorvad_reject_curl("it reads file:// URLs.")
     endif()
 endfunction()
 
-option(QUORVAD_CURL_CHECKED "The libcurl at hand is known to fit; don't check it" OFF)
+option(QUORVAD_CURL_CHECKED "Do not check the libcurl at hand" OFF)
 if(NOT QUORVAD_CURL_CHECKED)
     if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
         quorvad_read_curl_symbols()

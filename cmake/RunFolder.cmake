@@ -1,5 +1,5 @@
-# QUORVAD_RUN_DIR: the folder of the programs as tests start them. Those of another architecture stand there as scripts
-# that start the emulator, since only the emulator's first program runs by itself.
+# QUORVAD_RUN_DIR: the folder from which tests start the programs. For another architecture it holds scripts that start
+# the emulator, because the emulator does not run the programs that its program starts.
 set(QUORVAD_RUN_DIR ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
 if(CMAKE_CROSSCOMPILING_EMULATOR)
     set(QUORVAD_RUN_DIR ${PROJECT_BINARY_DIR}/run)

@@ -1,5 +1,5 @@
-// Asks the libcurl at hand, without any traffic, for what the daemon needs of it. Says what is missing; status 0:
-// nothing.
+// Checks, without any traffic, that the libcurl at hand has what the daemon needs. Prints what is missing; status 0 if
+// nothing is.
 #include <cstdio>
 #include <cstring>
 #include <curl/curl.h>
@@ -47,7 +47,7 @@ int main()
     bBad |= failed("CURLOPT_DNS_INTERFACE", curl_easy_setopt(pCurl, CURLOPT_DNS_INTERFACE, "lo"), CURLE_OK);
     curl_easy_setopt(pCurl, CURLOPT_URL, "file:///dev/null");
     bBad |= failed("A transfer of file:///dev/null", curl_easy_perform(pCurl), CURLE_UNSUPPORTED_PROTOCOL);
-    // A build without the texts says only "Error" or "No error", which would be all that a person reads in the log.
+    // A build without the texts says only "Error" or "No error", and that would be all that the log says.
     if (std::strlen(curl_easy_strerror(CURLE_COULDNT_CONNECT)) < 10)
     {
         std::puts("it was built without its error texts.");

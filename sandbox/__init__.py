@@ -1,4 +1,4 @@
-"""A sandbox of namespaces in which the real programs meet real servers. Shared by the demo and the system tests.
+"""A sandbox of namespaces in which the real programs talk to real servers. The demo and the system tests share it.
 
 python3 -m sandbox [--keep PATH]... [--work FOLDER] -- COMMAND...   runs COMMAND inside a new sandbox.
 Inside, Router (router.py) builds the network and starts the programs; see namespaces.py for what is private.

@@ -1,4 +1,4 @@
-"""Command line of the package: see its __init__."""
+"""The package's command line: see __init__.py."""
 
 import argparse
 import sys

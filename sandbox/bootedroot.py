@@ -1,4 +1,4 @@
-"""A Debian system of its own in a folder: made by debootstrap, started with its own systemd inside a sandbox.
+"""A separate Debian system in a folder: made by debootstrap, booted with its own systemd inside a sandbox.
 
 Outside a sandbox: make_base() and own_cgroups(). Inside: BootedRoot.
 """
@@ -16,7 +16,7 @@ from sandbox.processes import Failure, Program, wait_for
 
 _ENVIRONMENT = ("env", "-i", "PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C", "DEBIAN_FRONTEND=noninteractive")
 _CGROUPS = Path("/sys/fs/cgroup")
-# Process 1 of the system. What a container's host does not share, it may not write: /proc/sys, /sys.
+# Process 1 of the system. As in a container, /proc/sys and /sys cannot be written.
 _BOOT = """
 set -e
 mount --make-rprivate /
@@ -51,8 +51,8 @@ exec env -i container=quorvad-check PATH=/usr/sbin:/usr/bin:/sbin:/bin /lib/syst
 
 
 def make_base(cache, packages):
-    """The archive of a fresh system of this machine's own release with these packages, made once for each set of them.
-    Packages come from where this machine gets its own."""
+    """Returns the archive of a fresh system of this machine's release with these packages, made once for each set of
+    them from this machine's own package archives."""
     suite, mirror, keyring = _release()
     key = hashlib.sha256(repr((suite, sorted(packages))).encode()).hexdigest()[:12]
     archive = Path(cache) / f"root-{suite}-{key}.tar"
@@ -77,12 +77,12 @@ def _release():
         if (codename, component) == (suite, "main"):
             usual = f"/usr/share/keyrings/{settings['ID']}-archive-keyring.gpg"
             return suite, mirror, next((name for name in signed if name.startswith("/")), usual)
-    raise SandboxError(f"apt knows no archive of {suite}. Name one in /etc/apt, then: apt-get update")
+    raise SandboxError(f"apt knows no archive of {suite}. Add one below /etc/apt, then run: apt-get update")
 
 
 @contextlib.contextmanager
 def own_cgroups():
-    """Control groups for what is started inside the block, by a function for subprocess's preexec_fn."""
+    """Control groups for processes started inside the block; yields a function for subprocess's preexec_fn."""
     tops = [path for path in (_CGROUPS, _CGROUPS / "unified", _CGROUPS / "systemd") if (path / "cgroup.procs").exists()]
     groups = [top / f"quorvad-check-{os.getpid()}" for top in tops]
 
@@ -94,14 +94,14 @@ def own_cgroups():
             group.mkdir()
         yield join
     except OSError as error:
-        raise SandboxError(f"no control group of our own: {error}. Run it as root on a machine of its own") from None
+        raise SandboxError(f"cannot make a control group: {error}. Run it as root, outside a container") from None
     finally:
         for group in groups:
             _remove(group)
 
 
 def _remove(group):
-    end = time.monotonic() + 20  # processes that were killed take a moment to leave
+    end = time.monotonic() + 20  # killed processes take a moment to leave
     for folder, _, _ in os.walk(group, topdown=False):
         while True:
             try:
@@ -114,7 +114,7 @@ def _remove(group):
 
 
 class BootedRoot:
-    """The system of a base archive, running. It has the sandbox's network and ends with the sandbox."""
+    """A running system, made from a base archive. It shares the sandbox's network and ends with the sandbox."""
 
     def __init__(self, archive, folder):
         self.path = Path(folder) / "root"
@@ -133,7 +133,7 @@ class BootedRoot:
         return self.run("systemctl", "is-system-running", check=False).stdout.strip() in ("running", "degraded")
 
     def run(self, *words, check=True, text="", user=None, seconds=120):
-        """A command inside, as root or as this user with all his groups. With check, a failure is an exception."""
+        """Runs a command inside, as root or as this user with all its groups. With check, a failure is an exception."""
         become = ("runuser", "-u", user, "--") if user else ()
         command = ("nsenter", f"--target={self._first}", "--mount", "--pid", "--uts", "--cgroup", "--", *_ENVIRONMENT,
                    *become, *map(str, words))
@@ -143,14 +143,14 @@ class BootedRoot:
         return done
 
     def write(self, name, text, mode=0o644):
-        """A file on the system's disk (not in its /run, /tmp and /dev)."""
+        """Writes a file on the system's disk (not in its /run, /tmp and /dev)."""
         path = self.path / name.lstrip("/")
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text)
         path.chmod(mode)
 
     def files(self):
-        """Everything on the disk, but what package tools and loggers keep about their own doings."""
+        """All files on the disk, except the records of package tools and loggers."""
         kept = ("var/lib/dpkg", "var/lib/apt", "var/cache", "var/log", "var/lib/systemd", "proc", "sys", "dev", "run", "tmp")
         found = set()
         for folder, names, files in os.walk(self.path):

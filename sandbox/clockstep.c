@@ -15,7 +15,7 @@
 static const volatile int64_t s_iNoOffset = 0;
 static const volatile int64_t* s_pOffset = &s_iNoOffset;
 
-/* Mapped once: programs look at the clock often, and what they cost is measured. */
+/* Mapped once: programs read the clock often, and their cost is measured. */
 __attribute__((constructor)) static void mapOffset(void)
 {
     const char* pPath = getenv("CLOCKSTEP_FILE");

@@ -1,8 +1,8 @@
 """A GnuDIP server: python3 gnudip.py ADDRESS SETTINGS RECORD [FAULT]
 
 SETTINGS is a JSON file {user: {"password": ..., "domain": ...}}, read again at every connection. Every connection
-leaves one JSON line in RECORD. FAULT: "no-salt" (accepts, then says nothing), or a text that is given as answer to
-everything.
+leaves one JSON line in RECORD. FAULT: "no-salt" (accepts, then sends nothing), or a text that is the answer to every
+request.
 """
 
 import hashlib
@@ -25,7 +25,7 @@ def md5_hex(text):
 
 
 def judge(settings, salt, request):
-    """Answer to one request line "user:hash:domain:0"."""
+    """The answer to a request line "user:hash:domain:0"."""
     user, digest, domain, action = (request.rstrip("\n").split(":") + [""] * 4)[:4]
     account = settings.get(user)
     if not account or action != "0" or digest != md5_hex(md5_hex(account["password"]) + "." + salt):

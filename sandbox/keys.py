@@ -9,8 +9,8 @@ _CA = ("basicConstraints=critical,CA:TRUE", "keyUsage=critical,keyCertSign,cRLSi
 
 
 def trust(certificates, hashed=True):
-    """What the machine trusts, laid out as Debian does: a bundle, and with hashed a folder to look it up in as well.
-    As a tiny system has it: the bundle alone."""
+    """Makes the machine trust these, laid out as on Debian: a bundle, and with hashed a folder for look-ups as well.
+    Tiny systems have the bundle alone."""
     for path in CERTIFICATES.iterdir():
         path.unlink()
     for number, text in enumerate(certificates if hashed else ()):
@@ -21,7 +21,7 @@ def trust(certificates, hashed=True):
 
 
 class Authority:
-    """A root with an intermediate; only the root's certificate goes into a bundle."""
+    """A root and an intermediate; only the root's certificate is meant for a bundle."""
 
     def __init__(self, folder, name):
         self.folder = Path(folder) / name
@@ -45,7 +45,7 @@ class Authority:
         return chain, self.folder / f"{name}.key"
 
     def _expire(self, name):
-        """Issues a certificate anew with its end in the past, which "req" refuses to do."""
+        """Issues a certificate again with an end in the past, which "req" refuses to do."""
         request = self._x509(b"", "-x509toreq", "-in", f"{name}.pem", "-signkey", f"{name}.key")
         expired = self._x509(request, "-req", "-CA", "intermediate.pem", "-CAkey", "intermediate.key",
                              "-CAcreateserial", "-days", "-1")

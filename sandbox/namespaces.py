@@ -62,7 +62,7 @@ def _make_anew(folder):
         shutil.rmtree(folder)
     folder.mkdir(parents=True, exist_ok=True)
     if any(folder.iterdir()):
-        raise SandboxError(f"{folder} is not empty and no sandbox's. Name another folder")
+        raise SandboxError(f"{folder} is not empty and was not made by a sandbox. Choose another folder")
     mark.touch()
     return str(folder)
 
@@ -171,7 +171,7 @@ def _await(pid):
 
 
 def _be_init(command, kept, folder):
-    """Process 1 of the sandbox: mounts, starts the command, reaps; its end is the end of every process inside."""
+    """Process 1 of the sandbox: mounts, starts the command, reaps; when it ends, so does every process inside."""
     status = 77
     try:
         cwd = os.getcwd()
@@ -226,13 +226,13 @@ def _private_devices():
 
 
 def cover(path, text):
-    """Replaces a system file by a text for this sandbox only; may be repeated."""
+    """Replaces a system file by a text, in this sandbox only. May be repeated."""
     source = WORK / Path(path).name
     source.write_text(text)
     target = os.path.realpath(path)
     if not os.path.exists(target):  # a link into the folders that are empty here
         if not target.startswith(("/run/", "/tmp/")):
-            raise SandboxError(f"{path} does not exist. Create it, empty")
+            raise SandboxError(f"{path} does not exist. Create it as an empty file")
         os.makedirs(os.path.dirname(target), exist_ok=True)
         Path(target).touch()
     if not os.path.samefile(source, target):

@@ -41,7 +41,7 @@ class Program:
         self.process = None
 
     def start(self):
-        """Starts it, or starts it again; its log goes on."""
+        """Starts it, or starts it again with its log continued."""
         with open(self.log_path, "ab") as log:
             self.process = subprocess.Popen(self.command, stdin=subprocess.DEVNULL, stdout=log,
                                             stderr=subprocess.STDOUT, env=self.env, cwd="/")
@@ -64,7 +64,7 @@ class Program:
         self.process.send_signal(number)
 
     def wait(self, seconds):
-        """Its exit status."""
+        """Waits for its end and returns its exit status."""
         try:
             return self.process.wait(seconds)
         except subprocess.TimeoutExpired:
@@ -79,7 +79,7 @@ class Program:
         return self.stop(signal.SIGKILL)
 
     def log(self, start=0):
-        """The log from a byte position on; len_log() gives positions."""
+        """The log from a position that mark() gave."""
         with open(self.log_path, "rb") as log:
             log.seek(start)
             return log.read().decode(errors="replace")

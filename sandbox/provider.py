@@ -47,7 +47,7 @@ _SERVER = """\
 
 
 class Provider:
-    """Servers of one namespace. Addresses are given to its loopback device; names belong to its DNS."""
+    """The servers of one namespace, whose loopback device has their addresses."""
 
     def __init__(self, netns, folder):
         self.netns = netns
@@ -63,12 +63,12 @@ class Provider:
         return program
 
     def add_address(self, address):
-        """An address, or a network, all addresses of which this namespace then answers for."""
+        """Adds an address, or a network, for all addresses of which this namespace then answers."""
         word = address if "/" in address else f"{address}/32"
         subprocess.run(["ip", "-n", self.netns, "addr", "replace", word, "dev", "lo"], check=True)
 
     def _wait_port(self, program, address, port):
-        """The listening sockets of a namespace are read from the program's own view of /proc."""
+        """Waits for the program to listen, as its own /proc shows the sockets of its namespace."""
         packed = socket.inet_aton(address)[::-1].hex().upper() + f":{port:04X}"
 
         def listening():
@@ -90,13 +90,13 @@ class Provider:
         return program
 
     def queries(self, address, name=None):
-        """The queries that the DNS server at this address got: [(source, type, name)]."""
+        """The queries that reached the DNS server at this address: [(source, type, name)]."""
         log = (self.folder / f"dns-{address}.log").read_text(errors="replace")
         found = re.findall(r" query\[(\w+)\] (\S+) from (\S+)$", log, re.M)
         return [(source, kind, asked) for kind, asked, source in found if name in (None, asked)]
 
     def add_https(self, address, authority, host):
-        """A server with a certificate for one host name; start_https() starts them all."""
+        """Adds a server with a certificate for one host name; start_https() starts them all."""
         self.add_address(address)
         chain, key = authority.server(host)
         self._servers += _SERVER.format(address=address, chain=chain, key=key, folder=self.folder)
@@ -131,13 +131,13 @@ class Provider:
         return program
 
     def set_gnudip(self, address, accounts):
-        """Other accounts, from the next exchange on."""
+        """Sets other accounts, from the next exchange on."""
         settings = self.folder / f"gnudip-{address}.json"
         settings.write_text(json.dumps(accounts))
         return settings
 
     def updates(self, address):
-        """The exchanges that the GnuDIP server at this address ended, oldest first."""
+        """The finished exchanges of the GnuDIP server at this address, oldest first."""
         return _json_lines(self.folder / f"gnudip-{address}.record")
 
     def tail(self):

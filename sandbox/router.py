@@ -12,12 +12,12 @@ from sandbox.provider import Provider
 
 SOCKET = Path("/tmp/cfgserver.socket")
 PID_FILE = Path("/run/quorvad.pid")
-# Servers are behind the peers, on routed addresses. The same DNS address exists behind both interfaces, so that a query
-# shows which way it took.
+# The servers are behind the peers, on routed addresses. The same DNS address exists behind both interfaces, so that it
+# shows which way a query took.
 DNS, DNS_2, HTTPS, GNUDIP = "10.99.0.53", "10.99.0.54", "10.99.0.80", "10.99.0.35"
 IPV6 = "fd64::2"  # of ppp0
 HTTPS_HOST, GNUDIP_HOST = "ddns.example.net", "gnudip.example.net"
-START_PERIOD = 100  # seconds until a first try has begun: 51 to 70, looked at every 4, and a busy machine
+START_PERIOD = 100  # seconds until a first try has begun: 51 to 70, checked every 4, on a busy machine
 
 _SYSLOG = """import os, socket
 sink = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
@@ -34,7 +34,7 @@ class Link:
         self.peer = f"10.{number}.0.1"
         self.address = None
 
-    def lay(self):
+    def create(self):
         ip("netns", "add", self.netns)
         ip("link", "add", "name", self.interface, "type", "veth", "peer", "name", "router", "netns", self.netns)
         ip("-n", self.netns, "link", "set", "lo", "up")
@@ -45,7 +45,7 @@ class Link:
         self.set_address(f"10.{self.number}.0.2")
 
     def set_address(self, address):
-        """Gives the interface this IPv4 address instead of the one it has."""
+        """Replaces the interface's IPv4 address."""
         ip("-4", "addr", "flush", "dev", self.interface)
         ip("addr", "add", f"{address}/24", "dev", self.interface)
         for table in ("main", self.number):
@@ -82,13 +82,13 @@ class Router:
         self.ppp0 = Link("ppp0", "isp", 64, 200)
         self.wan1 = Link("wan1", "other", 65, 100)
         for link in (self.ppp0, self.wan1):
-            link.lay()
+            link.create()
         self.isp = Provider("isp", self.folder)
         self.other = Provider("other", self.folder)
 
     def start_provider(self, gnudip_accounts=None, users=None, pages=None, extra_names=None, hashed=True):
-        """The usual servers behind ppp0. Behind wan1 stands only a DNS server, which is also the system's: whoever
-        asks it did not use the account's interface. Without hashed the machine has a bundle of certificates only."""
+        """Starts the usual servers behind ppp0, and behind wan1 only a DNS server, which is also the system's: queries
+        there did not use the account's interface. Without hashed, the machine has a bundle of certificates only."""
         names = {HTTPS_HOST: HTTPS, GNUDIP_HOST: GNUDIP, **(extra_names or {})}
         self.isp.start_dns(DNS, names)
         self.other.start_dns(DNS, names)
@@ -118,8 +118,8 @@ class Router:
         wait_for("the service answers", lambda: self.ctl("tables", check=False).returncode == 0, 40, [self.service])
 
     def start_watcher(self, *options, prefix=(), env=None):
-        """From now on, or again, the kernel's interfaces come into the database by netifwatch; what would write them
-        by hand waits for their rows. It leaves lan0 to nudge()."""
+        """Starts netifwatch, or starts it again. From then on, methods that would write rows of interfaces wait for its
+        rows instead. It leaves lan0 to nudge()."""
         if self.watcher is None:
             words = ["--foreground", "--debug", "--exclude", "lan0"]
             self.watcher = self.start_program("netifwatch", [*prefix, self.bin / "netifwatch", *words, *options], env)
@@ -129,7 +129,7 @@ class Router:
         return self.watcher
 
     def wait_shown(self, seconds=40, ipv6=IPV6, **state):
-        """Waits until the database shows ppp0 with this state, and this IPv6 address (None: any)."""
+        """Waits until the database shows ppp0 in this state and with this IPv6 address (None: any)."""
         wanted = {"Name": "ppp0", "Addr": self.ppp0.address, "IsUp": 1, **state}
 
         def shown():
@@ -138,20 +138,20 @@ class Router:
         wait_for(f"rows show {wanted}, {ipv6}", shown, seconds, [self.service, self.watcher])
 
     def start_tables(self, *provider, options=(), **more):
-        """Provider (as start_provider) and service, the router's own state in the tables."""
+        """Starts provider (as start_provider) and service, and describes the router in the tables."""
         self.start_provider(*provider, **more)
         self.start_service(*options)
         self.describe()
 
     def start_usual(self, *options, page="page", **columns):
-        """Provider, service and a row for each kind of account; returns their Ids. page may carry a query."""
+        """Starts provider and service and adds an account of each kind; returns their Ids. page may have a query."""
         self.start_tables({"alice": {"password": "word", "domain": "dyn.example.org"}}, pages={"page": "good\n"},
                           options=options)
         return (self.add_account("update-url", f"https://{HTTPS_HOST}/plain/{page}", "home.example.org", **columns),
                 self.add_account("gnudip", GNUDIP_HOST, "alice.dyn.example.org", "alice", "word", **columns))
 
     def move(self, address):
-        """ppp0 gets this address, and the database says so. Returns where the daemon's log then was."""
+        """Gives ppp0 this address, also in the database. Returns a mark in the daemon's log from before."""
         mark = self.daemon.mark()
         self.ppp0.set_address(address)
         if self.watcher:
@@ -179,7 +179,7 @@ class Router:
         return [row for row in found if all(row[name] == value for name, value in keys.items())]
 
     def describe(self, serial="A1B2C3D4"):
-        """Writes the router's own state into the database, as its network manager would."""
+        """Writes the router's state into the database, as its network manager would."""
         self.ctl("set", "etl", "Id=1", f"serial_no={serial}")
         self.show_interfaces()
         if self.watcher:
@@ -188,7 +188,7 @@ class Router:
         self.ctl("add", "DNSClientServer", "Enable=1", "Interface=ppp0", f"IPAddress={DNS}")
 
     def show_interfaces(self):
-        """Writes the interface states again, which the service keeps in memory only."""
+        """Writes the states of the interfaces, which the service keeps in memory only."""
         if self.watcher:
             self.wait_shown()
             return
@@ -207,8 +207,8 @@ class Router:
         return int(added.stdout)
 
     def nudge(self):
-        """Changes the state of an interface that no account follows: the daemon's loop passes, and writes outcomes.
-        Without any change it passes once a minute."""
+        """Changes the state of an interface that no account follows, so that the daemon's loop runs and writes
+        outcomes. Without any change it runs once a minute."""
         self._nudges += 1
         if self._nudges == 1:
             self.ctl("add", "StatusNetifWatch", "Name=lan0", "Addr=10.66.0.1", "IsUp=1")
@@ -226,8 +226,8 @@ class Router:
         return wait_for(f"{number} row(s) in {table} with {keys}", enough, seconds, self._running(), 1)
 
     def wait_written(self, program, pattern, start=0):
-        """Lets the daemon's loop pass until this program has logged what comes of an outcome that waits to be written.
-        An update is logged before its outcome waits: a single pass may be too early."""
+        """Nudges the daemon until this program has logged what comes of an outcome that waits to be written. An update
+        is logged before its outcome is queued, so a single nudge may come too early."""
         wait_for(f"{program.name} logs '{pattern}'", lambda: self.nudge() or program.count(pattern, start), 60,
                  self._running(), 1)
 

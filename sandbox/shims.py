@@ -1,4 +1,4 @@
-"""Libraries that stand between a program and the machine's C library."""
+"""Libraries loaded between a program and the C library."""
 
 import struct
 import subprocess
@@ -6,7 +6,7 @@ from pathlib import Path
 
 
 class Shim:
-    """Something of the machine that is replaced, by the library made of this source, for programs started with env."""
+    """A library, built from this source, that replaces part of the machine for programs started with env."""
 
     def __init__(self, folder, source):
         name = source.stem
@@ -14,14 +14,14 @@ class Shim:
         subprocess.run(["cc", "-shared", "-fPIC", "-O1", "-o", library, source], check=True)
         self.env = {"LD_PRELOAD": str(library), f"{name.upper()}_FILE": str(self.state)}
 
-    def tell(self, *numbers):
+    def write(self, *numbers):
         new = self.state.with_suffix(".new")
         new.write_text(" ".join(map(str, numbers)) + "\n")
         new.replace(self.state)
 
 
 class Clock(Shim):
-    """A separate wall clock."""
+    """A wall clock that can be stepped."""
 
     def __init__(self, folder):
         super().__init__(folder, Path(__file__).with_name("clockstep.c"))

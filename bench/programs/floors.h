@@ -15,7 +15,7 @@ void gnudipFloor(const std::string& a_strAddress,
                  const std::string& a_strDomain,
                  const std::string& a_strPassword);
 
-/// A child process at the other end of a Unix socket, which answers each byte with this many.
+/// A child process at the other end of a Unix socket that answers each byte with the given number of bytes.
 class Echo
 {
 public:

@@ -77,7 +77,7 @@ int toNumber(const std::string& a_strText)
     const long iNumber = std::strtol(a_strText.c_str(), &pEnd, 10);
     if (a_strText.empty() || *pEnd != '\0' || iNumber < 1 || iNumber > INT_MAX)
     {
-        fail("No number: '" + a_strText + "'");
+        fail("Not a number: '" + a_strText + "'");
     }
     return static_cast<int>(iNumber);
 }

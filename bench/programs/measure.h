@@ -12,7 +12,7 @@ namespace bench
 /// Microseconds of the steady clock.
 [[nodiscard]] double wallMicros();
 
-/// What one piece of work costs, microseconds: the average of each chunk of runs.
+/// The cost of a piece of work in microseconds: the average of each chunk of runs.
 struct Cost
 {
     std::vector<double> m_oCpu;

@@ -1,7 +1,7 @@
-// What the configuration service and its client cost, in processor time and wall time of this process.
-//   bench_service load CHUNKS      the bytes of all tables in one transfer, one round trip, and DynDns in pages
-//   bench_service load-once 1      the first load as the daemon does it
-//   bench_service commits RUNS     transactions that change one row of DynDns, and write access asked for each
+// The cost of the configuration service and its client, in processor time and wall time of this process.
+//   bench_service load CHUNKS      one transfer of the bytes of all tables, one round trip, and DynDns in pages
+//   bench_service load-once 1      the daemon's first load
+//   bench_service commits RUNS     transactions that change one row of DynDns, each with its own write access
 //   bench_service page 1           all accounts in whole pages, for counting instructions
 //   bench_service rows CHUNKS      whole-table reads of DynDns: row by row, and in pages
 //   bench_service move NAME ADDRESS   one commit of an interface's address; prints the moment before it
@@ -94,7 +94,7 @@ void load(IConfigClient& a_oClient, int a_iChunks)
     oReport.print();
 }
 
-/// How often this process waited: once per round trip unless the other end is faster.
+/// How often this process has waited: once per round trip, unless the other end is faster.
 double waits()
 {
     rusage oUsage = {};

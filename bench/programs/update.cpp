@@ -1,5 +1,5 @@
-// What one update costs: the daemon's actions, built, run and destroyed as the daemon does, beside the least that a
-// program of its own would do for the same request.
+// The cost of one update: the daemon's actions, built, run and destroyed as in the daemon, against the least that a
+// program must do for the same request.
 //   bench_update https URL CERTIFICATE INTERFACE DNS CHUNKS RUNS          daemon's action and floor, by turns
 //   bench_update https-action|https-floor URL CERTIFICATE INTERFACE DNS CHUNKS RUNS   one of them
 //   bench_update gnudip SERVER ADDRESS INTERFACE DNS LOCAL CHUNKS RUNS   SERVER is a name or ADDRESS itself
@@ -40,7 +40,7 @@ void runGnudipAction(const Words& a_oWords)
     }
 }
 
-/// Alternating, so that other load on the machine affects both.
+/// Alternates, so that other load on the machine affects both.
 void compare(const std::function<void()>& a_oAction, const std::function<void()>& a_oFloor, int a_iChunks, int a_iRuns)
 {
     bench::Cost oAction;

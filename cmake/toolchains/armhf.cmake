@@ -1,4 +1,4 @@
-# 32-bit ARM, version 7 with floating point unit.
+# 32-bit ARM, version 7 with a floating point unit.
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(quorvadArch armhf)
 set(quorvadTriplet arm-linux-gnueabihf)

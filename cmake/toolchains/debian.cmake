@@ -1,8 +1,8 @@
-# What the toolchain files of one architecture share: Debian's cross compiler of a triplet, the libraries that
-# scripts/build-sysroot fetched, and qemu-user to run what was built. Set before: quorvadTriplet, quorvadArch (Debian's
-# name), quorvadQemu (qemu-user's name).
+# Shared by the toolchain files of all architectures: Debian's cross compiler, the libraries that scripts/build-sysroot
+# fetched, and qemu-user to run programs. Set before: quorvadTriplet, quorvadArch (Debian's name), quorvadQemu
+# (qemu-user's name).
 set(CMAKE_SYSTEM_NAME Linux)
-# Also read for the small trial builds, which know only what is named here.
+# This file is also read for try_compile, which knows only the variables named here.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUORVAD_DEPS_DIR)
 if(NOT QUORVAD_DEPS_DIR)
     get_filename_component(quorvadRoot ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)

@@ -1,4 +1,4 @@
-# A big-endian machine: no router, but it shows errors of byte order.
+# A big-endian machine: no router, but it reveals errors of byte order.
 set(CMAKE_SYSTEM_PROCESSOR s390x)
 set(quorvadArch s390x)
 set(quorvadTriplet s390x-linux-gnu)

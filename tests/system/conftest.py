@@ -12,7 +12,7 @@ from sandbox import is_inside
 from doubles.router import FaultyRouter
 
 HERE = os.path.dirname(__file__)
-os.environ["PYTHONPATH"] = f"{os.environ.get('PYTHONPATH', '')}:{HERE}"  # also for the doubles that run as programs
+os.environ["PYTHONPATH"] = f"{os.environ.get('PYTHONPATH', '')}:{HERE}"  # for doubles that run as programs
 
 
 def pytest_configure(config):
@@ -27,7 +27,7 @@ def router():
 
 @pytest.hookimpl(hookwrapper=True)
 def pytest_runtest_makereport(item, call):
-    """A failure shows the end of every log."""
+    """Adds the end of every log to a failure."""
     outcome = yield
     report = outcome.get_result()
     if report.failed and "router" in item.funcargs:

@@ -1,4 +1,4 @@
-"""An account as a person makes one: from a provider's key to the update, what is told about it, and its removal."""
+"""An account on the command line: added by a provider's key, updated, shown, removed; and shell completion."""
 
 import base64
 import json
@@ -21,7 +21,7 @@ WORD = "p&ss w=rd<serial>%"
 
 
 class Terminal:
-    """cfgctl at a terminal of its own."""
+    """cfgctl on a terminal of its own."""
 
     def __init__(self, router, *words):
         self.master, self.slave = os.openpty()
@@ -63,15 +63,15 @@ def test_accounts(router):
     ready = router.ctl("account", "test", "1").stdout
     assert "Ready" in ready and "10.64.0.2" in ready and "10.99.0.53" in ready and WORD not in ready
 
-    # A password is typed unseen; a signal leaves the terminal as it was.
+    # The password prompt does not echo, and a signal restores the terminal.
     mount("devpts", "/dev/pts", "devpts", data="newinstance,ptmxmode=0666")
     os.symlink("pts/ptmx", "/dev/ptmx")
     words = ("account", "add", "-p", "token", *common)
-    broken_off = Terminal(router, *words)
-    broken_off.wait_text("password: ")
-    assert not broken_off.echoes()
-    broken_off.process.send_signal(signal.SIGINT)
-    assert broken_off.process.wait(30) == -signal.SIGINT and broken_off.echoes()
+    interrupted = Terminal(router, *words)
+    interrupted.wait_text("password: ")
+    assert not interrupted.echoes()
+    interrupted.process.send_signal(signal.SIGINT)
+    assert interrupted.process.wait(30) == -signal.SIGINT and interrupted.echoes()
     cut = Terminal(router, *words)  # a terminal keeps 4095 bytes of a line
     cut.wait_text("password: ")
     cut.type("x" * 5000 + "\n")
@@ -102,7 +102,7 @@ def test_accounts(router):
     status = router.ctl("status").stdout
     assert len(re.findall(r"updated .* (ago|now) +good +nothing until the address changes$", status, re.M)) == 2
 
-    # The daemon keeps an account whose row disappears; a removed one is not updated any more all the same.
+    # The daemon keeps an account whose row disappears, but does not update a removed one.
     assert router.ctl("account", "remove", "2", check=False).returncode == 1
     router.ctl("account", "remove", "2", "--yes")
     assert "No account 2" in router.ctl("account", "test", "2", check=False).stderr

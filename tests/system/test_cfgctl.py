@@ -1,4 +1,4 @@
-"""cfgctl as a program: exit statuses, what becomes of its output, its standard input, watching."""
+"""cfgctl as a program: exit statuses, standard input, output that cannot be written, watching."""
 
 import itertools
 import os
@@ -28,7 +28,7 @@ def test_program(router):
     router.ctl("delete", "DNSClientServer", "Id=8")
     assert [(row["Id"], row["Enable"]) for row in router.rows("DNSClientServer")] == [(1, 1), (7, 0)]
     assert router.ctl("show", "DNSClientServer", "Enable=0").stdout.splitlines()[1:] == [" 7       0  ppp1"]
-    # Values and files come from standard input.
+    # Values and files from standard input.
     assert router.ctl("--json", "add", "DynDns", "Password@=-", "Hostname=@home", text="ge heim\n").stdout == '{"Id":1}\n'
     shown = router.ctl("show", "DynDns", "--show-secrets").stdout
     assert " ge heim " in shown and " @home " in shown
@@ -49,7 +49,7 @@ def test_lost_output(router):
             status, errors = run(command, full)
             assert status == 1 and "No space left on device" in errors, command
             assert run(command, writer) == (-signal.SIGPIPE, ""), command
-    # Without a standard output, what is printed must not end up in the connection.
+    # Without a standard output, nothing may be printed into the connection.
     assert "Bad file descriptor" in run("export", None, "sh", "-c", 'exec "$0" "$@" >&-')[1]
 
 
@@ -61,18 +61,18 @@ def test_watch(router):
         return router.start_program("watch" + words[0], ["sh", "-c", 'exec "$@" 2>"$0"', errors, router.bin / "cfgctl",
                                                          "watch", *words])
 
-    def change_until(what, noted):
-        wait_for(what, lambda: router.ctl("set", "etl", "Id=1", f"serial_no={next(numbers)}") and noted(), 40)
+    def change_until(what, shown):
+        wait_for(what, lambda: router.ctl("set", "etl", "Id=1", f"serial_no={next(numbers)}") and shown(), 40)
     endless = watch("--json", "etl")
-    change_until("a change is noted", lambda: endless.count('"Table":"etl"}\n'))
+    change_until("a change is shown", lambda: endless.count('"Table":"etl"}\n'))
     router.service.stop()
     router.start_service()
-    change_until("the return is told", lambda: "is back; any table may have changed\n" in errors.read_text())
+    change_until("the service's return is shown", lambda: "is back; any table may have changed\n" in errors.read_text())
     assert endless.stop(signal.SIGINT) == 0
     assert router.ctl("watch", "--timeout", "1").returncode == 0
     missed = router.ctl("watch", "--timeout", "1", "--count", "1", check=False)
     assert missed.returncode == 1 and "Only 0 of 1" in missed.stderr
     counted = watch("--count", "2")
-    change_until("the first of two is noted", lambda: counted.count("  etl\n"))
+    change_until("the first of two is shown", lambda: counted.count("  etl\n"))
     router.ctl("set", "etl", "Id=1", "serial_no=last")
     assert counted.wait(30) == 0

@@ -1,4 +1,4 @@
-"""What makes the daemon update, and what makes it leave off."""
+"""Which changes start updates, and which cancel them."""
 
 from sandbox.router import DNS, DNS_2, GNUDIP, GNUDIP_HOST, HTTPS_HOST, START_PERIOD
 
@@ -6,7 +6,7 @@ BUILT = "Built scheduler with"
 
 
 def start(router):
-    """Everything running, with an HTTPS and a GnuDIP account; returns their Ids."""
+    """Starts everything with an HTTPS and a GnuDIP account; returns their Ids."""
     accounts = router.start_usual(page="page?<ipaddr>+<ipaddr6>")
     router.start_daemon().wait_log(BUILT, times=2)
     return accounts
@@ -42,14 +42,14 @@ def test_interface_and_account(router):
         mark = daemon.mark()
         router.ctl(*step)
         daemon.wait_log(pattern, start=mark)
-    # An account whose interface nobody knows yet waits for it.
+    # An account whose interface is not monitored yet waits for it.
     late = router.add_account("update-url", f"https://{HTTPS_HOST}/", "home.example.org", Interface="wan1")
     daemon.wait_log("Interface wan1 not found in watch table")
     router.ctl("add", "StatusNetifWatch", "Name=wan1", f"Addr={router.wan1.address}", "IsUp=1")
     daemon.wait_log(f"DynDns cfg id {late} needs action \\(DynDns changed\\)")
     daemon.wait_log(r"Failed to send HTTPS update: 'Empty list of DNS nameservers'")  # wan1 has none
 
-    # An interface that is up but not running sends nothing and reports nothing; running again it is told by the table.
+    # Nothing is sent or reported while an interface is up but not running; the table tells when it runs again.
     router.ppp0.plug(False)
     daemon.wait_log("Interface 'ppp0' is down, cannot send HTTPS update", START_PERIOD + 5)
     assert router.rows("DynDnsLog") == []
@@ -72,7 +72,7 @@ def test_dns_servers(router):
     daemon.wait_log(f"Nameservers: {DNS},10.99.0.55,{DNS_2},\n", start=mark, times=2)
     router.ctl("set", "DNSRelay", "Id=1", "UserProvidedDnsServerMode=1")
     daemon.wait_log(rf"Nameservers: {DNS_2},\n(?s:.*?){BUILT}", start=mark, times=2)
-    # While the user's servers are forced, the others' changes count for nothing.
+    # While the user's servers alone are in force, changes of the others have no effect.
     built = daemon.count(BUILT)
     row, = router.rows("DNSClientServer", IPAddress="10.99.0.55")
     router.ctl("set", "DNSClientServer", f"Id={row['Id']}", "IPAddress=10.99.0.57")

@@ -1,5 +1,5 @@
-"""The daemon under a checker: its own (a build with the thread sanitizer), one of valgrind's race checkers, which
-QUORVAD_RACES names (see scripts/races), or, with QUORVAD_VALGRIND=1, valgrind's checker of memory."""
+"""The daemon under a checker: the thread sanitizer it was built with, the race checker of valgrind that QUORVAD_RACES
+names (see scripts/races), or, with QUORVAD_VALGRIND=1, valgrind's memory checker."""
 
 import os
 import time
@@ -12,7 +12,7 @@ from doubles.soak import Soak
 
 CHECKER = os.environ.get("QUORVAD_RACES", "")
 HERE = os.path.dirname(__file__)
-# The C library's own lock around the time zone is not visible to the checker.
+# The checker does not see the C library's own lock around the time zone.
 os.environ["TSAN_OPTIONS"] = f"second_deadlock_stack=1:suppressions={HERE}/races.supp"
 VALGRIND = ("valgrind", "--error-exitcode=99", "--num-callers=30")
 RACES = (*VALGRIND, f"--tool={CHECKER}", "--fair-sched=yes", f"--suppressions={HERE}/valgrind.supp")

@@ -11,7 +11,7 @@ STAMP = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d[+-]\d{4}"
 
 
 def outcome(router, account):
-    """(Success, ResponseCode, Response) of an account, after its rows have come."""
+    """(Success, ResponseCode, Response) of an account, once its rows are there."""
     status = router.wait_rows("DynDnsStatus", START_PERIOD + 15, DynDnsId=account)[0]
     log = router.rows("DynDnsLog", DynDnsId=account)[-1]
     assert status["Timestamp"] == log["Timestamp"] and re.fullmatch(STAMP, log["Timestamp"])
@@ -27,7 +27,7 @@ def test_update(router):
     refusal = router.add_account("update-url", f"{URL}/plain/refusal", "home.example.org",
                                  ExpectedResultSubString="good")
     denied = router.add_account("update-url", f"{URL}/nic/full", "home.example.org", "alice", "wrong")
-    # A proxy of the environment must not see the updates: nothing listens there.
+    # A proxy named in the environment must not be used: nothing listens there.
     router.start_daemon(env={"https_proxy": "http://127.0.0.1:9", "ALL_PROXY": "http://127.0.0.1:9"})
 
     assert outcome(router, full) == (1, 200, "good &lt;10.64.0.2&gt;second line")
@@ -46,7 +46,7 @@ def test_update(router):
     assert update["authorization"] == "Basic " + base64.b64encode(b"alice:s3cret+word").decode()
     assert router.isp.requests("/plain/plain")[0]["authorization"] == ""
 
-    # The name was asked for at the account's server, through the account's interface, and nowhere else.
+    # The name was looked up at the account's server, through the account's interface, and nowhere else.
     assert {source for source, _, _ in router.isp.queries(DNS, HTTPS_HOST)} == {"10.64.0.2"}
     assert router.other.queries(DNS) == []
     assert router.daemon.stop() == 0

@@ -1,4 +1,4 @@
-"""The daemon built on another kit (platform/example): no service; its rows and its outcomes stand in a text file."""
+"""The daemon built on another kit (platform/example): no service; rows and outcomes are in a text file."""
 
 from pathlib import Path
 
@@ -22,7 +22,7 @@ def test_kit(router):
         + row("DNSClientServer", Id=1, Enable=1, Interface="ppp0", IPAddress=DNS))
     daemon = router.start_daemon()
     daemon.wait_log("Init cache")
-    # The interface comes up later: a change that the kit has to tell of. Both accounts then wait for their update.
+    # The interface comes up later, a change that the kit must report. Both accounts then wait for their update.
     text = ROWS.read_text() + row("StatusNetifWatch", Id=1, Name="ppp0", Addr=router.ppp0.address, IsUp=1)
     new = ROWS.with_suffix(".changed")
     new.write_text(text)

@@ -1,4 +1,4 @@
-"""The machine itself runs out of something, loses something, or its clock jumps."""
+"""Faults of the machine: exhausted resources, a failing disk, a stepped clock, SIGKILL."""
 
 import errno
 import os
@@ -23,7 +23,7 @@ needs_users = pytest.mark.skipif(not machine.HAS_USERS, reason="needs users of i
 
 @needs_users
 def test_limits(router):
-    """What a daemon can't live without ends it at its first accounts, with status 1 and the reason; no limit hangs it."""
+    """Without threads, memory or randomness the daemon exits with status 1 and says why; it never hangs."""
     router.start_usual("--group", "daemon")
     for number in range(40):  # a MiB of address space for the stack of each
         router.add_account("update-url", "https://ddns.example.net/", f"home{number}.example.org")
@@ -38,7 +38,7 @@ def test_limits(router):
 
 
 def test_descriptors(router):
-    """Tries fail for want of descriptors, say so, and succeed once there are some."""
+    """Tries that find no free descriptor fail, say so, and succeed once there are some."""
     router.start_usual(Retry=2)
     daemon = router.start_daemon()
     daemon.wait_log(BUILT, times=2)
@@ -51,8 +51,8 @@ def test_descriptors(router):
 
 
 def test_disk(router):
-    """The service's disk refuses to be written, is full, then read-only: what is refused is told and stays undone, also
-    after a crash, and all is good again after."""
+    """The service's disk fails, is full, then read-only: a refused write is reported and never takes effect, not even
+    after a crash, and the service recovers."""
     disk, faults = machine.SmallDisk(router.folder / "disk"), machine.FailingDisk(router.folder)
     router.database = disk.folder / "config.db"
     router.start_service(env=faults.env)
@@ -62,7 +62,7 @@ def test_disk(router):
         faults.fail(**fault)
         refused = router.ctl("set", "DynDns", "Id=1", "Hostname=refused", check=False)
         assert refused.returncode == 1 and "disk I/O error; nothing was written" in refused.stderr
-        router.ctl("add", "StatusNetifWatch", "Name=any")  # what is in memory only can be written
+        router.ctl("add", "StatusNetifWatch", "Name=any")  # kept in memory only, so it can be written
         router.service.kill()
         router.start_service()
         assert router.rows("DynDns")[0]["Hostname"] == f"kept-{number}"
@@ -75,7 +75,7 @@ def test_disk(router):
     disk.fill()
     refused = router.ctl("set", "DynDns", f"Id={https}", "Hostname=" + "h" * 60000, check=False)
     assert refused.returncode == 1 and "database or disk is full; nothing was written" in refused.stderr
-    faults.fail(write=errno.ENOSPC)  # an outcome is small: it fits into what the log file has already
+    faults.fail(write=errno.ENOSPC)  # an outcome is small and fits into the log file as it is
     daemon.wait_log(UPDATED, START_PERIOD)
     router.wait_written(router.service, "Commit of client 'quorvad' failed: database file .*full")
     assert router.rows("DynDnsStatus") == []
@@ -93,7 +93,7 @@ def test_disk(router):
 
 
 def test_clock(router):
-    """Stepped forward a day a pending try is due at once; stepped back, a change is followed as ever."""
+    """A step forward by a day makes a pending try due at once; after a step back, changes have their usual effect."""
     clock = Clock(router.folder)
     https, gnudip = router.start_usual()
     daemon = router.start_daemon(env=clock.env)
@@ -104,7 +104,7 @@ def test_clock(router):
     router.move("10.64.0.77")
     stamps = [row["Timestamp"] for row in router.wait_rows("DynDnsLog", START_PERIOD + 15, 4)]
     assert stamps[0] > stamps[-1]
-    # A certificate of today is not valid yesterday.
+    # Today's certificate is not valid yesterday.
     assert {row["DynDnsId"]: row["Success"] for row in router.rows("DynDnsStatus")} == {https: 0, gnudip: 1}
     assert daemon.stop(seconds=QUICK) == 0
 

@@ -1,4 +1,4 @@
-"""The watcher of the kernel's interfaces: real links, and what the database then shows."""
+"""netifwatch on real links, and what the database then shows."""
 
 import itertools
 import json
@@ -23,22 +23,22 @@ def start(router, *options, **how):
     router.start_watcher(*options, **how).wait_log("Connected to the configuration service")
     router.wait_shown()
     router.changes = router.start_program("changes", [router.bin / "cfgctl", "watch", "--socket", router.socket])
-    wait_for("changes are noted", lambda: touch(router) or router.changes.log(), 40)
+    wait_for("changes are shown", lambda: touch(router) or router.changes.log(), 40)
 
 
 def touch(router):
-    """A change that everybody else's change comes after."""
+    """A marker: every change before it is shown before it."""
     router.ctl("set", "etl", "Id=1", f"serial_no={next(NUMBERS)}")
 
 
 def settled(router):
-    """Waits until the watcher has looked at whatever happened before; the number of changes written so far."""
+    """Waits until the watcher has handled everything so far; returns the number of changes written."""
     mark = router.watcher.mark()
     ip("link", "set", "lo", "mtu", "65535" if "65536" in ip("link", "show", "lo") else "65536")
     router.watcher.wait_log("Looked at", start=mark)
     before = router.changes.count(" etl\n")
     touch(router)
-    wait_for("the mark is noted", lambda: router.changes.count(" etl\n") > before, 40)
+    wait_for("the marker is shown", lambda: router.changes.count(" etl\n") > before, 40)
     return router.changes.count(" (Status|DNSClient)")
 
 
@@ -46,21 +46,21 @@ def ipv6(name, what, value):
     Path(f"/proc/sys/net/ipv6/conf/{name}/{what}").write_text(str(value))
 
 
-def lay_again(router):
+def create_again(router):
     router.ppp0.netns = "isp2"
-    router.ppp0.lay()
+    router.ppp0.create()
 
 
 def test_interfaces(router):
     start(router)
     steps = (
-        # Addresses of IPv4: more, another, none, a secondary one, the other end of a point-to-point link.
+        # IPv4: a second address, the first one gone, none, a point-to-point address, another one.
         (lambda: ip("addr", "add", "10.70.0.1/24", *PPP0), {}),
         (lambda: ip("addr", "del", "10.64.0.2/24", *PPP0), {"Addr": "10.70.0.1"}),
         (lambda: ip("-4", "addr", "flush", *PPP0), {"Addr": ""}),
         (lambda: ip("addr", "add", "10.71.0.1", "peer", "10.71.0.2", *PPP0), {"Addr": "10.71.0.1"}),
         (lambda: router.ppp0.set_address("10.64.0.77"), {}),
-        # IPv6: a public one counts more, unless something is wrong with it.
+        # IPv6: a public address is preferred, unless it is unusable.
         (lambda: ipv6("ppp0", "dad_transmits", 60) or ip("-6", "addr", "add", "2001:db8::1/64", *PPP0), {}),
         (lambda: ip("-6", "addr", "add", "2001:db8::5/64", *PPP0, "nodad"), {"ipv6": "2001:db8::5"}),
         (lambda: ip("-6", "addr", "add", "2001:db8::4/64", *PPP0, "nodad"), {"ipv6": "2001:db8::5"}),
@@ -68,15 +68,15 @@ def test_interfaces(router):
         (lambda: ipv6("ppp0", "use_tempaddr", 2) or ip("-6", "addr", "add", "2001:db8:1::9/64", *PPP0, "nodad",
                                                         "mngtmpaddr"), {"ipv6": "2001:db8::4"}),
         (lambda: ip("-6", "addr", "del", "2001:db8::4/64", *PPP0), {"ipv6": "2001:db8:1::9"}),
-        # The one that is tested comes to be free, in the way of the smaller numbers, when the test is over: not taken.
+        # The tentative address, which is the lowest, turns out to be in use elsewhere: not chosen.
         (lambda: ip(*PEER, "-6", "addr", "add", "2001:db8::1/64", "dev", "router", "nodad"), {"ipv6": "2001:db8:1::9"}),
         (lambda: ip("-6", "addr", "flush", *PPP0, "scope", "global"), {"ipv6": ""}),
-        # Carrier and administrative state, the end of the interface, its return, another name and another place.
+        # Carrier, administrative state; the interface is deleted, returns, is renamed and moved to another namespace.
         (lambda: router.ppp0.plug(False), {"IsUp": 0, "ipv6": None}),
         (lambda: router.ppp0.plug(True), {"ipv6": None}),
         (lambda: ip("link", "set", "ppp0", "down"), {"IsUp": 0, "ipv6": ""}),
         (lambda: ip("link", "set", "ppp0", "up"), {"ipv6": ""}),
-        (lambda: (ip("link", "del", "ppp0"), lay_again(router)), {"Addr": "10.64.0.2", "ipv6": ""}),
+        (lambda: (ip("link", "del", "ppp0"), create_again(router)), {"Addr": "10.64.0.2", "ipv6": ""}),
         (lambda: ip("link", "set", "ppp0", "name", "swap"), {"Name": "swap", "ipv6": ""}),
         (lambda: (ip("link", "set", "wan1", "name", "ppp0"), ip("link", "set", "swap", "name", "wan1")),
          {"Addr": "10.65.0.2", "ipv6": ""}),
@@ -93,7 +93,7 @@ def test_interfaces(router):
 
 
 def test_pressure(router):
-    """Many changes, an overrun, nothing to do, and a service that forgets."""
+    """Many changes, an overrun, irrelevant changes, and a service that loses its interface rows."""
     start(router, "--event-buffer", 4096)
     commands = router.folder / "flaps"
     commands.write_text("addr add 10.72.0.1/24 dev ppp0\naddr del 10.72.0.1/24 dev ppp0\n" * 5000
@@ -117,10 +117,10 @@ def test_pressure(router):
 
     before = settled(router)
     for _ in range(5):
-        ip("addr", "add", "10.72.0.10/24", "dev", "ppp0")  # secondary: nobody's business
+        ip("addr", "add", "10.72.0.10/24", "dev", "ppp0")  # secondary: irrelevant
         ip("addr", "del", "10.72.0.10/24", "dev", "ppp0")
         assert settled(router) == before
-    router.ctl("set", "StatusNetifWatch", "Name=ppp0", "IsUp=0")  # put right again
+    router.ctl("set", "StatusNetifWatch", "Name=ppp0", "IsUp=0")  # the watcher corrects it
     router.wait_shown(Addr="10.72.0.9")
     router.service.kill()
     router.start_service()
@@ -150,20 +150,20 @@ def test_dns(router):
     expect(f"nameserver {DNS}\nnameserver {DNS_2}\n", ppp0=[DNS], wan1=[DNS, DNS_2])
     expect(f"nameserver {DNS_2}\nnameserver 127.0.0.53\nnameserver fe80::1%ppp0\n", ppp0=["fe80::1"], wan1=[DNS_2])
     ip("route", "del", "default", "dev", "ppp0")
-    expect(f"nameserver {DNS}\n", ppp0=["fe80::1"], wan1=[DNS])  # ppp0 has no server now, and its row waits
+    expect(f"nameserver {DNS}\n", ppp0=["fe80::1"], wan1=[DNS])  # ppp0 has no server now; its row stays
     ip("route", "add", "default", "via", router.ppp0.peer, "dev", "ppp0", "metric", 200)
     wait_for("the route counts", lambda: servers(router) == [DNS], 40, [router.watcher])
     ids = [row["Id"] for row in router.rows("DNSClientServer")]
-    # Somebody else's row makes the interface theirs, until they delete it; a restart changes nothing.
-    theirs = router.ctl("add", "DNSClientServer", "Interface=ppp0", f"IPAddress={DNS_2}").stdout.strip()
-    wait_for("the own row goes", lambda: servers(router) == [DNS_2], 40, [router.watcher])
+    # A user's row takes the interface over until it is deleted; a restart changes nothing.
+    user_row = router.ctl("add", "DNSClientServer", "Interface=ppp0", f"IPAddress={DNS_2}").stdout.strip()
+    wait_for("the watcher's row is gone", lambda: servers(router) == [DNS_2], 40, [router.watcher])
     router.watcher.stop()
     mark = router.watcher.mark()
     router.start_watcher().wait_log("Looked at", start=mark)
     expect(f"nameserver {DNS}\nnameserver 10.99.0.55\n", ppp0=[DNS_2], wan1=[DNS, "10.99.0.55"])
     assert ids[1] in [row["Id"] for row in router.rows("DNSClientServer", Interface="wan1")]
-    router.ctl("delete", "DNSClientServer", f"Id={theirs}")
-    wait_for("the interface is given back", lambda: servers(router) == [DNS, "10.99.0.55"], 40, [router.watcher])
+    router.ctl("delete", "DNSClientServer", f"Id={user_row}")
+    wait_for("the watcher's rows are back", lambda: servers(router) == [DNS, "10.99.0.55"], 40, [router.watcher])
 
 
 def test_process(router):

@@ -1,4 +1,4 @@
-"""Faults of providers, DNS servers and interfaces, each really made: what is logged and stored, and who goes on."""
+"""Real faults of providers, DNS servers and interfaces: what is logged and stored, and that other accounts go on."""
 
 import re
 from collections import Counter
@@ -11,10 +11,10 @@ from sandbox.router import GNUDIP, GNUDIP_HOST, HTTPS_HOST, START_PERIOD, ip
 
 from doubles import faultgnudip
 from doubles.faultprovider import PORTS
-from doubles.links import FAULT_ANSWER, FAULT_DNS, add_link, start_faults, tell
+from doubles.links import FAULT_ANSWER, FAULT_DNS, add_link, add_rows, start_faults
 
-FAULT_HOST, BLACK_HOLE, DEAD = "fault.example.net", "10.97.0.1", ("10.97.0.2", "10.97.0.3")  # nobody answers for 10.97
-GOOD, LATE = (1, 200, "good"), 4 + 4  # seconds: a deadline is looked at every 4, and a fault takes 10
+FAULT_HOST, BLACK_HOLE, DEAD = "fault.example.net", "10.97.0.1", ("10.97.0.2", "10.97.0.3")  # 10.97 drops everything
+GOOD, LATE = (1, 200, "good"), 4 + 4  # seconds: deadlines are checked every 4, and a fault takes 10
 
 
 def failed(reason):
@@ -35,7 +35,7 @@ def outcomes(router, schedulers, accounts):
 
 
 def check_punctual(router, accounts):
-    """These accounts, the first of all, were not held up: each had its outcome when its start period was over."""
+    """These accounts, the first of all, were not delayed: each has its outcome from the end of its start period."""
     built = re.findall(r"^(\S+ \S+)\.\d+ .*Built scheduler with 1 retries and (\d+) sec", router.daemon.log(), re.M)
     for account, (begun, period) in zip(accounts, built):
         row, = router.rows("DynDnsLog", DynDnsId=account)
@@ -124,8 +124,8 @@ def test_dns(router):
     namespaces.cover("/etc/resolv.conf", f"nameserver {FAULT_DNS}\n")
     router.start_service()
     router.ctl("set", "etl", "Id=1", "serial_no=1")
-    tell(router, "ppp0", router.ppp0.address, [FAULT_DNS])
-    tell(router, "wan1", router.wan1.address, [FAULT_DNS])
+    add_rows(router, "ppp0", router.ppp0.address, [FAULT_DNS])
+    add_rows(router, "wan1", router.wan1.address, [FAULT_DNS])
     links = {"dead2": add_link(router, "dead2", 66, (*DEAD, FAULT_DNS), provider=True),
              "closed": add_link(router, "closed", 67, ("10.67.0.1",)),
              "holes": add_link(router, "holes", 68, ("", " ", "1.1.1.1"), provider=True), "wan1": router.wan1}
@@ -137,7 +137,7 @@ def test_dns(router):
 
     nine = [add(("update-url", "gnudip")[number % 2], "good") for number in range(9)]
     https, gnudip = ({name: add(service, name) for name in DNS_OUTCOMES} for service in ("update-url", "gnudip"))
-    # c-ares waits 5 seconds for a server by itself, and then longer: 75 in all.
+    # By default c-ares waits 5 seconds for a server, and then longer: 75 in all.
     daemon = router.start_daemon(env={"RES_OPTIONS": "retrans:1000 retry:2"})
     daemon.wait_log(r"Setting the DNS servers ' ,1\.1\.1\.1' for interface 'holes' was refused")
     daemon.wait_log(r"ares_set_servers_csv failed: Misformatted string")
@@ -185,7 +185,7 @@ def test_interfaces(router):
         if number % 50 == 0:
             threads.update(re.findall(r"Threads:\s*(\d+)", Path(f"/proc/{daemon.pid}/status").read_text()))
     assert max(map(int, threads)) <= 1 + total
-    for address in ("10.64.0.77", "", "10.64.0.77"):  # it goes, and comes back at once
+    for address in ("10.64.0.77", "", "10.64.0.77"):  # it goes and returns at once
         if address:
             router.ppp0.set_address(address)
         else:

@@ -14,7 +14,7 @@ from sandbox.router import PID_FILE, SOCKET
 USAGE = ("Usage: {} [OPTION]\n  -h : prints this help\n  -f : starts application in foreground\n"
          "  -d : enable debug logging \n  -v : prints version information\n"
          "  -p : sets PID filename without extension\n")
-QUICK = 40  # seconds for what must not wait for the loop's minute
+QUICK = 40  # seconds for anything that must not wait out the loop's minute
 
 
 def test_options(router):
@@ -79,7 +79,7 @@ def gone(pid):
 def test_background(router):
     router.start_syslog()
     router.start_service()
-    # What a PID file may hold after a crash or a prank: none of it names a running daemon.
+    # Contents that a PID file may have after a crash or tampering; none names a running daemon.
     for stale in ("", "garbage\n", "0\n", "-1\n", "999999999999999999999\n", "4194000\n", "12 34\n", "1" * 5000):
         PID_FILE.write_text(stale)
         pid = detached(router)
@@ -106,7 +106,7 @@ def test_background(router):
 
 
 def test_start_failures(router):
-    # A stop while the service is looked for ends at once; without a stop the search ends with status 1.
+    # A stop ends the search for the service at once; otherwise the search ends with status 1.
     stopped, alone = router.start_daemon(name="stopped"), router.start_daemon(name="alone")
     started = time.monotonic()
     stopped.wait_log("getTableNames|connect", QUICK)

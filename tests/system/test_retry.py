@@ -1,8 +1,8 @@
-"""Failure, a doubled interval, success: both kinds of account, and an account without tries."""
+"""Failure, a doubled interval, then success, for both kinds of account; and an account without tries."""
 
 from sandbox.router import GNUDIP, GNUDIP_HOST, HTTPS_HOST, START_PERIOD
 
-SLICE = 4  # seconds: a deadline is looked at this often
+SLICE = 4  # seconds between two checks of a deadline
 
 
 def test_retry(router):
@@ -17,7 +17,7 @@ def test_retry(router):
     daemon.wait_log(f"Scheduled Action id {never} finished", 90)  # the loop passes once a minute
     assert all(51 <= seconds <= 70 for seconds in period.values())
 
-    # Without any change in the tables the outcomes are written by the loop's pass of every minute.
+    # Without any change in the tables, the loop writes outcomes once a minute.
     router.wait_rows("DynDnsStatus", START_PERIOD + 65, 2, nudge=False, Success=0)
     for seconds in period.values():
         daemon.wait_log(f"Action failed, schedule next try in {2 * seconds} seconds")
@@ -33,5 +33,5 @@ def test_retry(router):
     for tries, times in ((3, [float(request["time"]) for request in router.isp.requests("/broken/ ")]),
                          (2, [update["time"] for update in router.isp.updates(GNUDIP)])):
         first, second = times
-        assert -2 <= second - first - 2 * period[tries] <= SLICE + 10  # both servers log when they have answered
+        assert -2 <= second - first - 2 * period[tries] <= SLICE + 10  # both servers log after their reply
     assert router.isp.requests("/broken/never") == []

@@ -1,4 +1,4 @@
-"""Who may do what: no secret is told, nothing from outside forges a line, a stranger is neither served nor trusted."""
+"""Secrets are not shown, input cannot forge log lines, and other users are neither served nor trusted."""
 
 import re
 import signal
@@ -17,7 +17,7 @@ LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} (info|warning|error) (
 
 
 def test_secrets(router):
-    """Accounts that succeed and fail in many ways; then everything that others can read is searched."""
+    """Accounts succeed and fail in many ways; then everything that others can read is searched for secrets."""
     names = {"nobody.example.net": "10.99.0.99", "odd.example.net": "10.99.0.37"}
     gnudip = {"alice": {"password": WORD, "domain": "dyn.example.org"}}
     router.start_syslog()
@@ -40,20 +40,20 @@ def test_secrets(router):
     assert router.rows("DynDnsLog", DynDnsId=denied)[0]["Response"] == "Authentication error"
     daemon.wait_log(r"Failed to send GnuDIP update \(Username is part of gnuDIP domain => domain must be longer\)")
     assert router.rows("DynDnsLog", DynDnsId=short) == []
-    told = {words: router.ctl(*words.split()).stdout for words in (
+    shown = {words: router.ctl(*words.split()).stdout for words in (
         "status", "--json status", "show DynDnsLog", "show DynDnsStatus", "show DynDns", "--json show DynDns", "export")}
-    told["processes"] = machine.readable_of_processes()
-    told.update({name: (router.folder / f"{name}.log").read_text() for name in ("quorvad", "cfgserver", "syslog")})
-    for name, text in told.items():
+    shown["processes"] = machine.readable_of_processes()
+    shown.update({name: (router.folder / f"{name}.log").read_text() for name in ("quorvad", "cfgserver", "syslog")})
+    for name, text in shown.items():
         assert WORD not in text and KEY not in text, name
     for form in ((), ("--json",)):  # they are there to be found
         assert WORD in router.ctl(*form, "show", "DynDns", "--show-secrets").stdout
 
-    for line in told["quorvad"].splitlines():
+    for line in shown["quorvad"].splitlines():
         assert LINE.fullmatch(line), line
-    assert "error forged:1: line\\x1b[2Jbad" in told["quorvad"]
+    assert "error forged:1: line\\x1b[2Jbad" in shown["quorvad"]
     for name in ("status", "show DynDnsLog", "show DynDns"):
-        assert not re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f]|^ *(2026|<13>)", told[name], re.M), name
+        assert not re.search("[\x00-\x09\x0b-\x1f\x7f-\x9f]|^ *(2026|<13>)", shown[name], re.M), name
     assert {stat.S_IMODE(path.stat().st_mode) for path in (*router.folder.glob("config.db*"), SOCKET)} == {0o600}
     for program in (daemon, router.service):
         assert re.search(r"Max core file size +0 +0 ", Path(f"/proc/{program.pid}/limits").read_text())
@@ -64,13 +64,13 @@ def test_secrets(router):
 
 @needs_users
 def test_strangers(router):
-    """An ordinary user without any capability can run the daemon; a stranger at either end of the socket gets nowhere."""
+    """An ordinary user without capabilities can run the daemon; other users at either end of the socket are refused."""
     impostor = router.start_impostor(machine.as_user(1))
     daemon = router.start_daemon(prefix=machine.as_user(2))
     daemon.wait_log(r"warning servicelink:\d+: .*runs as user 1, which is not trusted")
     impostor.kill()
     SOCKET.unlink()
-    assert impostor.log() in ("", "b''\n")  # it was told nothing
+    assert impostor.log() in ("", "b''\n")  # nothing was sent to it
     router.start_usual("--group", "daemon")
     daemon.wait_log(BUILT, 60, times=2)
     assert re.search(r"CapEff:\s+0+\n", Path(f"/proc/{daemon.pid}/status").read_text())

@@ -20,12 +20,12 @@ def test_killed(router):
     daemon = router.start_daemon()
     daemon.wait_log("Built scheduler with")
 
-    # An outage costs next to nothing; afterwards everything is read again, and what was committed is there.
+    # An outage costs next to nothing; afterwards everything is read again, and committed rows are there.
     used, mark = processor_seconds(daemon.pid), daemon.mark()
     router.service.kill()
     daemon.wait_log("Cannot reach the configuration service", times=4)
     assert processor_seconds(daemon.pid) - used < CALM
-    assert SOCKET.exists()  # the dead service's socket is in nobody's way
+    assert SOCKET.exists()  # a dead service's socket does not prevent the next start
     router.start_service()
     assert [row["Id"] for row in router.rows("DynDns")] == [account] and router.rows("DNSClientServer", IPAddress=DNS)
     assert router.rows("StatusNetifWatch") == []  # kept in memory only
@@ -34,7 +34,7 @@ def test_killed(router):
     router.show_interfaces()
     daemon.wait_log("Built scheduler with", 60, mark)
 
-    # An update that is made during an outage is reported once the service is back.
+    # An update during an outage is reported once the service is back.
     router.service.kill()
     daemon.wait_log("HTTPS update sent", START_PERIOD)
     daemon.wait_log("found latest elem ts", 80)

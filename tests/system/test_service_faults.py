@@ -1,4 +1,4 @@
-"""A configuration service that misbehaves in every way: doubles/relay.py stands between daemon and service."""
+"""A misbehaving configuration service: doubles/relay.py sits between daemon and service."""
 
 import signal
 import time
@@ -13,7 +13,7 @@ ACCESS = 60  # seconds that the daemon asks for write access
 
 
 def test_reads(router):
-    """Whatever an answer is spoilt to: the daemon says so, connects anew, and the change is not lost."""
+    """However a reply is corrupted, the daemon says so, reconnects, and misses no change."""
     router.start_behind_relay()
     daemon, size = router.daemon, resident_kib(router.daemon.pid)
     for number, (fault, reason) in enumerate((
@@ -24,7 +24,7 @@ def test_reads(router):
         daemon.wait_log(rf"lost \({reason}", 40, mark)
         router.set_faults()
         daemon.wait_log(BUILT, 60, mark, 2)
-    # Another program answers in the service's place, then the service is back with another database.
+    # Another program answers in the service's place; then the service returns with another database.
     mark = daemon.mark()
     router.set_faults(Hello="garbage")
     router.service.kill()
@@ -43,11 +43,12 @@ def test_writes(router):
     # No write access at all: one pass of the loop takes a minute, and the other account's update goes out meanwhile.
     router.set_faults(GetAccess="refuse")
     daemon.wait_log(UPDATED, START_PERIOD)
-    wait_for("the wait for write access", lambda: router.nudge() or router.spoilt(), 40, [daemon])
+    wait_for("the wait for write access", lambda: router.nudge() or router.corrupted(), 40, [daemon])
     wait_for("both updates", lambda: router.isp.requests() and router.isp.updates(GNUDIP), ACCESS - 20)
     daemon.wait_log("Failed to get DB access", 2 * ACCESS)
-    assert ACCESS - 1 < router.spoilt()[120] - router.spoilt()[0] < ACCESS + 30
-    # Single inserts refused: each account's refusal is told, and the loop goes on.
+    times = router.corrupted()
+    assert ACCESS - 1 < times[120] - times[0] < ACCESS + 30
+    # Single inserts are refused: each account's refusal is logged, and the loop goes on.
     router.set_faults(InsertRow="refuse")
     daemon.wait_log(UPDATED, START_PERIOD, router.move("10.64.0.77"), 2)
     for account in accounts:
@@ -55,7 +56,7 @@ def test_writes(router):
 
 
 def test_stopped(router):
-    """The service stands still for a minute when outcomes are to be written, and vanishes while the daemon stops."""
+    """The service hangs for a minute while outcomes are due, and vanishes while the daemon stops."""
     router.start_behind_relay()
     mark = router.daemon.wait_log(UPDATED, START_PERIOD).end()
     router.service.send(signal.SIGSTOP)

@@ -16,7 +16,7 @@ from test_process import handles_stop
 
 ROUNDS = int(os.environ.get("QUORVAD_ROUNDS", "8"))
 SIDE_BY_SIDE = 50  # daemons at once
-ATTEMPT = 45  # seconds: an attempt in progress may finish first, the loop's minute may not
+ATTEMPT = 45  # seconds: enough for an attempt in progress, not for the loop's minute
 
 
 def seeded():
@@ -43,7 +43,7 @@ def test_stop_signals(router):
 
 
 def one_stop(router, number, moment, signo):
-    """Seconds that a stop takes, this long after the daemon's signal handlers stand."""
+    """How many seconds a stop takes, the given moment after the daemon's signal handlers are installed."""
     daemon = router.start_daemon(name=f"stop-{number}")
     wait_for("signal handlers", lambda: handles_stop(daemon.pid), 40, [daemon], 0.005)
     time.sleep(moment)

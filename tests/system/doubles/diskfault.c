@@ -1,6 +1,6 @@
 /* A disk that fails for one program: LD_PRELOAD=diskfault.so DISKFAULT_FILE=FILE PROGRAM...
- * FILE holds two error numbers, for every write and for every sync; 0, or no file, is a working disk. Read at every call.
- * The bytes before a failed sync are in the file, as they are in the cache of a real kernel. */
+ * FILE holds two error numbers, for every write and for every sync; 0, or no file, means success. Read at every call.
+ * Bytes written before a failed sync are in the file, as they are in a real kernel's cache. */
 #define _GNU_SOURCE
 #include <errno.h>
 #include <stdio.h>

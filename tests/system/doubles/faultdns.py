@@ -1,4 +1,4 @@
-"""A DNS server whose answers go wrong: the first label of the asked name chooses how, other names are good.
+"""A faulty DNS server: the first label of the queried name chooses the fault; other names resolve.
 
 Part of faultprovider.py. Speaks UDP and TCP on port 53 of one address.
 """
@@ -12,7 +12,7 @@ _A, _CNAME, _IN = 1, 5, 1
 _REPLY, _TRUNCATED = 0x8580, 0x0200  # an authoritative answer with recursion; bits of the flags
 _SERVFAIL, _NXDOMAIN, _REFUSED = 2, 3, 5
 MANY = 300
-STRANGER = "10.98.9.9"  # the address in answers with a wrong id: must never be used
+STRANGER = "10.98.9.9"  # the address in replies with a wrong id: must never be used
 
 
 def question(query):
@@ -48,7 +48,7 @@ def addresses(query, *texts):
 
 
 class Server:
-    """Answers for all names with one address, except for the faulty ones."""
+    """Gives all names one address, except for the faulty ones."""
 
     def __init__(self, address, answer):
         self.address, self.answer = address, answer
@@ -71,7 +71,7 @@ class Server:
                 connection.sendall(struct.pack("!H", len(answer)) + answer)
 
     def _answer(self, query, peer, tcp):
-        """None: no answer."""
+        """The reply, or None for silence."""
         name, kind, _ = question(query)
         fault = name.split(".")[0]
         print("query", fault, kind, "tcp" if tcp else "udp", peer[0], flush=True)

@@ -1,4 +1,4 @@
-"""GnuDIP exchanges gone wrong, one per server address: the fault is chosen by the address that the client connects to.
+"""Faulty GnuDIP exchanges: the address that the client connects to chooses the fault.
 
 Part of faultprovider.py. An address without a fault is a good server for one password.
 """
@@ -10,11 +10,11 @@ import time
 
 from sandbox.gnudip import md5_hex
 
-NETWORK = "10.98.1."  # the address of a fault: this and its number
+NETWORK = "10.98.1."  # a fault's address is this and its number
 SILENCE = 30  # seconds; longer than any client waits
 
 
-# fault: (salt as it is sent, pieces of the answer; None: judged by the hash, a text: done instead).
+# fault: (salt as sent, pieces of the answer; None: as the hash deserves; a text: what happens instead).
 FAULTS = {
     "no-salt": (None, "silent"),
     "close-at-once": (None, "close"),
@@ -47,7 +47,7 @@ class Server:
         if salt is not None:
             connection.sendall(salt)
             if answer in ("close", "reset"):
-                connection.recv(1, socket.MSG_PEEK)  # the client has read the salt and sent its request, which stays unread
+                connection.recv(1, socket.MSG_PEEK)  # wait for the request, which stays unread
         if answer == "silent":
             time.sleep(SILENCE)
         elif answer == "reset":
@@ -61,4 +61,4 @@ class Server:
         good = request.split(b":")[1:2] == [digest.encode()]
         for piece in pieces or (b"0\n" if good else b"1\n",):
             connection.sendall(piece)
-            time.sleep(2)  # it has been read, also by a busy machine's client: what comes next is a segment of its own
+            time.sleep(2)  # even a busy client has read it by then: the next piece is a segment of its own

@@ -1,6 +1,6 @@
 """A faulty provider: python3 -m doubles.faultprovider SETTINGS
 
-SETTINGS is a JSON file {"certificates": {kind: [chain, key]}, "password": word of the GnuDIP account, empty for no
+SETTINGS is a JSON file {"certificates": {kind: [chain, key]}, "password": of the GnuDIP account, empty for no
 GnuDIP, "dns": address, "answer": address for good names}. Serves one HTTPS fault per port (PORTS), the GnuDIP faults
 (faultgnudip.py) and the DNS faults (faultdns.py) on all addresses of its namespace.
 """
@@ -25,7 +25,7 @@ ELSEWHERE = "https://ddns.example.net/plain/elsewhere"  # where the redirect poi
 
 
 def reset(connection):
-    """Ends the connection with a reset instead of an orderly close, once the client has noticed that it is connected."""
+    """Ends the connection with a reset instead of an orderly close, once the client has sent something."""
     connection.recv(4096)
     connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
 
@@ -68,7 +68,7 @@ def endless(start, piece):
 
 
 def plain_on_tls(connection):
-    """A web server's answer to a TLS hello."""
+    """What a web server without TLS answers to a TLS hello."""
     connection.recv(4096)
     connection.sendall(reply("400 Bad Request", b"no TLS here\n"))
 
@@ -80,7 +80,7 @@ def silent(connection):
 
 NASTY = b"good\0<\xff\xfe\xc3( \xed\xa0\x80\x1b[31m\r>\n"
 _OK = reply("200 OK", b"good\n")
-# fault: (certificate, None for no TLS; what is done with the connection). The order gives the ports.
+# fault: (certificate, or None for no TLS; handler of the connection). The order gives the ports.
 FAULTS = {
     "reset": (None, reset),
     "silent": (None, silent),

@@ -1,4 +1,4 @@
-"""A program that took the configuration service's place: python3 impostor.py SOCKET. Prints what it is told first."""
+"""A program in the configuration service's place: python3 impostor.py SOCKET. Prints what each client sends first."""
 
 import os
 import socket

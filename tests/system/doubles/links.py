@@ -1,4 +1,4 @@
-"""More uplinks of the router than the usual two, and the faulty provider behind them."""
+"""More uplinks for the router than the usual two, and the faulty provider behind them."""
 
 import json
 import sys
@@ -10,19 +10,19 @@ FAULT_NETWORK, FAULT_DNS, FAULT_ANSWER = "10.98.0.1/16", "10.98.0.53", "10.98.0.
 
 
 def add_link(router, name, number, servers=(), provider=False):
-    """Lays an interface with a namespace behind it, tells the service of it and of its DNS servers, and returns it.
+    """Creates an interface with a namespace behind it, adds it and its DNS servers to the tables, and returns it.
     With provider, the faulty provider (good for other names and addresses) serves there: link.provider."""
     link = Link(name, f"{name}-net", number, number * 10)
-    link.lay()
+    link.create()
     if provider:
         link.provider = Provider(link.netns, router.folder)
         start_faults(link.provider, "word")
-    tell(router, name, link.address, servers)
+    add_rows(router, name, link.address, servers)
     return link
 
 
-def tell(router, name, address, servers):
-    """Writes an interface and its DNS servers into the database."""
+def add_rows(router, name, address, servers):
+    """Adds rows for an interface and its DNS servers."""
     router.ctl("add", "StatusNetifWatch", f"Name={name}", f"Addr={address}", "IsUp=1")
     for server in servers:
         router.ctl("add", "DNSClientServer", "Enable=1", f"Interface={name}", f"IPAddress={server}")

@@ -5,7 +5,7 @@ import threading
 
 
 def serve(address, handle):
-    """Listens, and accepts for ever on a thread; handle(connection) need not close it."""
+    """Listens, and accepts connections for ever on a thread; handle(connection) need not close its connection."""
     listener = socket.create_server(address, backlog=128)
 
     def converse(connection, peer):

@@ -9,7 +9,7 @@ from sandbox.namespaces import mount
 from sandbox.shims import Shim
 
 WITHOUT_URANDOM = ("unshare", "-m", "sh", "-c", 'mount --bind /dev/null /dev/urandom && exec "$@"', "sh")
-HAS_USERS = "4294967295" in Path("/proc/self/uid_map").read_text()  # else the sandbox maps one user only
+HAS_USERS = "4294967295" in Path("/proc/self/uid_map").read_text()  # otherwise the sandbox maps one user only
 _REMOUNT, _READ_ONLY = 0x20, 0x1
 
 
@@ -30,7 +30,7 @@ def set_descriptors(pid, most):
 
 
 class SmallDisk:
-    """A disk of one MiB at a folder."""
+    """A disk of one MiB, mounted on a folder."""
 
     def __init__(self, folder):
         self.folder = Path(folder)
@@ -49,7 +49,7 @@ class SmallDisk:
         (self.folder / "ballast").unlink()
 
     def set_read_only(self, read_only):
-        """Nothing on it may be open for writing."""
+        """No file on it may be open for writing."""
         mount("none", self.folder, None, _REMOUNT | (_READ_ONLY if read_only else 0))
 
 
@@ -61,7 +61,7 @@ class FailingDisk(Shim):
 
     def fail(self, write=0, sync=0):
         """Sets these error numbers from now on; 0 for success."""
-        self.tell(write, sync)
+        self.write(write, sync)
 
 
 def resident_kib(pid):
@@ -69,7 +69,7 @@ def resident_kib(pid):
 
 
 def kill_all(name):
-    """SIGKILL to every process of that name in this sandbox, which has process ids of its own. True if there was one."""
+    """Sends SIGKILL to every process of that name in this sandbox, which sees no others. True if there was any."""
     found = False
     for path in Path("/proc").glob("[0-9]*/comm"):
         try:
@@ -77,7 +77,7 @@ def kill_all(name):
                 os.kill(int(path.parent.name), signal.SIGKILL)
                 found = True
         except (FileNotFoundError, ProcessLookupError):
-            pass  # ended by itself meanwhile
+            pass  # it has ended by itself
     return found
 
 

@@ -1,9 +1,9 @@
-"""Stands between the configuration service and its clients and spoils chosen answers:
+"""A relay between the configuration service and its clients that corrupts chosen replies:
 
 python3 relay.py LISTEN TARGET FAULTS RECORD
 
 FAULTS is a JSON file {operation: fault}, read again at every request, for instance {"GetRowByKey": "half"}. RECORD gets
-a line "seconds operation fault" for every spoilt request. Everything else passes unchanged to the service at TARGET.
+a line "seconds operation fault" for every request with a fault. All others pass unchanged to the service at TARGET.
 
 refuse: the service's own refusal. half: half of a reply, then a hang-up. garbage: bytes that are no message.
 huge: a frame of 4 GiB is announced. silence: no answer. end: this program ends.
@@ -100,9 +100,9 @@ class Session:
                 continue
             with open(self.record, "a", encoding="utf-8") as out:
                 out.write(f"{time.monotonic():.3f} {OPERATIONS[number]} {fault}\n")
-            self.spoil(fault, sequence)
+            self.inject(fault, sequence)
 
-    def spoil(self, fault, sequence):
+    def inject(self, fault, sequence):
         if fault == "end":
             os._exit(0)
         elif fault == "refuse":
@@ -129,7 +129,7 @@ def main(listen, target, faults, record):
             client = listener.accept()[0]
             try:
                 Session(client, target, Path(faults), record)
-            except OSError:  # the service is away
+            except OSError:  # the service is not running
                 client.close()
 
 

@@ -1,9 +1,9 @@
-"""Resources of daemon and service under continuous changes. Runs inside a sandbox: see scripts/soak.
+"""Measures resources of daemon and service under continuous changes. Runs inside a sandbox: see scripts/soak.
 
 Rounds of 100 s. In the first 20 s of each, everything changes several times a second: accounts, DNS servers, interfaces;
-all schedulers come and go. After that only wan1 goes on changing, and the accounts on ppp0 come to their tries, some with
-success. In the first half the service ends four times in those 20 s; in the second half it goes on, so that what it holds
-can be compared as well.
+all schedulers come and go. After that only wan1 changes, and the accounts on ppp0 reach their tries, some of which
+succeed. In the first half of the rounds the service ends four times in those 20 s; in the second half it keeps running,
+so that its resources can be compared as well.
 """
 
 import random
@@ -20,8 +20,8 @@ ROUND, BUSY = 100, 20  # seconds
 OUTAGE = 5  # seconds between two ends of the service while everything changes
 MUTE = "10.99.0.36"  # a server that accepts and says nothing: attempts are in progress when their accounts change
 BUNDLE = "/etc/ssl/certs/ca-certificates.crt"
-# What is compared of each round, and how much higher it may be at the end. A sample may fall into several tries, which
-# hold memory and descriptors for a moment: hence not their highest number.
+# What is compared between rounds, and how much higher it may be at the end. Medians, because tries hold memory and
+# descriptors for a moment and a sample may fall into several of them.
 MEASURES = {"anonymous KiB": (statistics.median, 256), "descriptors": (statistics.median, 0), "threads": (max, 0)}
 
 
@@ -63,7 +63,7 @@ class Soak:
             self.ctl("add", "DNSClientServer", "Enable=1", "Interface=wan1", f"IPAddress={DNS}")
 
     def ctl(self, *words):
-        """The service may be away, or another client may be writing."""
+        """May fail: the service may be down, or another client may be writing."""
         self.refused += self.router.ctl(*words, check=False).returncode != 0
         self.changes += 1
 
@@ -90,7 +90,7 @@ class Soak:
         ))()
 
     def replace(self, account):
-        # Under its old Id: the daemon keeps a deleted account until it ends.
+        # Under its old Id: the daemon keeps a deleted account until it exits.
         columns = [f"{name}={value}" for name, value in {**account, "Password": "word"}.items()]
         self.ctl("delete", "DynDns", f"Id={account['Id']}")
         self.ctl("add", "DynDns", *columns)
@@ -108,7 +108,7 @@ class Soak:
         self.describe_wan1()
 
     def run(self):
-        """The daemon's exit status after a stop at the end."""
+        """Returns the daemon's exit status after the final stop."""
         self.prepare()
         begin, ended = time.monotonic(), 0
         while (now := time.monotonic() - begin) < self.seconds:
@@ -129,8 +129,8 @@ class Soak:
         return stopped
 
     def judge(self):
-        """Compares the second round (for the service: the first one without an outage) with the last one. In the first
-        one the daemon makes its first TLS connection, which leaves a step in its memory for good."""
+        """Compares the second round (for the service: the first one without an outage) with the last one. In its first
+        round the daemon makes its first TLS connection, which raises its memory for good."""
         good = True
         for name, first in (("quorvad", ROUND), ("cfgserver", self.seconds / 2)):
             for what, (measure, noise) in MEASURES.items():

@@ -67,7 +67,7 @@ TEST_F(SignalsTest, EndAWaitWheneverTheyArrive)
         EXPECT_LT(waitedSeconds(oDispatcher), 30);
     }
     raise(SIGINT);                               // nothing to wake any more
-    const DispatcherWakeUp oWakeUp(oDispatcher); // the stop request stands
+    const DispatcherWakeUp oWakeUp(oDispatcher); // the stop request is still pending
     EXPECT_LT(waitedSeconds(oDispatcher), 30);
 }
 
