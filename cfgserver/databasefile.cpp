@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>

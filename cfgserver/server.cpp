@@ -87,10 +87,10 @@ void Server::acceptSome()
 
 bool Server::acceptOne()
 {
-    const int iFd = ::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (iFd >= 0)
+    UniqueFd oSocket(::accept4(m_oSocket.getFd(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (oSocket.isOpen())
     {
-        admit(iFd);
+        admit(std::move(oSocket));
         return true;
     }
     const int iError = errno;
@@ -130,29 +130,27 @@ void Server::resumeAccepting()
     m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
 }
 
-void Server::admit(int a_iFd)
+void Server::admit(UniqueFd a_oSocket)
 {
-    UniqueFd oSocket(a_iFd); // until the session has it
-    const Peer oPeer = readPeer(a_iFd);
-    if (!mayConnect(a_iFd, oPeer, m_oSocket.getGroup()))
+    const int iFd = a_oSocket.get();
+    const Peer oPeer = readPeer(iFd);
+    if (!mayConnect(iFd, oPeer, m_oSocket.getGroup()))
     {
         m_oWarnings.write(__LINE__, "Refused a client without permission (" + oPeer.describe() + ")");
         return;
     }
     limitStrangers();
-    auto pSession = std::make_unique<Session>(a_iFd, oPeer, m_oLimits.m_oTimeouts);
-    oSocket.release();
-    Session& oSession = *pSession;
-    const auto itSession = m_oSessions.emplace(a_iFd, std::move(pSession)).first;
+    auto pSession = std::make_unique<Session>(std::move(a_oSocket), oPeer, m_oLimits.m_oTimeouts);
+    Session& oSession = *m_oSessions.emplace(iFd, std::move(pSession)).first->second;
     try
     {
-        m_oLoop.add(a_iFd,
+        m_oLoop.add(iFd,
                     oSession.takeNewInterest().value_or(0),
                     [&oSession](std::uint32_t a_uiEvents) { onEvents(oSession, a_uiEvents); });
     }
     catch (...)
     {
-        m_oSessions.erase(itSession);
+        m_oSessions.erase(iFd);
         throw;
     }
 }

@@ -5,9 +5,6 @@
 #include "cfgserver/session.h"
 #include "platform/base/eventloop.h"
 
-#include <map>
-#include <memory>
-
 namespace cfgserver
 {
 
@@ -32,7 +29,7 @@ private:
     void refuseOne();
     void pauseAccepting(int a_iError);
     void resumeAccepting();
-    void admit(int a_iFd);
+    void admit(platform::UniqueFd a_oSocket);
     void limitStrangers();
     [[nodiscard]] wire::Reply
     refuse(Session& a_oSession, const wire::Request& a_oHello, const std::string& a_strReason);

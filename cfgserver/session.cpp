@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <sys/epoll.h>
 #include <sys/socket.h>
-#include <system_error>
 
 namespace cfgserver
 {
@@ -17,8 +16,8 @@ constexpr std::size_t s_uiReadBytes = 64UL * 1024UL;
 
 } // namespace
 
-Session::Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts)
-    : m_oSocket(a_iFd), m_oPeer(a_oPeer), m_oTimeouts(a_oTimeouts), m_oChanged(getSchema().size())
+Session::Session(platform::UniqueFd a_oSocket, const Peer& a_oPeer, const Timeouts& a_oTimeouts)
+    : m_oSocket(std::move(a_oSocket)), m_oPeer(a_oPeer), m_oTimeouts(a_oTimeouts), m_oChanged(getSchema().size())
 {
 }
 

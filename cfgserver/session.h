@@ -4,7 +4,6 @@
 #include "platform/base/uniquefd.h"
 #include "platform/wire/frame.h"
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -25,8 +24,8 @@ class Session
 public:
     using Answer = std::function<wire::Reply(const wire::Request& a_oRequest)>;
 
-    /// Takes over the descriptor, a connected non-blocking socket.
-    Session(int a_iFd, const Peer& a_oPeer, const Timeouts& a_oTimeouts);
+    /// Of a connected non-blocking socket.
+    Session(platform::UniqueFd a_oSocket, const Peer& a_oPeer, const Timeouts& a_oTimeouts);
 
     [[nodiscard]] Client& getClient() { return m_oClient; }
     [[nodiscard]] const Client& getClient() const { return m_oClient; }
@@ -43,9 +42,7 @@ public:
     void receive();
     /// Answers up to g_iRequestsPerTurn whole requests.
     void serve(const Answer& a_oAnswer);
-    /// Notes a notification.
     void markChanged(std::size_t a_uiTable) { m_oChanged[a_uiTable] = true; }
-    /// Sends what the socket takes.
     void flush();
     /// Ends the connection of a client that takes too long.
     void expire();
@@ -61,7 +58,6 @@ public:
     [[nodiscard]] bool hasWork() const { return m_bUnread && !isFull() && !m_bOver && !m_bLeaving; }
     /// When expire() would end it; the far future when nothing is late.
     [[nodiscard]] Clock::time_point getDeadline() const;
-    /// To be closed.
     [[nodiscard]] bool isOver() const { return m_bOver; }
     /// What the client did wrong; empty for an orderly end.
     [[nodiscard]] const std::string& getFault() const { return m_strFault; }

@@ -3,7 +3,7 @@
 #include "cfgserver/table.h"
 
 #include <cstddef>
-#include <memory>
+#include <optional>
 #include <vector>
 
 namespace cfgserver
@@ -28,7 +28,7 @@ private:
     friend class Store;
 
     const Store& m_oStore;
-    std::vector<std::unique_ptr<Table>> m_oEdited; // null where nothing was written
+    std::vector<std::optional<Table>> m_oEdited; // empty where nothing was written
 };
 
 /// The committed tables, in memory and in the database. One thread.
@@ -39,7 +39,7 @@ public:
     explicit Store(Database& a_oDatabase);
 
     /// As committed last; the reference is good until the next commit.
-    [[nodiscard]] const Table& getTable(std::size_t a_uiTable) const { return *m_oTables[a_uiTable]; }
+    [[nodiscard]] const Table& getTable(std::size_t a_uiTable) const { return m_oTables[a_uiTable]; }
 
     /// Stores the writes so that they survive a loss of power, then makes them visible. Returns the tables whose
     /// content is another than before, in the order of the schema. Blocks for as long as the disk takes. Throws Refusal
@@ -48,7 +48,7 @@ public:
 
 private:
     Database& m_oDatabase;
-    std::vector<std::unique_ptr<const Table>> m_oTables;
+    std::vector<Table> m_oTables;
 };
 
 } // namespace cfgserver

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <linux/if_addr.h>
 #include <linux/rtnetlink.h>
-#include <optional>
 #include <sys/socket.h>
 #include <tuple>
 

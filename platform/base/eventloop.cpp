@@ -51,8 +51,6 @@ EventLoop::EventLoop()
     }
 }
 
-EventLoop::~EventLoop() = default;
-
 void EventLoop::add(int a_iFd, std::uint32_t a_uiEvents, Handler a_oHandler)
 {
     Watch oWatch{++m_uiLastNumber, std::make_shared<Handler>(std::move(a_oHandler))};

@@ -22,7 +22,6 @@ public:
 
     /// Throws std::system_error when the kernel grants no descriptor.
     EventLoop();
-    ~EventLoop();
     EventLoop(const EventLoop&) = delete;
     EventLoop& operator=(const EventLoop&) = delete;
 

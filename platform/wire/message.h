@@ -9,7 +9,6 @@
 #include <string>
 #include <string_view>
 #include <variant>
-#include <vector>
 
 /// What client and service say to each other: one MessagePack array per frame, its first element the kind.
 ///
