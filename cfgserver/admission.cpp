@@ -18,7 +18,7 @@ namespace
 std::vector<gid_t> readGroups(int a_iSocket)
 {
     socklen_t uiSize = 0;
-    ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &uiSize); // fails, and tells how much room they need
+    ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &uiSize); // fails and returns the size needed
     std::vector<gid_t> oGroups(uiSize / sizeof(gid_t));
     const bool bRead = ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, oGroups.data(), &uiSize) == 0;
     return bRead ? oGroups : std::vector<gid_t>();
@@ -29,7 +29,7 @@ bool isServed(const Session& a_oSession)
     return a_oSession.getClient().m_bGreeted && !a_oSession.isOver();
 }
 
-/// All processes that the kernel has no number for here, those of other containers, have 0.
+/// Processes without a number in this PID namespace, those of other containers, all have 0.
 using Process = std::pair<pid_t, uid_t>;
 
 Process processOf(const Peer& a_oPeer)
@@ -110,7 +110,7 @@ makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a
         *std::max_element(oProcesses.begin(),
                           oProcesses.end(),
                           [](const auto& a_oOne, const auto& a_oTwo) { return a_oOne.second < a_oTwo.second; });
-    // A process that has no more than the newcomer would then have gives nothing up: they would only take turns.
+    // A process that has no more than the newcomer would get keeps its sessions: they would only take turns.
     Session* pIdlest = uiMost > uiOwn + 1 ? findIdlest(a_oSessions, a_oService, oOwner) : nullptr;
     if (pIdlest == nullptr)
     {

@@ -12,7 +12,7 @@
 namespace cfgserver
 {
 
-/// Who is at the other end of a connection, as the kernel says; fixed when it connected.
+/// The peer of a connection, as it was when it connected.
 struct Peer
 {
     pid_t m_iPid = 0;
@@ -23,7 +23,7 @@ struct Peer
     [[nodiscard]] std::string describe() const;
 };
 
-/// Throws std::system_error where the kernel does not say.
+/// Throws std::system_error when the kernel does not tell.
 [[nodiscard]] Peer readPeer(int a_iSocket);
 
 /// Root, the service's own user and the members of the group (where one is given) may connect.
@@ -49,8 +49,8 @@ struct Limits
 class Session;
 using Sessions = std::map<int, std::unique_ptr<Session>>; // by descriptor
 
-/// Makes room for a client that says Hello; where all places are taken, by ending the idlest session of the process
-/// that has the most. Returns why there is no room; nothing when there is.
+/// Makes room for a client that says Hello: if all places are taken, by ending the idlest session of the process with
+/// the most. Returns why there is no room, or nothing.
 [[nodiscard]] std::optional<std::string>
 makeRoom(const Sessions& a_oSessions, const Service& a_oService, const Limits& a_oLimits, const Peer& a_oNewcomer);
 

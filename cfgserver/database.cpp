@@ -111,8 +111,8 @@ void createTable(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
     }
 }
 
-/// All rows in order; a value that was never written is the column's default. Throws Refusal for a value that doesn't
-/// suit its column.
+/// All rows in order; a value that was never written is the column's default. Throws Refusal for a value of
+/// another type than its column's.
 std::vector<RowPtr> readRows(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
 {
     std::vector<RowPtr> oRows;
@@ -154,7 +154,7 @@ void deleteRow(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, cons
     oStatement.exec();
 }
 
-/// Where the highest Id that each table ever had is kept, for tables whose row of that Id is gone.
+/// Keeps the highest Id that each table ever had, for tables whose row with that Id is gone.
 void createHighestIds(SQLite::Database& a_oDatabase)
 {
     a_oDatabase.exec("CREATE TABLE IF NOT EXISTS _highest (name TEXT PRIMARY KEY, id INTEGER) WITHOUT ROWID");
@@ -269,14 +269,14 @@ void Database::save(const std::vector<TableChange>& a_oChanges)
 
 void Database::overwriteRefused()
 {
-    // Failed while it waited for the disk, a commit is whole in the log, and the next start would take it for valid.
-    // What changes nothing takes its place, as far as the disk can still be written.
+    // A commit that failed while waiting for the disk is complete in the log, and the next start would take it for
+    // valid. A change without effect replaces it, if the disk can still be written.
     static_cast<void>(m_pDatabase->tryExec("PRAGMA user_version=" + std::to_string(g_iSchemaVersion)));
 }
 
 void Database::writeRows(const TableChange& a_oChange)
 {
-    // Both sides ascend by sequence: one walk finds what went, what came and what differs.
+    // Both sides ascend by sequence: one walk finds deleted, new and changed rows.
     const TableSchema& oSchema = a_oChange.m_oAfter.getSchema();
     auto itBefore = a_oChange.m_oBefore.getRows().begin();
     const auto itEnd = a_oChange.m_oBefore.getRows().end();
@@ -305,7 +305,7 @@ void Database::writeRows(const TableChange& a_oChange)
 
 void Database::writeHighestId(const TableChange& a_oChange)
 {
-    // As long as the row stands there, the number needs no writing of its own: an outcome per try costs flash enough.
+    // While the row exists, its Id needs no write of its own: an outcome per try is wear enough for flash.
     const Table& oAfter = a_oChange.m_oAfter;
     const Table& oBefore = a_oChange.m_oBefore;
     const bool bNew = oAfter.getHighestId() != oBefore.getHighestId();

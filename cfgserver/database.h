@@ -26,17 +26,17 @@ public:
     /// Opens or creates the file, mode 0600, and brings it to the present schema; ":memory:" keeps nothing. Throws
     /// std::runtime_error that names the file, the reason and what to do: no folder, no permission, used by another
     /// process, damaged, not ours, written by a newer service. A file that is refused stays as it was, mode included;
-    /// until accept() the log beside it isn't written into it either.
+    /// until accept() the log beside it is not written into it.
     explicit Database(const std::string& a_strPath);
 
-    /// The stored rows of a table. Throws std::runtime_error when they break the rules of the schema.
+    /// The stored rows of a table. Throws std::runtime_error if they violate the schema.
     [[nodiscard]] Table load(const TableSchema& a_oSchema);
 
-    /// All that was loaded is sound.
+    /// To be called when everything that was loaded is sound.
     void accept();
 
     /// Writes the rows that differ, all tables in one transaction, and returns once they would survive a loss of power.
-    /// Throws Refusal (StorageFailed), with nothing written. No change costs nothing.
+    /// Throws Refusal (StorageFailed), with nothing written. Without changes the disk is not touched.
     void save(const std::vector<TableChange>& a_oChanges);
 
 private:

@@ -33,12 +33,12 @@ constexpr const char* s_pSettings =
     // The log is written back into the file every 1 MiB and cut to that size, so that it never grows beyond.
     "PRAGMA wal_autocheckpoint=1024;"
     "PRAGMA journal_size_limit=1048576;"
-    // Every row stands in memory already; no second copy in caches or temporary files.
+    // Every row is in memory already; no second copy in caches or temporary files.
     "PRAGMA cache_size=-512;"
     "PRAGMA temp_store=MEMORY;"
-    // Nothing that the file itself brings along is run.
+    // Nothing that the file itself contains is executed.
     "PRAGMA trusted_schema=OFF;"
-    // What was deleted is overwritten: old passwords don't stay in the file.
+    // What was deleted is overwritten: old passwords do not stay in the file.
     "PRAGMA secure_delete=ON;";
 
 [[noreturn]] void fail(const std::string& a_strWhat, int a_iError)
@@ -46,7 +46,7 @@ constexpr const char* s_pSettings =
     throw std::runtime_error(a_strWhat + ": " + std::generic_category().message(a_iError));
 }
 
-/// So that a new entry in it survives a loss of power. Some file systems refuse, and then nothing better can be done.
+/// Lets a new entry survive a loss of power. Some file systems refuse; nothing better can be done then.
 void syncFolder(const std::string& a_strFolder)
 {
     const platform::UniqueFd oFolder(::open(a_strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -80,7 +80,7 @@ std::string resolveFolder(const std::string& a_strFolder)
     return strResolved;
 }
 
-/// False when there is already something of that name.
+/// False if the name exists already.
 bool createFile(const std::string& a_strPath)
 {
     const platform::UniqueFd oFile(
@@ -146,7 +146,7 @@ std::unique_ptr<SQLite::Database> openUnchanged(const std::string& a_strPath)
         return std::make_unique<SQLite::Database>(makeUri(a_strPath),
                                                   SQLite::OPEN_READONLY | SQLite::OPEN_URI | SQLite::OPEN_NOFOLLOW);
     }
-    // The file tells the truth only together with its log, which can't be read without the right to write.
+    // The file is complete only together with its log, which cannot be read without write permission.
     auto pDatabase = openForWriting(a_strPath);
     pDatabase->exec("PRAGMA query_only=ON; PRAGMA locking_mode=EXCLUSIVE"); // exclusive: no shared memory file
     return pDatabase;
@@ -157,7 +157,7 @@ int integerOf(SQLite::Database& a_oDatabase, const char* a_pQuery)
     return a_oDatabase.execAndGet(a_pQuery).getInt();
 }
 
-/// Changes neither the file nor the log beside it, except that a write which was cut short is taken back.
+/// Changes neither the file nor its log, except that an interrupted write is rolled back.
 void checkContent(const std::string& a_strPath)
 {
     const std::unique_ptr<SQLite::Database> pDatabase = openUnchanged(a_strPath);
@@ -181,7 +181,7 @@ void checkContent(const std::string& a_strPath)
     }
 }
 
-/// Takes access to the file, and to the log beside it, from everybody but the owner.
+/// Makes the file and its log accessible to the owner alone.
 void makePrivate(const std::string& a_strPath)
 {
     for (const std::string& strFile : {a_strPath, a_strPath + "-wal"})

@@ -8,23 +8,22 @@
 namespace cfgserver
 {
 
-/// Marks the file as ours; the letters "qcfg".
+/// Marks the file as ours: the letters "qcfg".
 constexpr int g_iApplicationId = 0x71636667;
-/// Raised by a change that an older service could not read. New tables and columns are no such change.
+/// Raised by changes that an older service could not read; new tables and columns are not among them.
 constexpr int g_iSchemaVersion = 1;
 
-// What keeps a file from being used is thrown as std::runtime_error, which names the file or folder, the reason and
-// what to do. What is refused stays as it was, mode and log included, except that a write which was cut short, if there
-// is one, is taken back.
+// A file that cannot be used is refused with std::runtime_error, which names the file or folder, the reason and what to
+// do. It stays as it was, mode and log included, except that an interrupted write is rolled back.
 
-/// Makes sure that the file is there for this service alone to use, and returns its path with the folder's links
-/// resolved. A missing folder is created, mode 0700, where its parent exists, a missing file with mode 0600. Throws for
-/// want of permission, another user's file and what is not a regular file. ":memory:" is returned as it is.
+/// Creates the file, mode 0600, if it is missing, and its folder, mode 0700, if the parent exists. Returns the path
+/// with the folder's links resolved; ":memory:" as it is. Refuses a file without permission, another user's, and what
+/// is not a regular file.
 [[nodiscard]] std::string makeDatabaseFile(const std::string& a_strPath);
 
-/// Opens the file, once it is known to be ours, and takes access to it and to the log beside it from others. Throws,
-/// also SQLite::Exception, for one that is damaged, another program's, written by a newer service or used by another
-/// process, and for a file system without what a write-ahead log needs. The log is kept on closing at first.
+/// Opens the file and makes it and its log accessible to the owner alone. Refuses one that is damaged, another
+/// program's, written by a newer service or used by another process, and a file system without write-ahead logs; throws
+/// SQLite::Exception as well. The log is kept on closing until keepLogOnClose() says otherwise.
 [[nodiscard]] std::unique_ptr<SQLite::Database> openDatabase(const std::string& a_strPath);
 
 /// SQLite writes the log into the file and removes it when the last connection closes, even into a damaged file.

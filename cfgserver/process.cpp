@@ -45,7 +45,7 @@ std::optional<gid_t> findGroup(const std::string& a_strName)
     return pGroup->gr_gid;
 }
 
-/// A dead client and a full disk are error codes, no reason to die; the background outlives its terminal.
+/// A dead client and a full disk are error codes, not reasons to die; in the background it outlives its terminal.
 platform::StopSignals watchSignals(platform::EventLoop& a_oLoop, bool a_bForeground)
 {
     platform::ignoreSignals({SIGPIPE, SIGXFSZ});
@@ -57,14 +57,13 @@ platform::StopSignals watchSignals(platform::EventLoop& a_oLoop, bool a_bForegro
     return platform::StopSignals(a_oLoop);
 }
 
-/// From the first file to the stop signal. Throws what makes the service impossible.
+/// From the first file to the stop signal. Throws whatever prevents the service.
 void serve(const Options& a_oOptions, std::uint32_t a_uiLog, const std::function<void()>& a_oReady)
 {
     platform::EventLoop oLoop;
     const platform::StopSignals oSignals = watchSignals(oLoop, a_oOptions.m_bForeground);
     const std::optional<gid_t> oGroup = findGroup(a_oOptions.m_strGroup);
-    // The socket is first to come and last to go: a second start learns from it what it collides with, and makes no
-    // database of its own before that.
+    // The socket comes first and goes last: a second start fails on it with the reason, before it creates a database.
     ServiceSocket oSocket(a_oOptions.m_strSocket, oGroup);
     Database oDatabase(a_oOptions.m_strDatabase);
     Store oStore(oDatabase);
@@ -87,7 +86,7 @@ void declare(CLI::App& a_oApp, Options& a_oOptions, std::string& a_strLevel)
     a_oApp.add_option("-s,--socket", a_oOptions.m_strSocket, "Unix socket to listen on")->capture_default_str();
     a_oApp.add_option("-d,--database", a_oOptions.m_strDatabase, "SQLite file, mode 0600; \":memory:\" keeps nothing")
         ->capture_default_str();
-    a_oApp.add_option("-g,--group", a_oOptions.m_strGroup, "let members of this group connect as well");
+    a_oApp.add_option("-g,--group", a_oOptions.m_strGroup, "also let members of this group connect");
     a_oApp.add_flag(
         "-f,--foreground", a_oOptions.m_bForeground, "stay in the foreground, log to standard error as well");
     a_oApp.add_option("-l,--log-level", a_strLevel, "\"info\" or \"debug\"")
@@ -113,12 +112,11 @@ std::string makeAbsolute(const std::string& a_strPath)
     return oPath.string();
 }
 
-/// Where there is nothing to run it has written the help, the version (standard output) or what was wrong (standard
-/// error) and returns the exit status. Paths come back absolute.
+/// Makes paths absolute. Returns the exit status if there is nothing to run: help, version or the error were printed.
 std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, Options& a_oOptions)
 {
     std::string strLevel = "info";
-    CLI::App oApp("Configuration service: keeps the tables and tells clients what changed.", "cfgserver");
+    CLI::App oApp("Configuration service: stores the tables and notifies clients of changes.", "cfgserver");
     declare(oApp, a_oOptions, strLevel);
     try
     {

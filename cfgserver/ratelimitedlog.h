@@ -9,8 +9,8 @@
 namespace cfgserver
 {
 
-/// Warnings about clients, at most ten in ten seconds: whoever misbehaves on purpose must not fill the log. The next
-/// line that is written says how many were left out.
+/// Warnings about clients, at most ten in ten seconds, so that nobody can fill the log on purpose. The next line says
+/// how many were left out.
 class RateLimitedLog
 {
 public:

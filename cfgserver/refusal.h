@@ -10,7 +10,7 @@
 namespace cfgserver
 {
 
-/// A request that is not carried out: the result code of its reply, and a text that says what was refused and why.
+/// Why a request was refused: the result code of its reply and a text with what and why.
 class Refusal : public std::runtime_error
 {
 public:
@@ -24,7 +24,7 @@ private:
     wire::Result m_eResult;
 };
 
-/// A name or key from a client as an error text shows it: in single quotes, control bytes visible, cut to 64 bytes.
+/// A client's name or key for an error text: in single quotes, escaped, cut to 64 bytes.
 inline std::string quoted(std::string_view a_strText)
 {
     constexpr std::size_t uiShownBytes = 64;

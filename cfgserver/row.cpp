@@ -11,7 +11,7 @@ namespace cfgserver
 namespace
 {
 
-// What a value takes in a reply besides its text: its column's name, its type, lengths. Rather too much.
+// Of a value in a reply, besides its text: its column's name, type and lengths. A generous estimate.
 constexpr std::size_t s_uiValueOverhead = 64;
 // A page of rows with one value each takes five elements per row: the row, the column, and its three.
 static_assert(g_uiPageBytes / s_uiValueOverhead * 5 < wire::g_uiMaxElements);
@@ -129,7 +129,7 @@ RowReader::RowReader(const TableSchema& a_oSchema, const korrin::NameList& a_oNa
     for (const std::string& strName : a_oNames)
     {
         const std::size_t uiColumn = requireColumn(a_oSchema, strName);
-        // Or one small request could ask for a large value a hundred thousand times.
+        // Otherwise a small request could ask for a large value a hundred thousand times.
         if (std::find(m_oColumns.begin(), m_oColumns.end(), uiColumn) != m_oColumns.end())
         {
             throw Refusal(wire::Result::BadRequest, "column " + strName + " is requested twice");

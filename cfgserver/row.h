@@ -33,10 +33,10 @@ using RowPtr = std::shared_ptr<const Row>;
 
 /// Longest text of one value, bytes. Every row then fits into one reply, whatever its table.
 constexpr std::size_t g_uiMaxText = 64UL * 1024UL;
-/// Bytes after which a reply of several rows ends; the client asks for the rest.
+/// A reply of several rows ends after this many bytes; the client asks for the rest.
 constexpr std::size_t g_uiPageBytes = 512UL * 1024UL;
 
-/// The row of a table where nothing was given.
+/// A row of defaults.
 [[nodiscard]] Cells makeDefaults(const TableSchema& a_oSchema);
 
 /// The position of a column; throws Refusal when the table has none of that name.
@@ -46,7 +46,7 @@ constexpr std::size_t g_uiPageBytes = 512UL * 1024UL;
 /// column, one that is named twice, a wrong type, a text beyond g_uiMaxText or an Id below 1.
 void assign(const TableSchema& a_oSchema, Cells& a_oCells, const korrin::ValueList& a_oValues);
 
-/// What a row costs in memory, bytes, roughly: its texts and what every value costs.
+/// Estimated memory of a row, bytes.
 [[nodiscard]] std::size_t getCost(const Cells& a_oCells);
 
 /// Throws Refusal when a value does not have the type of its column.

@@ -21,7 +21,7 @@ constexpr char s_acLogFile[] = "server";
 
 using platform::UniqueFd;
 
-// Few at a time: those that are here get their turn in between, whatever arrives.
+// Few at a time, so that the present clients get their turn in between.
 constexpr int s_iAcceptsPerTurn = 8;
 constexpr std::chrono::seconds s_oAcceptPause(1);
 
@@ -157,7 +157,7 @@ void Server::admit(UniqueFd a_oSocket)
 
 void Server::limitStrangers()
 {
-    // Connections that say nothing push each other out: however many there are, one that says Hello gets through.
+    // Silent connections displace each other, so that however many there are, a client that says Hello gets through.
     std::size_t uiStrangers = 0;
     auto itOldest = m_oSessions.end();
     for (auto it = m_oSessions.begin(); it != m_oSessions.end(); ++it)
@@ -179,7 +179,7 @@ void Server::limitStrangers()
 
 void Server::onEvents(Session& a_oSession, std::uint32_t a_uiEvents)
 {
-    // Also after a hang-up: what was sent before it is still served, and the end is then read.
+    // Also after a hang-up: what was sent before it is still served.
     if ((a_uiEvents & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
     {
         a_oSession.receive();

@@ -19,8 +19,8 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
-    /// Waits for something to do and gives every client one turn. Returns soon when the loop is woken up. What goes
-    /// wrong with one client ends that client only.
+    /// Waits for something to do and gives every client one turn. Returns when the loop is woken up. An error
+    /// with one client ends only that client.
     void runOnce();
 
 private:

@@ -75,7 +75,7 @@ Service::Answer Service::answer(Client& a_oClient, const wire::Request& a_oReque
     }
     catch (const std::bad_alloc&)
     {
-        // Whatever was being written is in an unknown state; what is committed never is.
+        // What was being written is in an unknown state; what is committed is not.
         forget(a_oClient);
         oAnswer.m_oReply = {};
         oAnswer.m_oReply.m_eResult = Result::TooLarge;
@@ -221,7 +221,7 @@ void Service::requireAccess(const Client& a_oClient) const
 std::vector<std::size_t> Service::commit(const Client& a_oClient)
 {
     requireAccess(a_oClient);
-    // The access ends with every outcome: a client that goes on after a failure starts from what is committed.
+    // The access ends either way: after a failure the client starts again from what is committed.
     Transaction oWrites = std::move(*m_oWrites);
     releaseAccess();
     try

@@ -23,7 +23,7 @@ struct Client
     std::vector<bool> m_oWatched; ///< by position in the schema; empty before Hello
 };
 
-/// How long write access may be held. Who asks for more in time keeps it for a while, but not for ever.
+/// How long write access may be held.
 struct AccessLimits
 {
     std::chrono::milliseconds m_oIdle = std::chrono::seconds(30); ///< without a request
@@ -43,8 +43,8 @@ public:
 
     Service(Store& a_oStore, const AccessLimits& a_oLimits);
 
-    /// Never throws for anything that a request can say; a refused one is a reply with its reason. Blocks only for a
-    /// commit, for as long as the disk takes.
+    /// Never throws because of a request; a refused one gets a reply with the reason. Blocks only for a commit, for as
+    /// long as the disk takes.
     [[nodiscard]] Answer answer(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow);
 
     /// The client is gone: its write access ends and its uncommitted writes vanish.
@@ -52,9 +52,9 @@ public:
 
     [[nodiscard]] bool holdsAccess(const Client& a_oClient) const { return m_pHolder == &a_oClient; }
 
-    /// Takes write access from a holder that has been idle, or has held it, too long.
+    /// Revokes write access that has been idle or held for too long.
     void expire(Clock::time_point a_oNow);
-    /// When expire() would do something next.
+    /// When expire() has something to do next.
     [[nodiscard]] std::optional<Clock::time_point> getDeadline() const;
 
 private:

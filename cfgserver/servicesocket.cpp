@@ -76,14 +76,14 @@ std::optional<Peer> findListener(const std::string& a_strPath)
     return std::nullopt;
 }
 
-/// In a folder that everybody may write to, anybody could keep root's service from starting. Clients trust no such
-/// listener, so it has nothing to lose.
+/// In a folder that everybody may write to, anybody could keep root's service from starting. Clients do not trust such
+/// a listener.
 bool isSquatter(const Peer& a_oPeer)
 {
     return ::geteuid() == 0 && !platform::isTrustedUser(a_oPeer.m_uiUser);
 }
 
-/// Returns whoever listens there without being entitled to.
+/// Returns a listener that root may replace, throws for any other.
 std::optional<Peer> checkNobodyListens(const std::string& a_strPath)
 {
     const std::optional<Peer> oListener = findListener(a_strPath);
@@ -136,7 +136,7 @@ void removeStale(const std::string& a_strPath)
     }
 }
 
-/// The lock of the path. A service that answers there is named, rather than the lock that it holds.
+/// The lock of the path. Throws with the process that answers there, which says more than the lock that it holds.
 std::string lockName(const std::string& a_strPath)
 {
     static_cast<void>(checkNobodyListens(a_strPath));
@@ -167,7 +167,7 @@ ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> 
 void ServiceSocket::bindAndListen()
 {
     const UnixAddress oAddress = makeAddress(m_strPath);
-    // A socket hands its own mode on to the path.
+    // The path gets the socket's own mode.
     if (::fchmod(m_oSocket.get(), S_IRUSR | S_IWUSR) != 0 || !oAddress.bind(m_oSocket.get()))
     {
         failWith(m_strPath, "cannot bind to it", errno);

@@ -96,7 +96,7 @@ void Session::queue(const wire::Message& a_oMessage)
     {
         m_oOutputSince = Clock::now();
     }
-    if (m_uiSent >= g_uiFullOutput) // a client that always leaves something unread would make it grow for ever
+    if (m_uiSent >= g_uiFullOutput) // or it would grow for ever with a client that always leaves something unread
     {
         m_strOutput.erase(0, m_uiSent);
         m_uiSent = 0;
@@ -121,7 +121,7 @@ bool Session::queueNotifications()
 
 void Session::flush()
 {
-    // Notifications wait until the rest has left: until then the same table needs telling only once.
+    // Notifications wait until the rest is sent, so that one per table is enough.
     while (!m_bOver && (getWaiting() > 0 ? sendSome() : queueNotifications()))
     {
     }

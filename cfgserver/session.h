@@ -11,14 +11,14 @@
 namespace cfgserver
 {
 
-/// Output that waits for a client from which on no more of its requests are served, bytes.
+/// With this much output waiting, bytes, no more requests of a client are served.
 constexpr std::size_t g_uiFullOutput = 1024UL * 1024UL;
-/// Requests of one client served in one turn; then the others have theirs.
+/// Requests of one client served in one turn.
 constexpr int g_iRequestsPerTurn = 16;
 
 /// One connection: bytes in, requests to whoever answers them, replies and notifications out. Never blocks, and holds
-/// at most one request, g_uiFullOutput and one reply. A table that changed several times before the client could be
-/// told is told once.
+/// at most one request, g_uiFullOutput and one reply. Changes of a table that the client
+/// has not been told yet become one notification.
 class Session
 {
 public:
@@ -31,14 +31,14 @@ public:
     [[nodiscard]] const Client& getClient() const { return m_oClient; }
     [[nodiscard]] const Peer& getPeer() const { return m_oPeer; }
     [[nodiscard]] Clock::time_point getStart() const { return m_oStart; }
-    /// When the last request came, or began to.
+    /// When the last request began to arrive.
     [[nodiscard]] Clock::time_point getLastUse() const { return m_oInputSince; }
-    /// No request is under way, not even a part of one, and no reply.
+    /// No request or reply is under way, not even a part of one.
     [[nodiscard]] bool isIdle() const { return !m_bUnread && m_oReader.getBuffered() == 0 && getWaiting() == 0; }
     /// "client 'x' (pid 1, uid 0)".
     [[nodiscard]] std::string describe() const;
 
-    /// Takes in what has arrived, at most 64 KiB.
+    /// Reads what has arrived, at most 64 KiB.
     void receive();
     /// Answers up to g_iRequestsPerTurn whole requests.
     void serve(const Answer& a_oAnswer);
@@ -47,16 +47,16 @@ public:
     /// Ends the connection of a client that takes too long.
     void expire();
 
-    /// Has the connection closed; a_strFault is what the client did wrong.
+    /// Marks the connection for closing; a_strFault is what the client did wrong.
     void end(const std::string& a_strFault = std::string());
-    /// The same once the replies have left; no more requests are served.
+    /// The same once the replies are sent; no more requests are served.
     void endAfterReplies() { m_bLeaving = true; }
 
     /// The epoll events to wait for, where they differ from those of the last call.
     [[nodiscard]] std::optional<std::uint32_t> takeNewInterest();
-    /// Whole requests are waiting that could be served now.
+    /// There may be whole requests to serve now.
     [[nodiscard]] bool hasWork() const { return m_bUnread && !isFull() && !m_bOver && !m_bLeaving; }
-    /// When expire() would end it; the far future when nothing is late.
+    /// When expire() will end it unless something happens; the far future if never.
     [[nodiscard]] Clock::time_point getDeadline() const;
     [[nodiscard]] bool isOver() const { return m_bOver; }
     /// What the client did wrong; empty for an orderly end.

@@ -12,14 +12,14 @@ namespace cfgserver
 class Database;
 class Store;
 
-/// The writes of one client that nobody else sees yet. Destroying it is taking them back. It refers to its store, and
-/// only one transaction exists per store at a time.
+/// The writes of one client that nobody else sees yet; destroying it discards them. It refers to its store, and there
+/// is at most one per store.
 class Transaction
 {
 public:
     explicit Transaction(const Store& a_oStore);
 
-    /// As this transaction sees it. Tables are named by their position in the schema.
+    /// As this transaction sees it. Tables are given by their position in the schema.
     [[nodiscard]] const Table& getTable(std::size_t a_uiTable) const;
     /// The same, to be changed; the first call for a table copies it.
     [[nodiscard]] Table& edit(std::size_t a_uiTable);
@@ -38,11 +38,11 @@ public:
     /// Reads all tables; the database outlives the store. Throws std::runtime_error naming the file and the reason.
     explicit Store(Database& a_oDatabase);
 
-    /// As committed last; the reference is good until the next commit.
+    /// As last committed; the reference is valid until the next commit.
     [[nodiscard]] const Table& getTable(std::size_t a_uiTable) const { return m_oTables[a_uiTable]; }
 
     /// Stores the writes so that they survive a loss of power, then makes them visible. Returns the tables whose
-    /// content is another than before, in the order of the schema. Blocks for as long as the disk takes. Throws Refusal
+    /// content differs from before, in the order of the schema. Blocks for as long as the disk takes. Throws Refusal
     /// (StorageFailed), with disk and memory as they were.
     [[nodiscard]] std::vector<std::size_t> commit(Transaction& a_oTransaction);
 

@@ -18,24 +18,24 @@ constexpr std::size_t g_uiMaxTableCost = 16UL * 1024UL * 1024UL;
 /// index of each unique column, which costs an allocation per row and index. Not synchronised.
 ///
 /// Positions and unique columns are found in constant time, other columns by a search in table order. Every change
-/// checks everything before it writes anything, and throws Refusal when it doesn't write.
+/// is checked completely before it is made; throws Refusal if it is not made.
 class Table
 {
 public:
-    /// An empty table; where the row is fixed, with that row and its defaults. The schema outlives the table.
+    /// An empty table, or one with its fixed row and its defaults. The schema outlives the table.
     explicit Table(const TableSchema& a_oSchema);
-    /// A table of rows that were stored; throws Refusal when two share a key or a fixed row is not alone. No Id up to
-    /// a_iHighestId is given again.
+    /// A table of rows that were stored; throws Refusal if two share a key or a fixed row is not alone. No Id up to
+    /// a_iHighestId is used again.
     Table(const TableSchema& a_oSchema, std::vector<RowPtr> a_oRows, int a_iHighestId);
 
     [[nodiscard]] const TableSchema& getSchema() const { return *m_pSchema; }
     [[nodiscard]] const std::vector<RowPtr>& getRows() const { return m_oRows; }
-    /// Throws Refusal (NoSuchRow) behind the end.
+    /// Throws Refusal (NoSuchRow) beyond the end.
     [[nodiscard]] const Row& getRow(std::size_t a_uiPosition) const;
     /// The first row whose column holds a_strKey as text; throws Refusal (UnknownColumn, NoSuchRow).
     [[nodiscard]] const Row& getRow(const std::string& a_strColumn, const std::string& a_strKey) const;
 
-    /// Appends a row; gives it the next Id where it names none. Ids of deleted rows don't come back.
+    /// Appends a row, with the next Id unless it names one. Ids of deleted rows are not used again.
     void insert(const korrin::ValueList& a_oValues);
     void update(const std::string& a_strColumn, const std::string& a_strKey, const korrin::ValueList& a_oValues);
     void erase(std::size_t a_uiPosition);

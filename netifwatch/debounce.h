@@ -7,8 +7,8 @@
 namespace netifwatch
 {
 
-/// When to look after hints that something changed: a short time after the last one, so that what belongs together is
-/// written together, but no later than a longer time after the first. Pure but for its state.
+/// When to look after hints that something changed: shortly after the last one, so that related changes are written
+/// together, but no later than a longer time after the first. Pure but for its state.
 class Debounce
 {
 public:
@@ -19,7 +19,7 @@ public:
     {
     }
 
-    /// A hint came; returns when the look is due.
+    /// Notes a hint; returns when the look is due.
     Clock::time_point note(Clock::time_point a_oNow)
     {
         m_oFirst = m_oFirst.value_or(a_oNow);

@@ -29,23 +29,22 @@ struct DnsSources
     std::vector<DnsServer> m_oOfMachine;              ///< for whatever way leads there
 };
 
-/// Servers of each interface by its name, as texts for the table; an interface that is not named has none.
+/// Servers by the interface's name, as texts for the table.
 using ServersByName = std::map<std::string, std::vector<std::string>>;
 
-/// The servers of the "nameserver" lines, in their order, as the C library reads them; lines that name no address are
-/// passed over. Pure.
+/// The servers of the "nameserver" lines, in their order, as the C library reads them; lines without an address are
+/// skipped. Pure.
 [[nodiscard]] std::vector<DnsServer> parseResolvConf(const std::string& a_strText);
 
-/// The servers of a file; none when it is missing or cannot be read. A file that names only servers of this machine is
-/// usually that of systemd-resolved's stub: then the servers that the stub asks are read in its place, where the file
-/// with them is there.
+/// The servers of a file; none if it cannot be read. A file with only servers of this machine usually names
+/// systemd-resolved's stub: then the servers behind the stub are read instead, if their file exists.
 [[nodiscard]] std::vector<DnsServer> readResolvConf(const std::string& a_strPath);
 
-/// Where systemd-resolved writes the servers that its stub asks; written anew at every change.
+/// Where systemd-resolved writes the servers behind its stub; replaced at every change.
 constexpr const char* g_pResolvedFile = "/run/systemd/resolve/resolv.conf";
 
 /// Asks systemd-resolved over the system bus for its DNS servers: those of links, and those it uses for the whole
-/// machine. Nothing where it does not run (it is not started), does not answer within two seconds, or this program was
+/// machine. Nothing if it does not run (it is not started), does not answer within two seconds, or this program was
 /// built without the bus.
 [[nodiscard]] std::optional<DnsSources> askResolved();
 

@@ -9,21 +9,20 @@
 namespace netifwatch
 {
 
-/// The change-over from the time when the watcher's rows of DNSClientServer were noted in a file, "ID INTERFACE
-/// ADDRESS" lines, instead of being marked in the table. One thread. What goes wrong with a file is logged and ends
-/// nothing.
+/// The change-over from version 1.1, which noted the watcher's rows of DNSClientServer in a file of "ID INTERFACE
+/// ADDRESS" lines instead of marking them in the table. One thread. Errors with a file are logged only.
 class EarlierNotes
 {
 public:
-    /// Reads the files, those that there are. Lines that make no sense match no row.
+    /// Reads the files that exist.
     explicit EarlierNotes(const std::vector<std::string>& a_oPaths);
 
-    /// The writes that mark the noted rows whose Origin is empty; a_oPresent has the marks afterwards. A row is a noted
-    /// one when Id, interface and address agree.
+    /// The writes that mark the noted rows whose Origin is empty; a_oPresent has the marks afterwards. A row is noted
+    /// if Id, interface and address agree.
     [[nodiscard]] Operations claim(Rows& a_oPresent);
 
-    /// To be called when the marks are in the table: removes the files. One of whose rows claim() found none stays: it
-    /// is about another database.
+    /// To be called when the marks are in the table: removes the files. One without a row that claim() found stays: it
+    /// belongs to another database.
     void discard();
 
 private:

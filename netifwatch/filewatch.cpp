@@ -62,7 +62,7 @@ void FileWatch::watchAll()
     m_oWatches = std::move(oWatches);
 }
 
-/// Every link on the way, the file itself and the folder of each; where a folder is missing, the nearest one above it.
+/// Every link on the way, the file itself and the folder of each; for a missing folder the nearest one above it.
 void FileWatch::watchPath(std::string a_strPath, std::set<int>& a_oWatches)
 {
     std::error_code oError;
@@ -94,8 +94,8 @@ void FileWatch::watch(const std::string& a_strPath, std::uint32_t a_uiEvents, st
     }
 }
 
-/// A folder may be busy with other names. Without a name it is about what is watched itself; the end of a watch counts
-/// unless it was ended here.
+/// Other names in a folder do not count. An event without a name is about what is watched itself; the end of a watch
+/// counts unless it was ended here.
 bool FileWatch::concernsUs(const inotify_event& a_oEvent) const
 {
     if ((a_oEvent.mask & IN_IGNORED) != 0)

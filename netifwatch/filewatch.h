@@ -13,9 +13,9 @@ struct inotify_event;
 namespace netifwatch
 {
 
-/// Tells when the content of files may have changed, whichever way: written to, replaced by rename, made, removed,
-/// mounted over and written from behind, or the same with a link on the way to them. Best effort: what the kernel
-/// does not tell (network file systems) goes unseen.
+/// Notices when the content of files may have changed, in whatever way: written, replaced by rename, created, removed,
+/// written through another mount, or the same with a link on the way to them. Best effort: what the kernel does not
+/// report (network file systems) goes unnoticed.
 class FileWatch
 {
 public:

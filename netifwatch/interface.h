@@ -54,7 +54,7 @@ using Interfaces = std::vector<Interface>;
 /// The address in the usual form ("192.0.2.1", "2001:db8::1"); empty for neither family. Pure.
 [[nodiscard]] std::string toText(const IpAddress& a_oAddress);
 
-/// Reads either family, no zone, nothing around it. Pure.
+/// Of either family, without a zone or anything else around it. Pure.
 [[nodiscard]] std::optional<IpAddress> parseAddress(const std::string& a_strText);
 
 /// From the kernel's or a bus's bytes; nothing when the length does not fit the family. Pure.
@@ -63,19 +63,19 @@ using Interfaces = std::vector<Interface>;
 /// 127.0.0.0/8, ::1, and the same written as IPv4 in IPv6; also 0.0.0.0 and ::, which mean the machine itself. Pure.
 [[nodiscard]] bool isOfThisMachine(const IpAddress& a_oAddress);
 
-/// fe80::/10 or 169.254.0.0/16: means something on one link only. Pure.
+/// fe80::/10 or 169.254.0.0/16: valid on one link only. Pure.
 [[nodiscard]] bool isLinkLocal(const IpAddress& a_oAddress);
 
-// Which address of an interface its peers should know. Pure; an empty text when there is none.
+// The address of an interface for its peers. Pure; an empty text if there is none.
 
-/// The first primary address of global scope, in the kernel's order: the one that it sends from by itself. One that is
-/// deprecated only where there is no other.
+/// The first primary address of global scope, in the kernel's order: the one that it uses by default. A deprecated one
+/// only if there is no other.
 [[nodiscard]] std::string chooseIPv4(const Interface& a_oInterface);
 
 /// An address of global scope that is neither temporary, deprecated, tentative (or optimistic: another machine may
 /// still claim it) nor failed. Native addresses come before those of a transition mechanism (6to4, Teredo), and both
-/// before unique-local ones. Of several that are equally good a_strPresent is kept if it is one, else the numerically
-/// lowest is taken.
+/// before unique-local ones. Of several equally good ones a_strPresent is kept if it is among them, else the
+/// numerically lowest is taken.
 [[nodiscard]] std::string chooseIPv6(const Interface& a_oInterface, const std::string& a_strPresent);
 
 } // namespace netifwatch

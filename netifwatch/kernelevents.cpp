@@ -20,7 +20,7 @@ namespace
 constexpr char s_acLogFile[] = "kernelevents";
 
 constexpr std::size_t s_uiMessageBytes = 32768;
-constexpr int s_iMessagesPerTurn = 256; // then the loop looks after others, too
+constexpr int s_iMessagesPerTurn = 256; // then the loop handles others, too
 
 constexpr unsigned groupBit(unsigned a_uiGroup)
 {

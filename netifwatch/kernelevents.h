@@ -9,13 +9,13 @@
 namespace netifwatch
 {
 
-/// Tells that something about interfaces, addresses or default routes changed, or may have: events are hints, nothing
-/// is learnt from them. When there were more of them than the socket's buffer holds, that is a hint, too.
+/// Notices that interfaces, addresses or default routes may have changed. Events are only hints; an overflow of the
+/// socket's buffer is one, too.
 class KernelEvents
 {
 public:
-    /// Calls back from within the loop, which must outlive this. a_bRoutes: hear of routes as well. a_iBufferBytes:
-    /// room for events that wait, 0 for the system's default. Throws std::system_error when the kernel grants no
+    /// Calls back from within the loop, which must outlive this. a_bRoutes: routes as well. a_iBufferBytes: buffer
+    /// for waiting events, 0 for the system's default. Throws std::system_error when the kernel grants no
     /// socket.
     KernelEvents(platform::EventLoop& a_oLoop, bool a_bRoutes, int a_iBufferBytes, std::function<void()> a_oHint);
     ~KernelEvents();

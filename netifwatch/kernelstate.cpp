@@ -122,7 +122,7 @@ Attributes readAttributes(const nlmsghdr& a_oMessage)
     return oAttributes;
 }
 
-/// Operational state UNKNOWN is what drivers without a notion of it have (tun, ppp): they run while they are up.
+/// Drivers without operational states (tun, ppp) report UNKNOWN: they run while they are up.
 bool isUp(const ifinfomsg& a_oLink, const Attributes& a_oAttributes)
 {
     constexpr unsigned uiWanted = IFF_UP | IFF_RUNNING;
@@ -170,7 +170,7 @@ void addAddress(const nlmsghdr& a_oMessage, ByIndex& a_oInterfaces)
     }
 }
 
-/// The answer of a question for a list.
+/// Asks for a list.
 template<typename Header>
 Answer list(std::uint16_t a_uiType, ByIndex& a_oInterfaces, void (*a_pAdd)(const nlmsghdr&, ByIndex&))
 {
@@ -242,8 +242,8 @@ std::optional<Route> lookUpRoute(const IpAddress& a_oAddress, int a_iInterface)
     const std::size_t uiBytes = a_oAddress.m_iFamily == AF_INET ? 4 : 16;
     oHeader.rtm_family = static_cast<unsigned char>(a_oAddress.m_iFamily);
     oHeader.rtm_dst_len = static_cast<unsigned char>(8 * uiBytes);
-    // The entry of the routing table and not what came of it: only that tells a default route, and an interface that
-    // has no route to the address from one where the kernel tries its luck.
+    // The entry of the routing table, not the result of the lookup: only that tells whether it is a default route, and
+    // whether the interface has a route to the address at all.
     oHeader.rtm_flags = RTM_F_FIB_MATCH;
     mnl_attr_put(&oRequest, RTA_DST, uiBytes, a_oAddress.m_auiBytes.data());
     if (a_iInterface != 0)

@@ -8,15 +8,15 @@ namespace netifwatch
 {
 
 /// Asks the kernel for all interfaces of this network namespace and their addresses. A list that changed while it was
-/// read is read again, up to a hundred times: half a list would take rows away from interfaces that are there. Needs no
-/// privilege. Throws std::system_error when the kernel refuses, std::runtime_error when the list never stood still.
+/// read is read again, up to a hundred times: half a list would cost present interfaces their rows. Needs no privilege.
+/// Throws std::system_error when the kernel refuses, std::runtime_error when the list never stays the same.
 [[nodiscard]] Interfaces readInterfaces();
 
-/// The way that the kernel would send something.
+/// How the kernel would send something.
 struct Route
 {
     int m_iInterface = 0;
-    bool m_bDefault = false; ///< no route knows the destination itself
+    bool m_bDefault = false; ///< it is a default route
 };
 
 /// Asks the kernel for the route to an address; with an interface (index, 0 for any), as a socket bound to it would

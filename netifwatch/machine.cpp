@@ -62,7 +62,7 @@ serversOf(const Interface& a_oInterface, const DnsSources& a_oSources, const Rou
 
 DnsSources readSources(const std::string& a_strResolvConf)
 {
-    // Where resolved runs and knows no server at all, somebody else looks after resolv.conf.
+    // If resolved runs but knows no server, somebody else maintains resolv.conf.
     DnsSources oSources = askResolved().value_or(DnsSources());
     if (oSources.m_oOfLinks.empty() && oSources.m_oOfMachine.empty())
     {

@@ -11,11 +11,11 @@
 namespace netifwatch
 {
 
-/// What the tables should tell.
+/// What the tables should hold.
 struct MachineState
 {
     Interfaces m_oInterfaces;
-    std::optional<ServersByName> m_oServers; ///< nothing: DNSClientServer is not this program's affair
+    std::optional<ServersByName> m_oServers; ///< nothing: DNSClientServer is left alone
 
     bool operator==(const MachineState& a_oOther) const
     {
@@ -26,8 +26,8 @@ struct MachineState
 /// How the kernel would send to an address, bound to an interface or (0) free.
 using RouteFinder = std::function<std::optional<Route>(const IpAddress&, int)>;
 
-/// Which DNS servers belong to which interface. Servers of this machine are left out: a query that is bound to an
-/// interface never reaches them. An interface that is down gets none. Otherwise:
+/// Which DNS servers belong to which interface. Servers of this machine are left out: a query bound to an interface
+/// never reaches them. An interface that is down gets none. Otherwise:
 ///
 /// - the servers that the resolver configuration names for the interface itself;
 /// - where it names none, those of the whole machine that are reached through this interface: a server that a route

@@ -22,17 +22,17 @@ constexpr const char* s_pFooter = R"(What is written:
                              can reach: no temporary, deprecated or untested one,
                              a public one before a unique-local one
   DNSClientServer            the DNS servers of each interface, from systemd-resolved
-                             where it runs, else from resolv.conf. An interface for
-                             which somebody else wrote rows is left to them.
+                             where it runs, else from resolv.conf. Interfaces with
+                             rows of anybody else are left alone.
 
 Examples:
   netifwatch                         follow all interfaces, in the background
   netifwatch -f -i 'ppp*' -i eth1    only these, in the foreground
   netifwatch -x 'docker*' -x 'veth*' all but these
-  netifwatch --print                 show what would be written; asks no service
+  netifwatch --print                 show what would be written; needs no service
   netifwatch --once --no-dns         write the state of the interfaces and exit
 
-It needs no privileges, only a user who may write to the configuration service.
+No privilege is needed except write access to the configuration service.
 
 Exit status: 0 done or stopped by a signal, 1 failed (the reason is on standard
 error or in syslog), 2 wrong usage.)";
@@ -47,7 +47,7 @@ void declareChoices(CLI::App& a_oApp, Options& a_oOptions)
                     "watch this interface (name or shell pattern); may be repeated. Default: all but lo")
         ->type_name("NAME")
         ->allow_extra_args(false);
-    a_oApp.add_option("-x,--exclude", a_oOptions.m_oInterfaces.m_oExcluded, "exclude this interface, likewise")
+    a_oApp.add_option("-x,--exclude", a_oOptions.m_oInterfaces.m_oExcluded, "do not watch this interface (likewise)")
         ->type_name("NAME")
         ->allow_extra_args(false);
     auto* pNoDns = a_oApp.add_flag_callback(

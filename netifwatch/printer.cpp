@@ -46,14 +46,14 @@ std::string toJson(const Tables& a_oTables)
     return oResult.dump(s_iIndent) + "\n";
 }
 
-/// Of valid UTF-8, all characters taken for one column wide.
+/// Characters of valid UTF-8, each taken as one column wide.
 std::size_t widthOf(const std::string& a_strText)
 {
     const auto isStart = [](char a_cByte) { return (static_cast<unsigned char>(a_cByte) & 0xc0U) != 0x80U; };
     return static_cast<std::size_t>(std::count_if(a_strText.begin(), a_strText.end(), isStart));
 }
 
-/// One column, its heading first, filled up to one width: numbers in front, the rest behind.
+/// One column below its heading, padded to one width: numbers on the left, everything else on the right.
 std::vector<std::string> makeColumn(const Rows& a_oRows, const std::string& a_strName)
 {
     std::vector<std::string> oCells = {a_strName};

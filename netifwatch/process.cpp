@@ -63,7 +63,7 @@ void writeOnce(const Options& a_oOptions)
     follow(oOptions, uiLog);
 }
 
-/// For what runs in the caller's process and ends by itself.
+/// Runs what stays in the caller's process and ends by itself.
 int finish(const std::function<void()>& a_oWork)
 {
     try
@@ -96,7 +96,7 @@ int runProcess(int a_iCount, char** a_ppArguments)
     {
         return finish([&] { writeOnce(oOptions); });
     }
-    // Ready before the service answers: the caller need not wait for that.
+    // Ready before the service answers: the caller does not wait for it.
     return platform::runProgram(describeProgram(oOptions),
                                 [&](std::uint32_t a_uiLog, const std::function<void()>& a_oReady)
                                 {

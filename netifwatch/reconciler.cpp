@@ -92,7 +92,7 @@ Reconciler::Outcome Reconciler::reconcile(const MachineState& a_oState)
     {
         m_strFailure = oError.what();
     }
-    // DNSClientServer needs the disk; when that is full, the interfaces must not stay untold.
+    // DNSClientServer needs the disk; the states of interfaces must be written even when it is full.
     try
     {
         if (a_oState.m_oServers)
@@ -102,7 +102,7 @@ Reconciler::Outcome Reconciler::reconcile(const MachineState& a_oState)
     }
     catch (const std::exception&)
     {
-        // the first failure is the one to tell
+        // the first failure is the one to report
     }
     return Outcome::Failed;
 }
@@ -141,7 +141,7 @@ void Reconciler::planDns(const MachineState& a_oState, Operations& a_oPlan)
     reportOthers(*a_oState.m_oServers, oPresent);
 }
 
-/// Without the column nobody could tell later whose rows they are.
+/// Without the column nobody could tell whose rows they are.
 bool Reconciler::knowsOrigin()
 {
     korrin::ValueList oColumns;
@@ -187,7 +187,7 @@ Reconciler::Outcome Reconciler::write(const MachineState& a_oState)
     }
     // An unfinished transaction must not stay behind: it would keep everybody else from writing.
     const std::unique_ptr<IConfigClient, decltype(&dropAccess)> pAccess(&m_oClient, dropAccess);
-    // Between the look and the access somebody else may have written.
+    // Somebody else may have written in between.
     const Operations oPlan = makePlan(a_oState);
     if (oPlan.empty())
     {

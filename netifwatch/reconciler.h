@@ -12,8 +12,8 @@
 namespace netifwatch
 {
 
-/// Brings the service's tables into line with the state of the machine: reads them, and where they differ, writes just
-/// that, in one transaction. Borrows client and filter. One thread; a call blocks for as long as the service takes for
+/// Brings the service's tables into line with the state of the machine: reads them and writes the differences in one
+/// transaction. Borrows client and filter. One thread; a call blocks for as long as the service takes for
 /// a few exchanges, but never waits for write access.
 class Reconciler
 {

@@ -28,15 +28,15 @@ std::uint64_t microsecondsLeft(const platform::Deadline& a_oEnd)
     return static_cast<std::uint64_t>(a_oEnd.getRemainingMs()) * 1000U;
 }
 
-/// Waits for the bus to say something; a signal may end the wait early. False when the bus is broken.
+/// Waits for data from the bus; a signal may end the wait early. False if the bus is broken.
 bool awaitBus(sd_bus& a_oBus, const platform::Deadline& a_oEnd)
 {
     const int iResult = sd_bus_wait(&a_oBus, microsecondsLeft(a_oEnd));
     return iResult >= 0 || iResult == -EINTR;
 }
 
-/// A connection of its own for each question: nothing to keep alive, whatever becomes of the bus. The greeting is
-/// awaited here, since the library itself would wait minutes for a bus that does not answer.
+/// A new connection for each question, so that none has to be kept alive. The greeting is awaited here, since the
+/// library would wait minutes for a bus that does not answer.
 Bus openBus(const platform::Deadline& a_oEnd)
 {
     sd_bus* pBus = nullptr;

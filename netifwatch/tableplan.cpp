@@ -23,7 +23,7 @@ std::string nameOf(const korrin::ValueList& a_oRow)
     return textOf(a_oRow, dbm::Name);
 }
 
-/// There may be thousands of interfaces.
+/// Indexed, since there may be thousands of interfaces.
 using RowsByName = std::map<std::string, const korrin::ValueList*>;
 
 RowsByName indexByName(const Rows& a_oRows)

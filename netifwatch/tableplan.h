@@ -36,32 +36,32 @@ struct Operation
 };
 using Operations = std::vector<Operation>;
 
-// The two tables that tell the state of interfaces. Every row whose name the filter accepts is this program's affair,
-// whoever wrote it; other rows are left alone. Pure.
+// The two tables with the state of interfaces. Every row whose name the filter accepts belongs to this program, whoever
+// wrote it; other rows are left alone. Pure.
 
 /// The rows, without Id, that StatusNetifWatch should hold: one per interface.
 [[nodiscard]] Rows makeIPv4Rows(const Interfaces& a_oInterfaces);
 
 /// The rows that StatusNetIfIPv6Addresses should hold: one per interface with an address that peers can use. Without
-/// one there is no row: a reader takes a row that turned empty for news to be sent to the provider, and many providers
-/// take an empty address for the order to delete the name's. a_oPresent: the rows as they are, whose addresses are
-/// kept where they still fit.
+/// one there is no row: a reader would send an empty address to the provider, and many providers then delete the
+/// name's. a_oPresent: the present rows, whose addresses are kept where they still fit.
 [[nodiscard]] Rows makeIPv6Rows(const Interfaces& a_oInterfaces, const Rows& a_oPresent);
 
-/// What has to be written so that the table's rows, as far as the filter accepts them, are the wanted ones.
+/// What has to be written to make the table's rows, as far as the filter accepts them, the wanted ones.
 [[nodiscard]] Operations compareByName(const std::string& a_strTable,
                                        const Rows& a_oWanted,
                                        const Rows& a_oPresent,
                                        const InterfaceFilter& a_oFilter);
 
-/// Whether a row of DNSClientServer is this program's, which its column Origin says. Pure.
+/// Whether a row of DNSClientServer is this program's, by its column Origin. Pure.
 [[nodiscard]] bool isOwn(const korrin::ValueList& a_oServerRow);
 
 /// What has to be written to DNSClientServer. Only own rows are ever touched.
 ///
-/// - An interface with rows of somebody else is theirs: own rows of it go.
-/// - The servers of an interface stand in its own rows in their order; a row whose server is another now is changed
-///   in place, and what is right already is not written.
+/// - An interface with rows of somebody else is left to them: own rows are deleted.
+/// - Own rows list the servers of an interface in their order; a row with another server is changed in place, and what
+/// is
+///   right already is not written.
 /// - An interface for which no server is known now (it is down, or the machine is between two networks) keeps its
 ///   rows: they do no harm, and the table is on flash. Of interfaces that are gone (a_oNames: those there are) the
 ///   last eight keep theirs.

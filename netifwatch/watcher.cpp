@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds s_oQuiet = 200ms;
 constexpr std::chrono::milliseconds s_oLongest = 2s;
-// Two programs that each put the same row right must not keep the machine busy.
+// Two programs that each correct the same row must not keep the machine busy.
 constexpr std::chrono::milliseconds s_oAfterOthers = 2s;
 constexpr std::chrono::milliseconds s_oAskAgain = 250ms;
 constexpr std::chrono::milliseconds s_oAfterFailure = 10s;
@@ -29,8 +29,8 @@ constexpr unsigned s_uiConnectOnceSec = 2;
 constexpr unsigned s_uiRetryMs = 100; // soon back: a service that was restarted knows no interface
 constexpr unsigned s_uiWaitMs = 3600000;
 
-/// Where earlier versions noted their rows: by option, else by default or by the start script for procd. Whoever leaves
-/// DNSClientServer alone leaves them alone, too.
+/// Where earlier versions noted their rows: by option, else by default or by the start script for procd. They are left
+/// alone along with DNSClientServer.
 std::vector<std::string> earlierNotes(const Options& a_oOptions)
 {
     if (!a_oOptions.m_bDns)
@@ -104,7 +104,7 @@ void Watcher::connect()
     }
 }
 
-// Others' rows of DNSClientServer decide who looks after an interface's servers; the status tables are put right.
+// Others' rows of DNSClientServer decide whose an interface's servers are; the status tables are corrected.
 void Watcher::getTableNames(std::list<std::string>& a_oNames)
 {
     a_oNames.emplace_back(dbm::Table_StatusNetifWatch);

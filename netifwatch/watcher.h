@@ -15,21 +15,21 @@
 namespace netifwatch
 {
 
-/// Looks at the machine whenever something may have changed, and has the tables brought into line. Hints come from the
+/// Looks at the machine whenever something may have changed, and brings the tables into line. Hints come from the
 /// kernel, from the files with DNS servers and from the service (somebody else's change, or a connection that is back);
 /// each look asks everything anew.
 ///
-/// What it wrote stays when it ends: readers take a row that vanishes or goes down for the interface's end, and a
-/// watcher that is only being replaced must not make them act. The next one writes what changed in between.
+/// What it wrote stays when it ends: readers would take a deleted row for the end of the interface, and a restart must
+/// not make them act. The next one writes what changed in between.
 class Watcher : public vadro::cfg::IConfigHandler
 {
 public:
     /// Borrows dispatcher and options. Throws std::system_error when the kernel refuses what is needed.
     Watcher(korrin::net::EventDispatcher& a_oDispatcher, const Options& a_oOptions);
 
-    /// Connects, blocking for at most a minute (a few seconds to write once; a wakeUp() of the dispatcher ends that
-    /// wait), and follows until a_oStop says so, or to write once until that is done. Throws std::runtime_error when
-    /// the service cannot be reached at first, or when writing once failed.
+    /// Connects, blocking for at most a minute (two seconds to write once; a wakeUp() of the dispatcher ends that
+    /// wait), and follows until a_oStop returns true, or writes once. Throws std::runtime_error when the service cannot
+    /// be reached at first, or when writing once failed.
     void run(const std::function<bool()>& a_oStop);
 
     void getTableNames(std::list<std::string>& a_oNames) override;

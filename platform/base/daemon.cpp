@@ -27,7 +27,7 @@ constexpr int s_iLockLimitMs = 2000; // far more than two starts need, short eno
 pid_t s_iFirstParent = 0;
 pid_t s_iSecondParent = 0;
 
-// One errno value tells the first parent what became of the start.
+// The result of the start goes to the first parent as one errno value.
 void report(int a_iFd, int a_iError)
 {
     static_cast<void>(platform::writeAll(a_iFd, {reinterpret_cast<const char*>(&a_iError), sizeof a_iError}));
@@ -37,7 +37,7 @@ int awaitReport(int a_iFd)
 {
     int iError = 0;
     const ssize_t iRead = platform::readOnce(a_iFd, reinterpret_cast<char*>(&iError), sizeof iError);
-    return iRead == static_cast<ssize_t>(sizeof iError) ? iError : ECHILD; // ended without a word
+    return iRead == static_cast<ssize_t>(sizeof iError) ? iError : ECHILD; // ended without a report
 }
 
 void reap(pid_t a_iChild)
@@ -47,7 +47,7 @@ void reap(pid_t a_iChild)
     }
 }
 
-// Opens the new session and returns in a process that doesn't lead it: such a one can never acquire a terminal.
+// Opens the new session and returns in a process that does not lead it and so can never acquire a terminal.
 void forkSessionMember(int a_iReportFd)
 {
     s_iSecondParent = getpid();
@@ -80,7 +80,7 @@ void redirectStandardDescriptors(UniqueFd& a_oNull)
     }
 }
 
-/// Leaves the terminal and the calling process behind: double fork, new session, working directory "/", standard
+/// Detaches from the terminal and the calling process: double fork, new session, working directory "/", standard
 /// descriptors on /dev/null. 0 in the detached process, the only one in which it returns after success; the first
 /// parent waits until that process exists, then leaves with _exit(0). An errno value on failure, with the caller as
 /// it was. No other thread may exist.
@@ -119,7 +119,7 @@ int detachProcess()
     return 0;
 }
 
-// The parents are about to end: no other instance. Once the PID file is written, their ids may be anybody's.
+// The parents are about to end and no other instance. Once the PID file is written, their ids may be reused.
 bool isDetachedParent(pid_t a_iPid)
 {
     return a_iPid == s_iFirstParent || a_iPid == s_iSecondParent;
@@ -256,7 +256,7 @@ int VADRO_Daemon_createPidFile(const VADRO_Daemon* a_pDaemon)
     int iError = errno;
     if (oDirectory.isOpen())
     {
-        // Not needed for the file itself, which a link makes, but to clear away what a killed start left.
+        // Not for the file itself, which a link creates, but to remove what a killed start left behind.
         const LockFile oLock(lockName(*a_pDaemon), s_iLockLimitMs);
         iError = platform::writePidFile(oDirectory.get(), fileName(*a_pDaemon), getpid(), oLock.isHeld());
     }

@@ -35,9 +35,9 @@ public:
     /// ignored.
     void remove(int a_iFd);
 
-    /// Waits for events for at most a_iTimeoutMs (negative: no limit) and runs their handlers. Returns true when
+    /// Waits for events for at most a_iTimeoutMs (negative: no limit) and runs their handlers. Returns true if
     /// wakeUp() was called since the last call that returned true. EINTR ends the wait like a time-out. What a handler
-    /// throws is logged and ends nothing. May be called from within a handler. Throws std::system_error only when the
+    /// throws is logged. May be called from within a handler. Throws std::system_error only when the
     /// loop's own descriptor was taken away.
     bool wait(int a_iTimeoutMs);
 

@@ -9,11 +9,11 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-// What the system calls need written around them. Failures are told as by those: false, or no descriptor, and errno.
+// System calls with what has to be written around them. Failures are false, or no descriptor, and errno.
 namespace platform
 {
 
-/// Gives errno back as it was: for what runs inside a signal handler or between a failing call and its report.
+/// Restores errno: for what runs inside a signal handler or between a failing call and its report.
 class ErrnoGuard
 {
 public:
@@ -32,12 +32,12 @@ private:
 /// Reads once; a signal does not end it. 0 at the end, negative for a failure.
 [[nodiscard]] ssize_t readOnce(int a_iFd, char* a_pBytes, std::size_t a_uiSize) noexcept;
 
-/// A duplicate whose number is none of the standard descriptors', which detaching points elsewhere.
+/// A duplicate with a number above the standard descriptors, which detaching redirects.
 [[nodiscard]] UniqueFd duplicateAboveStandard(int a_iFd) noexcept;
 
 /// Writes the line to standard error with one write(2), so that lines of several threads or processes never mix. The
-/// line brings its own line feed. Whatever goes wrong (no reader, full disk, closed descriptor) is ignored and leaves
-/// no SIGPIPE behind; errno is kept. Any thread; blocks as long as the receiving end does.
+/// line ends with its own line feed. Whatever goes wrong (no reader, full disk, closed descriptor) is ignored and
+/// leaves no SIGPIPE behind; errno is kept. Any thread; blocks as long as the receiving end does.
 void writeStandardError(std::string_view a_strLine) noexcept;
 
 /// The address of a Unix socket: a path.

@@ -39,7 +39,7 @@ bool isOurs(const struct stat& a_oStatus)
     return S_ISREG(a_oStatus.st_mode) && a_oStatus.st_uid == ::geteuid() && a_oStatus.st_nlink <= 1;
 }
 
-/// False when the path names another file by now: whoever held the lock before has removed this one.
+/// False if the path now names another file: the previous holder removed this one.
 bool isStillAt(const std::string& a_strFile, const struct stat& a_oStatus)
 {
     struct stat oNow = {};
@@ -57,12 +57,12 @@ LockFile::LockFile(const std::string& a_strFile, int a_iLimitMs) : m_strFile(a_s
         const bool bLate = oEnd.hasPassed();
         if (eOutcome == Outcome::Again && ++iChanges > s_iTries && bLate)
         {
-            refuse("others keep making and removing it");
+            refuse("other processes keep creating and removing it");
             return;
         }
         if (eOutcome == Outcome::Busy && bLate)
         {
-            refuse("held by another start");
+            refuse("held by another process");
             return;
         }
         if (eOutcome == Outcome::Busy)
@@ -93,13 +93,13 @@ LockFile::Outcome LockFile::replaceForeign(int a_iError)
     {
         return refuse(std::generic_category().message(a_iError));
     }
-    // A folder goes only when it is empty, a link without what it points to.
+    // Removes a folder only if it is empty, and a link without its target.
     const bool bMayGo = ::geteuid() == 0 && (oStatus.st_uid != 0 || S_ISREG(oStatus.st_mode));
     if (bMayGo && std::remove(m_strFile.c_str()) == 0)
     {
         return Outcome::Again;
     }
-    return refuse("what stands there is no file of this program's user (uid " + std::to_string(oStatus.st_uid) +
+    return refuse("exists and is not a regular file of this user (its owner has uid " + std::to_string(oStatus.st_uid) +
                   "); remove it");
 }
 

@@ -7,12 +7,12 @@
 namespace platform
 {
 
-/// A right that only one process has at a time: an exclusively locked file, 0600, there only while somebody holds it.
-/// The kernel lets go of it with the process. Files of other users are not trusted; root replaces them.
+/// An exclusively locked file, mode 0600, that exists only while a process holds it. The kernel releases the lock when
+/// the process ends. Files of other users are not trusted; root replaces them.
 class LockFile
 {
 public:
-    /// Waits at most a_iLimitMs for another holder. Never throws but for want of memory.
+    /// Waits at most a_iLimitMs for another holder. Throws std::bad_alloc only.
     LockFile(const std::string& a_strFile, int a_iLimitMs);
     /// Removes the file while the lock is held; a process that has it open sees that it was removed.
     ~LockFile();
@@ -34,7 +34,7 @@ private:
 
     [[nodiscard]] Outcome tryOnce();
     Outcome refuse(const std::string& a_strReason);
-    /// For what can't be opened (with the error) or was opened and isn't ours.
+    /// For what cannot be opened (a_iError says why) or is not ours.
     Outcome replaceForeign(int a_iError);
 
     std::string m_strFile;

@@ -6,7 +6,7 @@
 
 #include <sys/types.h>
 
-// PID files and the processes that they name. Failures come back as errno values; nothing is logged here.
+// PID files and the processes that they name. Failures are errno values; nothing is logged here.
 namespace platform
 {
 
@@ -15,7 +15,7 @@ namespace platform
 [[nodiscard]] std::optional<pid_t> parsePid(std::string_view a_strContents) noexcept;
 
 /// The process id in a file; none, and a_iError 0, when the contents name none. a_iError is ENOENT when there is no
-/// file, EINVAL when it is no regular file (a link is not followed). Never waits for a writer.
+/// file, EINVAL when it is not a regular file (a link is not followed). Never waits for a writer.
 [[nodiscard]] std::optional<pid_t> readPidFile(int a_iDirFd, const std::string& a_strName, int& a_iError);
 
 /// Writes "<pid>\n" with mode 0644 under a name that must not exist yet (EEXIST): through <name>.new, so that the file
@@ -27,8 +27,7 @@ namespace platform
 /// when the text is not one. The command's name in it may hold anything, blanks and parentheses included. Pure.
 [[nodiscard]] std::optional<char> parseProcessState(std::string_view a_strContents);
 
-/// True when the process lives, whoever it belongs to; one that has ended and was not reaped yet does not. One of which
-/// /proc tells nothing counts as alive. Does not block.
+/// True if the process lives, whoever owns it. A zombie does not; one that /proc does not show does. Does not block.
 [[nodiscard]] bool isRunning(pid_t a_iPid);
 
 } // namespace platform

@@ -26,8 +26,8 @@ constexpr char s_acLogFile[] = "process";
 
 constexpr std::uint32_t s_uiAllTraceLevels = 1023;
 
-/// Carries from the detached process to the caller what became of the start: one byte, and behind it the reason of a
-/// failure. A detached process that ends without it has failed, too.
+/// The result of the start, from the detached process to the caller: one byte, followed by the reason of a failure. A
+/// detached process that ends without a report has failed.
 class StartReport
 {
 public:
@@ -160,7 +160,7 @@ int workDetached(const Program& a_oProgram, const Work& a_oWork, StartReport& a_
     return work(uiLog, run, [&](const char* a_pReason) { a_oReport.sendFailure(a_pReason); });
 }
 
-/// Forks before the work: it may take locks that would not survive one.
+/// Forks before the work, whose locks would not survive a fork.
 void startDetached(const Program& a_oProgram, const Work& a_oWork)
 {
     StartReport oReport;
@@ -173,7 +173,7 @@ void startDetached(const Program& a_oProgram, const Work& a_oWork)
     {
         ::_exit(workDetached(a_oProgram, a_oWork, oReport));
     }
-    while (::waitpid(iChild, nullptr, 0) < 0 && errno == EINTR) // it ends when it has detached, or could not
+    while (::waitpid(iChild, nullptr, 0) < 0 && errno == EINTR) // it ends once it has detached or failed to
     {
     }
     oReport.await();

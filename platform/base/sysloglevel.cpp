@@ -25,7 +25,7 @@ char s_acFallback[] = "(log text lost: it could not be formatted)";
 
 constexpr std::size_t s_uiTextLimit = 8192;
 
-// What is shared lives until the process is gone: other statics may log from their destructors.
+// What is shared is never destroyed: other statics may log from their destructors.
 std::atomic<uint32_t> s_uiTraceMask{0};
 std::atomic<bool> s_bForeground{false};
 
@@ -116,7 +116,7 @@ uint32_t VADRO_Sysloglevel_registerModul(const char* /*a_pModule*/)
 void VADRO_Sysloglevel_set(int a_iBackground)
 {
     const platform::ErrnoGuard oErrno;
-    // A process started without standard error gets another file under that number sooner or later: never write there.
+    // Without standard error at the start, another file will get its number sooner or later: never write there.
     // The journal has every line already, by syslog.
     s_bForeground = a_iBackground == 0 && fcntl(STDERR_FILENO, F_GETFD) >= 0 && !platform::isStandardErrorJournal();
 }

@@ -17,8 +17,8 @@ namespace platform
 namespace
 {
 
-// A logger that is merely busy has read by then.
-constexpr int s_iPatienceMs = 500;
+// Long enough for a logger that is merely busy.
+constexpr int s_iTimeoutMs = 500;
 
 // The header that loggers expect on the local socket: "<27>Jan 31 23:59:59 quorvad[123]: ".
 std::string makeLine(int a_iPriority, const std::string& a_strProgram, const std::string& a_strText)
@@ -61,7 +61,7 @@ bool SyslogSender::deliver(const std::string& a_strLine)
         m_bStuck = false;
         return true;
     }
-    if (!m_oSocket.isOpen() || !isFull(errno)) // a logger that was started anew has another socket
+    if (!m_oSocket.isOpen() || !isFull(errno)) // a restarted logger has another socket
     {
         open();
         m_bStuck = m_bStuck && m_oSocket.isOpen();
@@ -88,7 +88,7 @@ bool SyslogSender::sendOnce(const std::string& a_strLine) const
 bool SyslogSender::waitForRoom() const
 {
     pollfd oPoll{m_oSocket.get(), POLLOUT, 0};
-    return ::poll(&oPoll, 1, s_iPatienceMs) == 1;
+    return ::poll(&oPoll, 1, s_iTimeoutMs) == 1;
 }
 
 void SyslogSender::open()

@@ -9,10 +9,9 @@
 namespace platform
 {
 
-/// Hands lines to the system's logger. The C library's own way waits for as long as a logger that stands still leaves
-/// its queue full, and with it every thread that logs. Here such a logger costs half a second once; lines are then
-/// dropped until it reads again, and the first line after that says how many. Without a logger lines vanish, as ever.
-/// Any thread; never throws but for memory.
+/// Hands lines to the system logger. syslog(3) would block every logging thread for as long as the logger does not
+/// read. Here such a logger costs half a second once; lines are then dropped until it reads again, and the first line
+/// after that says how many. Without a logger lines vanish. Any thread; throws std::bad_alloc only.
 class SyslogSender
 {
 public:

@@ -21,7 +21,7 @@ void occupyStandardDescriptors()
     }
 }
 
-// The limit alone does not count where core files are piped to a program.
+// The limit alone does not help where core files are piped to a program.
 void keepMemoryPrivate()
 {
     const rlimit oNone = {0, 0};

@@ -14,7 +14,7 @@ inline constexpr std::array<int, 3> g_aiStopSignals = {SIGINT, SIGTERM, SIGQUIT}
 
 /// Notes that the signal came.
 void recordSignal(int a_iSignal) noexcept;
-/// Ends the wait of the loop that a LoopWakeUp names; without one nothing happens.
+/// Ends the wait of the loop that a LoopWakeUp names, if there is one.
 void wakeLoop() noexcept;
 
 /// The signals recorded since the last call, bit n for signal n. Main thread.

@@ -21,7 +21,7 @@ bool neverCopy(msgpack::type::object_type, std::size_t, void*)
 // message, rows, row, column
 constexpr unsigned g_uiMaxDepth = 4;
 
-/// Stops the parser (false) at the first thing that no message contains, and remembers what it was.
+/// Stops the parser (false) at the first thing that a message cannot contain, and remembers what it was.
 class ShapeVisitor : public msgpack::null_visitor
 {
 public:
@@ -36,18 +36,18 @@ public:
 
     bool start_array(std::uint32_t a_uiCount)
     {
-        // Every element takes a byte at least, so all arrays together can't promise more than there are bytes.
+        // Every element takes a byte at least, so all arrays together cannot promise more than there are bytes.
         if (a_uiCount > m_uiUnclaimed)
         {
             return refuse("more array elements promised than there are bytes");
         }
         m_uiUnclaimed -= a_uiCount;
-        m_uiElements += a_uiCount; // bounded by the payload's bytes, so it can't wrap
+        m_uiElements += a_uiCount; // bounded by the payload's bytes, so it cannot wrap
         if (m_uiElements > g_uiMaxElements)
         {
             return refuse("more array elements than a message may have");
         }
-        return ++m_uiDepth <= g_uiMaxDepth || refuse("arrays nested too deep");
+        return ++m_uiDepth <= g_uiMaxDepth || refuse("arrays nested too deeply");
     }
     bool end_array()
     {
@@ -55,7 +55,7 @@ public:
         return true;
     }
 
-    void parse_error(std::size_t, std::size_t) { refuse("a byte that MessagePack does not know"); }
+    void parse_error(std::size_t, std::size_t) { refuse("a byte unknown to MessagePack"); }
     void insufficient_bytes(std::size_t, std::size_t) { refuse("cut off"); }
 
     [[nodiscard]] const char* reason() const { return m_pReason; }
@@ -76,7 +76,7 @@ private:
     const char* m_pReason = nullptr;
 };
 
-/// Before anything is stored.
+/// Stores nothing.
 void checkShape(std::string_view a_strPayload)
 {
     ShapeVisitor oVisitor(a_strPayload.size());
@@ -90,7 +90,7 @@ void checkShape(std::string_view a_strPayload)
     if (uiOffset != a_strPayload.size())
     {
         throw DecodeError("malformed message: " + std::to_string(a_strPayload.size() - uiOffset) +
-                          " bytes behind its end");
+                          " bytes after its end");
     }
 }
 
@@ -113,7 +113,7 @@ Fields::Fields(const msgpack::object& a_oArray, const char* a_pName, std::uint32
 {
     if (a_oArray.type != msgpack::type::ARRAY)
     {
-        refuse(a_pName, "is no array");
+        refuse(a_pName, "is not an array");
     }
     m_pElements = a_oArray.via.array.ptr;
     m_uiCount = a_oArray.via.array.size;
@@ -125,24 +125,24 @@ Fields::Fields(const msgpack::object& a_oArray, const char* a_pName, std::uint32
 
 std::uint32_t Fields::number(const char* a_pName)
 {
-    return takeAs<std::uint32_t>(a_pName, "is no unsigned 32-bit number");
+    return takeAs<std::uint32_t>(a_pName, "is not an unsigned 32-bit number");
 }
 
 int Fields::integer(const char* a_pName)
 {
-    return takeAs<std::int32_t>(a_pName, "is no signed 32-bit number");
+    return takeAs<std::int32_t>(a_pName, "is not a signed 32-bit number");
 }
 
 std::string Fields::text(const char* a_pName)
 {
-    return takeAs<std::string>(a_pName, "is no text");
+    return takeAs<std::string>(a_pName, "is not a text");
 }
 
 void Fields::nothing(const char* a_pName)
 {
     if (take(a_pName).type != msgpack::type::NIL)
     {
-        refuse(a_pName, "has a content");
+        refuse(a_pName, "is not nil");
     }
 }
 

@@ -6,9 +6,9 @@ namespace wire
 namespace
 {
 
-// Beyond this an emptied buffer is given back, so that one large frame does not stay with a connection for good.
+// An emptied buffer larger than this is freed, so that one large frame does not cost memory for good.
 constexpr std::size_t g_uiKeptCapacity = 64UL * 1024UL;
-// Taken bytes are cut off only in pieces of this size, so that many small frames don't move the rest each time.
+// Taken bytes are cut off only in pieces of this size, so that many small frames do not move the rest each time.
 constexpr std::size_t g_uiCutSize = 16UL * 1024UL;
 
 std::uint32_t readPrefix(std::string_view a_strBytes)

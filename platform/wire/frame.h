@@ -37,7 +37,7 @@ public:
     {
         NeedMore, ///< no whole payload yet
         Payload,  ///< a_strPayload was filled
-        Broken    ///< a length of 0 or beyond the limit; the stream can't be read on
+        Broken    ///< a length of 0 or beyond the limit; the rest cannot be read
     };
 
     void feed(const char* a_pData, std::size_t a_uiSize);

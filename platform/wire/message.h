@@ -13,7 +13,7 @@
 /// What client and service say to each other: one MessagePack array per frame, its first element the kind.
 ///
 /// The client opens with Hello as its first request; every request is answered by one reply with the same sequence
-/// number, in order; notifications stand between replies at any place.
+/// number, in order; notifications may come between replies.
 namespace wire
 {
 

@@ -313,7 +313,7 @@ TEST(ServiceSocketTest, TakesThePathOnlyFromADeadService)
         EXPECT_EQ(mode(), std::filesystem::perms(0600));
         EXPECT_THAT(failure(strPath), HasSubstr("in use by process " + std::to_string(::getpid())));
         std::filesystem::rename(strPath, oFolder / "moved");
-        EXPECT_THAT(failure(strPath), HasSubstr("held by another start"));
+        EXPECT_THAT(failure(strPath), HasSubstr("held by another process"));
         std::ofstream(strPath) << "not ours";
     }
     EXPECT_THAT(failure(strPath), HasSubstr("exists and is not a socket")) << "a foreign file was removed";
