@@ -3,6 +3,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
+#include "cfgctl/text.h"
 #include "platform/base/escape.h"
 #include "platform/common/values.h"
 
@@ -106,16 +107,11 @@ void readValues(std::vector<Assignment>& a_oAssignments)
 
 void requireColumn(const std::string& a_strTable, const korrin::ValueList& a_oColumns, const std::string& a_strColumn)
 {
-    if (a_oColumns.hasValue(a_strColumn))
+    if (!a_oColumns.hasValue(a_strColumn))
     {
-        return;
+        const std::string strKnown = join(a_oColumns, ", ", [](const auto& a_oColumn) { return a_oColumn.first; });
+        throw Failure("Table " + a_strTable + " has no column " + a_strColumn + "; it has " + strKnown);
     }
-    std::string strKnown;
-    for (const auto& [strName, oValue] : a_oColumns)
-    {
-        strKnown += (strKnown.empty() ? "" : ", ") + strName;
-    }
-    throw Failure("Table " + a_strTable + " has no column " + a_strColumn + "; it has " + strKnown);
 }
 
 korrin::Value parseValue(const std::string& a_strTable,
@@ -170,11 +166,7 @@ std::string selectId(Database& a_oDatabase, const std::string& a_strTable, const
     const std::string strKey = strColumn + "=" + hideSecret(a_strTable, strColumn, a_oKey.front().m_strValue);
     require(!oRows.empty(),
             "Table " + a_strTable + " has no row with " + strKey + " ('cfgctl show " + a_strTable + "' lists them)");
-    std::string strIds;
-    for (const korrin::ValueList& oRow : oRows)
-    {
-        strIds += (strIds.empty() ? "" : ", ") + textOf(oRow, "Id");
-    }
+    const std::string strIds = join(oRows, ", ", [](const auto& a_oRow) { return textOf(a_oRow, "Id"); });
     throw Failure(std::to_string(oRows.size()) + " rows of table " + a_strTable + " have " + strKey +
                   "; name one by its Id: " + strIds);
 }

@@ -72,20 +72,12 @@ std::vector<std::string_view> splitUrl(std::string_view a_strUrl)
 
 std::string hideSecret(const std::string& a_strTable, const std::string& a_strColumn, const std::string& a_strValue)
 {
-    if (a_strValue.empty())
+    const ESecret eSecret = dbm::secrecyOf(a_strTable, a_strColumn);
+    if (a_strValue.empty() || eSecret == ESecret::eNone)
     {
         return a_strValue;
     }
-    switch (dbm::secrecyOf(a_strTable, a_strColumn))
-    {
-    case ESecret::eNone:
-        return a_strValue;
-    case ESecret::eWhole:
-        break;
-    case ESecret::eUrl:
-        return hideTemplate(a_strValue, {});
-    }
-    return std::string(g_strHidden);
+    return eSecret == ESecret::eUrl ? hideTemplate(a_strValue, {}) : std::string(g_strHidden);
 }
 
 std::string hideTemplate(const std::string& a_strTemplate, const std::vector<std::string>& a_oPublic)

@@ -1,7 +1,7 @@
 #include "cfgctl/strictjson.h"
 
 #include "cfgctl/errors.h"
-#include "cfgctl/utf8.h"
+#include "cfgctl/text.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

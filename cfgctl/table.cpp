@@ -1,6 +1,6 @@
 #include "cfgctl/table.h"
 
-#include "cfgctl/utf8.h"
+#include "cfgctl/text.h"
 #include "platform/base/escape.h"
 
 #include <algorithm>

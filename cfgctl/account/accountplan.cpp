@@ -177,29 +177,29 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     return oPlan;
 }
 
+Provider makeProvider(const std::string& a_strName, const std::string& a_strUrl, SignIn a_eSignIn)
+{
+    Provider oProvider;
+    oProvider.m_strName = a_strName;
+    oProvider.m_bSure = true;
+    oProvider.m_strUrl = a_strUrl;
+    oProvider.m_eSignIn = a_eSignIn;
+    return oProvider;
+}
+
 } // namespace
 
 Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser)
 {
     refuse("The URL cannot be used:", findUrlFault(a_strTemplate, getPlaceholders()));
-    Provider oProvider;
-    oProvider.m_strName = urlHost(a_strTemplate);
-    oProvider.m_bSure = true;
-    oProvider.m_strUrl = a_strTemplate;
-    oProvider.m_eSignIn =
-        a_bUser && !hasPlaceholder(a_strTemplate, quorvad::Placeholder_Username) ? SignIn::Basic : SignIn::Url;
-    return oProvider;
+    const bool bBasic = a_bUser && !hasPlaceholder(a_strTemplate, quorvad::Placeholder_Username);
+    return makeProvider(urlHost(a_strTemplate), a_strTemplate, bBasic ? SignIn::Basic : SignIn::Url);
 }
 
 Provider makeGnudipProvider(const std::string& a_strServer)
 {
     refuse("The GnuDIP server '" + a_strServer + "'", findServerFault(a_strServer));
-    Provider oProvider;
-    oProvider.m_strName = a_strServer;
-    oProvider.m_bSure = true;
-    oProvider.m_strUrl = a_strServer;
-    oProvider.m_eSignIn = SignIn::Gnudip;
-    return oProvider;
+    return makeProvider(a_strServer, a_strServer, SignIn::Gnudip);
 }
 
 AccountPlan planAccount(const Provider& a_oProvider, const AccountSpec& a_oSpec)

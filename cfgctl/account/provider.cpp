@@ -5,7 +5,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/strictjson.h"
-#include "cfgctl/utf8.h"
+#include "cfgctl/text.h"
 #include "config/schema.h"
 #include "platform/common/values.h"
 

@@ -1,9 +1,11 @@
 #include "cfgctl/account/urltemplate.h"
 
 #include "actions/updateurl.h"
+#include "cfgctl/text.h"
+#include "platform/base/escape.h"
 #include "vadro/string/replace.h"
 
-#include <algorithm>
+#include <cctype>
 
 namespace cfgctl
 {
@@ -34,23 +36,12 @@ std::size_t afterScheme(std::string_view a_strUrl)
 
 std::string describeCharacter(char a_cCharacter)
 {
-    constexpr std::string_view strDigits = "0123456789abcdef";
-    const auto uiByte = static_cast<unsigned char>(a_cCharacter);
-    if (uiByte > 0x20 && uiByte < 0x7f)
+    if (std::isgraph(static_cast<unsigned char>(a_cCharacter)) != 0)
     {
         return std::string("the character '") + a_cCharacter + "'";
     }
-    return uiByte == 0x20 ? "a blank" : std::string("the byte 0x") + strDigits[uiByte >> 4U] + strDigits[uiByte & 15U];
-}
-
-std::string join(const std::vector<std::string>& a_oTexts)
-{
-    std::string strResult;
-    for (const std::string& strText : a_oTexts)
-    {
-        strResult += (strResult.empty() ? "" : " ") + strText;
-    }
-    return strResult;
+    // escape() writes \xNN
+    return a_cCharacter == ' ' ? "a blank" : "the byte 0x" + platform::escape({&a_cCharacter, 1}).substr(2);
 }
 
 std::string findCharacterFault(std::string_view a_strUrl)
@@ -83,8 +74,8 @@ std::string findUnknownPlaceholder(const std::string& a_strUrl)
     const std::size_t uiEnd = a_strUrl.find('>', uiStart == std::string::npos ? 0 : uiStart);
     const bool bFound = uiStart != std::string::npos && uiEnd != std::string::npos;
     const std::string strName = bFound ? a_strUrl.substr(uiStart + 1, uiEnd - uiStart - 1) : std::string();
-    const bool bName = !strName.empty() && strName.size() < 32 &&
-                       std::all_of(strName.begin(), strName.end(), [](char a_c) { return isIn(a_c, s_strUnreserved); });
+    const bool bName =
+        !strName.empty() && strName.size() < 32 && strName.find_first_not_of(s_strUnreserved) == std::string::npos;
     return bName ? "<" + strName + ">" : std::string();
 }
 
@@ -114,14 +105,11 @@ std::string findUrlFault(const std::string& a_strTemplate, const std::vector<std
     const std::string strUnknown = findUnknownPlaceholder(strUrl);
     if (!strUnknown.empty())
     {
-        return "unknown placeholder " + strUnknown +
-               (a_oAllowed.empty() ? std::string() : "; known ones: " + join(a_oAllowed));
+        const std::string strAllowed = join(a_oAllowed, " ", [](const std::string& a_strText) { return a_strText; });
+        return "unknown placeholder " + strUnknown + (strAllowed.empty() ? "" : "; known ones: " + strAllowed);
     }
     const std::string strHost = urlHost(a_strTemplate);
-    const bool bHost =
-        !strHost.empty() && std::all_of(strHost.begin(),
-                                        strHost.end(),
-                                        [](char a_cCharacter) { return isIn(a_cCharacter, s_strUnreserved); });
+    const bool bHost = !strHost.empty() && strHost.find_first_not_of(s_strUnreserved) == std::string::npos;
     return bHost ? findCharacterFault(strUrl) : "it names no server after '://'";
 }
 

@@ -9,6 +9,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
+#include "cfgctl/text.h"
 
 #include <algorithm>
 #include <thread>
@@ -146,11 +147,7 @@ std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions)
 std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
 {
     const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
-    std::string strNames;
-    for (const korrin::ValueList& oRow : oRows)
-    {
-        strNames += (strNames.empty() ? "" : ", ") + nameAccount(oRow);
-    }
+    const std::string strNames = join(oRows, ", ", nameAccount);
     require(a_oOptions.m_oAccount.m_bYes || confirm("Remove " + strNames + "?", "--yes"), "Nothing was removed");
     if (std::any_of(oRows.begin(), oRows.end(), [](const auto& a_oRow) { return isSet(a_oRow, dbm::Enable); }))
     {

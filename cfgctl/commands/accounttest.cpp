@@ -75,13 +75,6 @@ std::string describeInterface(const std::string& a_strName, const korrin::ValueL
     return a_strName + (isSet(a_oWatch, dbm::IsUp) ? ", up" : ", down");
 }
 
-std::string describeNameservers(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
-{
-    const std::string strServers =
-        vadro::string::replaceAllOccurrences(nameserversOf(a_oAccount, a_oSources), ",", ", ");
-    return orNone(strServers);
-}
-
 /// The server of the next update: the URL as the daemon would fill it in, or the name of the GnuDIP server.
 std::string describeServer(const korrin::ValueList& a_oAccount,
                            const StatusSources& a_oSources,
@@ -119,6 +112,8 @@ std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
     const korrin::ValueList& oWatch = findLast(a_oSources.m_oInterfaces, dbm::Name, strInterface);
     const korrin::ValueList& oIPv6 = findLast(a_oSources.m_oIPv6, dbm::Name, strInterface);
     const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
+    const std::string strServers =
+        vadro::string::replaceAllOccurrences(nameserversOf(a_oAccount, a_oSources), ",", ", ");
     return {{"Hostname", "Hostname", textOf(a_oAccount, dbm::DynDns_Hostname)},
             {"Provider", "Provider", a_pProvider == nullptr ? "not in the list of providers" : a_pProvider->m_strName},
             {"Server",
@@ -130,7 +125,7 @@ std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
             {"Interface", "Interface", describeInterface(strInterface, oWatch)},
             {"IPv4", "IPv4", orNone(textOf(oWatch, dbm::Addr))},
             {"IPv6", "IPv6", orNone(textOf(oIPv6, dbm::Addr))},
-            {"DnsServers", "DNS servers", describeNameservers(a_oAccount, a_oSources)},
+            {"DnsServers", "DNS servers", orNone(strServers)},
             {"Last", "Last", describeLast(oStatus, iNow)},
             {"Next", "Next", describeNext(a_oAccount, a_oSources, iNow)}};
 }

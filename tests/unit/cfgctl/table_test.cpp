@@ -1,6 +1,6 @@
 #include "cfgctl/outcomerows.h"
 #include "cfgctl/table.h"
-#include "cfgctl/utf8.h"
+#include "cfgctl/text.h"
 #include "tests/unit/config/memoryclient.h"
 
 #include <gmock/gmock.h>

@@ -14,4 +14,16 @@ namespace cfgctl
 /// The text, cut to a_uiWidth columns with "…" at the end if it is wider. Pure.
 [[nodiscard]] std::string cutToWidth(std::string_view a_strText, std::size_t a_uiWidth);
 
+/// The texts that a_oText gives for the elements of a list, with a separator between them.
+template<typename List, typename Text>
+[[nodiscard]] std::string join(const List& a_oList, const char* a_pSeparator, const Text& a_oText)
+{
+    std::string strResult;
+    for (const auto& oElement : a_oList)
+    {
+        strResult += (strResult.empty() ? "" : a_pSeparator) + std::string(a_oText(oElement));
+    }
+    return strResult;
+}
+
 } // namespace cfgctl

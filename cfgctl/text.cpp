@@ -1,4 +1,4 @@
-#include "cfgctl/utf8.h"
+#include "cfgctl/text.h"
 
 #include "platform/base/escape.h"
 
