@@ -60,7 +60,7 @@ void Server::runOnce()
 
 int Server::getTimeout() const
 {
-    Clock::time_point oDeadline = m_oService.getDeadline().value_or(Clock::time_point::max());
+    Clock::time_point oDeadline = m_oService.getDeadline();
     for (const auto& [iFd, pSession] : m_oSessions)
     {
         if (pSession->hasWork())

@@ -251,7 +251,7 @@ void Service::forget(const Client& a_oClient)
 
 void Service::expire(Clock::time_point a_oNow)
 {
-    if (m_pHolder == nullptr || a_oNow < *getDeadline())
+    if (a_oNow < getDeadline())
     {
         return;
     }
@@ -273,11 +273,10 @@ void Service::expire(Clock::time_point a_oNow)
     releaseAccess();
 }
 
-std::optional<Clock::time_point> Service::getDeadline() const
+Clock::time_point Service::getDeadline() const
 {
-    return m_pHolder != nullptr
-               ? std::make_optional(std::min(m_oLastUse + m_oLimits.m_oIdle, m_oTaken + m_oLimits.m_oTotal))
-               : std::nullopt;
+    return m_pHolder != nullptr ? std::min(m_oLastUse + m_oLimits.m_oIdle, m_oTaken + m_oLimits.m_oTotal)
+                                : Clock::time_point::max();
 }
 
 } // namespace cfgserver

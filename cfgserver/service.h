@@ -54,8 +54,8 @@ public:
 
     /// Revokes write access that has been idle or held for too long.
     void expire(Clock::time_point a_oNow);
-    /// When expire() has something to do next.
-    [[nodiscard]] std::optional<Clock::time_point> getDeadline() const;
+    /// When expire() has something to do next; the far future if never.
+    [[nodiscard]] Clock::time_point getDeadline() const;
 
 private:
     void carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow, Answer& a_oAnswer);

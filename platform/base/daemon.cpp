@@ -6,6 +6,7 @@
 #include "platform/common/log.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <system_error>
@@ -27,45 +28,33 @@ constexpr int s_iLockLimitMs = 2000; // far more than two starts need, short eno
 pid_t s_iFirstParent = 0;
 pid_t s_iSecondParent = 0;
 
-// The result of the start goes to the first parent as one errno value.
-void report(int a_iFd, int a_iError)
+/// Waits for the process between this one and the detached one; the errno value with which it ended, 0 for success.
+int awaitStart(pid_t a_iChild)
 {
-    static_cast<void>(platform::writeAll(a_iFd, {reinterpret_cast<const char*>(&a_iError), sizeof a_iError}));
-}
-
-int awaitReport(int a_iFd)
-{
-    int iError = 0;
-    const ssize_t iRead = platform::readOnce(a_iFd, reinterpret_cast<char*>(&iError), sizeof iError);
-    return iRead == static_cast<ssize_t>(sizeof iError) ? iError : ECHILD; // ended without a report
-}
-
-void reap(pid_t a_iChild)
-{
-    while (waitpid(a_iChild, nullptr, 0) < 0 && errno == EINTR)
+    int iStatus = 0;
+    while (waitpid(a_iChild, &iStatus, 0) < 0)
     {
+        if (errno != EINTR)
+        {
+            return errno;
+        }
     }
+    return WIFEXITED(iStatus) ? WEXITSTATUS(iStatus) : ECHILD;
 }
 
-// Opens the new session and returns in a process that does not lead it and so can never acquire a terminal.
-void forkSessionMember(int a_iReportFd)
+/// Opens the new session and returns in a process that does not lead it and so can never acquire a terminal.
+void forkSessionMember()
 {
     s_iSecondParent = getpid();
     if (setsid() < 0 || chdir("/") != 0)
     {
-        report(a_iReportFd, errno);
-        _exit(1);
+        _exit(errno);
     }
     const pid_t iChild = fork();
-    if (iChild < 0)
-    {
-        report(a_iReportFd, errno);
-    }
     if (iChild != 0)
     {
-        _exit(iChild < 0 ? 1 : 0);
+        _exit(iChild < 0 ? errno : 0);
     }
-    report(a_iReportFd, 0);
 }
 
 void redirectStandardDescriptors(UniqueFd& a_oNull)
@@ -87,14 +76,12 @@ void redirectStandardDescriptors(UniqueFd& a_oNull)
 int detachProcess()
 {
     UniqueFd oNull(::open("/dev/null", O_RDWR)); // first: while nothing has happened yet
-    int aiPipe[2] = {-1, -1};
-    if (!oNull.isOpen() || pipe2(aiPipe, O_CLOEXEC) != 0)
+    if (!oNull.isOpen())
     {
         return errno;
     }
-    UniqueFd oReportEnd(aiPipe[1]);
-    UniqueFd oAwaitEnd(aiPipe[0]);
-    std::fflush(nullptr); // or the detached process writes the parent's text a second time
+    std::fflush(nullptr);          // or the detached process writes the parent's text a second time
+    std::signal(SIGCHLD, SIG_DFL); // where a parent left it ignored, the system would drop how a child ended
     s_iFirstParent = getpid();
     const pid_t iChild = fork();
     if (iChild < 0)
@@ -103,18 +90,14 @@ int detachProcess()
     }
     if (iChild > 0)
     {
-        oReportEnd.reset();
-        const int iError = awaitReport(oAwaitEnd.get());
+        const int iError = awaitStart(iChild);
         if (iError == 0)
         {
             _exit(0);
         }
-        reap(iChild);
         return iError;
     }
-    forkSessionMember(oReportEnd.get());
-    oReportEnd.reset(); // before the standard descriptors are set: a pipe end may have one of their numbers
-    oAwaitEnd.reset();
+    forkSessionMember();
     redirectStandardDescriptors(oNull);
     return 0;
 }

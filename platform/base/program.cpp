@@ -161,29 +161,24 @@ int workDetached(const Program& a_oProgram, const Work& a_oWork, StartReport& a_
 }
 
 /// Forks before the work, whose locks would not survive a fork.
-void startDetached(const Program& a_oProgram, const Work& a_oWork)
-{
-    StartReport oReport;
-    const pid_t iChild = ::fork();
-    if (iChild < 0)
-    {
-        throw std::system_error(errno, std::generic_category(), "cannot detach");
-    }
-    if (iChild == 0)
-    {
-        ::_exit(workDetached(a_oProgram, a_oWork, oReport));
-    }
-    while (::waitpid(iChild, nullptr, 0) < 0 && errno == EINTR) // it ends once it has detached or failed to
-    {
-    }
-    oReport.await();
-}
-
 int runInBackground(const Program& a_oProgram, const Work& a_oWork)
 {
     try
     {
-        startDetached(a_oProgram, a_oWork);
+        StartReport oReport;
+        const pid_t iChild = ::fork();
+        if (iChild < 0)
+        {
+            throw std::system_error(errno, std::generic_category(), "cannot detach");
+        }
+        if (iChild == 0)
+        {
+            ::_exit(workDetached(a_oProgram, a_oWork, oReport));
+        }
+        while (::waitpid(iChild, nullptr, 0) < 0 && errno == EINTR) // it ends once it has detached or failed to
+        {
+        }
+        oReport.await();
         return EXIT_SUCCESS;
     }
     catch (const std::exception& oError)

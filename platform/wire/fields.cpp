@@ -140,10 +140,7 @@ std::string Fields::text(const char* a_pName)
 
 void Fields::nothing(const char* a_pName)
 {
-    if (take(a_pName).type != msgpack::type::NIL)
-    {
-        refuse(a_pName, "is not nil");
-    }
+    takeAs<msgpack::type::nil_t>(a_pName, "is not nil");
 }
 
 Fields Fields::array(const char* a_pName, std::uint32_t a_uiLeast, std::uint32_t a_uiMost)

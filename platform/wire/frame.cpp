@@ -1,5 +1,7 @@
 #include "platform/wire/frame.h"
 
+#include <arpa/inet.h>
+
 namespace wire
 {
 
@@ -14,11 +16,8 @@ constexpr std::size_t g_uiCutSize = 16UL * 1024UL;
 std::uint32_t readPrefix(std::string_view a_strBytes)
 {
     std::uint32_t uiLength = 0;
-    for (std::size_t i = 0; i < g_uiPrefixSize; ++i)
-    {
-        uiLength = (uiLength << 8U) | static_cast<unsigned char>(a_strBytes[i]);
-    }
-    return uiLength;
+    a_strBytes.copy(reinterpret_cast<char*>(&uiLength), g_uiPrefixSize);
+    return ntohl(uiLength);
 }
 
 } // namespace
@@ -32,10 +31,8 @@ std::string encodeFrame(std::string_view a_strPayload)
     }
     std::string strFrame;
     strFrame.reserve(g_uiPrefixSize + a_strPayload.size());
-    for (unsigned uiShift = 8 * g_uiPrefixSize; uiShift > 0; uiShift -= 8)
-    {
-        strFrame.push_back(static_cast<char>((a_strPayload.size() >> (uiShift - 8)) & 0xFFU));
-    }
+    const std::uint32_t uiLength = htonl(static_cast<std::uint32_t>(a_strPayload.size()));
+    strFrame.append(reinterpret_cast<const char*>(&uiLength), g_uiPrefixSize);
     strFrame.append(a_strPayload);
     return strFrame;
 }
