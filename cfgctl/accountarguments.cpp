@@ -136,7 +136,7 @@ void addWhere(CLI::App& a_oAdd, AccountOptions& a_oAccount)
 
 void addSpec(CLI::App& a_oAdd, AccountOptions& a_oAccount)
 {
-    AccountSpec& oSpec = a_oAccount.m_oWish;
+    AccountSpec& oSpec = a_oAccount.m_oSpec;
     addOption(a_oAdd, "--host", oSpec.m_strHost, "the name to update", "HOST")->required();
     addOption(a_oAdd, "-i,--interface", oSpec.m_strInterface, "the interface to follow", "NAME")->required();
     addOption(a_oAdd, "--user", oSpec.m_strUser, "the user name, if the provider wants one", "USER");

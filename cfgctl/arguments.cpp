@@ -240,7 +240,7 @@ private:
         {
             throw UsageError("Only one value can come from standard input");
         }
-        m_oOptions.m_oPatience = std::chrono::seconds(m_uiWaitSec);
+        m_oOptions.m_oAccessTimeout = std::chrono::seconds(m_uiWaitSec);
     }
 
     CLI::App m_oApp;

@@ -18,7 +18,7 @@ struct AccountOptions
     std::string m_strProvider; ///< key of a provider; or one of the next two
     std::string m_strUrl;
     std::string m_strServer;
-    AccountSpec m_oWish;
+    AccountSpec m_oSpec;
     std::string m_strPasswordFile; ///< "-" standard input, empty: ask on the terminal
     std::string m_strProviders;    ///< an additional file of providers
     std::vector<int> m_oIds;
@@ -33,8 +33,8 @@ struct Options
     std::string m_strSocket = g_pDefaultSocket;
     bool m_bJson = false;
     bool m_bShowSecrets = false;
-    Layout m_oLayout;                            ///< of standard output
-    std::chrono::milliseconds m_oPatience{5000}; ///< for write access
+    Layout m_oLayout;                                 ///< of standard output
+    std::chrono::milliseconds m_oAccessTimeout{5000}; ///< for write access
 
     std::string m_strTable;
     std::vector<std::string> m_oTables;

@@ -67,7 +67,7 @@ Assignment parseAssignment(std::string_view a_strText)
     oResult.m_strValue = a_strText.substr(uiEquals + 1);
     if (oResult.m_bFromFile && oResult.m_strValue.empty())
     {
-        throw UsageError("A file's name is missing behind '" + oResult.m_strColumn + "@='");
+        throw UsageError("A file name is missing after '" + oResult.m_strColumn + "@='");
     }
     return oResult;
 }

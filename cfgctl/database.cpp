@@ -24,7 +24,7 @@ namespace
 constexpr unsigned s_uiConnectTimeoutSec = 1;
 constexpr unsigned s_uiRetryDelayMs = 200;
 constexpr std::chrono::seconds s_oAnswerTimeout{3};
-constexpr std::chrono::milliseconds s_oAskAgain{100}; // for write access
+constexpr std::chrono::milliseconds s_oAccessRetryDelay{100}; // for write access
 
 /// Tries to connect: 0, an errno value, or -1 if the listener is not a trusted user.
 int probe(const std::string& a_strSocket)
@@ -75,7 +75,7 @@ std::string nextStep(const std::string& a_strSocket)
     case EACCES:
         return nameUsers(a_strSocket);
     case EAGAIN:
-        return "It has more to do than it can answer: try again later; its log may tell why";
+        return "It has more requests than it can answer: try again later; its log may tell why";
     default:
         return "Is it running? Start it with '" + describeStart(a_strSocket) +
                "', or say with --socket PATH where it listens";
@@ -120,8 +120,8 @@ Session::Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler* a_p
 {
     m_oNotifications.registerConfigHandler(a_pHandler);
     // The library waits longer for a service that accepts and does not answer.
-    platform::Timer oPatience(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
-    oPatience.start(s_oAnswerTimeout);
+    platform::Timer oTimeout(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
+    oTimeout.start(s_oAnswerTimeout);
     try
     {
         m_oNotifications.initialize();
@@ -188,13 +188,13 @@ Rows Database::getRows(const std::string& a_strTable)
     return oRows;
 }
 
-void Database::beginWrite(Milliseconds a_oPatience)
+void Database::beginWrite(Milliseconds a_oTimeout)
 {
-    const platform::Deadline oDeadline(a_oPatience);
+    const platform::Deadline oDeadline(a_oTimeout);
     korrin::protocol::EResultCode oResult = m_oClient.getdbaccess();
     while (is(oResult, wire::Result::AccessTaken) && !oDeadline.hasPassed())
     {
-        std::this_thread::sleep_for(s_oAskAgain);
+        std::this_thread::sleep_for(s_oAccessRetryDelay);
         oResult = m_oClient.getdbaccess();
     }
     check(oResult, "Cannot get write access");
@@ -227,9 +227,9 @@ void Database::commit()
 }
 
 korrin::Value
-Database::addRow(const std::string& a_strTable, const korrin::ValueList& a_oValues, Milliseconds a_oPatience)
+Database::addRow(const std::string& a_strTable, const korrin::ValueList& a_oValues, Milliseconds a_oTimeout)
 {
-    beginWrite(a_oPatience);
+    beginWrite(a_oTimeout);
     insertRow(a_strTable, a_oValues);
     korrin::NameList oNames;
     oNames.add("Id");

@@ -52,8 +52,8 @@ public:
     [[nodiscard]] unsigned int countRows(const std::string& a_strTable);
     [[nodiscard]] Rows getRows(const std::string& a_strTable);
 
-    /// Waits up to a_oPatience while another client has write access.
-    void beginWrite(Milliseconds a_oPatience);
+    /// Waits up to a_oTimeout while another client has write access.
+    void beginWrite(Milliseconds a_oTimeout);
     void insertRow(const std::string& a_strTable, const korrin::ValueList& a_oValues);
     void updateRow(const std::string& a_strTable, const std::string& a_strId, const korrin::ValueList& a_oValues);
     void deleteRow(const std::string& a_strTable, const std::string& a_strId);
@@ -61,7 +61,7 @@ public:
     void commit();
 
     /// A whole transaction that adds one row. Returns the row's Id.
-    korrin::Value addRow(const std::string& a_strTable, const korrin::ValueList& a_oValues, Milliseconds a_oPatience);
+    korrin::Value addRow(const std::string& a_strTable, const korrin::ValueList& a_oValues, Milliseconds a_oTimeout);
 
 private:
     void check(korrin::protocol::EResultCode a_oResult, const std::string& a_strWhat);

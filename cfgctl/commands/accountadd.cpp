@@ -20,7 +20,7 @@ Provider chooseProvider(const AccountOptions& a_oOptions)
 {
     if (!a_oOptions.m_strUrl.empty())
     {
-        return makeOwnProvider(a_oOptions.m_strUrl, !a_oOptions.m_oWish.m_strUser.empty());
+        return makeOwnProvider(a_oOptions.m_strUrl, !a_oOptions.m_oSpec.m_strUser.empty());
     }
     if (!a_oOptions.m_strServer.empty())
     {
@@ -78,25 +78,30 @@ std::string showRow(const korrin::ValueList& a_oRow, bool a_bShowSecrets)
     return renderTable(oTable, {}) + "Nothing was written.\n";
 }
 
+void addPassword(AccountPlan& a_oPlan, const Provider& a_oProvider, const AccountOptions& a_oOptions)
+{
+    const std::string strQuestion =
+        a_oOptions.m_oSpec.m_strHost + " at " + a_oProvider.m_strName + ", " + a_oPlan.m_strPasswordHint + ": ";
+    const std::string strPassword = readPassword(a_oOptions.m_strPasswordFile, strQuestion);
+    a_oPlan.m_oRow.add(dbm::DynDns_Password, platform::text(preparePassword(a_oPlan, strPassword)));
+}
+
 } // namespace
 
 std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
 {
     const AccountOptions& oAccount = a_oOptions.m_oAccount;
     const Provider oProvider = chooseProvider(oAccount);
-    AccountPlan oPlan = planAccount(oProvider, oAccount.m_oWish);
+    AccountPlan oPlan = planAccount(oProvider, oAccount.m_oSpec);
     const bool bDryWithout = oAccount.m_bDryRun && oAccount.m_strPasswordFile.empty();
     if (!oPlan.m_strPasswordHint.empty() && !bDryWithout)
     {
-        const std::string strPassword = readPassword(oAccount.m_strPasswordFile,
-                                                     oAccount.m_oWish.m_strHost + " at " + oProvider.m_strName + ", " +
-                                                         oPlan.m_strPasswordHint + ": ");
-        oPlan.m_oRow.add(dbm::DynDns_Password, platform::text(preparePassword(oPlan, strPassword)));
+        addPassword(oPlan, oProvider, oAccount);
     }
     const StatusSources oSources = readSources(a_oDatabase);
     const korrin::Value oId = oAccount.m_bDryRun
                                   ? korrin::Value(korrin::eValueNull, 0)
-                                  : a_oDatabase.addRow(dbm::Table_DynDns, oPlan.m_oRow, a_oOptions.m_oPatience);
+                                  : a_oDatabase.addRow(dbm::Table_DynDns, oPlan.m_oRow, a_oOptions.m_oAccessTimeout);
     korrin::ValueList oRow = oPlan.m_oRow;
     oRow.add(dbm::Id, oId);
     if (bDryWithout)
@@ -113,7 +118,7 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     }
     std::string strText = oAccount.m_bDryRun ? showRow(oPlan.m_oRow, a_oOptions.m_bShowSecrets)
                                              : "Added " + nameAccount(oRow) + " at " + oProvider.m_strName +
-                                                   ", through " + oAccount.m_oWish.m_strInterface + ".\n";
+                                                   ", through " + oAccount.m_oSpec.m_strInterface + ".\n";
     for (const std::string& strNote : oPlan.m_oNotes)
     {
         strText += strNote + "\n";

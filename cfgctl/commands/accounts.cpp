@@ -42,7 +42,7 @@ std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_
 {
     const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
     const korrin::ValueList oChange = platform::row({{dbm::Enable, platform::integer(a_bEnable ? 1 : 0)}});
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     std::string strText;
     for (const korrin::ValueList& oRow : oRows)
     {
@@ -154,7 +154,7 @@ std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
         static_cast<void>(setEnabled(a_oDatabase, a_oOptions, false));
         std::this_thread::sleep_for(a_oOptions.m_oAccount.m_oSettle);
     }
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     for (const korrin::ValueList& oRow : oRows)
     {
         const std::string strId = textOf(oRow, dbm::Id);
@@ -178,7 +178,7 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     const std::string strTyped =
         readPassword(oAccount.m_strPasswordFile, "New password of " + nameAccount(oRow) + ": ");
     const korrin::Value oPassword = platform::text(preparePassword(oPlan, strTyped));
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), platform::row({{dbm::DynDns_Password, oPassword}}));
     a_oDatabase.commit();
     std::string strText = "The password of " + nameAccount(oRow) + " was changed.\n";

@@ -7,7 +7,6 @@
 #include "cfgctl/outcomerows.h"
 
 #include <ctime>
-#include <iterator>
 
 namespace cfgctl
 {

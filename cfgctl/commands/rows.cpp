@@ -79,7 +79,7 @@ std::string runTables(Database& a_oDatabase, const Options& a_oOptions)
 std::string runAdd(Database& a_oDatabase, const Options& a_oOptions)
 {
     const korrin::ValueList oRow = makeRow(a_oDatabase, a_oOptions.m_strTable, a_oOptions.m_oValues);
-    const korrin::Value oId = a_oDatabase.addRow(a_oOptions.m_strTable, oRow, a_oOptions.m_oPatience);
+    const korrin::Value oId = a_oDatabase.addRow(a_oOptions.m_strTable, oRow, a_oOptions.m_oAccessTimeout);
     return a_oOptions.m_bJson ? rowToJson(platform::row({{"Id", oId}})) : oId.getText() + "\n";
 }
 
@@ -87,7 +87,7 @@ std::string runSet(Database& a_oDatabase, const Options& a_oOptions)
 {
     const std::string& strTable = a_oOptions.m_strTable;
     const korrin::ValueList oRow = makeRow(a_oDatabase, strTable, a_oOptions.m_oValues);
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     a_oDatabase.updateRow(strTable, selectId(a_oDatabase, strTable, a_oOptions.m_oKey), oRow);
     a_oDatabase.commit();
     return {};
@@ -96,7 +96,7 @@ std::string runSet(Database& a_oDatabase, const Options& a_oOptions)
 std::string runDelete(Database& a_oDatabase, const Options& a_oOptions)
 {
     const std::string& strTable = a_oOptions.m_strTable;
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience);
+    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     a_oDatabase.deleteRow(strTable, selectId(a_oDatabase, strTable, a_oOptions.m_oKey));
     a_oDatabase.commit();
     return {};

@@ -14,8 +14,6 @@ namespace cfgctl
 namespace
 {
 
-namespace dbm = quorvad::dbm;
-
 /// A table of states that other programs write. Restored later or on another machine it would mislead the daemon, so it
 /// is exported only on request.
 bool tellsState(const std::string& a_strTable)
@@ -125,7 +123,7 @@ std::string runImport(Database& a_oDatabase, const Options& a_oOptions)
 {
     const Schema oSchema = a_oDatabase.getSchema();
     const std::vector<ImportedTable> oTables = readImport(a_oOptions.m_strFile, oSchema);
-    a_oDatabase.beginWrite(a_oOptions.m_oPatience); // from here on, nobody else can change what is read
+    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout); // from here on, nobody else can change what is read
     Rows oSummary;
     for (const ImportedTable& oTable : oTables)
     {

@@ -62,7 +62,7 @@ TEST(Arguments, GlobalOptionsMayStandAnywhere)
         EXPECT_TRUE(oRequest.m_oOptions.m_bJson);
         EXPECT_EQ(oRequest.m_oOptions.m_strSocket, "/s");
         EXPECT_EQ(oRequest.m_oOptions.m_strTable, "T");
-        EXPECT_EQ(oRequest.m_oOptions.m_oPatience.count(), 0);
+        EXPECT_EQ(oRequest.m_oOptions.m_oAccessTimeout.count(), 0);
         ASSERT_EQ(oRequest.m_oOptions.m_oKey.size(), 1U);
         EXPECT_EQ(oRequest.m_oOptions.m_oKey.front().m_strColumn, "A");
     }
@@ -79,8 +79,8 @@ TEST(Arguments, KeyAndValuesAreSeparated)
         parse({"account", "add", "-p", "a", "--host", "h", "-i", "i", "--expect", "", "--disabled"});
     EXPECT_EQ(std::get<cfgctl::Command*>(oAdd.m_oCommand), cfgctl::runAccountAdd);
     const cfgctl::AccountOptions& oAccount = oAdd.m_oOptions.m_oAccount;
-    EXPECT_EQ(oAccount.m_oWish.m_strExpect, std::string());
-    EXPECT_FALSE(oAccount.m_oWish.m_bEnable || oAccount.m_oWish.m_iRetry);
+    EXPECT_EQ(oAccount.m_oSpec.m_strExpect, std::string());
+    EXPECT_FALSE(oAccount.m_oSpec.m_bEnable || oAccount.m_oSpec.m_iRetry);
 }
 
 TEST(Arguments, UsageErrorsPointToTheHelp)

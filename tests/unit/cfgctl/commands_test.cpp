@@ -40,7 +40,7 @@ protected:
         oOptions.m_strTable = a_strTable;
         oOptions.m_oKey = cfgctl::parseAssignments(a_oKey);
         oOptions.m_oValues = cfgctl::parseAssignments(a_oValues);
-        oOptions.m_oPatience = std::chrono::milliseconds(0);
+        oOptions.m_oAccessTimeout = std::chrono::milliseconds(0);
         return oOptions;
     }
     std::string add(const std::string& a_strTable, const std::vector<std::string>& a_oValues)
@@ -82,7 +82,7 @@ TEST_F(Commands, WaitForWriteAccessAndNameItsHolder)
     EXPECT_THAT(refused(cfgctl::runAdd, on("DynDns", {}, {"Retry=1"})),
                 testing::AllOf(HasSubstr("cfgctl"), HasSubstr("--wait")));
     Options oPatient = on("DynDns", {}, {"Retry=1"});
-    oPatient.m_oPatience = std::chrono::seconds(20);
+    oPatient.m_oAccessTimeout = std::chrono::seconds(20);
     auto oAdded = std::async(std::launch::async, [&] { return run(cfgctl::runAdd, oPatient); });
     EXPECT_EQ(oAdded.wait_for(std::chrono::milliseconds(150)), std::future_status::timeout);
     pHolder.reset();
@@ -153,10 +153,10 @@ TEST_F(Commands, ImportIsAtomic)
 TEST_F(Commands, AccountIsAddedListedAndChanged)
 {
     Options oAdd = on("");
-    oAdd.m_oAccount.m_oWish.m_strInterface = "nix0";
-    oAdd.m_oAccount.m_oWish.m_strHost = "home.example.org";
+    oAdd.m_oAccount.m_oSpec.m_strInterface = "nix0";
+    oAdd.m_oAccount.m_oSpec.m_strHost = "home.example.org";
     oAdd.m_oAccount.m_strProvider = "namecheap";
-    oAdd.m_oAccount.m_oWish.m_strZone = "example.org";
+    oAdd.m_oAccount.m_oSpec.m_strZone = "example.org";
     oAdd.m_oAccount.m_bDryRun = true;
     EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr("?host=home&domain=example.org&password=<password>"));
     EXPECT_EQ(run(cfgctl::runShow, on("DynDns")).find("home"), std::string::npos);
