@@ -34,6 +34,14 @@ def account(number, **columns):
             "ExpectedResultSubString": "good", "Retry": 5, **columns}
 
 
+def on_own_interfaces(number):
+    """As many accounts, each on an interface of its own, for fill()."""
+    names = [f"if{each}" for each in range(1, number + 1)]
+    return {"accounts": [account(each, Interface=name) for each, name in enumerate(names, 1)],
+            "StatusNetifWatch": [{"Name": name, "Addr": "10.0.0.1", "IsUp": 1} for name in names],
+            "StatusNetIfIPv6Addresses": [{"Name": name, "Addr": "fd00::1"} for name in names]}
+
+
 class Bench:
     def __init__(self, bin_dir, store=True):
         most = resource.getrlimit(resource.RLIMIT_NOFILE)[1]
@@ -242,10 +250,7 @@ def load(bin_dir):
         runs = [bench.client("load-once", 1) for _ in range(9)]
         found[number] = {"wall": [run["wall"][0] for run in runs], "cpu": [run["cpu"][0] for run in runs],
                          **bench.client("load", 9)}
-    names = [f"if{each}" for each in range(1, 1001)]
-    bench.fill([account(each, Interface=name) for each, name in enumerate(names, 1)],
-               StatusNetifWatch=[{"Name": name, "Addr": "10.0.0.1", "IsUp": 1} for name in names],
-               StatusNetIfIPv6Addresses=[{"Name": name, "Addr": "fd00::1"} for name in names])
+    bench.fill(**on_own_interfaces(1000))
     runs = [bench.client("load-once", 1) for _ in range(9)]
     found["interfaces"] = {"wall": [run["wall"][0] for run in runs], **bench.client("load", 9)}
     return found

@@ -41,7 +41,7 @@ _SERVER = """\
             try_files $uri =404;
         }}
         location /plain/ {{ alias {folder}/pages/; }}
-        location /broken/ {{ if (!-f {folder}/repaired) {{ return 500 "come again\\n"; }} return 200 "good\\n"; }}
+        location /broken/ {{ if (!-f {folder}/repaired) {{ return 500 "try again later\\n"; }} return 200 "good\\n"; }}
     }}
 """
 

@@ -1,6 +1,5 @@
 #include "actions/curlaction.h"
 
-#include "actions/error.h"
 #include "actions/libwrapper.h"
 #include "support.h"
 
@@ -8,7 +7,6 @@
 
 using namespace quorvad;
 using testing::HasSubstr;
-using testing::Not;
 
 namespace
 {
@@ -111,13 +109,4 @@ TEST_F(CurlActionTest, NothingIsReportedWhileTheInterfaceIsDown)
     EXPECT_THAT(logOf([&] { EXPECT_FALSE(oAction.execute()); }),
                 HasSubstr("Interface 'nosuchif0' is down, cannot send HTTPS update."));
     EXPECT_EQ(takeReport(), "");
-}
-
-TEST_F(CurlActionTest, NameserverListIsCheckedAtConstruction)
-{
-    EXPECT_THAT([] { action("http://h/", "", "", "", "lo", ""); },
-                testing::ThrowsMessage<Error>("Empty list of DNS nameservers"));
-    // libcurl would silently fall back to the system's resolver.
-    EXPECT_THAT(logOf([] { action("http://h/", "", "", "", "lo", ",1.1.1.1"); }), HasSubstr("warning curlaction"));
-    EXPECT_THAT(logOf([] { action("http://h/", "", "", "", "lo", "1.1.1.1,2001:db8::1"); }), Not(HasSubstr("warning")));
 }

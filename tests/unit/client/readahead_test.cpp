@@ -12,7 +12,7 @@ using namespace samples;
 namespace
 {
 
-/// A client that calls the real service without a socket in between, and counts its requests.
+/// A client that calls the real service without a socket in between.
 class Direct : public platform::IRequester
 {
 public:
@@ -22,7 +22,6 @@ public:
     }
     wire::Reply request(wire::Request a_oRequest) override
     {
-        ++m_iRequests;
         wire::Reply oReply = m_oService.answer(m_oSession, a_oRequest, cfgserver::Clock::now()).m_oReply;
         if (const auto oBehind = std::exchange(m_oBehindReply, nullptr))
         {
@@ -33,7 +32,6 @@ public:
     [[nodiscard]] std::string getServiceVersion() const override { return ""; }
 
     platform::ConfigClient m_oClient;
-    int m_iRequests = 0;
     std::function<void()> m_oBehindReply; // runs right after the next reply
 
 private:
@@ -83,33 +81,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(ReadAhead, TakesFewRequestsDuringADeliveryAndOnePerReadOutside)
-{
-    add(m_oWriter, "DynDns", 1, 2000);
-    add(m_oWriter, "StatusNetifWatch", 1, 1000);
-    for (const bool bDelivering : {true, false})
-    {
-        m_oHandler.m_oClient.setDelivering(bDelivering);
-        m_oHandler.m_iRequests = 0;
-        unsigned uiCount = 0;
-        m_oHandler.m_oClient.getrowcount("DynDns", uiCount);
-        for (unsigned uiRow = 0; uiRow < uiCount; ++uiRow)
-        {
-            korrin::NameList oAll;
-            korrin::NameList oSome;
-            oSome.add("Addr");
-            oSome.add("Name");
-            korrin::ValueList oRow;
-            ASSERT_EQ(m_oHandler.m_oClient.getrow("DynDns", uiRow, oAll, oRow), 0U);
-            const std::string strName = "n" + std::to_string(uiRow % 1000 + 1);
-            ASSERT_EQ(m_oHandler.m_oClient.getrowbykey("StatusNetifWatch", "Name", strName, oSome, oRow), 0U);
-        }
-        EXPECT_EQ(uiCount, 2000U);
-        EXPECT_EQ(m_oHandler.m_iRequests > 4000, !bDelivering);
-        EXPECT_EQ(m_oHandler.m_iRequests < 20, bDelivering) << m_oHandler.m_iRequests;
-    }
-}
 
 TEST_F(ReadAhead, NeverReturnsStaleRows)
 {
