@@ -81,9 +81,9 @@ TEST_F(Commands, WaitForWriteAccessAndNameItsHolder)
     ASSERT_EQ(pHolder->getClient().getdbaccess(), 0U);
     EXPECT_THAT(refused(cfgctl::runAdd, on("DynDns", {}, {"Retry=1"})),
                 testing::AllOf(HasSubstr("cfgctl"), HasSubstr("--wait")));
-    Options oPatient = on("DynDns", {}, {"Retry=1"});
-    oPatient.m_oAccessTimeout = std::chrono::seconds(20);
-    auto oAdded = std::async(std::launch::async, [&] { return run(cfgctl::runAdd, oPatient); });
+    Options oWaiting = on("DynDns", {}, {"Retry=1"});
+    oWaiting.m_oAccessTimeout = std::chrono::seconds(20);
+    auto oAdded = std::async(std::launch::async, [&] { return run(cfgctl::runAdd, oWaiting); });
     EXPECT_EQ(oAdded.wait_for(std::chrono::milliseconds(150)), std::future_status::timeout);
     pHolder.reset();
     EXPECT_EQ(oAdded.get(), "1\n");
