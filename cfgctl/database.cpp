@@ -45,6 +45,7 @@ std::string nameUsers(const std::string& a_strSocket)
 {
     struct stat oStatus = {};
     const bool bGroup = stat(a_strSocket.c_str(), &oStatus) == 0 && (oStatus.st_mode & S_IWGRP) != 0;
+    // cppcheck-suppress getgrgidCalled ; only one thread
     const group* pGroup = bGroup ? getgrgid(oStatus.st_gid) : nullptr;
     if (pGroup == nullptr)
     {
