@@ -67,7 +67,7 @@ std::string resolveFolder(const std::string& a_strFolder)
         fail("cannot create database folder " + a_strFolder, errno);
     }
     std::error_code oError;
-    const std::string strResolved = std::filesystem::canonical(a_strFolder, oError).string();
+    std::string strResolved = std::filesystem::canonical(a_strFolder, oError).string();
     if (oError)
     {
         fail("cannot use database folder " + a_strFolder, oError.value());

@@ -120,8 +120,8 @@ bool isRunning(pid_t a_iPid)
     {
         return false;
     }
-    const std::optional<char> oState = readProcessState(a_iPid);
-    return oState != 'Z' && oState != 'X';
+    const char cState = readProcessState(a_iPid).value_or('?');
+    return cState != 'Z' && cState != 'X';
 }
 
 } // namespace platform
