@@ -18,7 +18,7 @@ namespace
 std::vector<gid_t> readGroups(int a_iSocket)
 {
     socklen_t uiSize = 0;
-    ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &uiSize); // fails and returns the size needed
+    ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &uiSize); // returns the size needed, mostly by failing
     std::vector<gid_t> oGroups(uiSize / sizeof(gid_t));
     const bool bRead = ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, oGroups.data(), &uiSize) == 0;
     return bRead ? oGroups : std::vector<gid_t>();

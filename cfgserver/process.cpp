@@ -149,7 +149,8 @@ int runProcess(int a_iCount, char** a_ppArguments)
     ::umask(S_IRWXG | S_IRWXO);
     platform::occupyStandardDescriptors();
     platform::keepMemoryPrivate();
-    return platform::runProgram({"cfgserver", oOptions.m_bForeground, oOptions.m_bDebug, true},
+    constexpr bool bNeedsPidFile = true;
+    return platform::runProgram({"cfgserver", oOptions.m_bForeground, oOptions.m_bDebug, bNeedsPidFile},
                                 [&](std::uint32_t a_uiLog, const std::function<void()>& a_oReady)
                                 { serve(oOptions, a_uiLog, a_oReady); });
 }

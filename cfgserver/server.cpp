@@ -127,7 +127,15 @@ void Server::resumeAccepting()
     {
         m_oReserve = UniqueFd(openReserve());
     }
-    m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
+    try
+    {
+        m_oLoop.modify(m_oSocket.getFd(), EPOLLIN);
+    }
+    catch (...)
+    {
+        m_oAcceptAgain.start(s_oAcceptPause); // or no client would ever be accepted again
+        throw;
+    }
 }
 
 void Server::admit(UniqueFd a_oSocket)

@@ -167,8 +167,12 @@ ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> 
 void ServiceSocket::bindAndListen()
 {
     const UnixAddress oAddress = makeAddress(m_strPath);
-    // The path gets the socket's own mode.
-    if (::fchmod(m_oSocket.get(), S_IRUSR | S_IWUSR) != 0 || !oAddress.bind(m_oSocket.get()))
+    // The path gets the socket's own mode, less the umask: never more than this.
+    if (::fchmod(m_oSocket.get(), S_IRUSR | S_IWUSR) != 0)
+    {
+        failWith(m_strPath, "cannot make it private", errno);
+    }
+    if (!oAddress.bind(m_oSocket.get()))
     {
         failWith(m_strPath, "cannot bind to it", errno);
     }

@@ -17,8 +17,8 @@ constexpr std::size_t g_uiFullOutput = 1024UL * 1024UL;
 constexpr int g_iRequestsPerTurn = 16;
 
 /// One connection: bytes in, requests to whoever answers them, replies and notifications out. Never blocks, and holds
-/// at most one request, g_uiFullOutput and one reply. Changes of a table that the client
-/// has not been told yet become one notification.
+/// at most one request, g_uiFullOutput and one reply. Changes of a table that the client has not been told yet become
+/// one notification.
 class Session
 {
 public:
@@ -31,7 +31,7 @@ public:
     [[nodiscard]] const Client& getClient() const { return m_oClient; }
     [[nodiscard]] const Peer& getPeer() const { return m_oPeer; }
     [[nodiscard]] Clock::time_point getStart() const { return m_oStart; }
-    /// When the last request began to arrive.
+    /// When the last request was served or began to arrive.
     [[nodiscard]] Clock::time_point getLastUse() const { return m_oInputSince; }
     /// No request or reply is under way, not even a part of one.
     [[nodiscard]] bool isIdle() const { return !m_bUnread && m_oReader.getBuffered() == 0 && getWaiting() == 0; }
@@ -43,6 +43,7 @@ public:
     /// Answers up to g_iRequestsPerTurn whole requests.
     void serve(const Answer& a_oAnswer);
     void markChanged(std::size_t a_uiTable) { m_oChanged[a_uiTable] = true; }
+    /// Sends what the socket takes.
     void flush();
     /// Ends the connection of a client that takes too long.
     void expire();
@@ -58,6 +59,7 @@ public:
     [[nodiscard]] bool hasWork() const { return m_bUnread && !isFull() && !m_bOver && !m_bLeaving; }
     /// When expire() will end it unless something happens; the far future if never.
     [[nodiscard]] Clock::time_point getDeadline() const;
+    /// To be closed.
     [[nodiscard]] bool isOver() const { return m_bOver; }
     /// What the client did wrong; empty for an orderly end.
     [[nodiscard]] const std::string& getFault() const { return m_strFault; }

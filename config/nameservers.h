@@ -16,8 +16,8 @@ namespace quorvad
 [[nodiscard]] bool usesUserServersOnly(const korrin::ValueList& a_oRelay);
 
 /// The servers of the interface's enabled DNSClientServer rows in table order, followed or replaced by the user's two,
-/// joined by commas. An empty column gives an empty element, unless nothing stands before it. Empty if there is no
-/// server at all.
+/// joined by commas. An empty address of a row gives an empty element only behind another one; the user's two always
+/// give two elements. Empty without any of these.
 [[nodiscard]] std::string composeNameservers(const korrin::ValueList& a_oRelay,
                                              const std::vector<const korrin::ValueList*>& a_oServers,
                                              const std::string& a_strInterface);

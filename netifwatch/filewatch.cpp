@@ -2,7 +2,6 @@
 
 #include "platform/base/io.h"
 
-#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <sys/epoll.h>
@@ -109,8 +108,8 @@ void FileWatch::onReadable()
 {
     alignas(inotify_event) std::array<char, 4096> oBuffer = {};
     bool bHint = false;
-    while (const auto iSize =
-               std::max<ssize_t>(platform::readOnce(m_oInotify.get(), oBuffer.data(), oBuffer.size()), 0))
+    ssize_t iSize = 0;
+    while ((iSize = platform::readOnce(m_oInotify.get(), oBuffer.data(), oBuffer.size())) > 0)
     {
         for (const char* pAt = oBuffer.data(); pAt < oBuffer.data() + iSize;)
         {

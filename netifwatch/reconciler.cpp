@@ -5,7 +5,6 @@
 #include "platform/wire/message.h"
 
 #include <iterator>
-#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -26,13 +25,24 @@ constexpr char s_acLogFile[] = "reconciler";
     throw std::runtime_error(a_strWhat + ": " + (strReason.empty() ? "the service gave no reason" : strReason));
 }
 
-void dropAccess(IConfigClient* a_pClient)
+/// An unfinished transaction must not stay behind: it would keep everybody else from writing.
+class AccessScope
 {
-    if (a_pClient->hasdbaccess())
+public:
+    explicit AccessScope(IConfigClient& a_oClient) : m_oClient(a_oClient) {}
+    ~AccessScope()
     {
-        a_pClient->dropdbaccess();
+        if (m_oClient.hasdbaccess())
+        {
+            m_oClient.dropdbaccess();
+        }
     }
-}
+    AccessScope(const AccessScope&) = delete;
+    AccessScope& operator=(const AccessScope&) = delete;
+
+private:
+    IConfigClient& m_oClient;
+};
 
 std::set<std::string> namesOf(const Interfaces& a_oInterfaces)
 {
@@ -185,8 +195,7 @@ Reconciler::Outcome Reconciler::write(const MachineState& a_oState)
     {
         return Outcome::Busy;
     }
-    // An unfinished transaction must not stay behind: it would keep everybody else from writing.
-    const std::unique_ptr<IConfigClient, decltype(&dropAccess)> pAccess(&m_oClient, dropAccess);
+    const AccessScope oAccess(m_oClient);
     // Somebody else may have written in between.
     const Operations oPlan = makePlan(a_oState);
     if (oPlan.empty())

@@ -37,7 +37,8 @@ struct Operation
 using Operations = std::vector<Operation>;
 
 // The two tables with the state of interfaces. Every row whose name the filter accepts belongs to this program, whoever
-// wrote it; other rows are left alone. Pure.
+// wrote it; other rows are left alone. a_oInterfaces: those that the filter accepts, as readMachine() returns them.
+// Pure.
 
 /// The rows, without Id, that StatusNetifWatch should hold: one per interface.
 [[nodiscard]] Rows makeIPv4Rows(const Interfaces& a_oInterfaces);
@@ -59,9 +60,8 @@ using Operations = std::vector<Operation>;
 /// What has to be written to DNSClientServer. Only own rows are ever touched.
 ///
 /// - An interface with rows of somebody else is left to them: own rows are deleted.
-/// - Own rows list the servers of an interface in their order; a row with another server is changed in place, and what
-/// is
-///   right already is not written.
+/// - Own rows list the servers of an interface in their order; a row with another server is changed in place, and a row
+///   that is right already is not written.
 /// - An interface for which no server is known now (it is down, or the machine is between two networks) keeps its
 ///   rows: they do no harm, and the table is on flash. Of interfaces that are gone (a_oNames: those there are) the
 ///   last eight keep theirs.

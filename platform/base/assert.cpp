@@ -42,33 +42,45 @@ const char* typeName(EAssertType a_eType)
     return "unknown type";
 }
 
-void report(const char* a_pFile, unsigned int a_uiLine, const std::string& a_strText)
+void report(const AssertionFailed& a_oFailure)
 {
     const EReport eReport = s_eReport;
     if (eReport == eSyslog)
     {
-        VADRO_Sysloglevel_error(VADRO_Sysloglevel_registerModul("assert"), a_pFile, a_uiLine, a_strText.c_str());
+        VADRO_Sysloglevel_error(VADRO_Sysloglevel_registerModul("assert"),
+                                a_oFailure.m_strFile.c_str(),
+                                a_oFailure.m_uiLine,
+                                a_oFailure.what());
     }
     else if (eReport == eStandardError)
     {
-        platform::writeStandardError(a_strText + '\n');
+        platform::writeStandardError(std::string(a_oFailure.what()) + '\n');
     }
 }
 
 } // namespace
+
+AssertionFailed::AssertionFailed(EAssertType a_eType,
+                                 const std::string& a_strFile,
+                                 unsigned int a_uiLine,
+                                 const std::string& a_strExpression)
+    : std::runtime_error(VAStr("Assertion failed (%s, type %u) at %s:%u: %s",
+                               typeName(a_eType),
+                               static_cast<unsigned>(a_eType),
+                               platform::escape(a_strFile).c_str(),
+                               a_uiLine,
+                               platform::escape(a_strExpression).c_str())),
+      m_eType(a_eType), m_strFile(a_strFile), m_uiLine(a_uiLine), m_strExpression(a_strExpression)
+{
+}
 
 void Assert::throwAssertionFailed(EAssertType a_eType,
                                   const char* a_pFile,
                                   unsigned int a_uiLine,
                                   const char* a_pExpression)
 {
-    const AssertionFailed oFailure(VAStr("Assertion failed (%s, type %u) at %s:%u: %s",
-                                         typeName(a_eType),
-                                         static_cast<unsigned>(a_eType),
-                                         platform::escape(orEmpty(a_pFile)).c_str(),
-                                         a_uiLine,
-                                         platform::escape(orEmpty(a_pExpression)).c_str()));
-    report(a_pFile, a_uiLine, oFailure.what());
+    const AssertionFailed oFailure(a_eType, orEmpty(a_pFile), a_uiLine, orEmpty(a_pExpression));
+    report(oFailure);
     throw oFailure;
 }
 

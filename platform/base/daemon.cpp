@@ -28,7 +28,30 @@ constexpr int s_iLockLimitMs = 2000; // far more than two starts need, short eno
 pid_t s_iFirstParent = 0;
 pid_t s_iSecondParent = 0;
 
-/// Waits for the process between this one and the detached one; the errno value with which it ended, 0 for success.
+/// While it lives, the exit status of a child is kept even where the caller's parent left SIGCHLD ignored.
+class DefaultChildSignal
+{
+public:
+    DefaultChildSignal()
+    {
+        struct sigaction oDefault = {};
+        oDefault.sa_handler = SIG_DFL;
+        ::sigaction(SIGCHLD, &oDefault, &m_oOld);
+    }
+    ~DefaultChildSignal()
+    {
+        const platform::ErrnoGuard oErrno;
+        ::sigaction(SIGCHLD, &m_oOld, nullptr);
+    }
+    DefaultChildSignal(const DefaultChildSignal&) = delete;
+    DefaultChildSignal& operator=(const DefaultChildSignal&) = delete;
+
+private:
+    struct sigaction m_oOld = {};
+};
+
+/// Waits for the process between this one and the detached one; the errno value with which it ended, 0 for success. One
+/// that was killed counts as a failure, even if it had forked by then: the PID file keeps the two from both going on.
 int awaitStart(pid_t a_iChild)
 {
     int iStatus = 0;
@@ -80,8 +103,8 @@ int detachProcess()
     {
         return errno;
     }
-    std::fflush(nullptr);          // or the detached process writes the parent's text a second time
-    std::signal(SIGCHLD, SIG_DFL); // where a parent left it ignored, the system would drop how a child ended
+    std::fflush(nullptr); // or the detached process writes the parent's text a second time
+    const DefaultChildSignal oSignal;
     s_iFirstParent = getpid();
     const pid_t iChild = fork();
     if (iChild < 0)

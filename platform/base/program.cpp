@@ -6,7 +6,6 @@
 #include "platform/common/log.h"
 #include "vadro/daemon.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -77,7 +76,8 @@ private:
     {
         std::string strAll;
         std::array<char, 512> acBuffer = {};
-        while (const auto iRead = std::max<ssize_t>(readOnce(m_oReadEnd.get(), acBuffer.data(), acBuffer.size()), 0))
+        ssize_t iRead = 0;
+        while ((iRead = readOnce(m_oReadEnd.get(), acBuffer.data(), acBuffer.size())) > 0)
         {
             strAll.append(acBuffer.data(), static_cast<std::size_t>(iRead));
         }

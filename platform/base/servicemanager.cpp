@@ -2,6 +2,8 @@
 
 #include "platform/base/io.h"
 
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -24,7 +26,7 @@ std::string_view variable(const char* a_pName)
 
 } // namespace
 
-bool isStandardErrorJournal()
+bool isStandardErrorJournal() noexcept
 {
     const ErrnoGuard oErrno;
     struct stat oStatus = {};
@@ -32,7 +34,13 @@ bool isStandardErrorJournal()
     {
         return false;
     }
-    return variable("JOURNAL_STREAM") == std::to_string(oStatus.st_dev) + ":" + std::to_string(oStatus.st_ino);
+    char acStream[64];
+    std::snprintf(acStream,
+                  sizeof acStream,
+                  "%ju:%ju",
+                  static_cast<std::uintmax_t>(oStatus.st_dev),
+                  static_cast<std::uintmax_t>(oStatus.st_ino));
+    return variable("JOURNAL_STREAM") == acStream;
 }
 
 void reportReady()

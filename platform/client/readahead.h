@@ -28,7 +28,7 @@ public:
     /// The rows of the table were counted: they will be read one after the other.
     void expectRows(const std::string& a_strTable, std::uint32_t a_uiCount);
 
-    /// The reply to an equal read; none: not known. By position it is given once.
+    /// The reply to an equal read; none: not known. By position rows are given once and in their order only.
     [[nodiscard]] std::optional<wire::Reply> find(const wire::Request& a_oRead);
     /// Called for what is not known, before the service is asked: the request for the page of rows to fetch first, if
     /// that is worth it. By position, when the row is the next of a table that is read in order; by key, once, when

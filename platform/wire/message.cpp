@@ -215,6 +215,7 @@ std::string encode(const Message& a_oMessage)
 
 Message decode(std::string_view a_strPayload)
 {
+    // An empty message of each kind, to be filled.
     static const std::array<Message, g_auiSizes.size()> s_aoEmpty = {Request(), Reply(), Notification()};
     const msgpack::object_handle oTree = parse(a_strPayload);
     Fields oFields(oTree.get(), "message", 1, g_auiSizes[0] + g_auiSizes[1]);

@@ -87,6 +87,7 @@ struct Notification
     std::string m_strTable;
 };
 
+/// The order is on the wire; new kinds at the end.
 using Message = std::variant<Request, Reply, Notification>;
 
 /// Payload of a message, without the length prefix; it may be larger than a frame holds. Throws std::invalid_argument

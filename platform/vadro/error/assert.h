@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace vadro::error
 {
@@ -13,11 +14,18 @@ enum EAssertType : unsigned
     eConstruction = 4
 };
 
-/// What a failed assertion throws: its four arguments in one line.
-class AssertionFailed : public std::runtime_error
+/// What a failed assertion throws: its four arguments; what() names them in one line.
+struct AssertionFailed : std::runtime_error
 {
-public:
-    using std::runtime_error::runtime_error;
+    AssertionFailed(EAssertType a_eType,
+                    const std::string& a_strFile,
+                    unsigned a_uiLine,
+                    const std::string& a_strExpression);
+
+    EAssertType m_eType;
+    std::string m_strFile;
+    unsigned int m_uiLine;
+    std::string m_strExpression;
 };
 
 /// Raises assertion failures. Any thread; the installed DefaultAssertHook reports the failure before it is thrown.
