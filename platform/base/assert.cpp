@@ -79,7 +79,7 @@ void Assert::throwAssertionFailed(EAssertType a_eType,
                                   unsigned int a_uiLine,
                                   const char* a_pExpression)
 {
-    const AssertionFailed oFailure(a_eType, orEmpty(a_pFile), a_uiLine, orEmpty(a_pExpression));
+    AssertionFailed oFailure(a_eType, orEmpty(a_pFile), a_uiLine, orEmpty(a_pExpression));
     report(oFailure);
     throw oFailure;
 }
