@@ -115,7 +115,8 @@ bool readLine(const SignalsNoted& a_oSignals, std::string& a_strLine)
         }
         std::array<char, 512> oBuffer{};
         const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
-        require(iRead > 0 || (iRead < 0 && errno == EINTR), "No password was entered; nothing was written");
+        const bool bRead = iRead > 0 || (iRead < 0 && errno == EINTR);
+        require(bRead, "No password was entered; nothing was written");
         a_strLine.append(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));
     }
     a_strLine.pop_back();

@@ -19,11 +19,6 @@
 namespace cfgctl
 {
 
-void to_json(Json& a_oJson, SignIn a_eSignIn)
-{
-    a_oJson = nameSignIn(a_eSignIn);
-}
-
 namespace
 {
 
@@ -35,7 +30,8 @@ constexpr std::size_t s_uiTextLimit = 2000;
 constexpr std::size_t s_uiShown = 40;  // of a name that a message repeats
 constexpr std::size_t s_uiDeepest = 3; // the object, its list, an entry
 constexpr std::size_t s_uiMostValues = 100000;
-constexpr std::array<const char*, 3> s_apSignIns{"basic", "url", "gnudip"}; // in the order of SignIn
+constexpr std::array s_apSignIns{"basic", "url", "gnudip"}; // in the order of SignIn
+static_assert(s_apSignIns.size() == static_cast<std::size_t>(SignIn::Gnudip) + 1);
 
 template<typename Condition>
 const Provider* findFirst(const Providers& a_oProviders, const Condition& a_oCondition)
@@ -75,6 +71,13 @@ void take(const Json& a_oValue, SignIn& a_eSignIn)
     a_eSignIn = static_cast<SignIn>(pWord - s_apSignIns.begin());
 }
 
+void checkKey(const std::string& a_strKey)
+{
+    const bool bPlain = a_strKey.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-_.") == std::string::npos;
+    require(!a_strKey.empty() && a_strKey.size() <= 40 && bPlain,
+            "'key' must be up to 40 of the characters a-z, 0-9, '-', '_' and '.'");
+}
+
 /// Visits the fields of an entry, in the order in which they are written.
 template<typename Entry, typename Visit>
 void forEachField(Entry& a_oProvider, const Visit& a_oVisit)
@@ -110,6 +113,10 @@ void takeField(Provider& a_oProvider, const std::string& a_strField, const Json&
                      }
                  });
     require(bKnown, "has an unknown field '" + cutToWidth(a_strField, s_uiShown) + "'");
+    if (a_strField == "key")
+    {
+        checkKey(a_oProvider.m_strKey);
+    }
 }
 
 void checkTemplate(const std::string& a_strField, const std::string& a_strUrl)
@@ -124,10 +131,6 @@ void checkTemplate(const std::string& a_strField, const std::string& a_strUrl)
 
 void checkProvider(const Provider& a_oProvider)
 {
-    const std::string& strKey = a_oProvider.m_strKey;
-    const bool bPlain = strKey.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-_.") == std::string::npos;
-    require(!strKey.empty() && strKey.size() <= 40 && bPlain,
-            "'key' must be up to 40 of the characters a-z, 0-9, '-', '_' and '.'");
     if (a_oProvider.m_eSignIn == SignIn::Gnudip)
     {
         const std::string strFault = findServerFault(a_oProvider.m_strUrl);
@@ -201,6 +204,11 @@ std::string findShipped()
 const char* nameSignIn(SignIn a_eSignIn)
 {
     return s_apSignIns.at(static_cast<std::size_t>(a_eSignIn));
+}
+
+void to_json(Json& a_oJson, SignIn a_eSignIn)
+{
+    a_oJson = nameSignIn(a_eSignIn);
 }
 
 const Provider* findProvider(const Providers& a_oProviders, const std::string& a_strKey)

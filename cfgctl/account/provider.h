@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cfgctl/strictjson.h"
 #include "korrin/valuelist.h"
 
 #include <string>
@@ -9,6 +10,7 @@
 namespace cfgctl
 {
 
+/// How a provider identifies the user. The order counts: nameSignIn's names are in it.
 enum class SignIn
 {
     Basic, ///< user name and password in the request's header
@@ -18,6 +20,9 @@ enum class SignIn
 
 /// "basic", "url" or "gnudip".
 [[nodiscard]] const char* nameSignIn(SignIn a_eSignIn);
+
+/// The same in JSON, which would be a number otherwise.
+void to_json(Json& a_oJson, SignIn a_eSignIn);
 
 /// What a provider's accounts need. Texts from a file, checked by parseProviders.
 struct Provider

@@ -11,12 +11,8 @@ namespace
 using platform::text;
 
 /// a_oColumns: names, and values of the columns' types.
-std::string print(const korrin::ValueList& a_oColumns, const Rows& a_oRows, const Options& a_oOptions)
+Table makeTable(const korrin::ValueList& a_oColumns, const Rows& a_oRows)
 {
-    if (a_oOptions.m_bJson)
-    {
-        return rowsToJson(a_oRows);
-    }
     Table oTable;
     for (const auto& [strColumn, oType] : a_oColumns)
     {
@@ -30,7 +26,7 @@ std::string print(const korrin::ValueList& a_oColumns, const Rows& a_oRows, cons
             oCells.push_back({textOf(oRow, strColumn), Style::Plain, oType.getType() == korrin::eValueInteger});
         }
     }
-    return renderTable(oTable, a_oOptions.m_oLayout);
+    return oTable;
 }
 
 Rows listTables(Database& a_oDatabase)
@@ -66,14 +62,25 @@ std::string runShow(Database& a_oDatabase, const Options& a_oOptions)
     {
         hideSecrets(a_oOptions.m_strTable, oRows);
     }
-    return print(a_oDatabase.getColumns(a_oOptions.m_strTable), oRows, a_oOptions);
+    if (a_oOptions.m_bJson)
+    {
+        return rowsToJson(oRows);
+    }
+    return renderTable(makeTable(a_oDatabase.getColumns(a_oOptions.m_strTable), oRows), a_oOptions.m_oLayout);
 }
 
 std::string runTables(Database& a_oDatabase, const Options& a_oOptions)
 {
-    const std::string& strTable = a_oOptions.m_strTable;
-    const Rows oRows = strTable.empty() ? listTables(a_oDatabase) : listColumns(a_oDatabase, strTable);
-    return print(oRows.empty() ? korrin::ValueList() : oRows.front(), oRows, a_oOptions);
+    const bool bOne = !a_oOptions.m_strTable.empty();
+    const Rows oRows = bOne ? listColumns(a_oDatabase, a_oOptions.m_strTable) : listTables(a_oDatabase);
+    if (a_oOptions.m_bJson)
+    {
+        return rowsToJson(oRows);
+    }
+    const korrin::ValueList oColumns =
+        bOne ? platform::row({{"Column", text("")}, {"Type", text("")}, {"Default", text("")}})
+             : platform::row({{"Table", text("")}, {"Rows", platform::integer(0)}});
+    return renderTable(makeTable(oColumns, oRows), a_oOptions.m_oLayout);
 }
 
 std::string runAdd(Database& a_oDatabase, const Options& a_oOptions)

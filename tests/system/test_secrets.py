@@ -40,8 +40,10 @@ def test_secrets(router):
     assert router.rows("DynDnsLog", DynDnsId=denied)[0]["Response"] == "Authentication error"
     daemon.wait_log(r"Failed to send GnuDIP update \(Username is part of gnuDIP domain => domain must be longer\)")
     assert router.rows("DynDnsLog", DynDnsId=short) == []
-    shown = {words: router.ctl(*words.split()).stdout for words in (
-        "status", "--json status", "show DynDnsLog", "show DynDnsStatus", "show DynDns", "--json show DynDns", "export")}
+    shown = {words: router.ctl(*words.split(), check="test" not in words).stdout for words in (
+        "status", "--json status", "show DynDnsLog", "show DynDnsStatus", "show DynDns", "--json show DynDns", "export",
+        "account list", "--json account list", "account test 1", "--json account test 1")}
+    assert "********" in shown["account test 1"]
     shown["processes"] = machine.readable_of_processes()
     shown.update({name: (router.folder / f"{name}.log").read_text() for name in ("quorvad", "cfgserver", "syslog")})
     for name, text in shown.items():

@@ -131,7 +131,7 @@ TEST(ProviderFile, ErrorsNameTheEntry)
         {entry(R"(},{"key":"a","auth":"gnudip","url":"g.example")"), "entry 2 ('a') repeats the key"},
         {entry(R"(},{"key":"b","auth":"gnudip","url":"g.example:99")"),
          "entry 2 ('b') 'url', the server of a gnudip provider"},
-        {entry(R"(},{"key":"B ","auth":"url","url":"")"), "'key' must be up to 40"},
+        {entry(R"(},{"key":"B ","auth":"x","url":"")"), "'key' must be up to 40"},
     };
     for (const auto& [strJson, pReason] : oCases)
     {

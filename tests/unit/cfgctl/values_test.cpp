@@ -106,6 +106,7 @@ TEST(Secrets, HidesPasswordsAndAnythingInAUrlThatMayBeOne)
         {"ServerAddr", "https://key@h/", "https://********@h/"},
         {"ServerAddr", "https://<username>:<password>@h/", "https://<username>:<password>@h/"},
         {"ServerAddr", "u:p@h", "u:********@h"},
+        {"ServerAddr", "https://h/?k=ge?heim&sys=1", "https://h/?k=********&sys=********"},
         {"ServerAddr", "https://u:p@q@h?x", "https://u:********@h?********"},
     };
     for (const auto& [pColumn, pValue, pShown] : oCases)
@@ -120,6 +121,8 @@ TEST(Secrets, ShowsWhatTheProviderPublishes)
     const std::string strUrl = "https://h.example/?sys=1&k=geheim&p=<password>";
     EXPECT_EQ(cfgctl::hideTemplate(strUrl, {"https://h.example/?sys=1&k=<username>&p=<password>"}),
               "https://h.example/?sys=1&k=********&p=<password>");
+    EXPECT_EQ(cfgctl::hideTemplate("https://h/?k=ge?heim&sys=1", {"https://h/?k=ge&sys=1"}),
+              "https://h/?k=********&sys=1");
     EXPECT_EQ(cfgctl::hideTemplate(strUrl, {}), "https://h.example/?sys=********&k=********&p=<password>");
 }
 
@@ -128,11 +131,14 @@ TEST(Timestamp, IsParsedInAnyZone)
     EXPECT_EQ(cfgctl::parseTimestamp("1970-01-01T00:00:00+0000"), 0);
     EXPECT_EQ(cfgctl::parseTimestamp("2026-03-01T17:45:09+0100"), 1772383509);
     EXPECT_EQ(cfgctl::parseTimestamp("2026-03-01T11:15:09-0530"), 1772383509);
+    EXPECT_EQ(cfgctl::parseTimestamp("1970-01-01T00:00:60-0000"), 60);
     EXPECT_EQ(cfgctl::parseTimestamp(platform::formatLocalTime(1772383509, platform::g_acIsoFormat)), 1772383509);
     for (const char* pText : {"",
                               "2026-03-01",
                               "2026-03-01T17:45:09Z",
                               "2026-13-01T17:45:09+0100",
+                              "2026-03-01T17:45:99+0100",
+                              "2026-03-01T 7:45:09+0100",
                               "2026-03-01T17:45:09+01000",
                               "dddd-dd-ddTdd:dd:dd+dddd"})
     {
