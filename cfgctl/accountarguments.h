@@ -9,12 +9,12 @@ namespace cfgctl
 {
 
 /// Adds a command, which the parse stores in a_oRequest. That must outlive a_oParent.
-template<typename Command>
+template<typename Function>
 CLI::App& addCommand(CLI::App& a_oParent,
                      Request& a_oRequest,
                      const char* a_pName,
                      const char* a_pHelp,
-                     Command* a_pCommand,
+                     Function* a_pCommand,
                      const std::string& a_strFooter)
 {
     CLI::App* pCommand = a_oParent.add_subcommand(a_pName, a_pHelp)->footer(a_strFooter);

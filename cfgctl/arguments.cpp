@@ -131,7 +131,11 @@ public:
         {
             fail("'" + withoutValue(m_oApp.remaining(true).front()) + "' was not expected");
         }
-        catch (const std::runtime_error& oError) // CLI::ParseError, UsageError
+        catch (const CLI::ParseError& oError)
+        {
+            fail(oError.what());
+        }
+        catch (const UsageError& oError)
         {
             fail(oError.what());
         }
@@ -142,7 +146,8 @@ private:
     [[noreturn]] void fail(std::string a_strReason) const
     {
         std::string strCommand = "cfgctl";
-        for (const CLI::App* pCommand = &m_oApp; !pCommand->get_subcommands().empty();)
+        const CLI::App* pCommand = &m_oApp;
+        while (!pCommand->get_subcommands().empty())
         {
             pCommand = pCommand->get_subcommands().front();
             strCommand += " " + pCommand->get_name();

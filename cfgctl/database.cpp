@@ -248,7 +248,8 @@ StatusSources readSources(Database& a_oDatabase)
     oSources.m_oInterfaces = a_oDatabase.getRows(dbm::Table_StatusNetifWatch);
     oSources.m_oIPv6 = a_oDatabase.getRows(dbm::Table_StatusNetIfIPv6Addresses);
     oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
-    oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log, on whose end it decides
+    // after the log: it decides on the log's newest row
+    oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus);
     oSources.m_oRelay = a_oDatabase.getRows(dbm::Table_DNSRelay);
     oSources.m_oServers = a_oDatabase.getRows(dbm::Table_DNSClientServer);
     oSources.m_oSerial = a_oDatabase.getRows(dbm::Table_etl);

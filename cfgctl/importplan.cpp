@@ -118,9 +118,9 @@ void count(TablePlan& a_oPlan, const Rows& a_oRows, const RowIndex& a_oPresent)
     a_oPlan.m_uiDeleted = static_cast<unsigned>(a_oPresent.getSize()) - a_oPlan.m_uiChanged - a_oPlan.m_uiUnchanged;
 }
 
-/// For a table that always has exactly one row: adds the Id if it is missing. Throws Failure unless the file has
+/// A table that always has exactly one row, with that row's Id if it is missing. Throws Failure unless the file has
 /// exactly that row.
-void completeFixedRow(ImportedTable& a_oWanted, const Rows& a_oPresent)
+ImportedTable completeFixedRow(ImportedTable a_oWanted, const Rows& a_oPresent)
 {
     const std::string strOnlyRow = "Table " + a_oWanted.m_strTable + " always has exactly one row";
     require(a_oWanted.m_oRows.size() == 1,
@@ -131,6 +131,21 @@ void completeFixedRow(ImportedTable& a_oWanted, const Rows& a_oPresent)
         oWanted.add("Id", a_oPresent.front().getValue("Id"));
     }
     require(RowIndex(a_oPresent).find(oWanted) != nullptr, strOnlyRow + " with an Id of its own; leave the Id out");
+    return a_oWanted;
+}
+
+TablePlan planFixedRow(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
+{
+    TablePlan oPlan;
+    oPlan.m_strTable = a_oWanted.m_strTable;
+    const RowIndex oIndex(a_oPresent);
+    Rows oRows = completeRows(completeFixedRow(a_oWanted, a_oPresent), a_oColumns, oIndex);
+    count(oPlan, oRows, oIndex);
+    if (oPlan.m_uiChanged > 0)
+    {
+        oPlan.m_oUpdates = std::move(oRows);
+    }
+    return oPlan;
 }
 
 /// The rows that the file replaces.
@@ -160,12 +175,11 @@ bool isFoundByWatcher(const korrin::ValueList& a_oRow)
     return textOf(a_oRow, dbm::DNSClientServer_Origin) == dbm::Origin_Watcher;
 }
 
-TablePlan planImport(ImportedTable a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
+TablePlan planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent)
 {
-    const bool bFixedRow = hasFixedRow(a_oWanted.m_strTable);
-    if (bFixedRow)
+    if (hasFixedRow(a_oWanted.m_strTable))
     {
-        completeFixedRow(a_oWanted, a_oPresent);
+        return planFixedRow(a_oWanted, a_oColumns, a_oPresent);
     }
     TablePlan oPlan;
     oPlan.m_strTable = a_oWanted.m_strTable;
@@ -176,11 +190,11 @@ TablePlan planImport(ImportedTable a_oWanted, const korrin::ValueList& a_oColumn
     // From the first difference on, all rows are deleted and inserted again: the service only appends rows, and a row
     // still to be changed cannot collide with the unique value of another one.
     const auto [itPresent, itWanted] = std::mismatch(oPresent.begin(), oPresent.end(), oRows.begin(), oRows.end());
-    (bFixedRow ? oPlan.m_oUpdates : oPlan.m_oInserts).assign(itWanted, oRows.end());
-    for (auto it = itPresent; it != oPresent.end() && !bFixedRow; ++it)
+    for (auto it = itPresent; it != oPresent.end(); ++it)
     {
         oPlan.m_oDeletes.push_back(textOf(*it, "Id"));
     }
+    oPlan.m_oInserts.assign(itWanted, oRows.end());
     return oPlan;
 }
 

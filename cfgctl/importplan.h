@@ -32,6 +32,6 @@ struct TablePlan
 /// file omits the password or has the text under which hideSecret shows it. Pure. Throws Failure for a hidden secret
 /// without a stored row, or if a table of exactly one row would not have that row.
 [[nodiscard]] TablePlan
-planImport(ImportedTable a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent);
+planImport(const ImportedTable& a_oWanted, const korrin::ValueList& a_oColumns, const Rows& a_oPresent);
 
 } // namespace cfgctl

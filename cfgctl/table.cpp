@@ -20,7 +20,8 @@ namespace
 
 constexpr std::size_t s_uiGap = 2;
 /// The terminal's code of each Style, in the order of the enumeration.
-constexpr std::array<const char*, 5> s_apColours{"", "32", "31", "2", "1"};
+constexpr std::array s_apColours{"", "32", "31", "2", "1"};
+static_assert(s_apColours.size() == static_cast<std::size_t>(Style::Heading) + 1);
 
 using Cells = std::vector<Cell>;
 
@@ -31,7 +32,7 @@ std::string paint(const Cell& a_oCell, const Layout& a_oLayout)
                                                       : a_oCell.m_strText;
 }
 
-/// The headings and the rows, escaped and cut.
+/// The headings as they are, and the rows with their cells escaped and cut.
 std::vector<Cells> makeLines(const Table& a_oTable)
 {
     std::vector<Cells> oLines(1);

@@ -7,6 +7,7 @@
 namespace cfgctl
 {
 
+/// How a cell is coloured. The order counts: the codes of table.cpp are in it.
 enum class Style
 {
     Plain,

@@ -34,8 +34,14 @@ korrin::Value readInteger(const Json& a_oJson)
 
 korrin::Value readText(const std::string& a_strText)
 {
-    require(a_strText.size() <= g_uiImportText, "the text is longer than " + std::to_string(g_uiImportText) + " bytes");
-    require(a_strText.find('\0') == std::string::npos, "a text cannot hold a NUL character");
+    if (a_strText.size() > g_uiImportText)
+    {
+        throw Failure("the text is longer than " + std::to_string(g_uiImportText) + " bytes");
+    }
+    if (a_strText.find('\0') != std::string::npos)
+    {
+        throw Failure("a text cannot hold a NUL character");
+    }
     return platform::text(a_strText);
 }
 

@@ -19,8 +19,9 @@ namespace cfgctl
 namespace
 {
 
-constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1;                  // time stamps are whole seconds
-constexpr std::time_t s_iAttempt = quorvad::CurlAction::s_iTransferSec + 2; // until its row is stamped
+constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1; // time stamps are whole seconds
+/// An attempt may take that long, of either kind, and 2 s until its row is stamped.
+constexpr std::time_t s_iAttempt = quorvad::CurlAction::s_iTransferSec + 2;
 constexpr std::time_t s_iWritten = quorvad::g_uiPassSec + 15;
 constexpr int s_iMostDoublings = 20;
 
@@ -132,6 +133,7 @@ Outcome judgeStored(const korrin::ValueList& a_oAccount, const korrin::ValueList
 const char* nameOutcome(Outcome a_eOutcome)
 {
     constexpr std::array apNames{"ok", "failed", "unknown"}; // in the order of Outcome
+    static_assert(apNames.size() == static_cast<std::size_t>(Outcome::Unknown) + 1);
     return apNames.at(static_cast<std::size_t>(a_eOutcome));
 }
 

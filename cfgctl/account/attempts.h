@@ -8,7 +8,7 @@
 namespace cfgctl
 {
 
-/// How one attempt ended, as far as the tables tell.
+/// How one attempt ended, as far as the tables tell. The order counts: nameOutcome's names are in it.
 enum class Outcome
 {
     Updated,

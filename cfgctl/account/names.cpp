@@ -76,13 +76,16 @@ bool isIn(const Range& a_oRange, const Address& a_oAddress)
 {
     Address oFirst{};
     inet_pton(a_oRange.m_iFamily, a_oRange.m_pFirst, oFirst.data());
-    unsigned uiSame = 0;
-    while (uiSame < a_oRange.m_uiBits &&
-           ((oFirst.at(uiSame / 8) ^ a_oAddress.at(uiSame / 8)) & (0x80U >> uiSame % 8)) == 0)
+    for (unsigned uiBit = 0; uiBit < a_oRange.m_uiBits; ++uiBit)
     {
-        ++uiSame;
+        const unsigned uiMask = 0x80U >> (uiBit % 8);
+        const unsigned uiDifference = oFirst.at(uiBit / 8) ^ a_oAddress.at(uiBit / 8);
+        if ((uiDifference & uiMask) != 0)
+        {
+            return false;
+        }
     }
-    return uiSame == a_oRange.m_uiBits;
+    return true;
 }
 
 } // namespace

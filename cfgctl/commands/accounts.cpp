@@ -46,7 +46,7 @@ std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_
     std::string strText;
     for (const korrin::ValueList& oRow : oRows)
     {
-        const bool bChanged = (isSet(oRow, dbm::Enable)) != a_bEnable;
+        const bool bChanged = isSet(oRow, dbm::Enable) != a_bEnable;
         if (bChanged)
         {
             a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), oChange);

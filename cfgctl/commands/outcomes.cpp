@@ -55,7 +55,8 @@ private:
         StatusSources oSources;
         oSources.m_oAccounts = a_oDatabase.getRows(dbm::Table_DynDns);
         oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
-        oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus); // after the log, on whose end it decides
+        // after the log: it decides on the log's newest row
+        oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus);
         const std::vector<int>& oIds = m_oOptions.m_oAccount.m_oIds;
         Rows oRows = makeLogRows(oSources, oIds.empty() ? 0 : oIds.front(), m_iLast, std::time(nullptr));
         if (!oRows.empty())

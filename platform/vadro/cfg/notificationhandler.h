@@ -41,7 +41,7 @@ public:
     NotificationHandler(const NotificationHandler&) = delete;
     NotificationHandler& operator=(const NotificationHandler&) = delete;
 
-    /// Once, before initialize().
+    /// Once, before initialize(). Null: nothing is delivered.
     void registerConfigHandler(IConfigHandler* a_pHandler);
 
     /// Connects and subscribes. Blocks until connected, for at most the connect time limit (0: one try) plus the
