@@ -17,9 +17,11 @@ namespace
 
 std::vector<gid_t> readGroups(int a_iSocket)
 {
+    std::vector<gid_t> oGroups(1);
     socklen_t uiSize = 0;
-    ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, nullptr, &uiSize); // returns the size needed, mostly by failing
-    std::vector<gid_t> oGroups(uiSize / sizeof(gid_t));
+    // Without room it returns the size needed, mostly by failing.
+    ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, oGroups.data(), &uiSize);
+    oGroups.resize(uiSize / sizeof(gid_t));
     const bool bRead = ::getsockopt(a_iSocket, SOL_SOCKET, SO_PEERGROUPS, oGroups.data(), &uiSize) == 0;
     return bRead ? oGroups : std::vector<gid_t>();
 }

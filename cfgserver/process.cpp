@@ -37,6 +37,7 @@ std::optional<gid_t> findGroup(const std::string& a_strName)
     {
         return std::nullopt;
     }
+    // cppcheck-suppress getgrnamCalled ; only one thread
     const group* const pGroup = ::getgrnam(a_strName.c_str()); // NOLINT(concurrency-mt-unsafe): there is one thread
     if (pGroup == nullptr)
     {
