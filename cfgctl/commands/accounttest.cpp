@@ -81,7 +81,7 @@ std::string describeServer(const korrin::ValueList& a_oAccount,
                            const Provider* a_pProvider,
                            bool a_bShowSecrets)
 {
-    const std::string strServer = textOf(a_oAccount, dbm::DynDns_ServerAddr);
+    std::string strServer = textOf(a_oAccount, dbm::DynDns_ServerAddr);
     if (isGnudip(a_oAccount))
     {
         return strServer;

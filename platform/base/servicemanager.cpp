@@ -2,7 +2,7 @@
 
 #include "platform/base/io.h"
 
-#include <cstdint>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -37,7 +37,7 @@ bool isStandardErrorJournal() noexcept
     char acStream[64];
     std::snprintf(acStream,
                   sizeof acStream,
-                  "%ju:%ju",
+                  "%" PRIuMAX ":%" PRIuMAX,
                   static_cast<std::uintmax_t>(oStatus.st_dev),
                   static_cast<std::uintmax_t>(oStatus.st_ino));
     return variable("JOURNAL_STREAM") == acStream;
