@@ -34,7 +34,7 @@ const Providers& shipped()
     return s_oProviders;
 }
 
-AccountSpec spec(const std::string& a_strHost = "home.example.org", const std::string& a_strUser = "alice")
+AccountSpec makeAccount(const std::string& a_strHost = "home.example.org", const std::string& a_strUser = "alice")
 {
     AccountSpec oSpec;
     oSpec.m_strHost = a_strHost;
@@ -81,7 +81,7 @@ TEST(ShippedProviders, EachYieldsAUsableRow)
     {
         for (const bool bDual : {false, true})
         {
-            AccountSpec oSpec = spec();
+            AccountSpec oSpec = makeAccount();
             oSpec.m_bDual = bDual;
             oSpec.m_strZone = hasPlaceholder(oProvider.m_strUrl, "<zone>") ? "example.org" : "";
             if (bDual && oProvider.m_strUrlDual.empty())
@@ -167,24 +167,24 @@ TEST(AccountPlan, RefusesWhatCannotWork)
     const auto on = [](const char* a_pInterface)
     { return [a_pInterface](AccountSpec& a_oSpec) { a_oSpec.m_strInterface = a_pInterface; }; };
     const std::vector<std::tuple<Provider, AccountSpec, const char*>> oCases = {
-        {provider("noip"), spec("home.example.org", ""), "needs a user name"},
-        {provider("noip"), spec("home.example.org", "a:b"), "must not contain ':'"},
-        {provider("noip"), spec("home.example.org", "a\nb"), "control character"},
-        {provider("noip"), spec("https://home.example.org/"), "is a URL"},
-        {provider("noip"), spec("h\u00f6me.example.org"), "xn--"},
-        {provider("noip"), spec("home..example.org"), "empty label"},
-        {provider("noip"), spec("home&x.example.org"), "only letters"},
-        {provider("noip"), spec("-x.example.org"), "'-'"},
-        {provider("noip"), spec(std::string(64, 'a') + ".example.org"), "63"},
-        {provider("noip"), spec(""), "is empty"},
-        {provider("noip"), with(spec(), on("0123456789abcdef")), "15 bytes"},
-        {provider("noip"), with(spec(), on("../x")), "not a valid interface name"},
-        {provider("noip"), with(spec(), zone), "omit --zone"},
-        {provider("ovh"), with(spec(), dual), "omit --dual"},
-        {provider("namecheap"), spec(), "--zone"},
-        {provider("namecheap"), with(spec(), zone), "is not below the zone"},
-        {makeGnudipProvider("g.example"), spec("home.example.org", "bob"), "does not begin with 'bob.'"},
-        {makeGnudipProvider("g.example"), with(spec("bob.example.org", "bob"), dual), "IPv4 address only"},
+        {provider("noip"), makeAccount("home.example.org", ""), "needs a user name"},
+        {provider("noip"), makeAccount("home.example.org", "a:b"), "must not contain ':'"},
+        {provider("noip"), makeAccount("home.example.org", "a\nb"), "control character"},
+        {provider("noip"), makeAccount("https://home.example.org/"), "is a URL"},
+        {provider("noip"), makeAccount("h\u00f6me.example.org"), "xn--"},
+        {provider("noip"), makeAccount("home..example.org"), "empty label"},
+        {provider("noip"), makeAccount("home&x.example.org"), "only letters"},
+        {provider("noip"), makeAccount("-x.example.org"), "'-'"},
+        {provider("noip"), makeAccount(std::string(64, 'a') + ".example.org"), "63"},
+        {provider("noip"), makeAccount(""), "is empty"},
+        {provider("noip"), with(makeAccount(), on("0123456789abcdef")), "15 bytes"},
+        {provider("noip"), with(makeAccount(), on("../x")), "not a valid interface name"},
+        {provider("noip"), with(makeAccount(), zone), "omit --zone"},
+        {provider("ovh"), with(makeAccount(), dual), "omit --dual"},
+        {provider("namecheap"), makeAccount(), "--zone"},
+        {provider("namecheap"), with(makeAccount(), zone), "is not below the zone"},
+        {makeGnudipProvider("g.example"), makeAccount("home.example.org", "bob"), "does not begin with 'bob.'"},
+        {makeGnudipProvider("g.example"), with(makeAccount("bob.example.org", "bob"), dual), "IPv4 address only"},
     };
     for (const auto& oCase : oCases)
     {
@@ -219,7 +219,7 @@ TEST(AccountPlan, PutsSecretsWhereTheProviderExpectsThem)
     };
     for (const auto& [pUrl, strUser, pPassword, pServerAddr, pUserColumn, pPasswordColumn] : oCases)
     {
-        AccountPlan oPlan = planAccount(makeOwnProvider(pUrl, !strUser.empty()), spec("a.example", strUser));
+        AccountPlan oPlan = planAccount(makeOwnProvider(pUrl, !strUser.empty()), makeAccount("a.example", strUser));
         EXPECT_EQ(oPlan.m_oRow.getValue("ServerAddr").getText(), pServerAddr);
         EXPECT_EQ(oPlan.m_oRow.getValue("AccountUserName").getText(), pUserColumn);
         if (pPasswordColumn != nullptr)
@@ -230,11 +230,11 @@ TEST(AccountPlan, PutsSecretsWhereTheProviderExpectsThem)
         EXPECT_THROW((void)preparePassword(oPlan, pPassword), Failure);
     }
     // A token of a known form is never altered to fit, and no message repeats it.
-    AccountPlan oPlan = planAccount(*findProvider(shipped(), "duckdns"), spec());
+    AccountPlan oPlan = planAccount(*findProvider(shipped(), "duckdns"), makeAccount());
     EXPECT_THAT(reasonOf<Failure>([&] { (void)preparePassword(oPlan, "ge heim"); }),
                 testing::AllOf(HasSubstr("copied whole"), Not(HasSubstr("heim"))));
     EXPECT_THAT(oPlan.m_oNotes, testing::Contains(HasSubstr("The user name is ignored")));
-    AccountSpec oApex = spec("example.org");
+    AccountSpec oApex = makeAccount("example.org");
     oApex.m_strZone = "example.org";
     EXPECT_THAT(planAccount(*findProvider(shipped(), "namecheap"), oApex).m_oRow.getValue("ServerAddr").getText(),
                 HasSubstr("?host=@&domain=example.org&"));
