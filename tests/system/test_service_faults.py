@@ -54,8 +54,9 @@ def test_writes(router):
 def test_stopped(router):
     """The service hangs for a minute while outcomes are due, and vanishes while the daemon stops."""
     router.start_behind_relay()
-    mark = router.daemon.wait_log(UPDATED, START_PERIOD).end()
-    router.service.send(signal.SIGSTOP)
+    mark = router.daemon.wait_log(rf"(?s){BUILT}.*{BUILT}.*commitChanges").end()
+    router.service.send(signal.SIGSTOP)  # before the updates: an outcome may be written as soon as it is there
+    router.daemon.wait_log(UPDATED, START_PERIOD, mark)
     stopped = time.monotonic()
     router.daemon.wait_log(r"lost \(no answer in time", START_PERIOD + 30, mark)
     wait_for("a minute", lambda: time.monotonic() > stopped + 60, 70)
