@@ -25,8 +25,8 @@ class Database
 public:
     /// Opens or creates the file, mode 0600, and brings it to the present schema; ":memory:" keeps nothing. Throws
     /// std::runtime_error that names the file, the reason and what to do: no folder, no permission, used by another
-    /// process, damaged, not ours, written by a newer service. A file that is refused stays as it was, mode included;
-    /// until accept() the log beside it is not written into it.
+    /// process, damaged, not ours, written by a newer service. The content of a refused file stays as it was
+    /// (databasefile.h tells what of the rest); until accept() the log beside it is not written into it.
     explicit Database(const std::string& a_strPath);
 
     /// The stored rows of a table. Throws std::runtime_error if they violate the schema.

@@ -14,7 +14,7 @@ constexpr int g_iApplicationId = 0x71636667;
 constexpr int g_iSchemaVersion = 1;
 
 // A file that cannot be used is refused with std::runtime_error, which names the file or folder, the reason and what to
-// do. It stays as it was, log included, except that an interrupted write is rolled back; the mode, too, unless another
+// do, or, where SQLite refuses it, with SQLite::Exception, whose code explain() puts into such words. It stays as it was, log included, except that an interrupted write is rolled back; the mode, too, unless another
 // process uses the file or its file system has no write-ahead logs.
 
 /// Creates the file, mode 0600, if it is missing, and its folder, mode 0700, if the parent exists. Returns the path
@@ -23,8 +23,8 @@ constexpr int g_iSchemaVersion = 1;
 [[nodiscard]] std::string makeDatabaseFile(const std::string& a_strPath);
 
 /// Opens the file and makes it and its log accessible to the owner alone. Refuses one that is damaged, another
-/// program's, written by a newer service or used by another process, and a file system without write-ahead logs; throws
-/// SQLite::Exception as well. The log is kept on closing until keepLogOnClose() says otherwise.
+/// program's, written by a newer service or used by another process, and a file system without write-ahead logs. The
+/// log is kept on closing until keepLogOnClose() says otherwise.
 [[nodiscard]] std::unique_ptr<SQLite::Database> openDatabase(const std::string& a_strPath);
 
 /// SQLite writes the log into the file and removes it when the last connection closes, even into a damaged file.

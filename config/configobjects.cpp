@@ -71,7 +71,6 @@ korrin::Value ConfigObject::getValue(const std::string& a_strParamName) const
     return m_oLastSnapshot.getValue(a_strParamName);
 }
 
-// Client libraries differ in what they answer for a missing column, so they are never asked.
 int integerOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
     return a_oRow.hasValue(a_pColumn) ? a_oRow.getValue(a_pColumn).getInteger() : 0;
@@ -80,11 +79,6 @@ int integerOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
 unsigned int unsignedOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
     return a_oRow.hasValue(a_pColumn) ? a_oRow.getValue(a_pColumn).getUnsigned() : 0;
-}
-
-std::string textOf(const korrin::ValueList& a_oRow, const char* a_pColumn)
-{
-    return a_oRow.hasValue(a_pColumn) ? a_oRow.getValue(a_pColumn).getText() : std::string();
 }
 
 int integerOf(const ConfigObject& a_oObject, const char* a_pColumn)

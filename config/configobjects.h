@@ -1,6 +1,7 @@
 #pragma once
 
 #include "korrin/valuelist.h"
+#include "platform/common/values.h"
 
 #include <cstdint>
 #include <string>
@@ -40,7 +41,7 @@ public:
 // Columns that a row may lack: 0 or the empty text then.
 [[nodiscard]] int integerOf(const korrin::ValueList& a_oRow, const char* a_pColumn);
 [[nodiscard]] unsigned int unsignedOf(const korrin::ValueList& a_oRow, const char* a_pColumn);
-[[nodiscard]] std::string textOf(const korrin::ValueList& a_oRow, const char* a_pColumn);
+using platform::textOf;
 [[nodiscard]] int integerOf(const ConfigObject& a_oObject, const char* a_pColumn);
 [[nodiscard]] std::string textOf(const ConfigObject& a_oObject, const char* a_pColumn);
 

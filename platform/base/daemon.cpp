@@ -6,7 +6,6 @@
 #include "platform/common/log.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <system_error>
@@ -28,56 +27,46 @@ constexpr int s_iLockLimitMs = 2000; // far more than two starts need, short eno
 pid_t s_iFirstParent = 0;
 pid_t s_iSecondParent = 0;
 
-/// While it lives, the exit status of a child is kept even where the caller's parent left SIGCHLD ignored.
-class DefaultChildSignal
+/// Tells the first parent, by one errno value, what became of the start.
+void report(int a_iFd, int a_iError)
 {
-public:
-    DefaultChildSignal()
-    {
-        struct sigaction oDefault = {};
-        oDefault.sa_handler = SIG_DFL;
-        ::sigaction(SIGCHLD, &oDefault, &m_oOld);
-    }
-    ~DefaultChildSignal()
-    {
-        const platform::ErrnoGuard oErrno;
-        ::sigaction(SIGCHLD, &m_oOld, nullptr);
-    }
-    DefaultChildSignal(const DefaultChildSignal&) = delete;
-    DefaultChildSignal& operator=(const DefaultChildSignal&) = delete;
-
-private:
-    struct sigaction m_oOld = {};
-};
-
-/// Waits for the process between this one and the detached one; the errno value with which it ended, 0 for success. One
-/// that was killed counts as a failure, even if it had forked by then: the PID file keeps the two from both going on.
-int awaitStart(pid_t a_iChild)
-{
-    int iStatus = 0;
-    while (waitpid(a_iChild, &iStatus, 0) < 0)
-    {
-        if (errno != EINTR)
-        {
-            return errno;
-        }
-    }
-    return WIFEXITED(iStatus) ? WEXITSTATUS(iStatus) : ECHILD;
+    static_cast<void>(platform::writeAll(a_iFd, {reinterpret_cast<const char*>(&a_iError), sizeof a_iError}));
 }
 
-/// Opens the new session and returns in a process that does not lead it and so can never acquire a terminal.
-void forkSessionMember()
+int awaitReport(int a_iFd)
+{
+    int iError = 0;
+    const ssize_t iRead = platform::readOnce(a_iFd, reinterpret_cast<char*>(&iError), sizeof iError);
+    return iRead == static_cast<ssize_t>(sizeof iError) ? iError : ECHILD; // ended without a report
+}
+
+void reap(pid_t a_iChild)
+{
+    while (waitpid(a_iChild, nullptr, 0) < 0 && errno == EINTR)
+    {
+    }
+}
+
+/// Opens the new session and returns in a process that does not lead it and so can never acquire a terminal. That
+/// process itself reports the success: the one before it may be killed at any moment.
+void forkSessionMember(int a_iReportFd)
 {
     s_iSecondParent = getpid();
     if (setsid() < 0 || chdir("/") != 0)
     {
-        _exit(errno);
+        report(a_iReportFd, errno);
+        _exit(1);
     }
     const pid_t iChild = fork();
+    if (iChild < 0)
+    {
+        report(a_iReportFd, errno);
+    }
     if (iChild != 0)
     {
-        _exit(iChild < 0 ? errno : 0);
+        _exit(iChild < 0 ? 1 : 0);
     }
+    report(a_iReportFd, 0);
 }
 
 void redirectStandardDescriptors(UniqueFd& a_oNull)
@@ -99,12 +88,14 @@ void redirectStandardDescriptors(UniqueFd& a_oNull)
 int detachProcess()
 {
     UniqueFd oNull(::open("/dev/null", O_RDWR)); // first: while nothing has happened yet
-    if (!oNull.isOpen())
+    int aiPipe[2] = {-1, -1};
+    if (!oNull.isOpen() || pipe2(aiPipe, O_CLOEXEC) != 0)
     {
         return errno;
     }
+    UniqueFd oReportEnd(aiPipe[1]);
+    UniqueFd oAwaitEnd(aiPipe[0]);
     std::fflush(nullptr); // or the detached process writes the parent's text a second time
-    const DefaultChildSignal oSignal;
     s_iFirstParent = getpid();
     const pid_t iChild = fork();
     if (iChild < 0)
@@ -113,14 +104,18 @@ int detachProcess()
     }
     if (iChild > 0)
     {
-        const int iError = awaitStart(iChild);
+        oReportEnd.reset();
+        const int iError = awaitReport(oAwaitEnd.get());
         if (iError == 0)
         {
             _exit(0);
         }
+        reap(iChild);
         return iError;
     }
-    forkSessionMember();
+    forkSessionMember(oReportEnd.get());
+    oReportEnd.reset(); // before the standard descriptors are set: a pipe end may have one of their numbers
+    oAwaitEnd.reset();
     redirectStandardDescriptors(oNull);
     return 0;
 }

@@ -21,7 +21,8 @@ struct Program
 using Work = std::function<void(std::uint32_t a_uiLog, const std::function<void()>& a_oReady)>;
 
 /// Does the work in the foreground or in a detached process and returns the exit status, 0 or 1. A failure of the work
-/// is one line in syslog, and on standard error while the caller waits; a failure to detach is on standard error alone.
+/// is one line in syslog, and on standard error while the caller waits. What keeps the second process from existing is
+/// on standard error alone.
 ///
 /// In the foreground the service manager is notified. In the background this returns in the caller's process as soon as
 /// the detached one, which never returns, is ready or has failed. The standard descriptors must be open.

@@ -9,7 +9,8 @@
 namespace platform
 {
 
-// Column values and rows, made and read in few words.
+// Column values and rows, made and read in few words. Kits differ in what they answer for a missing column, so they are
+// never asked for one.
 
 [[nodiscard]] inline korrin::Value integer(int a_iValue)
 {
@@ -34,13 +35,13 @@ namespace platform
 /// The column's text; empty when the row lacks the column.
 [[nodiscard]] inline std::string textOf(const korrin::ValueList& a_oRow, const std::string& a_strColumn)
 {
-    return a_oRow.getValue(a_strColumn).getText();
+    return a_oRow.hasValue(a_strColumn) ? a_oRow.getValue(a_strColumn).getText() : std::string();
 }
 
 /// The column is a number other than 0.
 [[nodiscard]] inline bool isSet(const korrin::ValueList& a_oRow, const std::string& a_strColumn)
 {
-    return a_oRow.getValue(a_strColumn).getInteger() != 0;
+    return a_oRow.hasValue(a_strColumn) && a_oRow.getValue(a_strColumn).getInteger() != 0;
 }
 
 } // namespace platform

@@ -5,6 +5,7 @@
 #include "tests/unit/support/logcapture.h"
 #include "vadro/daemon.h"
 
+#include <pthread.h>
 #include <stdexcept>
 #include <sys/resource.h>
 
@@ -64,4 +65,18 @@ TEST(Detach, FailureLeavesTheCallerAsItWas)
         });
     EXPECT_EQ(7, oStarter.wait());
     EXPECT_THAT(oCapture.take(), HasSubstr("Too many open files"));
+}
+
+// The process between caller and detached one may be killed at any moment; caller and detached one never both go on.
+TEST(Detach, CallerLeavesWhenTheProcessBetweenIsKilled)
+{
+    const Child oStarter(
+        []
+        {
+            static const pid_t s_iStarter = getpid();
+            pthread_atfork(nullptr, [] { getpid() != s_iStarter ? std::raise(SIGKILL) : 0; }, nullptr);
+            const VADRO_Daemon oDaemon{};
+            return VADRO_Daemon_daemonize(&oDaemon) != 0 && getpid() != s_iStarter ? 0 : 7;
+        });
+    EXPECT_EQ(0, oStarter.wait());
 }
