@@ -120,7 +120,7 @@ void count(TablePlan& a_oPlan, const Rows& a_oRows, const RowIndex& a_oPresent)
 
 /// A table that always has exactly one row, with that row's Id if it is missing. Throws Failure unless the file has
 /// exactly that row.
-ImportedTable completeFixedRow(ImportedTable a_oWanted, const Rows& a_oPresent)
+ImportedTable completeFixedRow(ImportedTable a_oWanted, const Rows& a_oPresent, const RowIndex& a_oIndex)
 {
     const std::string strOnlyRow = "Table " + a_oWanted.m_strTable + " always has exactly one row";
     require(a_oWanted.m_oRows.size() == 1,
@@ -130,7 +130,7 @@ ImportedTable completeFixedRow(ImportedTable a_oWanted, const Rows& a_oPresent)
     {
         oWanted.add("Id", a_oPresent.front().getValue("Id"));
     }
-    require(RowIndex(a_oPresent).find(oWanted) != nullptr, strOnlyRow + " with an Id of its own; leave the Id out");
+    require(a_oIndex.find(oWanted) != nullptr, strOnlyRow + " with an Id of its own; leave the Id out");
     return a_oWanted;
 }
 
@@ -139,7 +139,7 @@ TablePlan planFixedRow(const ImportedTable& a_oWanted, const korrin::ValueList& 
     TablePlan oPlan;
     oPlan.m_strTable = a_oWanted.m_strTable;
     const RowIndex oIndex(a_oPresent);
-    Rows oRows = completeRows(completeFixedRow(a_oWanted, a_oPresent), a_oColumns, oIndex);
+    Rows oRows = completeRows(completeFixedRow(a_oWanted, a_oPresent, oIndex), a_oColumns, oIndex);
     count(oPlan, oRows, oIndex);
     if (oPlan.m_uiChanged > 0)
     {

@@ -14,8 +14,9 @@ constexpr int g_iApplicationId = 0x71636667;
 constexpr int g_iSchemaVersion = 1;
 
 // A file that cannot be used is refused with std::runtime_error, which names the file or folder, the reason and what to
-// do, or, where SQLite refuses it, with SQLite::Exception, whose code explain() puts into such words. It stays as it was, log included, except that an interrupted write is rolled back; the mode, too, unless another
-// process uses the file or its file system has no write-ahead logs.
+// do, or, where SQLite refuses it, with SQLite::Exception, whose code explain() puts into such words. It stays as it
+// was, log included, except that an interrupted write is rolled back; the mode, too, unless another process uses the
+// file or its file system has no write-ahead logs.
 
 /// Creates the file, mode 0600, if it is missing, and its folder, mode 0700, if the parent exists. Returns the path
 /// with the folder's links resolved; ":memory:" as it is. Refuses a file without permission, another user's, and what

@@ -22,7 +22,7 @@ constexpr const char* s_pFooter = R"(What is written:
                              can reach: no temporary, deprecated or untested one,
                              a public one before a unique-local one
   DNSClientServer            the DNS servers of each interface, from systemd-resolved
-                             where it runs, else from resolv.conf. Interfaces with
+                             if it knows any, else from resolv.conf. Interfaces with
                              rows of anybody else are left alone.
 
 Examples:

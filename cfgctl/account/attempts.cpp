@@ -20,7 +20,8 @@ namespace
 {
 
 constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1; // time stamps are whole seconds
-/// An attempt may take that long, of either kind, and 2 s until its row is stamped.
+/// An HTTPS attempt may take that long, and 2 s until its row is stamped. One by GnuDIP mostly takes less; after one
+/// that took longer, the next failure looks like the first of a series.
 constexpr std::time_t s_iAttempt = quorvad::CurlAction::s_iTransferSec + 2;
 constexpr std::time_t s_iWritten = quorvad::g_uiPassSec + 15;
 constexpr int s_iMostDoublings = 20;

@@ -224,13 +224,18 @@ bool isGnudip(const korrin::ValueList& a_oAccount)
 const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::ValueList& a_oAccount)
 {
     const std::string strServer = textOf(a_oAccount, dbm::DynDns_ServerAddr);
-    const bool bGnudip = isGnudip(a_oAccount);
-    const auto matches = [&](const std::string& a_strUrl)
-    { return !a_strUrl.empty() && (bGnudip ? a_strUrl == strServer : urlBase(a_strUrl) == urlBase(strServer)); };
+    if (isGnudip(a_oAccount))
+    {
+        return findFirst(a_oProviders,
+                         [&](const Provider& a_oProvider)
+                         { return a_oProvider.m_eSignIn == SignIn::Gnudip && a_oProvider.m_strUrl == strServer; });
+    }
+    const auto matches = [strBase = urlBase(strServer)](const std::string& a_strUrl)
+    { return !a_strUrl.empty() && urlBase(a_strUrl) == strBase; };
     return findFirst(a_oProviders,
                      [&](const Provider& a_oProvider)
                      {
-                         return (a_oProvider.m_eSignIn == SignIn::Gnudip) == bGnudip &&
+                         return a_oProvider.m_eSignIn != SignIn::Gnudip &&
                                 (matches(a_oProvider.m_strUrl) || matches(a_oProvider.m_strUrlDual));
                      });
 }

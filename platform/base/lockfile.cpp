@@ -99,8 +99,8 @@ LockFile::Outcome LockFile::replaceForeign(int a_iError)
     {
         return Outcome::Again;
     }
-    return refuse("exists and is not a regular file of this user, or has several links (its owner has uid " + std::to_string(oStatus.st_uid) +
-                  "); remove it");
+    return refuse("exists and is not a regular file of this user, or has several links (its owner has uid " +
+                  std::to_string(oStatus.st_uid) + "); remove it");
 }
 
 LockFile::Outcome LockFile::tryOnce()

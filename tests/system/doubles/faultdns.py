@@ -6,12 +6,14 @@ Part of faultprovider.py. Speaks UDP and TCP on port 53 of one address.
 import socket
 import struct
 
+from doubles import faultgnudip
 from doubles.listening import serve
 
 _A, _CNAME, _IN = 1, 5, 1
 _REPLY, _TRUNCATED = 0x8580, 0x0200  # an authoritative answer with recursion; bits of the flags
 _SERVFAIL, _NXDOMAIN, _REFUSED = 2, 3, 5
 MANY = 300
+ELSEWHERE = faultgnudip.ADDRESSES["unknown-code"]  # where only the name "elsewhere" leads
 STRANGER = "10.98.9.9"  # the address in replies with a wrong id: must never be used
 
 
@@ -48,7 +50,7 @@ def addresses(query, *texts):
 
 
 class Server:
-    """Gives all names one address, except for the faulty ones."""
+    """Gives nearly all names one address, except for the faulty ones."""
 
     def __init__(self, address, answer):
         self.address, self.answer = address, answer
@@ -89,4 +91,4 @@ class Server:
             return reply(query, flags=_TRUNCATED)
         if fault == "many":
             return addresses(query, *(f"10.98.{4 + number // 250}.{1 + number % 250}" for number in range(MANY)))
-        return addresses(query, self.answer)
+        return addresses(query, ELSEWHERE if fault == "elsewhere" else self.answer)

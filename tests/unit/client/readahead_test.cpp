@@ -22,6 +22,7 @@ public:
     }
     wire::Reply request(wire::Request a_oRequest) override
     {
+        ++m_iRequests;
         wire::Reply oReply = m_oService.answer(m_oSession, a_oRequest, cfgserver::Clock::now()).m_oReply;
         if (const auto oBehind = std::exchange(m_oBehindReply, nullptr))
         {
@@ -33,6 +34,7 @@ public:
 
     platform::ConfigClient m_oClient;
     std::function<void()> m_oBehindReply; // runs right after the next reply
+    int m_iRequests = 0;
 
 private:
     cfgserver::Service& m_oService;
@@ -143,4 +145,5 @@ TEST_F(ReadAhead, NeverReturnsStaleRows)
         check([&](auto& a_oClient, auto& a_oRow)
               { return a_oClient.getrowbykey(pTable, "Name", "n" + strKey, oNames, a_oRow); });
     }
+    EXPECT_LT(m_oHandler.m_iRequests, m_oPlain.m_iRequests) << "nothing was read ahead";
 }

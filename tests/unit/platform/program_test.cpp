@@ -74,7 +74,8 @@ TEST(Detach, CallerLeavesWhenTheProcessBetweenIsKilled)
         []
         {
             static const pid_t s_iStarter = getpid();
-            pthread_atfork(nullptr, [] { getpid() != s_iStarter ? std::raise(SIGKILL) : 0; }, nullptr);
+            pthread_atfork(
+                nullptr, [] { getpid() != s_iStarter ? std::raise(SIGKILL) : 0; }, nullptr);
             const VADRO_Daemon oDaemon{};
             return VADRO_Daemon_daemonize(&oDaemon) != 0 && getpid() != s_iStarter ? 0 : 7;
         });
