@@ -147,7 +147,8 @@ long CurlAction::readStatus()
 bool CurlAction::judgeResponse(long a_iStatus) const
 {
     const std::string strExcerpt = shortExcerpt(m_strResponse);
-    const EHttpVerdict eVerdict = judgeReply(a_iStatus, m_strResponse, m_strExpectedResultSubString);
+    const EHttpVerdict eVerdict =
+        judgeReply(a_iStatus, m_strResponse, {m_strExpectedResultSubString, m_strUnchangedResultSubString});
     switch (eVerdict)
     {
     case EHttpVerdict::eStatusOk:
@@ -157,6 +158,7 @@ bool CurlAction::judgeResponse(long a_iStatus) const
         LOG_ERROR("HTTPS response is empty");
         break;
     case EHttpVerdict::eTextFound:
+    case EHttpVerdict::eUnchanged:
         LOG_DEBUG("HTTPS response: '%s'", strExcerpt.c_str());
         break;
     case EHttpVerdict::eTextMissing:

@@ -38,6 +38,10 @@ public:
                int a_iDynDnsId);
     ~CurlAction() override;
 
+    /// The text by which the provider says that it had the address already, which counts as success where a text is
+    /// expected; empty (the default): none. To be called before the action runs.
+    void setUnchangedText(const std::string& a_strText) { m_strUnchangedResultSubString = a_strText; }
+
     /// Blocks for at most s_iTransferSec. Throws Error (CurlEasyPerformFailed, CurlEasyGetinfoFailed) after the outcome
     /// was reported. An interface that is not up and running gives false without a report.
     [[nodiscard]] bool execute() override;
@@ -61,6 +65,7 @@ public:
     std::string m_strExpectedResultSubString;
     std::string m_strInterface;
     int m_iDynDnsId;
+    std::string m_strUnchangedResultSubString;
 
 private:
     void configureHandle(const std::string& a_strNameservers);

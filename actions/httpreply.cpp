@@ -65,9 +65,10 @@ std::string reportExcerpt(const std::string& a_strBody)
     return escapeHtml(a_strBody.substr(0, s_uiReportBytes));
 }
 
-EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const std::string& a_strExpected)
+EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const AcceptingTexts& a_oTexts)
 {
-    if (a_strExpected.empty())
+    const auto contains = [&](const std::string& a_strText) { return a_strBody.find(a_strText) != std::string::npos; };
+    if (a_oTexts.m_strExpected.empty())
     {
         return a_iStatus == s_iHttpOk ? EHttpVerdict::eStatusOk : EHttpVerdict::eStatusRefused;
     }
@@ -75,27 +76,34 @@ EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const std:
     {
         return EHttpVerdict::eEmptyBody;
     }
-    return a_strBody.find(a_strExpected) != std::string::npos ? EHttpVerdict::eTextFound : EHttpVerdict::eTextMissing;
+    if (contains(a_oTexts.m_strExpected))
+    {
+        return EHttpVerdict::eTextFound;
+    }
+    const bool bUnchanged = !a_oTexts.m_strUnchanged.empty() && contains(a_oTexts.m_strUnchanged);
+    return bUnchanged ? EHttpVerdict::eUnchanged : EHttpVerdict::eTextMissing;
 }
 
 bool isAccepted(EHttpVerdict a_eVerdict)
 {
-    return a_eVerdict == EHttpVerdict::eStatusOk || a_eVerdict == EHttpVerdict::eTextFound;
+    return a_eVerdict == EHttpVerdict::eStatusOk || a_eVerdict == EHttpVerdict::eTextFound ||
+           a_eVerdict == EHttpVerdict::eUnchanged;
 }
 
-std::optional<bool> judgeExcerpt(long a_iStatus, const std::string& a_strExcerpt, const std::string& a_strExpected)
+std::optional<EHttpVerdict>
+judgeExcerpt(long a_iStatus, const std::string& a_strExcerpt, const AcceptingTexts& a_oTexts)
 {
     if (a_iStatus == 0)
     {
-        return false;
+        return EHttpVerdict::eStatusRefused;
     }
     const std::string strBody = unescapeHtml(a_strExcerpt);
-    const EHttpVerdict eVerdict = judgeReply(a_iStatus, strBody, a_strExpected);
+    const EHttpVerdict eVerdict = judgeReply(a_iStatus, strBody, a_oTexts);
     if (eVerdict == EHttpVerdict::eTextMissing && strBody.size() >= s_uiReportBytes)
     {
         return std::nullopt;
     }
-    return isAccepted(eVerdict);
+    return eVerdict;
 }
 
 } // namespace quorvad

@@ -14,14 +14,13 @@ namespace
 
 constexpr const char* s_pNever = "never";
 
-const char* nameLast(const korrin::ValueList& a_oStatus)
+Style styleOf(const std::string& a_strOutcome)
 {
-    if (a_oStatus.empty())
+    if (a_strOutcome == s_pNever || a_strOutcome == nameOutcome(Outcome::Unknown))
     {
-        return s_pNever;
+        return Style::Faint;
     }
-    const bool bUpdated = isSet(a_oStatus, dbm::DynDnsStatus_Success);
-    return nameOutcome(bUpdated ? Outcome::Updated : Outcome::Failed);
+    return a_strOutcome == nameOutcome(Outcome::Failed) ? Style::Bad : Style::Good;
 }
 
 bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
@@ -60,10 +59,9 @@ Cell lastCell(const korrin::ValueList& a_oRow)
     {
         return {"not tried yet", Style::Faint};
     }
-    const bool bGood = strOutcome == nameOutcome(Outcome::Updated);
     const std::string strWhen = isNull(a_oRow, "AgeSeconds") ? textOf(a_oRow, dbm::DynDnsStatus_Timestamp)
                                                              : describeAge(a_oRow.getValue("AgeSeconds").getInteger());
-    return {(bGood ? "updated " : "failed ") + strWhen, bGood ? Style::Good : Style::Bad};
+    return {strOutcome + " " + strWhen, styleOf(strOutcome)};
 }
 
 Cell outcomeCell(const korrin::ValueList& a_oRow)
@@ -73,12 +71,7 @@ Cell outcomeCell(const korrin::ValueList& a_oRow)
     {
         return {"account is gone", Style::Faint};
     }
-    if (strOutcome == nameOutcome(Outcome::Unknown))
-    {
-        return {strOutcome, Style::Faint};
-    }
-    const bool bUpdated = strOutcome == nameOutcome(Outcome::Updated);
-    return {bUpdated ? "updated" : "failed", bUpdated ? Style::Good : Style::Bad};
+    return {strOutcome, styleOf(strOutcome)};
 }
 
 std::string describeWhen(const korrin::ValueList& a_oRow)
@@ -115,6 +108,7 @@ Rows makeStatusRows(const StatusSources& a_oSources, std::time_t a_iNow)
         const korrin::ValueList& oInterface = findLast(a_oSources.m_oInterfaces, dbm::Name, strInterface);
         const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
         const korrin::ValueList& oLog = findLast(a_oSources.m_oLog, dbm::DynDnsStatus_DynDnsId, strId);
+        const std::optional<Outcome> oLast = judgeLast(oAccount, a_oSources);
         const std::string strTimestamp = textOf(oStatus, dbm::DynDnsStatus_Timestamp);
         oResult.push_back(
             platform::row({{dbm::Id, oAccount.getValue(dbm::Id)},
@@ -125,7 +119,7 @@ Rows makeStatusRows(const StatusSources& a_oSources, std::time_t a_iNow)
                            {dbm::Addr, oInterface.getValue(dbm::Addr)},
                            {"Addr6", findLast(a_oSources.m_oIPv6, dbm::Name, strInterface).getValue(dbm::Addr)},
                            {dbm::Enable, oAccount.getValue(dbm::Enable)},
-                           {"Outcome", platform::text(nameLast(oStatus))},
+                           {"Outcome", platform::text(oLast ? nameOutcome(*oLast) : s_pNever)},
                            {dbm::DynDnsStatus_Timestamp, oStatus.getValue(dbm::DynDnsStatus_Timestamp)},
                            {"AgeSeconds", ageOf(strTimestamp, a_iNow)},
                            {dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode)},

@@ -9,7 +9,7 @@ namespace cfgctl
 {
 
 /// One row per account: Id, Hostname, ServiceType, Interface, InterfaceUp (null when the interface is not monitored),
-/// Addr, Addr6, Enable, Outcome ("ok", "failed", "never"), Timestamp, AgeSeconds, ResponseCode, Response of the
+/// Addr, Addr6, Enable, Outcome (nameOutcome's words or "never"), Timestamp, AgeSeconds, ResponseCode, Response of the
 /// account's newest log row, Next (plain words); null where there is nothing. Pure.
 [[nodiscard]] Rows makeStatusRows(const StatusSources& a_oSources, std::time_t a_iNow);
 
@@ -18,7 +18,7 @@ namespace cfgctl
 
 /// DynDnsLog rows with an Id above a_iAfter, newest last, of one account or, if a_iAccount is 0, of all: Id, DynDnsId,
 /// Hostname (null when the account is gone), Timestamp, AgeSeconds (null for a Timestamp that cannot be read), Outcome
-/// ("ok", "failed", "unknown"), ResponseCode, Response. Only the accounts, their status and log are read. Pure.
+/// (nameOutcome's words), ResponseCode, Response. Only the accounts, their status and log are read. Pure.
 [[nodiscard]] Rows makeLogRows(const StatusSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow);
 
 /// Their table. Pure.

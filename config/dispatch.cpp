@@ -90,17 +90,20 @@ std::shared_ptr<Action> ConfigHandler::makeHttpsAction(int a_iId,
     const std::string strExpected = textColumn(a_oAccount, dbm::DynDns_ExpectedResultSubString);
     const std::string strInterface = textOf(a_oAccount, dbm::Interface);
     const std::string strServers = getNameservers(strInterface);
-    return std::make_shared<CurlAction>(strServer,
-                                        strAddr,
-                                        a_strAddr6,
-                                        strHostname,
-                                        strUser,
-                                        strPassword,
-                                        m_strSerialNo,
-                                        strExpected,
-                                        strInterface,
-                                        strServers,
-                                        a_iId);
+    auto pAction = std::make_shared<CurlAction>(strServer,
+                                                strAddr,
+                                                a_strAddr6,
+                                                strHostname,
+                                                strUser,
+                                                strPassword,
+                                                m_strSerialNo,
+                                                strExpected,
+                                                strInterface,
+                                                strServers,
+                                                a_iId);
+    pAction->setUnchangedText(
+        textOf(a_oAccount, dbm::DynDns_UnchangedResultSubString)); // a service may lack the column
+    return pAction;
 }
 
 std::shared_ptr<Action>

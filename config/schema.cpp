@@ -67,7 +67,8 @@ std::vector<TableSchema> declareTables()
                text(DynDns_AccountUserName),
                secret(ESecret::eWhole, text(DynDns_Password)),
                text(DynDns_ExpectedResultSubString),
-               integer(DynDns_Retry, 5)}),
+               integer(DynDns_Retry, 5),
+               text(DynDns_UnchangedResultSubString)}),
         inMemory(
             table(Table_StatusNetifWatch, EKind::eState, s_acWatcher, {unique(text(Name)), text(Addr), integer(IsUp)})),
         inMemory(table(Table_StatusNetIfIPv6Addresses, EKind::eState, s_acWatcher, {unique(text(Name)), text(Addr)})),

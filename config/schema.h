@@ -38,6 +38,8 @@ inline constexpr char DynDns_AccountUserName[] = "AccountUserName";
 inline constexpr char DynDns_Password[] = "Password";
 inline constexpr char DynDns_ExpectedResultSubString[] = "ExpectedResultSubString";
 inline constexpr char DynDns_Retry[] = "Retry";
+/// Text of an answer that says that the provider had the address already.
+inline constexpr char DynDns_UnchangedResultSubString[] = "UnchangedResultSubString";
 
 // The values of ServiceType.
 inline constexpr char ServiceType_UpdateUrl[] = "update-url";

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <vector>
 
 namespace cfgctl
@@ -76,7 +75,7 @@ std::vector<std::time_t> failuresOf(const korrin::ValueList& a_oAccount, const S
         {
             continue;
         }
-        if (judgeAttempt(a_oAccount, a_oSources.m_oStatus, oRow) == Outcome::Updated)
+        if (isSuccess(judgeAttempt(a_oAccount, a_oSources.m_oStatus, oRow)))
         {
             oTimes.clear();
         }
@@ -108,11 +107,7 @@ std::string describeFailed(const korrin::ValueList& a_oAccount, const StatusSour
     return iSeconds < 60 ? "tries again within a minute" : "tries again within " + describeSpan(iSeconds + 59);
 }
 
-Outcome toOutcome(bool a_bSuccess)
-{
-    return a_bSuccess ? Outcome::Updated : Outcome::Failed;
-}
-
+/// By the account's present settings and what is stored of the answer.
 Outcome judgeStored(const korrin::ValueList& a_oAccount, const korrin::ValueList& a_oLogRow)
 {
     if (a_oAccount.empty())
@@ -120,20 +115,30 @@ Outcome judgeStored(const korrin::ValueList& a_oAccount, const korrin::ValueList
         return Outcome::Unknown;
     }
     const int iCode = a_oLogRow.getValue(dbm::DynDnsLog_ResponseCode).getInteger();
-    std::optional<bool> bAccepted = iCode == quorvad::g_iGnudipSuccess;
-    if (!isGnudip(a_oAccount))
+    if (isGnudip(a_oAccount))
     {
-        bAccepted = quorvad::judgeExcerpt(
-            iCode, textOf(a_oLogRow, dbm::DynDnsLog_Response), textOf(a_oAccount, dbm::DynDns_ExpectedResultSubString));
+        return iCode == quorvad::g_iGnudipSuccess ? Outcome::Updated : Outcome::Failed;
     }
-    return bAccepted ? toOutcome(*bAccepted) : Outcome::Unknown;
+    const auto oVerdict = quorvad::judgeExcerpt(iCode,
+                                                textOf(a_oLogRow, dbm::DynDnsLog_Response),
+                                                {textOf(a_oAccount, dbm::DynDns_ExpectedResultSubString),
+                                                 textOf(a_oAccount, dbm::DynDns_UnchangedResultSubString)});
+    if (!oVerdict)
+    {
+        return Outcome::Unknown;
+    }
+    if (*oVerdict == quorvad::EHttpVerdict::eUnchanged)
+    {
+        return Outcome::Unchanged;
+    }
+    return quorvad::isAccepted(*oVerdict) ? Outcome::Updated : Outcome::Failed;
 }
 
 } // namespace
 
 const char* nameOutcome(Outcome a_eOutcome)
 {
-    constexpr std::array apNames{"ok", "failed", "unknown"}; // in the order of Outcome
+    constexpr std::array apNames{"updated", "unchanged", "failed", "unknown"}; // in the order of Outcome
     static_assert(apNames.size() == static_cast<std::size_t>(Outcome::Unknown) + 1);
     return apNames.at(static_cast<std::size_t>(a_eOutcome));
 }
@@ -143,11 +148,32 @@ Outcome judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus,
     const std::string strId = textOf(a_oLogRow, dbm::DynDnsLog_DynDnsId);
     const korrin::ValueList& oStatus = findLast(a_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
     const korrin::Value& oTimestamp = a_oLogRow.getValue(dbm::DynDnsLog_Timestamp);
-    if (!oStatus.empty() && oStatus.getValue(dbm::DynDnsStatus_Timestamp) == oTimestamp)
+    const Outcome eStored = judgeStored(a_oAccount, a_oLogRow);
+    if (oStatus.empty() || !(oStatus.getValue(dbm::DynDnsStatus_Timestamp) == oTimestamp))
     {
-        return toOutcome(isSet(oStatus, dbm::DynDnsStatus_Success));
+        return eStored;
     }
-    return judgeStored(a_oAccount, a_oLogRow);
+    if (!isSet(oStatus, dbm::DynDnsStatus_Success))
+    {
+        return Outcome::Failed;
+    }
+    return eStored == Outcome::Unchanged ? eStored : Outcome::Updated;
+}
+
+std::optional<Outcome> judgeLast(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
+{
+    const std::string strId = textOf(a_oAccount, dbm::Id);
+    const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
+    if (oStatus.empty())
+    {
+        return std::nullopt;
+    }
+    const korrin::ValueList& oLog = findLast(a_oSources.m_oLog, dbm::DynDnsLog_DynDnsId, strId);
+    if (oLog.getValue(dbm::DynDnsLog_Timestamp) == oStatus.getValue(dbm::DynDnsStatus_Timestamp))
+    {
+        return judgeAttempt(a_oAccount, a_oSources.m_oStatus, oLog);
+    }
+    return isSet(oStatus, dbm::DynDnsStatus_Success) ? Outcome::Updated : Outcome::Failed; // its log row has gone
 }
 
 std::string describeNext(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow)

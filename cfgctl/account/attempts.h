@@ -3,6 +3,7 @@
 #include "cfgctl/database.h"
 
 #include <ctime>
+#include <optional>
 #include <string>
 
 namespace cfgctl
@@ -12,18 +13,28 @@ namespace cfgctl
 enum class Outcome
 {
     Updated,
+    Unchanged, ///< the provider had the address already
     Failed,
     Unknown ///< the expected text may be in the part of the answer that is not stored, or the account is gone
 };
 
-/// "ok", "failed" or "unknown", for programs.
+/// "updated", "unchanged", "failed" or "unknown": the one word for it, for people and programs.
 [[nodiscard]] const char* nameOutcome(Outcome a_eOutcome);
+
+/// Whether the provider has the address.
+[[nodiscard]] constexpr bool isSuccess(Outcome a_eOutcome)
+{
+    return a_eOutcome == Outcome::Updated || a_eOutcome == Outcome::Unchanged;
+}
 
 /// The outcome of a DynDnsLog row. The account's DynDnsStatus row decides on the attempt with its Timestamp. Older ones
 /// are judged by the daemon's rule, the account's present settings and the stored part of the answer; unknown for an
 /// account that no longer exists (an empty row). Pure.
 [[nodiscard]] Outcome
 judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const korrin::ValueList& a_oLogRow);
+
+/// The outcome of the account's last attempt; nothing before the first one. Pure.
+[[nodiscard]] std::optional<Outcome> judgeLast(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources);
 
 /// What happens next with an account, in a few plain words, as far as the tables tell. Pure.
 [[nodiscard]] std::string

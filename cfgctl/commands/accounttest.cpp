@@ -53,16 +53,18 @@ std::string describeSuccess(const korrin::ValueList& a_oAccount)
     return strExpect.empty() ? "HTTP status 200" : "an answer that contains \"" + strExpect + "\"";
 }
 
-std::string describeLast(const korrin::ValueList& a_oStatus, std::time_t a_iNow)
+std::string describeLast(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow)
 {
-    if (a_oStatus.empty())
+    const std::optional<Outcome> oLast = judgeLast(a_oAccount, a_oSources);
+    if (!oLast)
     {
         return "not tried yet";
     }
-    const std::string strTimestamp = textOf(a_oStatus, dbm::DynDnsStatus_Timestamp);
+    const korrin::ValueList& oStatus =
+        findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, textOf(a_oAccount, dbm::Id));
+    const std::string strTimestamp = textOf(oStatus, dbm::DynDnsStatus_Timestamp);
     const korrin::Value oAge = ageOf(strTimestamp, a_iNow);
-    const bool bSuccess = isSet(a_oStatus, dbm::DynDnsStatus_Success);
-    return (bSuccess ? "updated " : "failed ") +
+    return std::string(nameOutcome(*oLast)) + " " +
            (oAge.getType() == korrin::eValueNull ? strTimestamp : describeAge(oAge.getInteger()));
 }
 
@@ -111,7 +113,6 @@ std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
     const std::string strInterface = textOf(a_oAccount, dbm::Interface);
     const korrin::ValueList& oWatch = findLast(a_oSources.m_oInterfaces, dbm::Name, strInterface);
     const korrin::ValueList& oIPv6 = findLast(a_oSources.m_oIPv6, dbm::Name, strInterface);
-    const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
     const std::string strServers =
         vadro::string::replaceAllOccurrences(nameserversOf(a_oAccount, a_oSources), ",", ", ");
     return {{"Hostname", "Hostname", textOf(a_oAccount, dbm::DynDns_Hostname)},
@@ -126,7 +127,7 @@ std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
             {"IPv4", "IPv4", orNone(textOf(oWatch, dbm::Addr))},
             {"IPv6", "IPv6", orNone(textOf(oIPv6, dbm::Addr))},
             {"DnsServers", "DNS servers", orNone(strServers)},
-            {"Last", "Last", describeLast(oStatus, iNow)},
+            {"Last", "Last", describeLast(a_oAccount, a_oSources, iNow)},
             {"Next", "Next", describeNext(a_oAccount, a_oSources, iNow)}};
 }
 

@@ -22,5 +22,5 @@ void fuzz(std::string_view a_strInput)
     const std::string strReport = reportExcerpt(strBody);
     require(shortExcerpt(strBody).size() <= 100 && strReport.find_first_of("<>\"'") == std::string::npos);
     require(strReport.size() <= 200 * std::string_view("&quot;").size());
-    require(strExpected.empty() || judgeReply(200, strBody, strExpected) == EHttpVerdict::eTextFound);
+    require(strExpected.empty() || judgeReply(200, strBody, {strExpected, ""}) == EHttpVerdict::eTextFound);
 }

@@ -97,7 +97,7 @@ def test_accounts(router):
     lines = [json.loads(follower.stdout.readline()) for _ in range(2)]
     follower.send_signal(signal.SIGINT)
     assert follower.wait(30) == 0
-    assert {line["DynDnsId"]: line["Outcome"] for line in lines} == {1: "ok", 2: "ok"}
+    assert {line["DynDnsId"]: line["Outcome"] for line in lines} == {1: "updated", 2: "updated"}
     assert len(re.findall(r" updated +200  good$", router.ctl("log", "--lines", "2").stdout, re.M)) == 2
     status = router.ctl("status").stdout
     assert len(re.findall(r"updated .* (ago|now) +good +nothing until the address changes$", status, re.M)) == 2

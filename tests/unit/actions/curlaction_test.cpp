@@ -72,13 +72,15 @@ TEST_F(CurlActionTest, ReplyDecidesAndIsReported)
         const char* m_pExpected;
         bool m_bSuccess;
         std::string m_strReported;
+        const char* m_pUnchanged = "";
     } aoCases[] = {{"200 OK", "", "", true, ""},
                    {"200 OK", strLong, "", true, strEscaped},
                    {"403 Forbidden", "a<b", "", false, "a&lt;b"},
                    {"302 Found\r\nLocation: /other", "moved", "", false, "moved"},
                    {"500 Oops", "good\n 1.2.3.4\n", "good 1", true, "good 1.2.3.4"},
                    {"200 OK", "Good", "good", false, "Good"},
-                   {"200 OK", "", "good", false, ""}};
+                   {"200 OK", "", "good", false, ""},
+                   {"200 OK", "no\nchg", "good", true, "nochg", "nochg"}};
     for (const auto& oCase : aoCases)
     {
         int iRequests = 0;
@@ -92,6 +94,7 @@ TEST_F(CurlActionTest, ReplyDecidesAndIsReported)
             };
             const LocalServer oServer("127.0.0.1", 0, oServe);
             auto oAction = action(oServer.url() + "/u", oCase.m_pExpected);
+            oAction.setUnchangedText(oCase.m_pUnchanged);
             const int iStatus = std::atoi(oCase.m_pStatus);
             for (int iTry = 0; iTry < 2; ++iTry) // an attempt does not affect the next one
             {

@@ -31,13 +31,27 @@ TEST(HttpReply, ExcerptsAreCutBeforeTheyAreEscaped)
 TEST(HttpReply, ExcerptsAreJudgedAsFarAsTheyReach)
 {
     const std::string strLong(300, '&');
-    EXPECT_EQ(judgeExcerpt(200, reportExcerpt("a <b> good"), "<b> go"), true);
-    EXPECT_EQ(judgeExcerpt(200, reportExcerpt(strLong.substr(0, 199)), "good"), false);
-    EXPECT_EQ(judgeExcerpt(200, reportExcerpt(strLong + "good"), "good"), std::nullopt);
-    EXPECT_EQ(judgeExcerpt(200, reportExcerpt("<>"), "lt"), false);
-    EXPECT_EQ(judgeExcerpt(404, reportExcerpt("good"), "good"), true);
-    EXPECT_EQ(judgeExcerpt(404, reportExcerpt(strLong), ""), false);
-    EXPECT_EQ(judgeExcerpt(0, "Connection error: no good", "good"), false);
+    const auto judge = [](long a_iStatus, const std::string& a_strBody, const AcceptingTexts& a_oTexts)
+    { return judgeExcerpt(a_iStatus, reportExcerpt(a_strBody), a_oTexts); };
+    EXPECT_EQ(judge(200, "a <b> good", {"<b> go", ""}), EHttpVerdict::eTextFound);
+    EXPECT_EQ(judge(200, strLong.substr(0, 199), {"good", "nochg"}), EHttpVerdict::eTextMissing);
+    EXPECT_EQ(judge(200, strLong + "good", {"good", "nochg"}), std::nullopt);
+    EXPECT_EQ(judge(200, "<>", {"lt", ""}), EHttpVerdict::eTextMissing);
+    EXPECT_EQ(judge(404, "good", {"good", ""}), EHttpVerdict::eTextFound);
+    EXPECT_EQ(judge(404, strLong, {"", ""}), EHttpVerdict::eStatusRefused);
+    EXPECT_EQ(judge(0, "Connection error: no good, nochg", {"good", "nochg"}), EHttpVerdict::eStatusRefused);
+}
+
+// A provider that has the address already answers with a text of its own, which counts where a text is expected.
+TEST(HttpReply, UnchangedAddressIsASuccess)
+{
+    const AcceptingTexts oTexts{"good", "nochg"};
+    EXPECT_EQ(judgeReply(500, "nochg 10.0.0.1", oTexts), EHttpVerdict::eUnchanged);
+    EXPECT_EQ(judgeReply(200, "good, IPv6 nochg", oTexts), EHttpVerdict::eTextFound);
+    EXPECT_EQ(judgeReply(200, "", oTexts), EHttpVerdict::eEmptyBody);
+    EXPECT_EQ(judgeReply(200, "badauth", {"good", ""}), EHttpVerdict::eTextMissing);
+    EXPECT_EQ(judgeReply(500, "nochg", {"", "nochg"}), EHttpVerdict::eStatusRefused);
+    EXPECT_TRUE(isAccepted(EHttpVerdict::eUnchanged));
 }
 
 TEST(Gnudip, RequestForKnownSalt)

@@ -370,19 +370,27 @@ TEST(Outcome, ComesFromTheStatusRowOrForOlderAttemptsFromTheExcerpt)
                        logRow("3", iLast - 200, "200", strCut),
                        logRow("4", iLast - 100, "0", "Connection error: " + strCut),
                        logRow("5", iLast, "200", strCut)};
-    EXPECT_EQ(outcomes(oSources), "ok failed unknown failed ok ");
+    EXPECT_EQ(outcomes(oSources), "updated failed unknown failed updated ");
     EXPECT_THAT(renderTable(makeLogTable(makeLogRows(oSources, 0, 2, iLast)), {}), HasSubstr("  unknown   200  xxx"));
     oSources.m_oStatus = {change(oSources.m_oStatus.front(), "Success", "0")};
-    EXPECT_EQ(outcomes(oSources), "ok failed unknown failed failed ");
+    EXPECT_EQ(outcomes(oSources), "updated failed unknown failed failed ");
     oSources.m_oAccounts.clear();
     EXPECT_EQ(outcomes(oSources), "unknown unknown unknown unknown failed ");
     EXPECT_THAT(renderTable(makeLogTable(makeLogRows(oSources, 0, 4, iLast)), {}), HasSubstr("account is gone"));
     oSources.m_oAccounts = {change(s_oReady, "ServiceType", "gnudip")};
-    EXPECT_EQ(outcomes(oSources), "failed failed failed ok failed ");
+    EXPECT_EQ(outcomes(oSources), "failed failed failed updated failed ");
+    oSources.m_oAccounts = {change(s_oReady, "UnchangedResultSubString", "bada")};
+    EXPECT_EQ(outcomes(oSources), "updated unchanged unknown failed failed ");
+    oSources.m_oLog.back() = logRow("5", iLast, "200", "badauth");
+    EXPECT_EQ(outcomes(oSources), "updated unchanged unknown failed failed "); // judged before the text was set
+    oSources.m_oStatus = {change(oSources.m_oStatus.front(), "Success", "1")};
+    EXPECT_EQ(judgeLast(oSources.m_oAccounts.front(), oSources), Outcome::Unchanged);
+    oSources.m_oLog.pop_back();
+    EXPECT_EQ(judgeLast(oSources.m_oAccounts.front(), oSources), Outcome::Updated); // its log row has gone
 
     // The next step rests on the same verdict.
     StatusSources oTables = sources();
-    oTables.m_oStatus = oSources.m_oStatus;
+    oTables.m_oStatus = {change(oSources.m_oStatus.front(), "Success", "0")};
     oTables.m_oLog = {logRow("1", iLast - 130, "200", "good" + strCut), logRow("2", iLast, "200", strCut)};
     EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 3 minutes"); // a new series
     oTables.m_oLog.front() = logRow("1", iLast - 130, "200", strCut);

@@ -131,6 +131,8 @@ TEST_F(HandlerTest, AccountWaitsForItsInterface)
 
 TEST_F(HandlerTest, BuildsActionsFromTheCachedRows)
 {
+    rows("DynDns").front().add("UnchangedResultSubString",
+                               korrin::Value(korrin::eValueText, "nochg")); // a column that the other rows lack
     notify("DynDns");
     ASSERT_THAT(process(), ElementsAre(1, 2, 4));
     const auto actionOf = [&](int a_iId) { return m_oHandler.m_oSchedulers.at(a_iId)->m_pAction.get(); };
@@ -139,6 +141,7 @@ TEST_F(HandlerTest, BuildsActionsFromTheCachedRows)
     {
         const auto& o = dynamic_cast<CurlAction&>(*actionOf(iId));
         EXPECT_THAT(std::tie(o.m_strUrl, o.m_iDynDnsId, o.m_strExpectedResultSubString), FieldsAre(pUrl, iId, "good"));
+        EXPECT_EQ(o.m_strUnchangedResultSubString, iId == 1 ? "nochg" : "");
         EXPECT_THAT(std::tie(o.m_strDomain, o.m_strUsername, o.m_strPassword, o.m_strInterface),
                     FieldsAre("alice.dyn.example.org", "alice", "secret", iId == 1 ? "ppp0" : "eth0"));
     }
