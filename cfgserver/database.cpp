@@ -179,11 +179,25 @@ void storeHighestId(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema,
 
 } // namespace
 
-Database::Database(const std::string& a_strPath) : m_strPath(makeDatabaseFile(a_strPath))
+EKept keptOf(const TableSchema& a_oSchema)
+{
+    if (a_oSchema.m_bComputed)
+    {
+        return EKept::eNotAtAll;
+    }
+    return a_oSchema.m_bVolatile ? EKept::eUntilReboot : EKept::eForGood;
+}
+
+Database::Database(const std::string& a_strPath, EKept a_eKept)
+    : m_strPath(makeDatabaseFile(a_strPath)), m_eKept(a_eKept)
 {
     try
     {
         m_pDatabase = openDatabase(m_strPath);
+        if (m_eKept == EKept::eUntilReboot)
+        {
+            m_pDatabase->exec("PRAGMA synchronous=OFF");
+        }
         createMissing();
     }
     catch (const SQLite::Exception& oError)
@@ -203,7 +217,7 @@ void Database::createMissing()
     // A version that needs more than new tables and columns converts the old ones here, by user_version.
     for (const TableSchema& oSchema : getSchema())
     {
-        if (!oSchema.m_bVolatile)
+        if (keptOf(oSchema) == m_eKept)
         {
             createTable(*m_pDatabase, oSchema);
         }

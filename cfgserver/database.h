@@ -18,6 +18,16 @@ struct TableChange
     const Table& m_oAfter;
 };
 
+/// How long the rows of a table are kept.
+enum class EKept
+{
+    eForGood,
+    eUntilReboot, ///< in memory, and over a restart where there is a StateFile
+    eNotAtAll     ///< computed
+};
+
+[[nodiscard]] EKept keptOf(const TableSchema& a_oSchema);
+
 /// The tables on disk: one SQLite file that belongs to this process alone while it is open. One thread; must not be
 /// carried over a fork, which would lose the lock.
 class Database
@@ -27,7 +37,8 @@ public:
     /// std::runtime_error that names the file, the reason and what to do: no folder, no permission, used by another
     /// process, damaged, not ours, written by a newer service. The content of a refused file stays as it was
     /// (databasefile.h tells what of the rest); until accept() the log beside it is not written into it.
-    explicit Database(const std::string& a_strPath);
+    /// @param a_eKept which tables it holds; those that a reboot may lose are written without waiting for a disk
+    explicit Database(const std::string& a_strPath, EKept a_eKept = EKept::eForGood);
 
     /// The stored rows of a table. Throws std::runtime_error if they violate the schema.
     [[nodiscard]] Table load(const TableSchema& a_oSchema);
@@ -46,6 +57,7 @@ private:
     void overwriteRefused();
 
     std::string m_strPath;
+    EKept m_eKept;
     std::unique_ptr<SQLite::Database> m_pDatabase;
 };
 

@@ -2,6 +2,7 @@
 
 #include "cfgserver/database.h"
 #include "cfgserver/server.h"
+#include "cfgserver/statefile.h"
 #include "platform/base/program.h"
 #include "platform/common/log.h"
 #include "platform/common/process.h"
@@ -24,7 +25,8 @@ struct Options
 {
     std::string m_strSocket = "/tmp/cfgserver.socket";
     std::string m_strDatabase = "/var/lib/quorvad/config.db";
-    std::string m_strGroup; ///< empty: none
+    std::string m_strRuntime; ///< empty: none
+    std::string m_strGroup;   ///< empty: none
     bool m_bForeground = false;
     bool m_bDebug = false;
 };
@@ -67,7 +69,8 @@ void serve(const Options& a_oOptions, std::uint32_t a_uiLog, const std::function
     // The socket comes first and goes last: a second start fails on it with the reason, before it creates a database.
     ServiceSocket oSocket(a_oOptions.m_strSocket, oGroup);
     Database oDatabase(a_oOptions.m_strDatabase);
-    Store oStore(oDatabase);
+    StateFile oState(a_oOptions.m_strRuntime);
+    Store oStore(oDatabase, &oState);
     Server oServer(oLoop, oStore, oSocket, Limits());
     LOG_TO(
         a_uiLog, info, "Serving %s from database %s", a_oOptions.m_strSocket.c_str(), a_oOptions.m_strDatabase.c_str());
@@ -87,6 +90,8 @@ void declare(CLI::App& a_oApp, Options& a_oOptions, std::string& a_strLevel)
     a_oApp.add_option("-s,--socket", a_oOptions.m_strSocket, "Unix socket to listen on")->capture_default_str();
     a_oApp.add_option("-d,--database", a_oOptions.m_strDatabase, "SQLite file, mode 0600; \":memory:\" keeps nothing")
         ->capture_default_str();
+    a_oApp.add_option(
+        "-r,--runtime", a_oOptions.m_strRuntime, "folder in memory that keeps the state tables over a restart");
     a_oApp.add_option("-g,--group", a_oOptions.m_strGroup, "also let members of this group connect");
     a_oApp.add_flag(
         "-f,--foreground", a_oOptions.m_bForeground, "stay in the foreground, log to standard error as well");
@@ -125,6 +130,7 @@ std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, O
         a_oOptions.m_bDebug = strLevel == "debug";
         a_oOptions.m_strSocket = makeAbsolute(a_oOptions.m_strSocket);
         a_oOptions.m_strDatabase = makeAbsolute(a_oOptions.m_strDatabase);
+        a_oOptions.m_strRuntime = makeAbsolute(a_oOptions.m_strRuntime);
         return std::nullopt;
     }
     catch (const CLI::ParseError& oEnd)

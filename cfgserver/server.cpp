@@ -285,7 +285,7 @@ void Server::disconnect(Sessions::iterator a_itSession)
     {
         LOG_DEBUG("%s", ("Left: " + oSession.describe()).c_str());
     }
-    m_oService.forget(oSession.getClient());
+    m_oService.leave(oSession.getClient());
     m_oLoop.remove(a_itSession->first);
     m_oSessions.erase(a_itSession);
 }

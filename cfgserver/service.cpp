@@ -45,6 +45,12 @@ long long toSeconds(std::chrono::milliseconds a_oTime)
     return std::chrono::duration_cast<std::chrono::seconds>(a_oTime).count();
 }
 
+/// How long the client says that it has been running, in seconds.
+int readAge(const korrin::ValueList& a_oOptions)
+{
+    return a_oOptions.hasValue(wire::g_acAgeOption) ? a_oOptions.getValue(wire::g_acAgeOption).getInteger() : 0;
+}
+
 void listTables(wire::Reply& a_oReply)
 {
     for (const TableSchema& oSchema : getSchema())
@@ -76,7 +82,7 @@ Service::Answer Service::answer(Client& a_oClient, const wire::Request& a_oReque
     catch (const std::bad_alloc&)
     {
         // What was being written is in an unknown state; what is committed is not.
-        forget(a_oClient);
+        dropAccess(a_oClient);
         oAnswer.m_oReply = {};
         oAnswer.m_oReply.m_eResult = Result::TooLarge;
         oAnswer.m_oReply.m_strError = "the service is out of memory; uncommitted writes of this client are discarded";
@@ -98,7 +104,7 @@ void Service::carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock
     switch (a_oRequest.m_eOperation)
     {
     case Operation::Hello:
-        return greet(a_oClient, a_oRequest, a_oAnswer.m_oReply);
+        return greet(a_oClient, a_oRequest, a_oNow, a_oAnswer.m_oReply);
     case Operation::GetTables:
         return listTables(a_oAnswer.m_oReply);
     case Operation::GetColumns:
@@ -106,7 +112,7 @@ void Service::carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock
     case Operation::GetRow:
     case Operation::GetRowByKey:
     case Operation::GetRows:
-        return read(a_oClient, a_oRequest, a_oAnswer.m_oReply);
+        return read(a_oClient, a_oRequest, a_oNow, a_oAnswer.m_oReply);
     case Operation::InsertRow:
     case Operation::UpdateKey:
     case Operation::DeleteRow:
@@ -115,15 +121,15 @@ void Service::carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock
     case Operation::GetAccess:
         return takeAccess(a_oClient, a_oNow);
     case Operation::DropAccess:
-        return forget(a_oClient);
+        return dropAccess(a_oClient);
     case Operation::Commit:
-        a_oAnswer.m_oChanged = commit(a_oClient);
+        a_oAnswer.m_oChanged = commit(a_oClient, a_oNow);
         return;
     }
     throw Refusal(Result::NotSupported, "unknown operation");
 }
 
-void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply)
+void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow, wire::Reply& a_oReply)
 {
     checkVersion(a_oRequest);
     std::vector<bool> oWatched(getSchema().size());
@@ -132,17 +138,27 @@ void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Re
         oWatched[requireTable(strTable)] = true;
     }
     a_oClient.m_strName = platform::escape(a_oRequest.m_strTable, s_uiClientNameBytes);
-    a_oClient.m_bNotifyOwnChanges = platform::isSet(a_oRequest.m_oValues, "NotifyOwnChanges");
-    a_oClient.m_bReadOnly = platform::isSet(a_oRequest.m_oValues, "ReadOnly");
+    a_oClient.m_bNotifyOwnChanges = platform::isSet(a_oRequest.m_oValues, wire::g_acNotifyOwnChangesOption);
+    a_oClient.m_bReadOnly = platform::isSet(a_oRequest.m_oValues, wire::g_acReadOnlyOption);
     a_oClient.m_oWatched = std::move(oWatched);
     a_oReply.m_oRows.push_back(
         platform::row({{"Service", platform::text("cfgserver")}, {"Version", platform::text(QUORVAD_VERSION)}}));
+    a_oClient.m_oConnected = a_oNow;
+    a_oClient.m_oStarted = a_oNow - std::chrono::seconds(std::max(readAge(a_oRequest.m_oValues), 0));
+    m_oActivity.enter(a_oClient);
     a_oClient.m_bGreeted = true;
 }
 
-void Service::read(const Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply) const
+void Service::read(const Client& a_oClient,
+                   const wire::Request& a_oRequest,
+                   Clock::time_point a_oNow,
+                   wire::Reply& a_oReply) const
 {
-    const Table& oTable = viewTable(a_oClient, a_oRequest.m_strTable);
+    const std::size_t uiTable = requireTable(a_oRequest.m_strTable);
+    const TableSchema& oSchema = getSchema()[uiTable];
+    const std::optional<Table> oComputed =
+        oSchema.m_bComputed ? std::optional<Table>(m_oActivity.makeTable(oSchema, a_oNow)) : std::nullopt;
+    const Table& oTable = oComputed ? *oComputed : viewTable(a_oClient, uiTable);
     if (a_oRequest.m_eOperation == Operation::GetColumns)
     {
         a_oReply.m_oRows.push_back(RowReader(oTable.getSchema(), {}).read(makeDefaults(oTable.getSchema())));
@@ -168,7 +184,12 @@ void Service::read(const Client& a_oClient, const wire::Request& a_oRequest, wir
 void Service::write(const Client& a_oClient, const wire::Request& a_oRequest)
 {
     requireAccess(a_oClient);
-    Table& oTable = m_oWrites->edit(requireTable(a_oRequest.m_strTable));
+    const std::size_t uiTable = requireTable(a_oRequest.m_strTable);
+    if (getSchema()[uiTable].m_bComputed)
+    {
+        throw Refusal(Result::NotSupported, "the service itself makes table " + quoted(a_oRequest.m_strTable));
+    }
+    Table& oTable = m_oWrites->edit(uiTable);
     switch (a_oRequest.m_eOperation)
     {
     case Operation::InsertRow:
@@ -218,7 +239,7 @@ void Service::requireAccess(const Client& a_oClient) const
     }
 }
 
-std::vector<std::size_t> Service::commit(const Client& a_oClient)
+std::vector<std::size_t> Service::commit(Client& a_oClient, Clock::time_point a_oNow)
 {
     requireAccess(a_oClient);
     // The access ends either way: after a failure the client starts again from what is committed.
@@ -226,7 +247,9 @@ std::vector<std::size_t> Service::commit(const Client& a_oClient)
     releaseAccess();
     try
     {
-        return m_oStore.commit(oWrites);
+        std::vector<std::size_t> oChanged = m_oStore.commit(oWrites);
+        m_oActivity.noteCommit(a_oClient, oChanged, a_oNow);
+        return oChanged;
     }
     catch (const Refusal& oRefusal)
     {
@@ -235,13 +258,18 @@ std::vector<std::size_t> Service::commit(const Client& a_oClient)
     }
 }
 
-const Table& Service::viewTable(const Client& a_oClient, const std::string& a_strName) const
+const Table& Service::viewTable(const Client& a_oClient, std::size_t a_uiTable) const
 {
-    const std::size_t uiTable = requireTable(a_strName);
-    return holdsAccess(a_oClient) ? m_oWrites->getTable(uiTable) : m_oStore.getTable(uiTable);
+    return holdsAccess(a_oClient) ? m_oWrites->getTable(a_uiTable) : m_oStore.getTable(a_uiTable);
 }
 
-void Service::forget(const Client& a_oClient)
+void Service::leave(const Client& a_oClient)
+{
+    dropAccess(a_oClient);
+    m_oActivity.leave(a_oClient);
+}
+
+void Service::dropAccess(const Client& a_oClient)
 {
     if (holdsAccess(a_oClient))
     {

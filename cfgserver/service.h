@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cfgserver/activity.h"
 #include "cfgserver/store.h"
 #include "platform/wire/message.h"
 
@@ -11,18 +12,6 @@
 namespace cfgserver
 {
 
-using Clock = std::chrono::steady_clock;
-
-/// What the service knows of one client. Filled by its Hello.
-struct Client
-{
-    bool m_bGreeted = false;
-    std::string m_strName; ///< visible characters only, bounded
-    bool m_bReadOnly = false;
-    bool m_bNotifyOwnChanges = false;
-    std::vector<bool> m_oWatched; ///< by position in the schema; empty before Hello
-};
-
 /// How long write access may be held.
 struct AccessLimits
 {
@@ -31,7 +20,7 @@ struct AccessLimits
 };
 
 /// Answers the requests of all clients: reads, the one write access, commits. Knows no sockets. One thread; the store
-/// outlives it, and a client must be forgotten before it is destroyed.
+/// outlives it, and a client must leave before it is destroyed.
 class Service
 {
 public:
@@ -48,7 +37,7 @@ public:
     [[nodiscard]] Answer answer(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow);
 
     /// The client is gone: its write access ends and its uncommitted writes vanish.
-    void forget(const Client& a_oClient);
+    void leave(const Client& a_oClient);
 
     [[nodiscard]] bool holdsAccess(const Client& a_oClient) const { return m_pHolder == &a_oClient; }
 
@@ -59,18 +48,23 @@ public:
 
 private:
     void carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow, Answer& a_oAnswer);
-    void greet(Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply);
-    void read(const Client& a_oClient, const wire::Request& a_oRequest, wire::Reply& a_oReply) const;
+    void greet(Client& a_oClient, const wire::Request& a_oRequest, Clock::time_point a_oNow, wire::Reply& a_oReply);
+    void read(const Client& a_oClient,
+              const wire::Request& a_oRequest,
+              Clock::time_point a_oNow,
+              wire::Reply& a_oReply) const;
     void write(const Client& a_oClient, const wire::Request& a_oRequest);
     void takeAccess(const Client& a_oClient, Clock::time_point a_oNow);
+    void dropAccess(const Client& a_oClient);
     void releaseAccess();
     void requireAccess(const Client& a_oClient) const;
-    [[nodiscard]] std::vector<std::size_t> commit(const Client& a_oClient);
-    [[nodiscard]] const Table& viewTable(const Client& a_oClient, const std::string& a_strName) const;
+    [[nodiscard]] std::vector<std::size_t> commit(Client& a_oClient, Clock::time_point a_oNow);
+    [[nodiscard]] const Table& viewTable(const Client& a_oClient, std::size_t a_uiTable) const;
 
     Store& m_oStore;
     AccessLimits m_oLimits;
     uint32_t m_iModuleId;
+    Activity m_oActivity;
     const Client* m_pHolder = nullptr; // of the write access; m_oWrites is set along with it
     std::optional<Transaction> m_oWrites;
     Clock::time_point m_oTaken;   // the write access

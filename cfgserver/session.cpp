@@ -19,6 +19,8 @@ constexpr std::size_t s_uiReadBytes = 64UL * 1024UL;
 Session::Session(platform::UniqueFd a_oSocket, const Peer& a_oPeer, const Timeouts& a_oTimeouts)
     : m_oSocket(std::move(a_oSocket)), m_oPeer(a_oPeer), m_oTimeouts(a_oTimeouts), m_oChanged(getSchema().size())
 {
+    m_oClient.m_iPid = a_oPeer.m_iPid;
+    m_oClient.m_uiUser = a_oPeer.m_uiUser;
 }
 
 std::string Session::describe() const

@@ -2,6 +2,7 @@
 
 #include "cfgserver/database.h"
 #include "cfgserver/refusal.h"
+#include "cfgserver/statefile.h"
 
 namespace cfgserver
 {
@@ -24,11 +25,16 @@ Table& Transaction::edit(std::size_t a_uiTable)
     return *m_oEdited[a_uiTable];
 }
 
-Store::Store(Database& a_oDatabase) : m_oDatabase(a_oDatabase)
+Store::Store(Database& a_oDatabase, StateFile* a_pState) : m_oDatabase(a_oDatabase), m_pState(a_pState)
 {
     for (const TableSchema& oSchema : getSchema())
     {
-        m_oTables.push_back(oSchema.m_bVolatile ? Table(oSchema) : a_oDatabase.load(oSchema));
+        if (keptOf(oSchema) == EKept::eForGood)
+        {
+            m_oTables.push_back(a_oDatabase.load(oSchema));
+            continue;
+        }
+        m_oTables.push_back(m_pState != nullptr ? m_pState->take(oSchema) : Table(oSchema));
     }
     a_oDatabase.accept();
 }
@@ -36,7 +42,8 @@ Store::Store(Database& a_oDatabase) : m_oDatabase(a_oDatabase)
 std::vector<std::size_t> Store::commit(Transaction& a_oTransaction)
 {
     std::vector<std::size_t> oChanged;
-    std::vector<TableChange> oChanges;
+    std::vector<TableChange> oChanges; // of the database
+    std::vector<TableChange> oStates;  // of the state file
     for (std::size_t uiTable = 0; uiTable < m_oTables.size(); ++uiTable)
     {
         const std::optional<Table>& oEdited = a_oTransaction.m_oEdited[uiTable];
@@ -45,12 +52,14 @@ std::vector<std::size_t> Store::commit(Transaction& a_oTransaction)
             continue;
         }
         oChanged.push_back(uiTable);
-        if (!oEdited->getSchema().m_bVolatile)
-        {
-            oChanges.push_back({m_oTables[uiTable], *oEdited});
-        }
+        const bool bForGood = keptOf(oEdited->getSchema()) == EKept::eForGood;
+        (bForGood ? oChanges : oStates).push_back({m_oTables[uiTable], *oEdited});
     }
     m_oDatabase.save(oChanges);
+    if (m_pState != nullptr)
+    {
+        m_pState->save(oStates);
+    }
     for (const std::size_t uiTable : oChanged)
     {
         m_oTables[uiTable] = std::move(*a_oTransaction.m_oEdited[uiTable]);

@@ -10,6 +10,7 @@ namespace cfgserver
 {
 
 class Database;
+class StateFile;
 class Store;
 
 /// The writes of one client that nobody else sees yet; destroying it discards them. It refers to its store, and there
@@ -35,8 +36,9 @@ private:
 class Store
 {
 public:
-    /// Reads all tables; the database outlives the store. Throws std::runtime_error naming the file and the reason.
-    explicit Store(Database& a_oDatabase);
+    /// Reads all tables; database and state file outlive the store. Without a state file, what is kept in memory only
+    /// begins empty. Throws std::runtime_error naming the database's file and the reason.
+    explicit Store(Database& a_oDatabase, StateFile* a_pState = nullptr);
 
     /// As last committed; the reference is valid until the next commit.
     [[nodiscard]] const Table& getTable(std::size_t a_uiTable) const { return m_oTables[a_uiTable]; }
@@ -48,6 +50,7 @@ public:
 
 private:
     Database& m_oDatabase;
+    StateFile* m_pState;
     std::vector<Table> m_oTables;
 };
 

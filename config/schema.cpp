@@ -12,6 +12,7 @@ namespace
 
 constexpr char s_acWatcher[] = "netifwatch";
 constexpr char s_acDaemon[] = "quorvad";
+constexpr char s_acService[] = "cfgserver";
 
 Column integer(const char* a_pName, int a_iDefault = 0)
 {
@@ -45,6 +46,12 @@ TableSchema inMemory(TableSchema a_oTable)
 {
     a_oTable.m_bVolatile = true;
     return a_oTable;
+}
+
+TableSchema computed(TableSchema a_oTable)
+{
+    a_oTable.m_bComputed = true;
+    return inMemory(std::move(a_oTable));
 }
 
 TableSchema fixedRow(TableSchema a_oTable)
@@ -96,6 +103,22 @@ std::vector<TableSchema> declareTables()
                text(DynDnsLog_Timestamp),
                integer(DynDnsLog_ResponseCode),
                text(DynDnsLog_Response)}),
+        computed(table(Table_StatusServiceClients,
+                       EKind::eState,
+                       s_acService,
+                       {text(Name),
+                        integer(StatusServiceClients_Pid),
+                        integer(StatusServiceClients_User),
+                        integer(StatusServiceClients_ConnectedSeconds),
+                        integer(StatusServiceClients_RunningSeconds),
+                        integer(StatusServiceClients_ReadOnly),
+                        integer(StatusServiceClients_Commits)})),
+        computed(table(Table_StatusServiceTables,
+                       EKind::eState,
+                       s_acService,
+                       {unique(text(Name)),
+                        integer(StatusServiceTables_ChangedSeconds, -1),
+                        text(StatusServiceTables_ChangedBy)})),
     };
 }
 

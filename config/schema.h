@@ -22,6 +22,9 @@ inline constexpr char Table_DNSClientServer[] = "DNSClientServer";
 inline constexpr char Table_DynDnsStatus[] = "DynDnsStatus";
 inline constexpr char Table_DynDnsLog[] = "DynDnsLog";
 inline constexpr char Table_etl[] = "etl";
+// Our own service tells these two; another one may lack them.
+inline constexpr char Table_StatusServiceClients[] = "StatusServiceClients";
+inline constexpr char Table_StatusServiceTables[] = "StatusServiceTables";
 
 // Columns that several tables have.
 inline constexpr char Id[] = "Id";
@@ -64,6 +67,18 @@ inline constexpr char DynDnsLog_Timestamp[] = "Timestamp";
 inline constexpr char DynDnsLog_ResponseCode[] = "ResponseCode";
 inline constexpr char DynDnsLog_Response[] = "Response";
 
+inline constexpr char StatusServiceClients_Pid[] = "Pid";
+inline constexpr char StatusServiceClients_User[] = "User";
+inline constexpr char StatusServiceClients_ConnectedSeconds[] = "ConnectedSeconds";
+/// Since the program was started, which a lost and found connection does not change.
+inline constexpr char StatusServiceClients_RunningSeconds[] = "RunningSeconds";
+inline constexpr char StatusServiceClients_ReadOnly[] = "ReadOnly";
+inline constexpr char StatusServiceClients_Commits[] = "Commits";
+
+/// -1: not since the service was started.
+inline constexpr char StatusServiceTables_ChangedSeconds[] = "ChangedSeconds";
+inline constexpr char StatusServiceTables_ChangedBy[] = "ChangedBy";
+
 inline constexpr char etl_serial_no[] = "serial_no";
 /// The placeholder for a serial number that was never set.
 inline constexpr char SerialNo_Unknown[] = "Sxxxxxxxxxxxx";
@@ -101,6 +116,7 @@ struct TableSchema
     std::vector<Column> m_oColumns;
     bool m_bVolatile = false; ///< kept in memory only: out of date after a restart anyway
     bool m_bFixedRow = false; ///< always exactly one row, Id 1, which can only be changed
+    bool m_bComputed = false; ///< made by the service when it is read; cannot be written, and changes untold
 
     [[nodiscard]] std::optional<std::size_t> findColumn(std::string_view a_strName) const;
 };

@@ -14,12 +14,17 @@ namespace cfgctl
 namespace
 {
 
-/// A table of states that other programs write. Restored later or on another machine it would mislead the daemon, so it
-/// is exported only on request.
-bool tellsState(const std::string& a_strTable)
+/// States that other programs write would mislead the daemon if they were restored later or on another machine, so they
+/// are exported only on request; what the service itself makes cannot be written at all.
+bool isExported(const std::string& a_strTable, bool a_bAll)
 {
     const auto uiTable = dbm::findTable(a_strTable);
-    return uiTable && dbm::getSchema()[*uiTable].m_eKind == dbm::EKind::eState;
+    if (!uiTable)
+    {
+        return true;
+    }
+    const dbm::TableSchema& oSchema = dbm::getSchema()[*uiTable];
+    return !oSchema.m_bComputed && (a_bAll || oSchema.m_eKind != dbm::EKind::eState);
 }
 
 std::vector<std::string> chooseTables(Database& a_oDatabase, const Options& a_oOptions)
@@ -29,10 +34,8 @@ std::vector<std::string> chooseTables(Database& a_oDatabase, const Options& a_oO
         return a_oOptions.m_oTables;
     }
     std::vector<std::string> oTables = a_oDatabase.getTables();
-    if (!a_oOptions.m_bAll)
-    {
-        oTables.erase(std::remove_if(oTables.begin(), oTables.end(), tellsState), oTables.end());
-    }
+    const auto isLeftOut = [&](const std::string& a_strTable) { return !isExported(a_strTable, a_oOptions.m_bAll); };
+    oTables.erase(std::remove_if(oTables.begin(), oTables.end(), isLeftOut), oTables.end());
     return oTables;
 }
 

@@ -18,6 +18,14 @@ wire::Reply makeFailure(wire::Result a_eResult, std::string a_strReason)
     return oReply;
 }
 
+/// Seconds since the first call: a program makes its first connection when it starts.
+int ageOfProgram()
+{
+    static const std::chrono::steady_clock::time_point s_oStart = std::chrono::steady_clock::now();
+    const auto oAge = std::chrono::steady_clock::now() - s_oStart;
+    return static_cast<int>(std::chrono::duration_cast<std::chrono::seconds>(oAge).count());
+}
+
 wire::Request makeGreeting(const LinkSettings& a_oSettings)
 {
     const auto toFlag = [](bool a_bFlag) { return korrin::Value(korrin::eValueInteger, a_bFlag ? 1 : 0); };
@@ -26,8 +34,9 @@ wire::Request makeGreeting(const LinkSettings& a_oSettings)
     oHello.m_uiNumber = wire::g_uiProtocolVersion;
     oHello.m_strTable = a_oSettings.m_strClientName;
     oHello.m_oNames.assign(a_oSettings.m_oWatched.begin(), a_oSettings.m_oWatched.end());
-    oHello.m_oValues.add("NotifyOwnChanges", toFlag(a_oSettings.m_bNotifyOwnChanges));
-    oHello.m_oValues.add("ReadOnly", toFlag(a_oSettings.m_bReadOnly));
+    oHello.m_oValues.add(wire::g_acNotifyOwnChangesOption, toFlag(a_oSettings.m_bNotifyOwnChanges));
+    oHello.m_oValues.add(wire::g_acReadOnlyOption, toFlag(a_oSettings.m_bReadOnly));
+    oHello.m_oValues.add(wire::g_acAgeOption, korrin::Value(korrin::eValueInteger, ageOfProgram()));
     return oHello;
 }
 

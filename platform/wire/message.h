@@ -19,6 +19,12 @@ namespace wire
 
 constexpr std::uint32_t g_uiProtocolVersion = 1;
 
+// Options of Hello.
+constexpr char g_acNotifyOwnChangesOption[] = "NotifyOwnChanges";
+constexpr char g_acReadOnlyOption[] = "ReadOnly";
+/// How long the client has been running, in seconds.
+constexpr char g_acAgeOption[] = "Age";
+
 /// Numbers on the wire; never reused, new ones at the end.
 enum class Operation : std::uint32_t
 {
@@ -68,7 +74,7 @@ struct Request
     std::string m_strKeyColumn;
     std::string m_strKeyValue;
     korrin::NameList m_oNames;   ///< columns wanted (empty: all); Hello: tables watched
-    korrin::ValueList m_oValues; ///< columns written; Hello: options ("NotifyOwnChanges", "ReadOnly")
+    korrin::ValueList m_oValues; ///< columns written; Hello: options
 };
 
 struct Reply

@@ -69,7 +69,7 @@ void fuzz(std::string_view a_strInput)
         oService.expire(oNow);
         if (iOperation == 'X')
         {
-            oService.forget(oClient);
+            oService.leave(oClient);
             oClient = {};
             continue;
         }

@@ -1,4 +1,6 @@
+#include "cfgserver/statefile.h"
 #include "samples.h"
+#include "tests/unit/support/logcapture.h"
 
 #include <SQLiteCpp/Database.h>
 #include <gmock/gmock.h>
@@ -269,4 +271,34 @@ TEST_F(DatabaseTest, TornFilesGiveAWholeVersionOrAreRefusedUntouched)
     }
     EXPECT_GT(uiRefused, strWhole.size() / 1021) << "every cut file must be refused";
     EXPECT_THAT(oFound, testing::ElementsAre("", "1,1,1", "2,2,2", "3,3,3", "4,4,4", "5,5,5", "6,6,6"));
+}
+
+TEST(StateFile, KeepsStateTablesOverARestart)
+{
+    const Folder oFolder("/dev/shm");
+    const std::string strFolder = oFolder / "";
+    Database oDatabase(":memory:");
+    LogCapture oLog;
+    const auto restart = [&](const std::string& a_strFolder, const char* a_pInterface)
+    {
+        StateFile oState(a_strFolder);
+        Store oStore(oDatabase, &oState);
+        std::string strFound = columnOf(oStore.getTable(tableOf("StatusNetifWatch")), "Name");
+        Transaction oWrites(oStore);
+        oWrites.edit(tableOf("StatusNetifWatch")).insert(row({{"Name", text(a_pInterface)}}));
+        EXPECT_EQ(oStore.commit(oWrites).size(), 1U);
+        return strFound;
+    };
+    EXPECT_EQ(restart(strFolder, "ppp0"), "");
+    EXPECT_EQ(restart(strFolder, "ppp1"), "ppp0");
+    EXPECT_EQ(modeOf(oFolder / "state.db"), 0600);
+    EXPECT_EQ(oLog.take(), "");
+    // A file that is not ours is of no use; its place is.
+    static_cast<void>(oFolder.write("state.db", std::string(5000, 'x')));
+    EXPECT_EQ(restart(strFolder, "ppp2"), "");
+    EXPECT_THAT(oLog.take(), HasSubstr("of before the restart are lost: database file "));
+    EXPECT_EQ(restart(strFolder, "ppp3"), "ppp2");
+    // A file on a disk would survive a reboot, and writing it would wear the disk.
+    EXPECT_EQ(restart("/proc", "ppp4"), "");
+    EXPECT_THAT(oLog.take(), HasSubstr("/proc is not a folder of a memory file system"));
 }

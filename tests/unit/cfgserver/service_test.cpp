@@ -87,7 +87,7 @@ TEST_F(ServiceTest, UncommittedWritesEndWithTheAccess)
 {
     const std::function<void()> oEnds[] = {
         [&] { EXPECT_EQ(result(m_oWriter, Operation::DropAccess), Result::Ok); },
-        [&] { m_oService.forget(m_oWriter); },
+        [&] { m_oService.leave(m_oWriter); },
         [&]
         {
             m_oNow += s_oIdleLimit - std::chrono::seconds(1);
@@ -116,12 +116,47 @@ TEST_F(ServiceTest, UncommittedWritesEndWithTheAccess)
         EXPECT_EQ(count(m_oWriter), 0U);
         EXPECT_EQ(result(m_oWriter, Operation::Commit), Result::NoAccess);
         EXPECT_EQ(result(m_oOther, Operation::GetAccess), Result::Ok);
-        m_oService.forget(m_oOther);
+        m_oService.leave(m_oOther);
         EXPECT_EQ(m_oService.getDeadline(), Clock::time_point::max());
     }
     Client oReader;
     ask(oReader, hello("reader", row({{"ReadOnly", integer(1)}})));
     EXPECT_EQ(result(oReader, Operation::GetAccess), Result::NoAccess);
+}
+
+TEST_F(ServiceTest, TellsWhoIsConnectedAndWhenTablesChanged)
+{
+    const auto read = [&](const char* a_pTable)
+    { return ask(m_oOther, request(Operation::GetRows, a_pTable)).m_oRows; };
+    Client oOld;
+    oOld.m_iPid = 42;
+    ask(oOld, hello("old", row({{wire::g_acAgeOption, integer(100)}, {wire::g_acReadOnlyOption, integer(1)}})));
+    result(m_oWriter, Operation::GetAccess);
+    ask(m_oWriter, insertion());
+    EXPECT_EQ(ask(m_oWriter, request(Operation::InsertRow, "StatusServiceClients")).m_eResult, Result::NotSupported);
+    result(m_oWriter, Operation::Commit);
+    m_oNow += std::chrono::seconds(7);
+    const auto oClients = read("StatusServiceClients");
+    ASSERT_EQ(oClients.size(), 3U);
+    EXPECT_EQ(oClients.front().getValue("Commits").getInteger(), 1);
+    EXPECT_EQ(oClients.back(),
+              row({{"Id", integer(3)},
+                   {"Name", text("old")},
+                   {"Pid", integer(42)},
+                   {"User", integer(0)},
+                   {"ConnectedSeconds", integer(7)},
+                   {"RunningSeconds", integer(107)},
+                   {"ReadOnly", integer(1)},
+                   {"Commits", integer(0)}}));
+    const auto oTables = read("StatusServiceTables");
+    EXPECT_EQ(oTables.front(),
+              row({{"Id", integer(1)},
+                   {"Name", text("DynDns")},
+                   {"ChangedSeconds", integer(7)},
+                   {"ChangedBy", text("writer")}}));
+    EXPECT_EQ(oTables.back().getValue("ChangedSeconds").getInteger(), -1);
+    m_oService.leave(oOld);
+    EXPECT_EQ(read("StatusServiceClients").size(), 2U);
 }
 
 TEST_F(ServiceTest, ReadsSelectColumnsAndAreBounded)

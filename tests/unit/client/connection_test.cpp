@@ -117,7 +117,9 @@ TEST_F(Connection, IntroducesItselfAndLoadsTheFirstTableAtOnce)
     EXPECT_EQ(oSeen.m_strTable, "tester");
     EXPECT_THAT(oSeen.m_oNames, ElementsAre("A", "B", "C"));
     EXPECT_EQ(oSeen.m_oValues,
-              samples::row({{"NotifyOwnChanges", samples::integer(1)}, {"ReadOnly", samples::integer(1)}}));
+              samples::row({{"NotifyOwnChanges", samples::integer(1)},
+                            {"ReadOnly", samples::integer(1)},
+                            {"Age", samples::integer(0)}}));
     std::string strVersion;
     EXPECT_EQ(oNotifications.getConfigClient().getserviceversion(strVersion), 0U);
     EXPECT_EQ(strVersion, "fake 7");

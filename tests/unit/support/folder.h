@@ -10,7 +10,8 @@
 class Folder
 {
 public:
-    Folder() : m_strPath(std::filesystem::temp_directory_path() / "unit-test-XXXXXX")
+    explicit Folder(const std::filesystem::path& a_oParent = std::filesystem::temp_directory_path())
+        : m_strPath(a_oParent / "unit-test-XXXXXX")
     {
         if (mkdtemp(m_strPath.data()) == nullptr)
         {

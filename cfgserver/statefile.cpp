@@ -1,0 +1,112 @@
+#include "cfgserver/statefile.h"
+
+#include "platform/common/log.h"
+
+#include <exception>
+#include <linux/magic.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+namespace cfgserver
+{
+
+namespace
+{
+
+constexpr char s_acLogFile[] = "statefile";
+
+bool isInMemory(const std::string& a_strFolder)
+{
+    struct statfs oStatus = {};
+    return ::statfs(a_strFolder.c_str(), &oStatus) == 0 &&
+           (oStatus.f_type == TMPFS_MAGIC || oStatus.f_type == RAMFS_MAGIC);
+}
+
+} // namespace
+
+StateFile::StateFile(const std::string& a_strFolder)
+    : m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")), m_strPath(a_strFolder + "/state.db")
+{
+    if (a_strFolder.empty())
+    {
+        return;
+    }
+    if (!isInMemory(a_strFolder))
+    {
+        LOG_WARNING("State tables are not kept over a restart: %s is not a folder of a memory file system (tmpfs)",
+                    a_strFolder.c_str());
+        return;
+    }
+    try
+    {
+        open();
+    }
+    catch (const std::exception& oError)
+    {
+        replace(oError.what());
+    }
+}
+
+void StateFile::open()
+{
+    m_pDatabase = std::make_unique<Database>(m_strPath, EKept::eUntilReboot);
+    for (const TableSchema& oSchema : getSchema())
+    {
+        if (keptOf(oSchema) == EKept::eUntilReboot)
+        {
+            m_oTables.emplace(oSchema.m_strName, m_pDatabase->load(oSchema));
+        }
+    }
+    m_pDatabase->accept();
+}
+
+void StateFile::replace(const std::string& a_strReason)
+{
+    LOG_WARNING("State tables of before the restart are lost: %s", a_strReason.c_str());
+    m_oTables.clear();
+    remove();
+    try
+    {
+        open();
+    }
+    catch (const std::exception& oError)
+    {
+        LOG_WARNING("State tables are not kept over a restart: %s", oError.what());
+        m_oTables.clear();
+        remove();
+    }
+}
+
+void StateFile::remove()
+{
+    m_pDatabase.reset();
+    for (const char* pSuffix : {"", "-wal", "-shm", "-journal"})
+    {
+        ::unlink((m_strPath + pSuffix).c_str());
+    }
+}
+
+Table StateFile::take(const TableSchema& a_oSchema)
+{
+    auto oNode = m_oTables.extract(a_oSchema.m_strName);
+    return oNode.empty() ? Table(a_oSchema) : std::move(oNode.mapped());
+}
+
+void StateFile::save(const std::vector<TableChange>& a_oChanges)
+{
+    if (!m_pDatabase)
+    {
+        return;
+    }
+    try
+    {
+        m_pDatabase->save(a_oChanges);
+    }
+    catch (const std::exception& oError)
+    {
+        LOG_WARNING("State tables are no longer kept over a restart: %s", oError.what());
+        remove(); // what is in it is out of date
+    }
+}
+
+} // namespace cfgserver

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "cfgserver/database.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace cfgserver
+{
+
+/// The tables that are kept in memory only, in a file of a memory file system: they survive a restart of the service,
+/// so that nobody takes it for a change, but no reboot, and cost no flash. A convenience: whatever goes wrong with the
+/// file is logged as a warning, and the service goes on without it. One thread.
+class StateFile
+{
+public:
+    /// Opens or creates "state.db" in the folder, which must exist; a file that cannot be used is replaced. Without a
+    /// folder, or with one that is not in memory, nothing is kept.
+    explicit StateFile(const std::string& a_strFolder);
+
+    /// The table as it was kept; empty if it was not. Once for each table.
+    [[nodiscard]] Table take(const TableSchema& a_oSchema);
+
+    /// Blocks only for as long as writing to memory takes. After a failure nothing is kept any more.
+    void save(const std::vector<TableChange>& a_oChanges);
+
+private:
+    void open();
+    void replace(const std::string& a_strReason);
+    void remove();
+
+    std::uint32_t m_iModuleId;
+    std::string m_strPath;
+    std::unique_ptr<Database> m_pDatabase;  // null if nothing is kept
+    std::map<std::string, Table> m_oTables; // by name, as read at the start
+};
+
+} // namespace cfgserver
