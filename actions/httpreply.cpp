@@ -31,23 +31,6 @@ std::string escapeHtml(const std::string& a_strText)
     return strEscaped;
 }
 
-std::string unescapeHtml(const std::string& a_strEscaped)
-{
-    std::string strText;
-    for (std::size_t uiAt = 0; uiAt < a_strEscaped.size();)
-    {
-        const auto* const pEntity =
-            std::find_if(std::begin(s_oEntities),
-                         std::end(s_oEntities),
-                         [&](const auto& a_oOne)
-                         { return a_strEscaped.compare(uiAt, std::strlen(a_oOne.second), a_oOne.second) == 0; });
-        const bool bEntity = pEntity != std::end(s_oEntities);
-        strText += bEntity ? pEntity->first : a_strEscaped[uiAt];
-        uiAt += bEntity ? std::strlen(pEntity->second) : 1;
-    }
-    return strText;
-}
-
 } // namespace
 
 void removeLineFeeds(std::string& a_strBody)
@@ -63,6 +46,23 @@ std::string shortExcerpt(const std::string& a_strBody)
 std::string reportExcerpt(const std::string& a_strBody)
 {
     return escapeHtml(a_strBody.substr(0, s_uiReportBytes));
+}
+
+std::string unescapeHtml(const std::string& a_strEscaped)
+{
+    std::string strText;
+    for (std::size_t uiAt = 0; uiAt < a_strEscaped.size();)
+    {
+        const auto* const pEntity =
+            std::find_if(std::begin(s_oEntities),
+                         std::end(s_oEntities),
+                         [&](const auto& a_oOne)
+                         { return a_strEscaped.compare(uiAt, std::strlen(a_oOne.second), a_oOne.second) == 0; });
+        const bool bEntity = pEntity != std::end(s_oEntities);
+        strText += bEntity ? pEntity->first : a_strEscaped[uiAt];
+        uiAt += bEntity ? std::strlen(pEntity->second) : 1;
+    }
+    return strText;
 }
 
 EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const AcceptingTexts& a_oTexts)

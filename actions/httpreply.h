@@ -33,6 +33,8 @@ void removeLineFeeds(std::string& a_strBody);
 /// The body's first 200 bytes with the five special characters of HTML escaped, for the result table, which a web page
 /// may show.
 [[nodiscard]] std::string reportExcerpt(const std::string& a_strBody);
+/// Undoes the escaping of reportExcerpt; other entities stay as they are.
+[[nodiscard]] std::string unescapeHtml(const std::string& a_strEscaped);
 /// @param a_strBody without its line feeds
 [[nodiscard]] EHttpVerdict judgeReply(long a_iStatus, const std::string& a_strBody, const AcceptingTexts& a_oTexts);
 /// Whether the provider accepted the update.

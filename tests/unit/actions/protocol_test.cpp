@@ -22,6 +22,7 @@ TEST(HttpReply, ExcerptsAreCutBeforeTheyAreEscaped)
     removeLineFeeds(strBody);
     EXPECT_EQ(strBody, "a<b>\r&\"'");
     EXPECT_EQ(reportExcerpt(strBody), "a&lt;b&gt;\r&amp;&quot;&#39;");
+    EXPECT_EQ(unescapeHtml(reportExcerpt("&lt;" + strBody)), "&lt;" + strBody);
     EXPECT_EQ(shortExcerpt(std::string(101, 'x')).size(), 100U);
     const std::string strWithZero("a\0b", 3);
     EXPECT_EQ(reportExcerpt(strWithZero), strWithZero);
