@@ -22,7 +22,8 @@ Examples:
   cfgctl account add --provider noip --host home.example.org --user alice \
       -i eth0 --dry-run
   cfgctl account add --url 'https://dyn.example.net/?h=<domain>&ip=<ipaddr>' \
-      --user alice --host home.example.net -i eth0 --expect good
+      --user alice --host home.example.net -i eth0 --expect good \
+      --unchanged nochg
   cfgctl account add --server gnudip.example.net --user alice \
       --host alice.dyn.example.net -i eth0
 
@@ -147,6 +148,8 @@ void addSpec(CLI::App& a_oAdd, AccountOptions& a_oAccount)
         ->check(CLI::Range(1, g_iMostTries).description(""));
     const char* pHelp = "text that a good answer contains; if empty, HTTP status 200 is one";
     addOption(a_oAdd, "--expect", oSpec.m_strExpect, pHelp, "TEXT");
+    const char* pUnchangedHelp = "text of an answer for an address that it has already";
+    addOption(a_oAdd, "--unchanged", oSpec.m_strUnchanged, pUnchangedHelp, "TEXT");
     a_oAdd.add_flag_callback(
         "--disabled", [&oSpec] { oSpec.m_bEnable = false; }, "add the account without updating it");
 }

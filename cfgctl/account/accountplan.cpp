@@ -92,15 +92,18 @@ std::string chooseUser(const Provider& a_oProvider, const AccountSpec& a_oSpec, 
     return strUser;
 }
 
-std::string explainUnchanged(const Provider& a_oProvider, int a_iRetry)
+/// Of the two texts that the answer to an update URL is judged by; GnuDIP answers with a code.
+void fillTexts(const Provider& a_oProvider, const AccountSpec& a_oSpec, AccountPlan& a_oPlan)
 {
-    const std::string strTries = a_iRetry == 1 ? "1 try per change of address."
-                                               : std::to_string(a_iRetry) +
-                                                     " tries per change of address, the second about two minutes after "
-                                                     "the first, in case that one was lost.";
-    const std::string strAbuse = a_oProvider.m_strUnchanged == "nochg" ? "; clients that repeat it get blocked" : "";
-    return a_oProvider.m_strName + " answers an unchanged address with \"" + a_oProvider.m_strUnchanged +
-           "\", which counts as a failed try here" + strAbuse + ".\nHence " + strTries;
+    const bool bGnudip = a_oProvider.m_eSignIn == SignIn::Gnudip;
+    require(!bGnudip || (!a_oSpec.m_strExpect && !a_oSpec.m_strUnchanged),
+            "GnuDIP answers with a code: omit --expect and --unchanged");
+    const std::string strExpect = a_oSpec.m_strExpect.value_or(bGnudip ? std::string() : a_oProvider.m_strExpect);
+    const std::string strOwn = strExpect.empty() ? std::string() : a_oProvider.m_strUnchanged;
+    const std::string strUnchanged = a_oSpec.m_strUnchanged.value_or(strOwn);
+    checkTexts(strExpect, strUnchanged);
+    a_oPlan.m_oRow.add(dbm::DynDns_ExpectedResultSubString, text(strExpect));
+    a_oPlan.m_oRow.add(dbm::DynDns_UnchangedResultSubString, text(strUnchanged));
 }
 
 void fillRow(const Provider& a_oProvider,
@@ -110,9 +113,6 @@ void fillRow(const Provider& a_oProvider,
              AccountPlan& a_oPlan)
 {
     const bool bGnudip = a_oProvider.m_eSignIn == SignIn::Gnudip;
-    const std::string strExpect = a_oSpec.m_strExpect.value_or(a_oProvider.m_strExpect);
-    refuse("The expected text", findTextFault(strExpect));
-    const int iRetry = a_oSpec.m_iRetry.value_or(a_oProvider.m_iRetry);
     a_oPlan.m_oRow =
         platform::row({{dbm::Enable, integer(a_oSpec.m_bEnable ? 1 : 0)},
                        {dbm::Interface, text(a_oSpec.m_strInterface)},
@@ -120,12 +120,8 @@ void fillRow(const Provider& a_oProvider,
                        {dbm::DynDns_ServerAddr, text(a_strServer)},
                        {dbm::DynDns_Hostname, text(a_oSpec.m_strHost)},
                        {dbm::DynDns_AccountUserName, text(a_strUser)},
-                       {dbm::DynDns_ExpectedResultSubString, text(bGnudip ? std::string() : strExpect)},
-                       {dbm::DynDns_Retry, integer(iRetry)}});
-    if (!a_oProvider.m_strUnchanged.empty())
-    {
-        a_oPlan.m_oNotes.push_back(explainUnchanged(a_oProvider, iRetry));
-    }
+                       {dbm::DynDns_Retry, integer(a_oSpec.m_iRetry.value_or(a_oProvider.m_iRetry))}});
+    fillTexts(a_oProvider, a_oSpec, a_oPlan);
     if (!a_oProvider.m_strNotes.empty())
     {
         a_oPlan.m_oNotes.push_back(a_oProvider.m_strNotes);
@@ -188,6 +184,14 @@ Provider makeProvider(const std::string& a_strName, const std::string& a_strUrl,
 }
 
 } // namespace
+
+void checkTexts(const std::string& a_strExpect, const std::string& a_strUnchanged)
+{
+    refuse("The expected text", findTextFault(a_strExpect));
+    refuse("The text of an unchanged address", findTextFault(a_strUnchanged));
+    require(!a_strExpect.empty() || a_strUnchanged.empty(),
+            "The text of an unchanged address has no effect while no text is expected: give --expect as well");
+}
 
 Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser)
 {

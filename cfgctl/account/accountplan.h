@@ -16,9 +16,10 @@ struct AccountSpec
     std::string m_strHost;
     std::string m_strUser;
     std::string m_strInterface;
-    std::string m_strZone;                  ///< for providers that want label and zone apart
-    std::optional<std::string> m_strExpect; ///< instead of the provider's
-    std::optional<int> m_iRetry;            ///< instead of the provider's
+    std::string m_strZone;                     ///< for providers that want label and zone apart
+    std::optional<std::string> m_strExpect;    ///< instead of the provider's
+    std::optional<std::string> m_strUnchanged; ///< instead of the provider's
+    std::optional<int> m_iRetry;               ///< instead of the provider's
     bool m_bDual = false;
     bool m_bEnable = true;
 };
@@ -38,6 +39,9 @@ struct AccountPlan
 /// a placeholder for it, else into the request's header. Throws Failure if the template cannot be used.
 [[nodiscard]] Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser);
 [[nodiscard]] Provider makeGnudipProvider(const std::string& a_strServer);
+
+/// Throws Failure if an answer cannot be judged by these two texts, or if the second has no effect.
+void checkTexts(const std::string& a_strExpect, const std::string& a_strUnchanged);
 
 /// The daemon puts values into the URL as they are. So what would break it is percent-encoded here, with a note, or
 /// refused where the provider decodes nothing. User name, label and zone are written into the template; the column

@@ -95,6 +95,7 @@ void forEachField(Entry& a_oProvider, const Visit& a_oVisit)
     a_oVisit("encode", a_oProvider.m_bEncode);
     a_oVisit("expect", a_oProvider.m_strExpect);
     a_oVisit("unchanged", a_oProvider.m_strUnchanged);
+    a_oVisit("blocks", a_oProvider.m_bBlocks);
     a_oVisit("retry", a_oProvider.m_iRetry);
     a_oVisit("notes", a_oProvider.m_strNotes);
     a_oVisit("doc", a_oProvider.m_strDoc);

@@ -40,6 +40,7 @@ struct Provider
     bool m_bEncode = true;         ///< the provider decodes percent-encoded values; else they must need no encoding
     std::string m_strExpect;
     std::string m_strUnchanged; ///< the answer to an unchanged address where the expected text does not cover it
+    bool m_bBlocks = false;     ///< clients that repeat an unchanged address get blocked
     int m_iRetry = 5;
     std::string m_strNotes;
     std::string m_strDoc;

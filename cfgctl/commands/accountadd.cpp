@@ -7,6 +7,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
+#include "cfgctl/text.h"
 #include "platform/common/values.h"
 
 namespace cfgctl
@@ -67,15 +68,30 @@ findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const
     return oWarnings;
 }
 
-std::string showRow(const korrin::ValueList& a_oRow, bool a_bShowSecrets)
+std::string joinNotes(const AccountPlan& a_oPlan)
 {
-    Table oTable{{"Column", "Value"}, {}};
-    for (const auto& [strColumn, oValue] : a_oRow)
+    return join(a_oPlan.m_oNotes, "", [](const std::string& a_strNote) { return a_strNote + "\n"; });
+}
+
+/// The row that would be written, with nothing secret unless that is wanted.
+std::string showPlan(const AccountPlan& a_oPlan, const Options& a_oOptions)
+{
+    korrin::ValueList oRow = a_oPlan.m_oRow;
+    if (!a_oOptions.m_bShowSecrets && a_oPlan.m_oRow.hasValue(dbm::DynDns_Password))
     {
-        const bool bHide = strColumn == dbm::DynDns_Password && !a_bShowSecrets && !oValue.getText().empty();
-        oTable.m_oRows.push_back({{strColumn}, {bHide ? std::string(g_strHidden) : oValue.getText()}});
+        oRow.remove(dbm::DynDns_Password);
+        oRow.add(dbm::DynDns_Password, platform::text(std::string(g_strHidden)));
     }
-    return renderTable(oTable, {}) + "Nothing was written.\n";
+    if (a_oOptions.m_bJson)
+    {
+        return rowToJson(oRow);
+    }
+    Table oTable{{"Column", "Value"}, {}};
+    for (const auto& [strColumn, oValue] : oRow)
+    {
+        oTable.m_oRows.push_back({{strColumn}, {oValue.getText()}});
+    }
+    return renderTable(oTable, {}) + "Nothing was written.\n" + joinNotes(a_oPlan);
 }
 
 void addPassword(AccountPlan& a_oPlan, const Provider& a_oProvider, const AccountOptions& a_oOptions)
@@ -112,18 +128,14 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     {
         complain(strWarning);
     }
-    if (a_oOptions.m_bJson)
+    if (oAccount.m_bDryRun)
     {
-        return rowToJson(platform::row({{dbm::Id, oId}}));
+        return showPlan(oPlan, a_oOptions);
     }
-    std::string strText = oAccount.m_bDryRun ? showRow(oPlan.m_oRow, a_oOptions.m_bShowSecrets)
-                                             : "Added " + nameAccount(oRow) + " at " + oProvider.m_strName +
-                                                   ", through " + oAccount.m_oSpec.m_strInterface + ".\n";
-    for (const std::string& strNote : oPlan.m_oNotes)
-    {
-        strText += strNote + "\n";
-    }
-    return strText;
+    const std::string strText = "Added " + nameAccount(oRow) + " at " + oProvider.m_strName + ", through " +
+                                oAccount.m_oSpec.m_strInterface + ".\n" + joinNotes(oPlan);
+    const std::string strTold = tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
+    return a_oOptions.m_bJson ? rowToJson(platform::row({{dbm::Id, oId}})) : strTold;
 }
 
 } // namespace cfgctl

@@ -3,6 +3,7 @@
 #include "cfgctl/account/accountplan.h"
 #include "cfgctl/account/password.h"
 #include "cfgctl/account/provider.h"
+#include "cfgctl/account/resend.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/database.h"
@@ -37,25 +38,38 @@ std::string capitalised(std::string a_strText)
     return a_strText;
 }
 
-/// In one transaction. Skips accounts already in that state, since any write makes the daemon update again.
+/// In one transaction. Skips accounts already in that state, since any write makes the daemon update again. Returns the
+/// Ids of the others.
+std::vector<std::string>
+writeEnabled(Database& a_oDatabase, const Options& a_oOptions, const Rows& a_oRows, bool a_bEnable)
+{
+    const korrin::ValueList oChange = platform::row({{dbm::Enable, platform::integer(a_bEnable ? 1 : 0)}});
+    std::vector<std::string> oChanged;
+    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
+    for (const korrin::ValueList& oRow : a_oRows)
+    {
+        if (isSet(oRow, dbm::Enable) != a_bEnable)
+        {
+            oChanged.push_back(textOf(oRow, dbm::Id));
+            a_oDatabase.updateRow(dbm::Table_DynDns, oChanged.back(), oChange);
+        }
+    }
+    a_oDatabase.commit();
+    return oChanged;
+}
+
 std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_bEnable)
 {
     const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
-    const korrin::ValueList oChange = platform::row({{dbm::Enable, platform::integer(a_bEnable ? 1 : 0)}});
-    a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
+    const std::vector<std::string> oChanged = writeEnabled(a_oDatabase, a_oOptions, oRows, a_bEnable);
     std::string strText;
     for (const korrin::ValueList& oRow : oRows)
     {
-        const bool bChanged = isSet(oRow, dbm::Enable) != a_bEnable;
-        if (bChanged)
-        {
-            a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), oChange);
-        }
-        strText += capitalised(nameAccount(oRow)) + (bChanged ? " is now " : " was already ") +
+        strText += capitalised(nameAccount(oRow)) +
+                   (isSet(oRow, dbm::Enable) != a_bEnable ? " is now " : " was already ") +
                    (a_bEnable ? "enabled.\n" : "disabled.\n");
     }
-    a_oDatabase.commit();
-    return a_oOptions.m_bJson ? std::string() : strText;
+    return tellChange(a_oDatabase, a_oOptions, oChanged, strText);
 }
 
 void deleteRowsOf(Database& a_oDatabase, const std::string& a_strTable, const std::string& a_strAccount)
@@ -87,6 +101,28 @@ Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds)
 std::string nameAccount(const korrin::ValueList& a_oRow)
 {
     return "account " + textOf(a_oRow, dbm::Id) + " (" + textOf(a_oRow, dbm::DynDns_Hostname) + ")";
+}
+
+std::string tellChange(Database& a_oDatabase,
+                       const Options& a_oOptions,
+                       const std::vector<std::string>& a_oChanged,
+                       const std::string& a_strText)
+{
+    std::string strResend;
+    if (!a_oChanged.empty())
+    {
+        const Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
+        strResend = describeResend(readSources(a_oDatabase), oProviders, a_oChanged);
+    }
+    if (a_oOptions.m_bJson)
+    {
+        if (!strResend.empty())
+        {
+            complain(strResend);
+        }
+        return {};
+    }
+    return a_strText + (strResend.empty() ? "" : strResend + "\n");
 }
 
 Providers readProviders(const std::string& a_strMore)
@@ -151,7 +187,7 @@ std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
     require(a_oOptions.m_oAccount.m_bYes || confirm("Remove " + strNames + "?", "--yes"), "Nothing was removed");
     if (std::any_of(oRows.begin(), oRows.end(), [](const auto& a_oRow) { return isSet(a_oRow, dbm::Enable); }))
     {
-        static_cast<void>(setEnabled(a_oDatabase, a_oOptions, false));
+        static_cast<void>(writeEnabled(a_oDatabase, a_oOptions, oRows, false));
         std::this_thread::sleep_for(a_oOptions.m_oAccount.m_oSettle);
     }
     a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
@@ -163,7 +199,12 @@ std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
         a_oDatabase.deleteRow(dbm::Table_DynDns, strId);
     }
     a_oDatabase.commit();
-    return a_oOptions.m_bJson ? std::string() : "Removed " + strNames + ", with its outcomes.\n";
+    std::vector<std::string> oIds;
+    for (const korrin::ValueList& oRow : oRows)
+    {
+        oIds.push_back(textOf(oRow, dbm::Id));
+    }
+    return tellChange(a_oDatabase, a_oOptions, oIds, "Removed " + strNames + ", with its outcomes.\n");
 }
 
 std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
@@ -186,7 +227,7 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     {
         strText += strNote + "\n";
     }
-    return a_oOptions.m_bJson ? std::string() : strText;
+    return tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
 }
 
 } // namespace cfgctl

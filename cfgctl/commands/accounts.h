@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cfgctl/account/provider.h"
+#include "cfgctl/arguments.h"
 #include "cfgctl/database.h"
 
 #include <string>
@@ -17,6 +18,13 @@ inline constexpr char g_acNoAccounts[] =
 
 /// "account 1 (home.example.net)". Pure.
 [[nodiscard]] std::string nameAccount(const korrin::ValueList& a_oRow);
+
+/// The output of a command that changed accounts, given their Ids: its text and the other accounts that the daemon
+/// sends again because of it. With JSON there is no text, and the latter goes to standard error. Throws Failure.
+[[nodiscard]] std::string tellChange(Database& a_oDatabase,
+                                     const Options& a_oOptions,
+                                     const std::vector<std::string>& a_oChanged,
+                                     const std::string& a_strText);
 
 /// The providers as loadProviders gives them; faults of the files go to standard error.
 [[nodiscard]] Providers readProviders(const std::string& a_strMore);

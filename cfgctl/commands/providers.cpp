@@ -23,6 +23,7 @@ std::string showDetails(const Provider& a_oProvider)
         {"Password", a_oProvider.m_strPasswordHint},
         {"Success is", a_oProvider.m_strExpect.empty() ? "HTTP status 200" : a_oProvider.m_strExpect},
         {"If unchanged", a_oProvider.m_strUnchanged},
+        {"If repeated", a_oProvider.m_bBlocks ? "clients that repeat an unchanged address get blocked" : ""},
         {"Tries", std::to_string(a_oProvider.m_iRetry)},
         {"Notes", a_oProvider.m_strNotes},
         {"See", a_oProvider.m_strDoc}};

@@ -38,7 +38,7 @@ _cfgctl_value()
         --account) _cfgctl_words "$(_cfgctl_column account list)" ;;
         --password-file | --providers | --socket | --output | -o) compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
-        --host | --user | --zone | --url | --server | --retry | --expect | --wait | --count | --timeout | --lines | -n) ;;
+        --host | --user | --zone | --url | --server | --retry | --expect | --unchanged | --wait | --count | --timeout | --lines | -n) ;;
         *) return 1 ;;
     esac
 }

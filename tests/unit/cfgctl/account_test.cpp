@@ -2,6 +2,7 @@
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/account/problems.h"
 #include "cfgctl/account/provider.h"
+#include "cfgctl/account/resend.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/outcomerows.h"
@@ -101,11 +102,7 @@ TEST(ShippedProviders, EachYieldsAUsableRow)
             EXPECT_EQ(strUrl.find('<'), std::string::npos) << strUrl;
             EXPECT_EQ(strUrl.find("2001:db8::7") != std::string::npos, bDual) << strUrl;
             EXPECT_EQ(oPlan.m_oRow.getValue("AccountUserName").getText().empty(), oProvider.m_eSignIn == SignIn::Url);
-            if (!oProvider.m_strUnchanged.empty())
-            {
-                EXPECT_LE(oPlan.m_oRow.getValue("Retry").getInteger(), 2) << oProvider.m_strKey;
-                EXPECT_THAT(oPlan.m_oNotes, testing::Contains(HasSubstr("counts as a failed try")));
-            }
+            EXPECT_EQ(oPlan.m_oRow.getValue("UnchangedResultSubString").getText(), oProvider.m_strUnchanged);
         }
     }
 }
@@ -164,6 +161,14 @@ TEST(AccountPlan, RefusesWhatCannotWork)
     };
     const auto dual = [](AccountSpec& a_oSpec) { a_oSpec.m_bDual = true; };
     const auto zone = [](AccountSpec& a_oSpec) { a_oSpec.m_strZone = "example.net"; };
+    const auto answers = [](const char* a_pExpect, const char* a_pUnchanged)
+    {
+        return [=](AccountSpec& a_oSpec)
+        {
+            a_oSpec.m_strExpect = a_pExpect;
+            a_oSpec.m_strUnchanged = a_pUnchanged;
+        };
+    };
     const auto on = [](const char* a_pInterface)
     { return [a_pInterface](AccountSpec& a_oSpec) { a_oSpec.m_strInterface = a_pInterface; }; };
     const std::vector<std::tuple<Provider, AccountSpec, const char*>> oCases = {
@@ -183,6 +188,11 @@ TEST(AccountPlan, RefusesWhatCannotWork)
         {provider("ovh"), with(makeAccount(), dual), "omit --dual"},
         {provider("namecheap"), makeAccount(), "--zone"},
         {provider("namecheap"), with(makeAccount(), zone), "is not below the zone"},
+        {provider("noip"), with(makeAccount(), answers("", "nochg")), "has no effect"},
+        {provider("noip"), with(makeAccount(), answers("good", "a\nb")), "control character"},
+        {makeGnudipProvider("g.example"),
+         with(makeAccount("bob.example.org", "bob"), answers("", "")),
+         "omit --expect and --unchanged"},
         {makeGnudipProvider("g.example"), makeAccount("home.example.org", "bob"), "does not begin with 'bob.'"},
         {makeGnudipProvider("g.example"), with(makeAccount("bob.example.org", "bob"), dual), "IPv4 address only"},
     };
@@ -238,6 +248,46 @@ TEST(AccountPlan, PutsSecretsWhereTheProviderExpectsThem)
     oApex.m_strZone = "example.org";
     EXPECT_THAT(planAccount(*findProvider(shipped(), "namecheap"), oApex).m_oRow.getValue("ServerAddr").getText(),
                 HasSubstr("?host=@&domain=example.org&"));
+}
+
+TEST(AccountPlan, UnchangedTextStandsBesideAnExpectedOne)
+{
+    const auto texts = [](std::optional<std::string> a_strExpect, std::optional<std::string> a_strUnchanged)
+    {
+        AccountSpec oSpec = makeAccount();
+        oSpec.m_strExpect = std::move(a_strExpect);
+        oSpec.m_strUnchanged = std::move(a_strUnchanged);
+        const korrin::ValueList oRow = planAccount(*findProvider(shipped(), "noip"), oSpec).m_oRow;
+        return textOf(oRow, "ExpectedResultSubString") + "|" + textOf(oRow, "UnchangedResultSubString");
+    };
+    EXPECT_EQ(texts({}, {}), "good|nochg");
+    EXPECT_EQ(texts("OK", {}), "OK|nochg");
+    EXPECT_EQ(texts({}, ""), "good|");
+    EXPECT_EQ(texts("", {}), "|");
+}
+
+TEST(Resend, NamesTheOthersThatTheDaemonSendsAgain)
+{
+    StatusSources oSources = sources();
+    for (const char* pId : {"1", "2", "3"})
+    {
+        oSources.m_oAccounts.push_back(change(s_oReady, "Id", pId));
+    }
+    const auto told = [&] { return describeResend(oSources, shipped(), {"1"}); };
+    EXPECT_THAT(told(), testing::AllOf(HasSubstr(" 2 others follow in 51 to 70 seconds."), Not(HasSubstr("block"))));
+    oSources.m_oAccounts.back() =
+        change(oSources.m_oAccounts.back(), "ServerAddr", findProvider(shipped(), "noip")->m_strUrl);
+    EXPECT_THAT(told(), HasSubstr("No-IP may block"));
+    for (korrin::ValueList& oAccount : oSources.m_oAccounts)
+    {
+        oAccount = textOf(oAccount, "Id") == "2" ? change(oAccount, "Enable", "0") : oAccount;
+    }
+    EXPECT_THAT(told(), HasSubstr(" 1 other follows "));
+    StatusSources oUsersOnly = oSources;
+    oUsersOnly.m_oRelay = {makeRow("Enable=1 EnableUserProvidedDnsServer=1 UserProvidedDnsServerMode=1")};
+    EXPECT_EQ(describeResend(oUsersOnly, shipped(), {"1"}), "");
+    oSources.m_oServers = {makeRow("Enable=1 Interface=ppp1 IPAddress=192.0.2.53")};
+    EXPECT_EQ(told(), "");
 }
 
 TEST(Problems, EachIsFoundWithANextStep)
