@@ -14,15 +14,6 @@ namespace
 
 constexpr const char* s_pNever = "never";
 
-Style styleOf(const std::string& a_strOutcome)
-{
-    if (a_strOutcome == s_pNever || a_strOutcome == nameOutcome(Outcome::Unknown))
-    {
-        return Style::Faint;
-    }
-    return a_strOutcome == nameOutcome(Outcome::Failed) ? Style::Bad : Style::Good;
-}
-
 bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
     return a_oRow.getValue(a_pColumn).getType() == korrin::eValueNull;
@@ -61,42 +52,19 @@ Cell lastCell(const korrin::ValueList& a_oRow)
     }
     const std::string strWhen = isNull(a_oRow, "AgeSeconds") ? textOf(a_oRow, dbm::DynDnsStatus_Timestamp)
                                                              : describeAge(a_oRow.getValue("AgeSeconds").getInteger());
-    return {strOutcome + " " + strWhen, styleOf(strOutcome)};
-}
-
-Cell outcomeCell(const korrin::ValueList& a_oRow)
-{
-    const std::string strOutcome = textOf(a_oRow, "Outcome");
-    if (isNull(a_oRow, dbm::DynDns_Hostname))
-    {
-        return {"account is gone", Style::Faint};
-    }
-    return {strOutcome, styleOf(strOutcome)};
-}
-
-std::string describeWhen(const korrin::ValueList& a_oRow)
-{
-    std::string strText = textOf(a_oRow, dbm::DynDnsLog_Timestamp);
-    if (isNull(a_oRow, "AgeSeconds"))
-    {
-        return strText;
-    }
-    strText[strText.find('T')] = ' ';
-    strText.erase(strText.size() - 5); // the zone
-    return strText;
-}
-
-std::vector<Cell> makeCells(const korrin::ValueList& a_oRow, const std::string& a_strWhen)
-{
-    return {{a_strWhen},
-            {textOf(a_oRow, dbm::DynDnsLog_DynDnsId), Style::Plain, true},
-            {textOf(a_oRow, dbm::DynDns_Hostname)},
-            outcomeCell(a_oRow),
-            {textOf(a_oRow, dbm::DynDnsLog_ResponseCode), Style::Plain, true},
-            {textOf(a_oRow, dbm::DynDnsLog_Response)}};
+    return {strOutcome + " " + strWhen, styleOfOutcome(strOutcome)};
 }
 
 } // namespace
+
+Style styleOfOutcome(const std::string& a_strOutcome)
+{
+    if (a_strOutcome == s_pNever || a_strOutcome == nameOutcome(Outcome::Unknown))
+    {
+        return Style::Faint;
+    }
+    return a_strOutcome == nameOutcome(Outcome::Failed) ? Style::Bad : Style::Good;
+}
 
 Rows makeStatusRows(const StatusSources& a_oSources, std::time_t a_iNow)
 {
@@ -143,55 +111,6 @@ Table makeStatusTable(const Rows& a_oStatusRows)
                                   {textOf(oRow, "Next"), bEnabled ? Style::Plain : Style::Faint}});
     }
     return oTable;
-}
-
-Rows makeLogRows(const StatusSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow)
-{
-    Rows oResult;
-    for (const korrin::ValueList& oLog : a_oSources.m_oLog)
-    {
-        const korrin::Value& oAccountId = oLog.getValue(dbm::DynDnsLog_DynDnsId);
-        if (oLog.getValue(dbm::Id).getInteger() <= a_iAfter ||
-            (a_iAccount != 0 && oAccountId.getInteger() != a_iAccount))
-        {
-            continue;
-        }
-        const korrin::ValueList& oAccount = findLast(a_oSources.m_oAccounts, dbm::Id, oAccountId.getText());
-        const korrin::Value& oTimestamp = oLog.getValue(dbm::DynDnsLog_Timestamp);
-        const Outcome eOutcome = judgeAttempt(oAccount, a_oSources.m_oStatus, oLog);
-        oResult.push_back(platform::row({{dbm::Id, oLog.getValue(dbm::Id)},
-                                         {dbm::DynDnsLog_DynDnsId, oAccountId},
-                                         {dbm::DynDns_Hostname, oAccount.getValue(dbm::DynDns_Hostname)},
-                                         {dbm::DynDnsLog_Timestamp, oTimestamp},
-                                         {"AgeSeconds", ageOf(oTimestamp.getText(), a_iNow)},
-                                         {"Outcome", platform::text(nameOutcome(eOutcome))},
-                                         {dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode)},
-                                         {dbm::DynDnsLog_Response, oLog.getValue(dbm::DynDnsLog_Response)}}));
-    }
-    return oResult;
-}
-
-Table makeLogTable(const Rows& a_oLogRows)
-{
-    Table oTable{{"When", "Id", "Hostname", "Outcome", "Code", "Answer"}, {}};
-    for (const korrin::ValueList& oRow : a_oLogRows)
-    {
-        const korrin::Value& oAge = oRow.getValue("AgeSeconds");
-        const std::string strAge =
-            oAge.getType() == korrin::eValueNull ? std::string() : " (" + describeAge(oAge.getInteger()) + ")";
-        oTable.m_oRows.push_back(makeCells(oRow, describeWhen(oRow) + strAge));
-    }
-    return oTable;
-}
-
-std::string makeLogLine(const korrin::ValueList& a_oLogRow, const Layout& a_oLayout)
-{
-    Layout oUnlimited = a_oLayout;
-    oUnlimited.m_uiWidth = 0;
-    const std::vector<Cell> oCells = makeCells(a_oLogRow, describeWhen(a_oLogRow));
-    const Table oTable{std::vector<std::string>(oCells.size()), {oCells}};
-    const std::string strText = renderTable(oTable, oUnlimited);
-    return strText.substr(strText.find('\n') + 1); // without the headings
 }
 
 } // namespace cfgctl

@@ -33,7 +33,7 @@ std::string paint(const Cell& a_oCell, const Layout& a_oLayout)
 }
 
 /// The headings as they are, and the rows with their cells escaped and cut.
-std::vector<Cells> makeLines(const Table& a_oTable)
+std::vector<Cells> makeLines(const Table& a_oTable, const Layout& a_oLayout)
 {
     std::vector<Cells> oLines(1);
     for (const std::string& strHeading : a_oTable.m_oHeadings)
@@ -45,7 +45,9 @@ std::vector<Cells> makeLines(const Table& a_oTable)
     {
         for (Cell& oCell : oRow)
         {
-            oCell.m_strText = cutToWidth(platform::escape(oCell.m_strText), g_uiMaxCell);
+            const bool bWhole = a_oLayout.m_uiWidth == 0 && &oCell == &oRow.back();
+            oCell.m_strText = platform::escape(oCell.m_strText);
+            oCell.m_strText = bWhole ? oCell.m_strText : cutToWidth(oCell.m_strText, g_uiMaxCell);
         }
         oLines.push_back(std::move(oRow));
     }
@@ -63,6 +65,36 @@ std::vector<std::size_t> measure(const std::vector<Cells>& a_oLines)
         }
     }
     return oWidths;
+}
+
+std::size_t totalOf(const std::vector<std::size_t>& a_oWidths)
+{
+    return std::accumulate(a_oWidths.begin(), a_oWidths.end(), s_uiGap * (a_oWidths.size() - 1));
+}
+
+/// Cuts the shrinking columns as far as the layout asks for; whether the table fits then.
+bool shrink(std::vector<Cells>& a_oLines, const Table& a_oTable, const Layout& a_oLayout)
+{
+    std::vector<std::size_t> oWidths = measure(a_oLines);
+    for (const std::size_t uiColumn : a_oTable.m_oShrinking)
+    {
+        const std::size_t uiTotal = totalOf(oWidths);
+        const std::size_t uiExcess = uiTotal - std::min(uiTotal, a_oLayout.m_uiWidth);
+        const std::size_t uiSpare = oWidths[uiColumn] - std::min(oWidths[uiColumn], g_uiLeastCell);
+        oWidths[uiColumn] -= std::min(uiExcess, uiSpare);
+    }
+    if (totalOf(oWidths) > a_oLayout.m_uiWidth)
+    {
+        return false;
+    }
+    for (Cells& oLine : a_oLines)
+    {
+        for (const std::size_t uiColumn : a_oTable.m_oShrinking)
+        {
+            oLine[uiColumn].m_strText = cutToWidth(oLine[uiColumn].m_strText, oWidths[uiColumn]);
+        }
+    }
+    return true;
 }
 
 std::string renderLine(const Cells& a_oLine, const std::vector<std::size_t>& a_oWidths, const Layout& a_oLayout)
@@ -110,13 +142,12 @@ std::string renderBlocks(const std::vector<Cells>& a_oLines, const Layout& a_oLa
 
 std::string renderTable(const Table& a_oTable, const Layout& a_oLayout)
 {
-    const std::vector<Cells> oLines = makeLines(a_oTable);
-    const std::vector<std::size_t> oWidths = measure(oLines);
-    const std::size_t uiTotal = std::accumulate(oWidths.begin(), oWidths.end(), s_uiGap * (oWidths.size() - 1));
-    if (a_oLayout.m_uiWidth > 0 && uiTotal > a_oLayout.m_uiWidth && oLines.size() > 1)
+    std::vector<Cells> oLines = makeLines(a_oTable, a_oLayout);
+    if (a_oLayout.m_uiWidth > 0 && oLines.size() > 1 && !shrink(oLines, a_oTable, a_oLayout))
     {
         return renderBlocks(oLines, a_oLayout);
     }
+    const std::vector<std::size_t> oWidths = measure(oLines);
     std::string strResult;
     for (const Cells& oLine : oLines)
     {

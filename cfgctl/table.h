@@ -28,6 +28,8 @@ struct Table
 {
     std::vector<std::string> m_oHeadings;
     std::vector<std::vector<Cell>> m_oRows; ///< each as long as the headings
+    /// Columns whose cells may be cut to make the table fit, the first one first, each down to g_uiLeastCell.
+    std::vector<std::size_t> m_oShrinking{};
 };
 
 /// How to print a table.
@@ -37,11 +39,14 @@ struct Layout
     std::size_t m_uiWidth = 0; ///< columns of the terminal; 0: no limit
 };
 
-/// The widest cell, in columns; longer texts are cut in tables, never in JSON.
+/// The widest cell, in columns; longer texts are cut in tables, never in JSON. The last column is whole where the
+/// layout has no limit.
 constexpr std::size_t g_uiMaxCell = 100;
+/// What is left of a cell that is cut to make its table fit.
+constexpr std::size_t g_uiLeastCell = 12;
 
 /// A heading line and one line per row, columns two blanks apart, no trailing blanks. If that is too wide for the
-/// layout, each row becomes a block of "column  value" lines. Pure.
+/// layout, even with the shrinking columns cut, each row becomes a block of "column  value" lines. Pure.
 [[nodiscard]] std::string renderTable(const Table& a_oTable, const Layout& a_oLayout);
 
 /// The layout for standard output: colours and a width on a terminal only; no colours if NO_COLOR is set and not empty

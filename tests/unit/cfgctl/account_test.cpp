@@ -5,7 +5,7 @@
 #include "cfgctl/account/resend.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
-#include "cfgctl/outcomerows.h"
+#include "cfgctl/logrows.h"
 #include "platform/common/localtime.h"
 #include "platform/common/values.h"
 #include "tests/unit/cfgctl/expect.h"
@@ -421,12 +421,12 @@ TEST(Outcome, ComesFromTheStatusRowOrForOlderAttemptsFromTheExcerpt)
                        logRow("4", iLast - 100, "0", "Connection error: " + strCut),
                        logRow("5", iLast, "200", strCut)};
     EXPECT_EQ(outcomes(oSources), "updated failed unknown failed updated ");
-    EXPECT_THAT(renderTable(makeLogTable(makeLogRows(oSources, 0, 2, iLast)), {}), HasSubstr("  unknown   200  xxx"));
+    EXPECT_THAT(renderLog(makeLogRows(oSources, 0, 2, iLast), {}), HasSubstr("  unknown   200  xxx"));
     oSources.m_oStatus = {change(oSources.m_oStatus.front(), "Success", "0")};
     EXPECT_EQ(outcomes(oSources), "updated failed unknown failed failed ");
     oSources.m_oAccounts.clear();
     EXPECT_EQ(outcomes(oSources), "unknown unknown unknown unknown failed ");
-    EXPECT_THAT(renderTable(makeLogTable(makeLogRows(oSources, 0, 4, iLast)), {}), HasSubstr("account is gone"));
+    EXPECT_THAT(renderLog(makeLogRows(oSources, 0, 4, iLast), {}), HasSubstr("account is gone"));
     oSources.m_oAccounts = {change(s_oReady, "ServiceType", "gnudip")};
     EXPECT_EQ(outcomes(oSources), "failed failed failed updated failed ");
     oSources.m_oAccounts = {change(s_oReady, "UnchangedResultSubString", "bada")};

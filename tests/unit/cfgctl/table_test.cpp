@@ -33,12 +33,24 @@ TEST(Table, AlignsWithoutTrailingBlanks)
 
 TEST(Table, CellsAreEscapedAndCut)
 {
-    const Table oTable{{"A"}, {{{"x\n\x1b[2J\xff" + std::string(300, 'y'), Style::Bad}}}};
+    const std::string strWild = "x\n\x1b[2J\xff" + std::string(300, 'y');
+    const Table oTable{{"A", "B"}, {{{strWild, Style::Bad}, {""}}}};
     const std::string strPlain = cfgctl::renderTable(oTable, {});
-    EXPECT_THAT(strPlain, testing::StartsWith("A\nx\\x0a\\x1b[2J\\xffy"));
+    EXPECT_THAT(strPlain, testing::StartsWith("A" + std::string(101, ' ') + "B\nx\\x0a\\x1b[2J\\xffy"));
     EXPECT_THAT(strPlain, testing::EndsWith("y\u2026\n"));
-    EXPECT_EQ(cfgctl::displayWidth(strPlain.substr(2, strPlain.size() - 3)), cfgctl::g_uiMaxCell);
+    const std::size_t uiStart = strPlain.find('\n') + 1;
+    EXPECT_EQ(cfgctl::displayWidth(strPlain.substr(uiStart, strPlain.size() - uiStart - 1)), cfgctl::g_uiMaxCell);
     EXPECT_THAT(cfgctl::renderTable(oTable, Layout{true, 0}), testing::HasSubstr("\x1b[31mx\\x0a\\x1b[2J"));
+    EXPECT_THAT(cfgctl::renderTable({{"A", "B"}, {{{""}, {strWild}}}}, {}), testing::EndsWith("yyy\n"));
+}
+
+TEST(Table, ShrinksTheColumnsThatMayBeCut)
+{
+    const Table oTable{{"Id", "Answer", "Next"}, {{{"7"}, {std::string(20, 'a')}, {std::string(15, 'n')}}}, {1, 2}};
+    const auto render = [&](std::size_t a_uiWidth) { return cfgctl::renderTable(oTable, Layout{false, a_uiWidth}); };
+    EXPECT_EQ(render(40), "Id  Answer               Next\n7   aaaaaaaaaaaaaaaaaa\u2026  nnnnnnnnnnnnnnn\n");
+    EXPECT_EQ(render(32), "Id  Answer        Next\n7   aaaaaaaaaaa\u2026  nnnnnnnnnnnnn\u2026\n");
+    EXPECT_THAT(render(29), testing::StartsWith("Id      7\n"));
 }
 
 TEST(Table, BecomesBlocksWhenTooWideForTheTerminal)
