@@ -27,7 +27,8 @@ Examples:
   cfgctl account add --server gnudip.example.net --user alice \
       --host alice.dyn.example.net -i eth0
 
-Placeholders of --url:)";
+Placeholders of --url:
+ )";
 
 constexpr const char* s_pAddPlaceholders = R"(
 A <username> takes the user name into the URL; without one it is sent by Basic
@@ -54,6 +55,16 @@ Nothing is sent. The exit status is 1 if no update would go out.
 Examples:
   cfgctl account test 1
   cfgctl account test 1 --show-secrets)";
+
+constexpr const char* s_pSetFooter =
+    R"(Only what is named changes, by the rules of 'cfgctl account add': a host or user
+name that is part of the update URL changes there too. Another provider, both
+address families or another zone need a new account.
+
+Examples:
+  cfgctl account set 1 --interface ppp1
+  cfgctl account set home.example.org --host www.example.org
+  cfgctl account set 1 --expect good --unchanged nochg)";
 
 constexpr const char* s_pEnableFooter = R"(Examples:
   cfgctl account enable 1
@@ -102,7 +113,7 @@ std::string makeAddFooter()
     {
         strFooter += " " + strPlaceholder;
     }
-    return strFooter + "." + s_pAddPlaceholders;
+    return strFooter + s_pAddPlaceholders;
 }
 
 CLI::Option* addIds(CLI::App& a_oCommand, Request& a_oRequest, const char* a_pName, const char* a_pHelp)
@@ -135,21 +146,29 @@ void addWhere(CLI::App& a_oAdd, AccountOptions& a_oAccount)
     pUrl->excludes(pServer);
 }
 
+void addJudging(CLI::App& a_oCommand,
+                std::optional<int>& a_iRetry,
+                std::optional<std::string>& a_strExpect,
+                std::optional<std::string>& a_strUnchanged)
+{
+    addOption(a_oCommand, "--retry", a_iRetry, "tries per change", "N")
+        ->check(CLI::Range(1, g_iMostTries).description(""));
+    const char* pHelp = "text of a good answer; empty: HTTP status 200";
+    addOption(a_oCommand, "--expect", a_strExpect, pHelp, "TEXT");
+    const char* pUnchangedHelp = "text of an answer for an address it has already";
+    addOption(a_oCommand, "--unchanged", a_strUnchanged, pUnchangedHelp, "TEXT");
+}
+
 void addSpec(CLI::App& a_oAdd, AccountOptions& a_oAccount)
 {
     AccountSpec& oSpec = a_oAccount.m_oSpec;
     addOption(a_oAdd, "--host", oSpec.m_strHost, "the name to update", "HOST")->required();
     addOption(a_oAdd, "-i,--interface", oSpec.m_strInterface, "the interface to follow", "NAME")->required();
     addOption(a_oAdd, "--user", oSpec.m_strUser, "the user name, if the provider wants one", "USER");
-    addOption(a_oAdd, "--zone", oSpec.m_strZone, "the zone of the host, for providers that take it separately", "ZONE");
+    addOption(a_oAdd, "--zone", oSpec.m_strZone, "the zone of the host, where it is taken separately", "ZONE");
     addPasswordFile(a_oAdd, a_oAccount);
     a_oAdd.add_flag("--dual", oSpec.m_bDual, "announce the IPv6 address as well");
-    addOption(a_oAdd, "--retry", oSpec.m_iRetry, "tries per change", "N")
-        ->check(CLI::Range(1, g_iMostTries).description(""));
-    const char* pHelp = "text that a good answer contains; if empty, HTTP status 200 is one";
-    addOption(a_oAdd, "--expect", oSpec.m_strExpect, pHelp, "TEXT");
-    const char* pUnchangedHelp = "text of an answer for an address that it has already";
-    addOption(a_oAdd, "--unchanged", oSpec.m_strUnchanged, pUnchangedHelp, "TEXT");
+    addJudging(a_oAdd, oSpec.m_iRetry, oSpec.m_strExpect, oSpec.m_strUnchanged);
     a_oAdd.add_flag_callback(
         "--disabled", [&oSpec] { oSpec.m_bEnable = false; }, "add the account without updating it");
 }
@@ -170,6 +189,29 @@ void addAdd(CLI::App& a_oGroup, Request& a_oRequest)
                 throw UsageError("One of --provider NAME, --url TEMPLATE and --server NAME is required");
             }
             a_oRequest.m_oCommand = runAccountAdd;
+        });
+}
+
+void addSet(CLI::App& a_oGroup, Request& a_oRequest)
+{
+    AccountOptions& oAccount = a_oRequest.m_oOptions.m_oAccount;
+    AccountChange& oChange = oAccount.m_oChange;
+    CLI::App& oSet = addCommand(a_oGroup, a_oRequest, "set", "change an account", runAccountSet, s_pSetFooter);
+    addOption(oSet, "ID|HOST", oAccount.m_strAccount, "the account", "")->required();
+    addOption(oSet, "--host", oChange.m_strHost, "the name to update", "HOST");
+    addOption(oSet, "-i,--interface", oChange.m_strInterface, "the interface to follow", "NAME");
+    addOption(oSet, "--user", oChange.m_strUser, "the user name", "USER");
+    addJudging(oSet, oChange.m_iRetry, oChange.m_strExpect, oChange.m_strUnchanged);
+    addProvidersFile(oSet, oAccount);
+    oSet.callback(
+        [&oChange, &a_oRequest]
+        {
+            if (!oChange.m_strHost && !oChange.m_strInterface && !oChange.m_strUser && !oChange.m_iRetry &&
+                !oChange.m_strExpect && !oChange.m_strUnchanged)
+            {
+                throw UsageError("Name what is to change, such as --interface NAME");
+            }
+            a_oRequest.m_oCommand = runAccountSet;
         });
 }
 
@@ -205,6 +247,7 @@ void addAccountCommands(CLI::App& a_oApp, Request& a_oRequest)
     oGroup.require_subcommand(1);
     oGroup.footer(s_pGroupFooter);
     addAdd(oGroup, a_oRequest);
+    addSet(oGroup, a_oRequest);
     addEditors(oGroup, a_oRequest);
     Options& oOptions = a_oRequest.m_oOptions;
     const char* pHelp = "list the providers, or everything known of one";

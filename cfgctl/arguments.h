@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cfgctl/account/accountchange.h"
 #include "cfgctl/account/accountplan.h"
 #include "cfgctl/assignment.h"
 #include "cfgctl/table.h"
@@ -19,6 +20,8 @@ struct AccountOptions
     std::string m_strUrl;
     std::string m_strServer;
     AccountSpec m_oSpec;
+    std::string m_strAccount; ///< set: Id or host
+    AccountChange m_oChange;
     std::string m_strPasswordFile; ///< "-" standard input, empty: ask on the terminal
     std::string m_strProviders;    ///< an additional file of providers
     std::vector<int> m_oIds;

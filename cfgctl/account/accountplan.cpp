@@ -96,8 +96,7 @@ std::string chooseUser(const Provider& a_oProvider, const AccountSpec& a_oSpec, 
 void fillTexts(const Provider& a_oProvider, const AccountSpec& a_oSpec, AccountPlan& a_oPlan)
 {
     const bool bGnudip = a_oProvider.m_eSignIn == SignIn::Gnudip;
-    require(!bGnudip || (!a_oSpec.m_strExpect && !a_oSpec.m_strUnchanged),
-            "GnuDIP answers with a code: omit --expect and --unchanged");
+    require(!bGnudip || (!a_oSpec.m_strExpect && !a_oSpec.m_strUnchanged), g_acTextsOfGnudip);
     const std::string strExpect = a_oSpec.m_strExpect.value_or(bGnudip ? std::string() : a_oProvider.m_strExpect);
     const std::string strOwn = strExpect.empty() ? std::string() : a_oProvider.m_strUnchanged;
     const std::string strUnchanged = a_oSpec.m_strUnchanged.value_or(strOwn);
@@ -156,8 +155,7 @@ AccountPlan planUrl(const Provider& a_oProvider, const AccountSpec& a_oSpec)
     const bool bUserInUrl = hasPlaceholder(strUrl, quorvad::Placeholder_Username);
     const bool bBasic = a_oProvider.m_eSignIn == SignIn::Basic;
     const std::string strUser = chooseUser(a_oProvider, a_oSpec, bUserInUrl || bBasic, oPlan);
-    require(!bBasic || strUser.find(':') == std::string::npos,
-            "The user name must not contain ':': with Basic authentication, what follows it is taken as the password");
+    require(!bBasic || strUser.find(':') == std::string::npos, g_acColonInUser);
     if (bLabel)
     {
         strUrl = replaceAllOccurrences(strUrl, g_acLabel, labelOf(a_oSpec, a_oProvider));

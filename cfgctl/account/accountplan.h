@@ -40,6 +40,11 @@ struct AccountPlan
 [[nodiscard]] Provider makeOwnProvider(const std::string& a_strTemplate, bool a_bUser);
 [[nodiscard]] Provider makeGnudipProvider(const std::string& a_strServer);
 
+/// Texts that say why something is refused.
+inline constexpr char g_acColonInUser[] =
+    "The user name must not contain ':': with Basic authentication, what follows it is taken as the password";
+inline constexpr char g_acTextsOfGnudip[] = "GnuDIP answers with a code: omit --expect and --unchanged";
+
 /// Throws Failure if an answer cannot be judged by these two texts, or if the second has no effect.
 void checkTexts(const std::string& a_strExpect, const std::string& a_strUnchanged);
 

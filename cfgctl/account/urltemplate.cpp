@@ -5,6 +5,7 @@
 #include "platform/base/escape.h"
 #include "vadro/string/replace.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace cfgctl
@@ -44,13 +45,18 @@ std::string describeCharacter(char a_cCharacter)
     return a_cCharacter == ' ' ? "a blank" : "the byte 0x" + platform::escape({&a_cCharacter, 1}).substr(2);
 }
 
+bool isEncodedByte(std::string_view a_strUrl, std::size_t a_uiAt)
+{
+    return a_strUrl[a_uiAt] == '%' && a_uiAt + 2 < a_strUrl.size() && isIn(a_strUrl[a_uiAt + 1], s_strHex) &&
+           isIn(a_strUrl[a_uiAt + 2], s_strHex);
+}
+
 std::string findCharacterFault(std::string_view a_strUrl)
 {
     for (std::size_t uiAt = 0; uiAt < a_strUrl.size(); ++uiAt)
     {
         const char cCharacter = a_strUrl[uiAt];
-        const bool bEncoded = cCharacter == '%' && uiAt + 2 < a_strUrl.size() && isIn(a_strUrl[uiAt + 1], s_strHex) &&
-                              isIn(a_strUrl[uiAt + 2], s_strHex);
+        const bool bEncoded = isEncodedByte(a_strUrl, uiAt);
         if (cCharacter == '%' && !bEncoded)
         {
             return "it contains a '%' without two hexadecimal digits after it";
@@ -125,6 +131,48 @@ std::string urlHost(const std::string& a_strUrl)
     const std::size_t uiAt = strAuthority.rfind('@');
     const std::string strHost = uiAt == std::string::npos ? strAuthority : strAuthority.substr(uiAt + 1);
     return strHost.substr(0, strHost.find(':'));
+}
+
+std::optional<std::map<std::string, std::string>>
+matchTemplate(const std::string& a_strTemplate, const std::string& a_strUrl, const std::vector<std::string>& a_oNames)
+{
+    std::map<std::string, std::string> oParts;
+    std::size_t uiUrl = 0;
+    for (std::size_t uiAt = 0; uiAt < a_strTemplate.size();)
+    {
+        const auto isHere = [&](const std::string& a_strName)
+        { return a_strTemplate.compare(uiAt, a_strName.size(), a_strName) == 0; };
+        const auto itName = std::find_if(a_oNames.begin(), a_oNames.end(), isHere);
+        if (itName == a_oNames.end())
+        {
+            if (uiUrl >= a_strUrl.size() || a_strUrl[uiUrl++] != a_strTemplate[uiAt++])
+            {
+                return std::nullopt;
+            }
+            continue;
+        }
+        const std::size_t uiEnd = std::min(a_strUrl.find_first_of("/?&;#<", uiUrl), a_strUrl.size());
+        oParts[*itName] = a_strUrl.substr(uiUrl, uiEnd - uiUrl);
+        uiUrl = uiEnd;
+        uiAt += itName->size();
+    }
+    return uiUrl == a_strUrl.size() ? std::optional(oParts) : std::nullopt;
+}
+
+std::string percentDecode(std::string_view a_strText)
+{
+    std::string strResult;
+    for (std::size_t uiAt = 0; uiAt < a_strText.size(); ++uiAt)
+    {
+        if (isEncodedByte(a_strText, uiAt))
+        {
+            strResult += static_cast<char>(std::stoi(std::string(a_strText.substr(uiAt + 1, 2)), nullptr, 16));
+            uiAt += 2;
+            continue;
+        }
+        strResult += a_strText[uiAt];
+    }
+    return strResult;
 }
 
 std::string percentEncode(std::string_view a_strText)

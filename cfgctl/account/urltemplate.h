@@ -1,5 +1,7 @@
 #pragma once
 
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,7 +24,14 @@ namespace cfgctl
 /// The host of a URL, without user and port. Pure.
 [[nodiscard]] std::string urlHost(const std::string& a_strUrl);
 
+/// What stands in a URL in the place of a template's placeholders; nothing if the URL differs from the template
+/// anywhere else. A value ends where a part of a URL does. Pure.
+[[nodiscard]] std::optional<std::map<std::string, std::string>>
+matchTemplate(const std::string& a_strTemplate, const std::string& a_strUrl, const std::vector<std::string>& a_oNames);
+
 /// Everything but letters, digits and "-._~" as %XX. Pure.
 [[nodiscard]] std::string percentEncode(std::string_view a_strText);
+/// The reverse; a '%' that encodes nothing stays. Pure.
+[[nodiscard]] std::string percentDecode(std::string_view a_strText);
 
 } // namespace cfgctl

@@ -1,5 +1,4 @@
 #include "cfgctl/account/password.h"
-#include "cfgctl/account/problems.h"
 #include "cfgctl/account/provider.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/commands/accounts.h"
@@ -7,7 +6,6 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
-#include "cfgctl/text.h"
 #include "platform/common/values.h"
 
 namespace cfgctl
@@ -60,17 +58,7 @@ findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const
                                 " at this provider: the two will overwrite each other's address");
         }
     }
-    const auto eState = quorvad::readInterfaceState(textOf(a_oRow, dbm::Interface));
-    for (const Problem& oProblem : findProblems(a_oRow, a_oSources, eState))
-    {
-        oWarnings.push_back(oProblem.m_strWhat + "; " + oProblem.m_strNext);
-    }
     return oWarnings;
-}
-
-std::string joinNotes(const AccountPlan& a_oPlan)
-{
-    return join(a_oPlan.m_oNotes, "", [](const std::string& a_strNote) { return a_strNote + "\n"; });
 }
 
 /// The row that would be written, with nothing secret unless that is wanted.
@@ -91,7 +79,7 @@ std::string showPlan(const AccountPlan& a_oPlan, const Options& a_oOptions)
     {
         oTable.m_oRows.push_back({{strColumn}, {oValue.getText()}});
     }
-    return renderTable(oTable, {}) + "Nothing was written.\n" + joinNotes(a_oPlan);
+    return renderTable(oTable, {}) + "Nothing was written.\n" + joinLines(a_oPlan.m_oNotes);
 }
 
 void addPassword(AccountPlan& a_oPlan, const Provider& a_oProvider, const AccountOptions& a_oOptions)
@@ -128,12 +116,13 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     {
         complain(strWarning);
     }
+    complainOfProblems(oRow, oSources);
     if (oAccount.m_bDryRun)
     {
         return showPlan(oPlan, a_oOptions);
     }
     const std::string strText = "Added " + nameAccount(oRow) + " at " + oProvider.m_strName + ", through " +
-                                oAccount.m_oSpec.m_strInterface + ".\n" + joinNotes(oPlan);
+                                oAccount.m_oSpec.m_strInterface + ".\n" + joinLines(oPlan.m_oNotes);
     const std::string strTold = tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
     return a_oOptions.m_bJson ? rowToJson(platform::row({{dbm::Id, oId}})) : strTold;
 }

@@ -2,6 +2,7 @@
 
 #include "cfgctl/account/accountplan.h"
 #include "cfgctl/account/password.h"
+#include "cfgctl/account/problems.h"
 #include "cfgctl/account/provider.h"
 #include "cfgctl/account/resend.h"
 #include "cfgctl/account/urltemplate.h"
@@ -96,6 +97,31 @@ Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds)
         oRows.push_back(oRow);
     }
     return oRows;
+}
+
+korrin::ValueList findAccount(Database& a_oDatabase, const std::string& a_strIdOrHost)
+{
+    const bool bId = a_strIdOrHost.find_first_not_of("0123456789") == std::string::npos;
+    Rows oRows = a_oDatabase.getRows(dbm::Table_DynDns);
+    oRows.remove_if([&](const korrin::ValueList& a_oRow)
+                    { return textOf(a_oRow, bId ? dbm::Id : dbm::DynDns_Hostname) != a_strIdOrHost; });
+    require(!oRows.empty(), "No account " + a_strIdOrHost + "; 'cfgctl account list' shows all");
+    require(oRows.size() == 1, "More than one account has the host " + a_strIdOrHost + ": give the Id instead");
+    return oRows.front();
+}
+
+void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_oSources)
+{
+    const auto eState = quorvad::readInterfaceState(textOf(a_oRow, dbm::Interface));
+    for (const Problem& oProblem : findProblems(a_oRow, a_oSources, eState))
+    {
+        complain(oProblem.m_strWhat + "; " + oProblem.m_strNext);
+    }
+}
+
+std::string joinLines(const std::vector<std::string>& a_oLines)
+{
+    return join(a_oLines, "", [](const std::string& a_strLine) { return a_strLine + "\n"; });
 }
 
 std::string nameAccount(const korrin::ValueList& a_oRow)
@@ -222,11 +248,7 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), platform::row({{dbm::DynDns_Password, oPassword}}));
     a_oDatabase.commit();
-    std::string strText = "The password of " + nameAccount(oRow) + " was changed.\n";
-    for (const std::string& strNote : oPlan.m_oNotes)
-    {
-        strText += strNote + "\n";
-    }
+    const std::string strText = "The password of " + nameAccount(oRow) + " was changed.\n" + joinLines(oPlan.m_oNotes);
     return tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
 }
 

@@ -16,6 +16,15 @@ inline constexpr char g_acNoAccounts[] =
 /// The accounts with these Ids, in this order. Throws Failure for an unknown Id.
 [[nodiscard]] Rows readAccounts(Database& a_oDatabase, const std::vector<int>& a_oIds);
 
+/// The account with this Id, or the only one with this host. Throws Failure if there is none or more than one.
+[[nodiscard]] korrin::ValueList findAccount(Database& a_oDatabase, const std::string& a_strIdOrHost);
+
+/// Tells on standard error what keeps the account from doing what is wanted.
+void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_oSources);
+
+/// One line each. Pure.
+[[nodiscard]] std::string joinLines(const std::vector<std::string>& a_oLines);
+
 /// "account 1 (home.example.net)". Pure.
 [[nodiscard]] std::string nameAccount(const korrin::ValueList& a_oRow);
 

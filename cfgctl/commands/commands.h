@@ -27,6 +27,7 @@ namespace cfgctl
 [[nodiscard]] std::string runAccountEnable(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions);
+[[nodiscard]] std::string runAccountSet(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions);
 
 /// Needs no service.

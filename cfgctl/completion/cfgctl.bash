@@ -47,7 +47,7 @@ _cfgctl_value()
 _cfgctl_arguments()
 {
     case "${words[0]} ${words[1]:-}" in
-        "account test" | "account enable" | "account disable" | "account remove" | "account password")
+        "account test" | "account enable" | "account disable" | "account remove" | "account password" | "account set")
             _cfgctl_words "$(_cfgctl_column account list)" ;;
         "providers "*) _cfgctl_words "$(_cfgctl_column providers)" ;;
         "import "*) compopt -o filenames 2>/dev/null

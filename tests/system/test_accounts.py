@@ -13,7 +13,7 @@ from sandbox.processes import wait_for
 from sandbox.router import HTTPS_HOST, START_PERIOD
 
 PROVIDERS = {"providers": [
-    {"key": "local", "name": "Local", "sure": True, "auth": "basic", "expect": "good", "unchanged": "nochg",
+    {"key": "local", "name": "Local", "sure": True, "auth": "basic", "expect": "good", "unchanged": "nochg", "retry": 2,
      "url": f"https://{HTTPS_HOST}/nic/update?host=<domain>&ip=<ipaddr>"},
     {"key": "token", "auth": "url", "expect": "good",
      "url": f"https://{HTTPS_HOST}/plain/update?host=<domain>&user=<username>&token=<password>&ip=<ipaddr>"}]}

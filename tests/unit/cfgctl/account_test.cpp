@@ -1,3 +1,4 @@
+#include "cfgctl/account/accountchange.h"
 #include "cfgctl/account/accountplan.h"
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/account/problems.h"
@@ -264,6 +265,86 @@ TEST(AccountPlan, UnchangedTextStandsBesideAnExpectedOne)
     EXPECT_EQ(texts("OK", {}), "OK|nochg");
     EXPECT_EQ(texts({}, ""), "good|");
     EXPECT_EQ(texts("", {}), "|");
+}
+
+// A change of host and user must give what the account would have been made of with them.
+TEST(AccountChange, EqualsAnAccountMadeAfresh)
+{
+    std::size_t uiSame = 0;
+    for (const Provider& oProvider : shipped())
+    {
+        for (const bool bDual : {false, true})
+        {
+            AccountSpec oSpec = makeAccount("home.example.org", oProvider.m_bUserIsHost ? "" : "al ice");
+            oSpec.m_strZone = hasPlaceholder(oProvider.m_strUrl, "<zone>") ? "example.org" : "";
+            oSpec.m_bDual = bDual && !oProvider.m_strUrlDual.empty();
+            korrin::ValueList oRow = planAccount(oProvider, oSpec).m_oRow;
+            AccountChange oChange;
+            oChange.m_strHost = oSpec.m_strHost = "www.example.org";
+            if (!oSpec.m_strUser.empty())
+            {
+                oChange.m_strUser = oSpec.m_strUser = "b&b";
+            }
+            for (const auto& [strColumn, oValue] : planChange(oRow, &oProvider, oChange).m_oColumns)
+            {
+                oRow = change(oRow, strColumn.c_str(), oValue.getText());
+            }
+            for (const auto& [strColumn, oValue] : planAccount(oProvider, oSpec).m_oRow)
+            {
+                EXPECT_EQ(textOf(oRow, strColumn), oValue.getText()) << oProvider.m_strKey << strColumn;
+                ++uiSame;
+            }
+        }
+    }
+    EXPECT_GE(uiSame, 2 * 41 * 9U);
+}
+
+TEST(AccountChange, TouchesNothingElse)
+{
+    const korrin::ValueList oOwn = change(s_oReady, "AccountUserName", "bob");
+    const korrin::ValueList oGnudip =
+        change(change(change(oOwn, "ServiceType", "gnudip"), "ServerAddr", "g.example"), "Hostname", "bob.example");
+    korrin::ValueList oBroken = change(change(oOwn, "Hostname", "not a host"), "ServerAddr", "no URL");
+    oBroken = change(oBroken, "UnchangedResultSubString", "nochg");
+    using Change = void (*)(AccountChange&);
+    const Change host = [](AccountChange& a_oChange) { a_oChange.m_strHost = "b.example"; };
+    const Change user = [](AccountChange& a_oChange) { a_oChange.m_strUser = "eve"; };
+    const Change colon = [](AccountChange& a_oChange) { a_oChange.m_strUser = "e:e"; };
+    const Change interface = [](AccountChange& a_oChange) { a_oChange.m_strInterface = "ppp1"; };
+    const Change noText = [](AccountChange& a_oChange) { a_oChange.m_strExpect = ""; };
+    const Change unchanged = [](AccountChange& a_oChange) { a_oChange.m_strUnchanged = "same"; };
+    const std::vector<std::tuple<korrin::ValueList, Change, const char*>> oCases{
+        {oOwn, host, "Hostname=b.example "},
+        {oOwn, user, "AccountUserName=eve "},
+        {oOwn, colon, "must not contain ':'"},
+        {s_oReady, user, "where that is cannot be told"},
+        {s_oReady, unchanged, "UnchangedResultSubString=same "},
+        {change(s_oReady, "ExpectedResultSubString", ""), unchanged, "has no effect"},
+        {oGnudip, user, "does not begin with 'eve.'"},
+        {oGnudip, unchanged, "answers with a code"},
+        {oBroken, interface, "Interface=ppp1 "},
+        {oBroken, noText, "ExpectedResultSubString= While no text"},
+    };
+    for (const auto& [oRow, pChange, pExpected] : oCases)
+    {
+        AccountChange oChange;
+        pChange(oChange);
+        std::string strText;
+        try
+        {
+            const ChangePlan oPlan = planChange(oRow, recogniseProvider(shipped(), oRow), oChange);
+            for (const auto& [strColumn, oValue] : oPlan.m_oColumns)
+            {
+                strText += strColumn + "=" + oValue.getText() + " ";
+            }
+            strText += oPlan.m_oNotes.empty() ? "" : oPlan.m_oNotes.front();
+            EXPECT_THAT(strText, testing::StartsWith(pExpected));
+        }
+        catch (const Failure& oError)
+        {
+            EXPECT_THAT(oError.what(), HasSubstr(pExpected));
+        }
+    }
 }
 
 TEST(Resend, NamesTheOthersThatTheDaemonSendsAgain)

@@ -105,6 +105,7 @@ TEST(Arguments, UsageErrorsPointToTheHelp)
         {"account", "add", "--host", "h", "-i", "eth0", "-p", "a", "--retry", "0"},
         {"account", "add", "--host", "h", "-i", "eth0", "-p", "a", "--password=geheim"},
         {"account", "test", "1", "2"},
+        {"account", "set", "1"},
         {"account", "remove", "home"},
         {"log", "--account", "-1"},
     };

@@ -159,6 +159,10 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     oAdd.m_oAccount.m_oSpec.m_strZone = "example.org";
     oAdd.m_oAccount.m_bDryRun = true;
     EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr("?host=home&domain=example.org&password=<password>"));
+    oAdd.m_bJson = true;
+    oAdd.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "geheim");
+    EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr(R"("Password":"********"})"));
+    oAdd.m_bJson = false;
     EXPECT_EQ(run(cfgctl::runShow, on("DynDns")).find("home"), std::string::npos);
     oAdd.m_oAccount.m_bDryRun = false;
     oAdd.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "geheim\r\n");
@@ -177,6 +181,16 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     oOne.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "another");
     EXPECT_THAT(run(cfgctl::runAccountPassword, oOne), HasSubstr("was changed"));
     EXPECT_EQ(run(cfgctl::runShow, on("DynDns", {"Password=another"})).substr(0, 3), "Id ");
+    oOne.m_oAccount.m_strAccount = "home.example.org";
+    oOne.m_oAccount.m_oChange.m_strHost = "www.example.org";
+    oOne.m_oAccount.m_strProviders.clear();
+    const std::string strChanged = run(cfgctl::runAccountSet, oOne);
+    EXPECT_THAT(strChanged, HasSubstr("Changed account 1 (home.example.org):\n"));
+    EXPECT_THAT(strChanged, testing::ContainsRegex("Hostname +home.example.org +www.example.org\n"));
+    EXPECT_THAT(run(cfgctl::runShow, on("DynDns", {"Id=1"})), HasSubstr("?host=********&domain=********&"));
+    EXPECT_THAT(refused(cfgctl::runAccountSet, oOne), HasSubstr("No account home.example.org"));
+    oOne.m_oAccount.m_strAccount = "1";
+    EXPECT_THAT(run(cfgctl::runAccountSet, oOne), HasSubstr("Nothing to change"));
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("is now disabled"));
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
     EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("is now enabled"));
