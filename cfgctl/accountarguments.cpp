@@ -71,9 +71,9 @@ constexpr const char* s_pEnableFooter = R"(Examples:
   cfgctl account disable 1 2)";
 
 constexpr const char* s_pRemoveFooter =
-    R"(The account's last outcome and its log are removed with it. An enabled account is
-disabled first and removed two seconds later: the daemon would go on updating an
-account that disappeared while enabled.
+    R"(The account's last outcome and its log are removed with it. An enabled account
+is disabled first and removed two seconds later: the daemon would go on updating
+an account that disappeared while enabled.
 
 Examples:
   cfgctl account remove 1
@@ -97,9 +97,9 @@ Examples:
   cfgctl providers --providers my-providers.json)";
 
 constexpr const char* s_pLogFooter = R"(The daemon writes outcomes once a minute, or at the next change of settings or
-interfaces. The last attempt of an account has its outcome; older ones are judged
-by the account's present settings and the stored part of the answer, and are
-"unknown" where that part does not tell.
+interfaces. The last attempt of an account has its outcome; older ones are
+judged by the account's present settings and the stored part of the answer, and
+are "unknown" where that part does not tell.
 
 Examples:
   cfgctl log

@@ -3,6 +3,7 @@
 #include "cfgctl/accountarguments.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
+#include "platform/common/helpformatter.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -41,11 +42,11 @@ Examples:
   cfgctl export DynDns DNSRelay)";
 
 constexpr const char* s_pImportFooter = R"(The file is {"TABLE": [{"COLUMN": VALUE, ...}, ...], ...}. Each table that it
-names then holds exactly the file's rows, in its order: rows with the same Id are
-kept or changed, others deleted, rows without an Id added. A column left out gets
-its default; a Password left out, or a secret shown as "********", stays as it is
-stored. DNS servers that netifwatch wrote stay unless the file brings some. Either
-everything is written or nothing.
+names then holds exactly the file's rows, in its order: rows with the same Id
+are kept or changed, others deleted, rows without an Id added. A column left out
+gets its default; a Password left out, or a secret shown as "********", stays as
+it is stored. DNS servers that netifwatch wrote stay unless the file brings
+some. Either everything is written or nothing.
 
 Examples:
   cfgctl import saved.json
@@ -95,6 +96,7 @@ class Parser
 public:
     Parser() : m_oApp("Shows and changes the settings that the configuration service keeps.", "cfgctl")
     {
+        m_oApp.formatter(std::make_shared<platform::HelpFormatter>()); // inherited by the commands
         m_oApp.require_subcommand(1);
         m_oApp.get_formatter()->label("SUBCOMMAND", "COMMAND");
         m_oApp.group("Commands"); // inherited by the commands

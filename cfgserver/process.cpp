@@ -4,6 +4,7 @@
 #include "cfgserver/server.h"
 #include "cfgserver/statefile.h"
 #include "platform/base/program.h"
+#include "platform/common/helpformatter.h"
 #include "platform/common/log.h"
 #include "platform/common/process.h"
 #include "platform/common/stopsignals.h"
@@ -123,6 +124,7 @@ std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, O
 {
     std::string strLevel = "info";
     CLI::App oApp("Configuration service: stores the tables and notifies clients of changes.", "cfgserver");
+    oApp.formatter(std::make_shared<platform::HelpFormatter>());
     declare(oApp, a_oOptions, strLevel);
     try
     {

@@ -1,6 +1,7 @@
 #include "netifwatch/options.h"
 
 #include "platform/base/escape.h"
+#include "platform/common/helpformatter.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -16,21 +17,21 @@ namespace
 
 constexpr int s_iUsageError = 2;
 constexpr const char* s_pFooter = R"(What is written:
-  StatusNetifWatch           a row per interface: its IPv4 address, and whether it
-                             is up and has carrier
-  StatusNetIfIPv6Addresses   a row per interface with an IPv6 address that others
-                             can reach: no temporary, deprecated or untested one,
-                             a public one before a unique-local one
-  DNSClientServer            the DNS servers of each interface, from systemd-resolved
-                             if it knows any, else from resolv.conf. Interfaces with
-                             rows of anybody else are left alone.
+  StatusNetifWatch          a row per interface: its IPv4 address, and whether
+                            it is up and has carrier
+  StatusNetIfIPv6Addresses  a row per interface with an IPv6 address that others
+                            can reach: no temporary, deprecated or untested one,
+                            a public one before a unique-local one
+  DNSClientServer           the DNS servers of each interface, if known from
+                            systemd-resolved, else from resolv.conf. Interfaces
+                            with rows of anybody else are left alone.
 
 Examples:
-  netifwatch                         follow all interfaces, in the background
-  netifwatch -f -i 'ppp*' -i eth1    only these, in the foreground
-  netifwatch -x 'docker*' -x 'veth*' all but these
-  netifwatch --print                 show what would be written; needs no service
-  netifwatch --once --no-dns         write the state of the interfaces and exit
+  netifwatch                          follow all interfaces, in the background
+  netifwatch -f -i 'ppp*' -i eth1     only these, in the foreground
+  netifwatch -x 'docker*' -x 'veth*'  all but these
+  netifwatch --print                  show what would be written
+  netifwatch --once --no-dns          write the state of the interfaces and exit
 
 No privilege is needed except write access to the configuration service.
 
@@ -103,6 +104,7 @@ bool matchesAny(const std::vector<std::string>& a_oPatterns, const std::string& 
 std::optional<int> readOptions(int a_iCount, const char* const* a_ppArguments, Options& a_oOptions)
 {
     CLI::App oApp("Keeps the state of the network interfaces in the configuration service's tables.", "netifwatch");
+    oApp.formatter(std::make_shared<platform::HelpFormatter>());
     std::string strLevel = "info";
     declareChoices(oApp, a_oOptions);
     declareModes(oApp, a_oOptions, strLevel);

@@ -103,6 +103,15 @@ private:
     termios m_oOld{};
 };
 
+/// Ends the line of a question to which no line end was typed, as at Ctrl-D.
+void endQuestion(bool a_bAnswered)
+{
+    if (!a_bAnswered)
+    {
+        static_cast<void>(platform::writeAll(STDERR_FILENO, "\n"));
+    }
+}
+
 /// Reads a line from the terminal; false if a signal came first. Throws Failure at the end of the input.
 bool readLine(const SignalsNoted& a_oSignals, std::string& a_strLine)
 {
@@ -116,6 +125,7 @@ bool readLine(const SignalsNoted& a_oSignals, std::string& a_strLine)
         std::array<char, 512> oBuffer{};
         const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
         const bool bRead = iRead > 0 || (iRead < 0 && errno == EINTR);
+        endQuestion(bRead);
         require(bRead, "No password was entered; nothing was written");
         a_strLine.append(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));
     }
@@ -164,6 +174,7 @@ bool confirm(const std::string& a_strQuestion, const std::string& a_strInstead)
     static_cast<void>(platform::writeAll(STDERR_FILENO, a_strQuestion + " [y/N] "));
     std::array<char, 64> oBuffer{};
     const ssize_t iRead = read(STDIN_FILENO, oBuffer.data(), oBuffer.size());
+    endQuestion(iRead > 0);
     const std::string strAnswer(oBuffer.data(), iRead < 0 ? 0 : static_cast<std::size_t>(iRead));
     return strAnswer == "y\n" || strAnswer == "Y\n" || strAnswer == "yes\n";
 }

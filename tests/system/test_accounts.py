@@ -73,6 +73,11 @@ def test_accounts(router):
     assert not interrupted.echoes()
     interrupted.process.send_signal(signal.SIGINT)
     assert interrupted.process.wait(30) == -signal.SIGINT and interrupted.echoes()
+    ended = Terminal(router, *words)
+    ended.wait_text("password: ")
+    ended.type("\x04")
+    ended.wait_text("\r\ncfgctl: No password was entered")
+    assert ended.process.wait(30) == 1 and ended.echoes()
     cut = Terminal(router, *words)  # a terminal keeps 4095 bytes of a line
     cut.wait_text("password: ")
     cut.type("x" * 5000 + "\n")
@@ -111,7 +116,7 @@ def test_accounts(router):
         assert [row["DynDnsId"] for row in router.rows(table)] == [1]
     mark = router.move("10.64.0.9")
     daemon.wait_log("DynDns cfg id 1 needs action .iface 'ppp0' Ipv4", start=mark)
-    daemon.wait_log("Built scheduler with 2 retries", start=mark)
+    daemon.wait_log("Built scheduler with 5 retries", start=mark)
     assert daemon.count("DynDns cfg id 2 needs action", mark) == 0
     assert daemon.stop() == 0
 
