@@ -202,7 +202,7 @@ Database::Database(const std::string& a_strPath, EKept a_eKept)
     }
     catch (const SQLite::Exception& oError)
     {
-        throw std::runtime_error(explain(m_strPath, oError.getErrorCode(), oError.what()));
+        refuse(m_strPath, oError.getErrorCode(), oError.what());
     }
 }
 
@@ -246,7 +246,7 @@ Table Database::load(const TableSchema& a_oSchema)
     }
     catch (const SQLite::Exception& oError)
     {
-        throw std::runtime_error(explain(m_strPath, oError.getErrorCode(), oError.what()));
+        refuse(m_strPath, oError.getErrorCode(), oError.what());
     }
     catch (const Refusal& oError)
     {

@@ -102,12 +102,12 @@ void checkFile(const std::string& a_strPath)
     }
     if (!S_ISREG(oStatus.st_mode))
     {
-        throw std::runtime_error("database file " + a_strPath + " is not a regular file");
+        throw ForeignFile("database file " + a_strPath + " is not a regular file");
     }
     if (oStatus.st_uid != ::geteuid() && ::geteuid() != 0)
     {
-        throw std::runtime_error("database file " + a_strPath + " belongs to user " + std::to_string(oStatus.st_uid) +
-                                 ", this service runs as " + std::to_string(::geteuid()));
+        throw ForeignFile("database file " + a_strPath + " belongs to user " + std::to_string(oStatus.st_uid) +
+                          ", this service runs as " + std::to_string(::geteuid()));
     }
     if (::faccessat(AT_FDCWD, a_strPath.c_str(), R_OK | W_OK, AT_EACCESS) != 0)
     {
@@ -165,12 +165,12 @@ void checkContent(const std::string& a_strPath)
     const std::string strCheck = pDatabase->execAndGet("PRAGMA quick_check(1)").getString();
     if (strCheck != "ok")
     {
-        throw std::runtime_error(explain(a_strPath, SQLITE_CORRUPT, strCheck));
+        refuse(a_strPath, SQLITE_CORRUPT, strCheck);
     }
     if (integerOf(*pDatabase, "SELECT count(*) FROM sqlite_master") != 0 &&
         integerOf(*pDatabase, "PRAGMA application_id") != g_iApplicationId)
     {
-        throw std::runtime_error("database file " + a_strPath + " belongs to another program; choose another file");
+        throw ForeignFile("database file " + a_strPath + " belongs to another program; choose another file");
     }
     const int iVersion = integerOf(*pDatabase, "PRAGMA user_version");
     if (iVersion > g_iSchemaVersion)
@@ -258,6 +258,16 @@ std::string explain(const std::string& a_strPath, int a_iCode, const std::string
     default:
         return strStart + ": " + a_strReason;
     }
+}
+
+void refuse(const std::string& a_strPath, int a_iCode, const std::string& a_strReason)
+{
+    const std::string strText = explain(a_strPath, a_iCode, a_strReason);
+    if (a_iCode == SQLITE_BUSY || a_iCode == SQLITE_LOCKED)
+    {
+        throw ForeignFile(strText);
+    }
+    throw std::runtime_error(strText);
 }
 
 } // namespace cfgserver

@@ -3,6 +3,7 @@
 #include <SQLiteCpp/Database.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 namespace cfgserver
@@ -14,9 +15,15 @@ constexpr int g_iApplicationId = 0x71636667;
 constexpr int g_iSchemaVersion = 1;
 
 // A file that cannot be used is refused with std::runtime_error, which names the file or folder, the reason and what to
-// do, or, where SQLite refuses it, with SQLite::Exception, whose code explain() puts into such words. It stays as it
-// was, log included, except that an interrupted write is rolled back; the mode, too, unless another process uses the
-// file or its file system has no write-ahead logs.
+// do, or, where SQLite refuses it, with SQLite::Exception, which refuse() puts into such words. It stays as it was, log
+// included, except that an interrupted write is rolled back; the mode, too, unless another process uses the file or its
+// file system has no write-ahead logs.
+
+/// The file is another's: used by another process, of another user, of another program, or no file at all.
+class ForeignFile : public std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
 
 /// Creates the file, mode 0600, if it is missing, and its folder, mode 0700, if the parent exists. Returns the path
 /// with the folder's links resolved; ":memory:" as it is. Refuses a file without permission, another user's, and what
@@ -33,5 +40,8 @@ void keepLogOnClose(const SQLite::Database& a_oDatabase, bool a_bKeep);
 
 /// What SQLite's code means for this file, and what to do.
 [[nodiscard]] std::string explain(const std::string& a_strPath, int a_iCode, const std::string& a_strReason);
+
+/// Throws ForeignFile or std::runtime_error with the explanation.
+[[noreturn]] void refuse(const std::string& a_strPath, int a_iCode, const std::string& a_strReason);
 
 } // namespace cfgserver

@@ -1,5 +1,6 @@
 #include "cfgserver/statefile.h"
 
+#include "cfgserver/databasefile.h"
 #include "platform/common/log.h"
 
 #include <exception>
@@ -37,9 +38,18 @@ StateFile::StateFile(const std::string& a_strFolder)
                     a_strFolder.c_str());
         return;
     }
+    open();
+}
+
+void StateFile::open()
+{
     try
     {
-        open();
+        load();
+    }
+    catch (const ForeignFile& oError)
+    {
+        giveUp(oError.what());
     }
     catch (const std::exception& oError)
     {
@@ -47,7 +57,7 @@ StateFile::StateFile(const std::string& a_strFolder)
     }
 }
 
-void StateFile::open()
+void StateFile::load()
 {
     m_pDatabase = std::make_unique<Database>(m_strPath, EKept::eUntilReboot);
     for (const TableSchema& oSchema : getSchema())
@@ -62,19 +72,26 @@ void StateFile::open()
 
 void StateFile::replace(const std::string& a_strReason)
 {
-    LOG_WARNING("State tables of before the restart are lost: %s", a_strReason.c_str());
+    // The reason without its advice, which is for a file that somebody would miss.
+    const std::string strWhy = a_strReason.substr(0, a_strReason.find("; "));
+    LOG_WARNING("State tables of before the restart are lost: %s", strWhy.c_str());
     m_oTables.clear();
     remove();
     try
     {
-        open();
+        load();
     }
     catch (const std::exception& oError)
     {
-        LOG_WARNING("State tables are not kept over a restart: %s", oError.what());
-        m_oTables.clear();
-        remove();
+        giveUp(oError.what());
     }
+}
+
+void StateFile::giveUp(const char* a_pReason)
+{
+    LOG_WARNING("State tables are not kept over a restart: %s", a_pReason);
+    m_oTables.clear();
+    m_pDatabase.reset();
 }
 
 void StateFile::remove()

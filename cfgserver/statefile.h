@@ -13,11 +13,14 @@ namespace cfgserver
 /// The tables that are kept in memory only, in a file of a memory file system: they survive a restart of the service,
 /// so that nobody takes it for a change, but no reboot, and cost no flash. A convenience: whatever goes wrong with the
 /// file is logged as a warning, and the service goes on without it. One thread.
+///
+/// What is kept is as true as it was in the memory of the service before: whoever writes the tables corrects them once
+/// connected again, and StatusServiceClients tells whether anybody is.
 class StateFile
 {
 public:
-    /// Opens or creates "state.db" in the folder, which must exist; a file that cannot be used is replaced. Without a
-    /// folder, or with one that is not in memory, nothing is kept.
+    /// Opens or creates "state.db" in the folder, which must exist; one that cannot be used is replaced. Nothing is
+    /// kept without a folder, in one that is not in memory, or if the file is another's, which stays as it is.
     explicit StateFile(const std::string& a_strFolder);
 
     /// The table as it was kept; empty if it was not. Once for each table.
@@ -28,7 +31,9 @@ public:
 
 private:
     void open();
+    void load();
     void replace(const std::string& a_strReason);
+    void giveUp(const char* a_pReason);
     void remove();
 
     std::uint32_t m_iModuleId;

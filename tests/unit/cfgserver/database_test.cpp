@@ -293,12 +293,19 @@ TEST(StateFile, KeepsStateTablesOverARestart)
     EXPECT_EQ(restart(strFolder, "ppp1"), "ppp0");
     EXPECT_EQ(modeOf(oFolder / "state.db"), 0600);
     EXPECT_EQ(oLog.take(), "");
-    // A file that is not ours is of no use; its place is.
+    {
+        const StateFile oLiving(strFolder); // of another service: it is neither read nor touched
+        EXPECT_EQ(restart(strFolder, "ppp9"), "");
+        EXPECT_THAT(oLog.take(),
+                    HasSubstr("not kept over a restart: database file " + oFolder / "state.db is used by"));
+    }
+    EXPECT_EQ(restart(strFolder, "ppp2"), "ppp0,ppp1");
+    // A damaged file is of no use; its place is.
     static_cast<void>(oFolder.write("state.db", std::string(5000, 'x')));
-    EXPECT_EQ(restart(strFolder, "ppp2"), "");
+    EXPECT_EQ(restart(strFolder, "ppp3"), "");
     EXPECT_THAT(oLog.take(), HasSubstr("of before the restart are lost: database file "));
-    EXPECT_EQ(restart(strFolder, "ppp3"), "ppp2");
+    EXPECT_EQ(restart(strFolder, "ppp4"), "ppp3");
     // A file on a disk would survive a reboot, and writing it would wear the disk.
-    EXPECT_EQ(restart("/proc", "ppp4"), "");
+    EXPECT_EQ(restart("/proc", "ppp5"), "");
     EXPECT_THAT(oLog.take(), HasSubstr("/proc is not a folder of a memory file system"));
 }
