@@ -120,6 +120,7 @@ Session::Session(const std::string& a_strSocket, vadro::cfg::IConfigHandler* a_p
                        a_pHandler != nullptr)
 {
     m_oNotifications.registerConfigHandler(a_pHandler);
+    m_oNotifications.deliverAllOnReturn();
     // The library waits longer for a service that accepts and does not answer.
     platform::Timer oTimeout(m_oDispatcher.getEventLoop(), [this] { m_oDispatcher.wakeUp(); });
     oTimeout.start(s_oAnswerTimeout);

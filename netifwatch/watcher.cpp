@@ -90,6 +90,7 @@ void Watcher::run(const std::function<bool()>& a_oStop)
 void Watcher::connect()
 {
     m_oNotifications.registerConfigHandler(this);
+    m_oNotifications.deliverAllOnReturn(); // it looks at the machine then
     try
     {
         m_oNotifications.initialize();

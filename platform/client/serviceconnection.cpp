@@ -3,6 +3,7 @@
 #include "vadro/cfg/notificationhandler.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -145,10 +146,52 @@ void ServiceConnection::deliver()
     {
         if (oDue.count(strTable) > 0 && m_oLink.isUp() && m_oPending.erase(strTable) > 0)
         {
-            const DeliveryScope oScope(m_oClient);
-            m_pHandler->loadFromConfig(m_oClient, strTable);
+            deliverTable(strTable);
         }
     }
+}
+
+void ServiceConnection::deliverTable(const std::string& a_strTable)
+{
+    const bool bReturned = m_oReturned.erase(a_strTable) > 0;
+    // At the start, the first delivery makes a handler load everything. What is read here is not newer than what the
+    // handler reads.
+    const Contents oContents = readContents(m_bLoaded ? std::list<std::string>{a_strTable} : m_oWatched);
+    const auto itKnown = m_oRead.find(a_strTable);
+    const bool bSame =
+        itKnown != m_oRead.end() && oContents.count(a_strTable) > 0 && oContents.at(a_strTable) == itKnown->second;
+    if (!m_oLink.isUp() || (bReturned && bSame))
+    {
+        return;
+    }
+    m_bLoaded = true;
+    m_oRead.erase(a_strTable);
+    const unsigned uiLosses = m_uiLosses;
+    {
+        const DeliveryScope oScope(m_oClient);
+        m_pHandler->loadFromConfig(m_oClient, a_strTable);
+    }
+    if (m_uiLosses == uiLosses)
+    {
+        for (const auto& [strTable, uiContent] : oContents)
+        {
+            m_oRead[strTable] = uiContent;
+        }
+    }
+}
+
+ServiceConnection::Contents ServiceConnection::readContents(const std::list<std::string>& a_oTables)
+{
+    Contents oContents;
+    for (const std::string& strTable : m_bOnlyDifferent ? a_oTables : std::list<std::string>())
+    {
+        wire::Reply oRows;
+        if (m_oClient.getrows(strTable, oRows.m_oRows) == 0U)
+        {
+            oContents[strTable] = std::hash<std::string>()(wire::encode(oRows));
+        }
+    }
+    return oContents;
 }
 
 void ServiceConnection::wakeForDeliveries()
@@ -161,18 +204,24 @@ void ServiceConnection::wakeForDeliveries()
 
 void ServiceConnection::onLinkUp()
 {
-    // At the start, the first delivery makes a handler load everything.
-    const auto itEnd = m_bInitializing && !m_oWatched.empty() ? std::next(m_oWatched.begin()) : m_oWatched.end();
-    m_oPending.insert(m_oWatched.begin(), itEnd);
     if (m_bInitializing)
     {
+        m_oPending.insert(m_oWatched.begin(), m_oWatched.empty() ? m_oWatched.end() : std::next(m_oWatched.begin()));
         return;
+    }
+    for (const std::string& strTable : m_oWatched)
+    {
+        if (m_oPending.insert(strTable).second)
+        {
+            m_oReturned.insert(strTable);
+        }
     }
     m_bServiceEvent = m_pHandler != nullptr;
 }
 
 void ServiceConnection::onLinkDown()
 {
+    ++m_uiLosses;
     m_oClient.onConnectionLost();
     m_bServiceEvent = m_pHandler != nullptr;
 }
@@ -182,6 +231,7 @@ void ServiceConnection::onTableChanged(const std::string& a_strTable)
     if (isWatched(m_oWatched, a_strTable))
     {
         m_oPending.insert(a_strTable);
+        m_oReturned.erase(a_strTable);
     }
     m_oClient.onTableChanged(a_strTable);
 }
@@ -227,6 +277,7 @@ NotificationHandler::NotificationHandler(const char* a_pSocketPath,
     oSettings.m_uiRetryDelayMs = a_uiRetryDelayMs;
     m_pConnection =
         std::make_unique<platform::ServiceConnection>(a_oDispatcher.getEventLoop(), oSettings, a_uiConnectTimeoutSec);
+    m_pConnection->setOnlyDifferent(true);
 }
 
 NotificationHandler::~NotificationHandler() = default;
@@ -234,6 +285,11 @@ NotificationHandler::~NotificationHandler() = default;
 void NotificationHandler::registerConfigHandler(IConfigHandler* a_pHandler)
 {
     m_pConnection->registerConfigHandler(a_pHandler);
+}
+
+void NotificationHandler::deliverAllOnReturn()
+{
+    m_pConnection->setOnlyDifferent(false);
 }
 
 void NotificationHandler::initialize()

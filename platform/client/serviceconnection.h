@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <list>
+#include <map>
 #include <set>
 #include <string>
 
@@ -24,6 +25,9 @@ public:
                       const LinkLimits& a_oLimits = LinkLimits());
 
     void registerConfigHandler(vadro::cfg::IConfigHandler* a_pHandler) { m_pHandler = a_pHandler; }
+    /// Whether a connection that is back delivers only the tables that differ from what the handler last read. That
+    /// takes a read of each delivered table beforehand, and a handler that reads what it is told of.
+    void setOnlyDifferent(bool a_bOnlyDifferent) { m_bOnlyDifferent = a_bOnlyDifferent; }
     void initialize();
     [[nodiscard]] vadro::cfg::common::IConfigClient& getConfigClient() { return m_oClient; }
     void process();
@@ -38,6 +42,9 @@ private:
     void watchTables();
     void awaitLink();
     void deliver();
+    void deliverTable(const std::string& a_strTable);
+    using Contents = std::map<std::string, std::size_t>; // hashes by table
+    [[nodiscard]] Contents readContents(const std::list<std::string>& a_oTables);
     void wakeForDeliveries();
 
     EventLoop& m_oLoop;
@@ -45,6 +52,11 @@ private:
     std::chrono::seconds m_oConnectTimeout;
     std::list<std::string> m_oWatched; // in the order of delivery, each once
     std::set<std::string> m_oPending;  // watched tables that wait to be delivered
+    std::set<std::string> m_oReturned; // those of them that wait only because the connection is back
+    Contents m_oRead;                  // of the tables that the handler has read without losing the connection
+    unsigned m_uiLosses = 0;           // of the connection
+    bool m_bOnlyDifferent = false;
+    bool m_bLoaded = false; // the handler was called
     bool m_bInitializing = false;
     bool m_bDelivering = false;
     bool m_bServiceEvent = false; // the handler has to hear of a connection lost or found

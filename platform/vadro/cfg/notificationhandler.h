@@ -44,6 +44,10 @@ public:
     /// Once, before initialize(). Null: nothing is delivered.
     void registerConfigHandler(IConfigHandler* a_pHandler);
 
+    /// For a handler that wants to hear of every table when a lost connection is back, not only of those that differ
+    /// from what it last read. Before initialize(); a kit need not have it.
+    void deliverAllOnReturn();
+
     /// Connects and subscribes. Blocks until connected, for at most the connect time limit (0: one try) plus the
     /// request time limit for a greeting that is under way then, after which it throws std::runtime_error naming the
     /// socket and the reason. A wakeUp() of the dispatcher ends the wait early: it then returns unconnected and
@@ -54,7 +58,8 @@ public:
     [[nodiscard]] common::IConfigClient& getConfigClient();
 
     /// Delivers the pending table changes, each table once, in the order of getTableNames, on the calling thread.
-    /// After initialize() the first table is pending; after a lost connection is back, all are.
+    /// After initialize() the first table is pending; after a lost connection is back, those whose content is another
+    /// than when the handler was last told of them.
     void process();
 
 private:

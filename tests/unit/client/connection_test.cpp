@@ -48,6 +48,19 @@ void greetAndStay(FakePeer& a_oPeer)
     a_oPeer.awaitEnd();
 }
 
+/// Answers one read of a whole table each, with one row.
+void giveTables(FakePeer& a_oPeer, const std::vector<const char*>& a_oContents)
+{
+    for (const char* pContent : a_oContents)
+    {
+        wire::Reply oReply;
+        oReply.m_uiSequence = a_oPeer.expect(Operation::GetRows).m_uiSequence;
+        oReply.m_uiNumber = 1;
+        oReply.m_oRows.push_back(samples::row({{"Addr", samples::text(pContent)}}));
+        a_oPeer.sendBytes(wire::encodeFrame(wire::encode(oReply)));
+    }
+}
+
 class Connection : public testing::Test
 {
 protected:
@@ -106,6 +119,7 @@ TEST_F(Connection, IntroducesItselfAndLoadsTheFirstTableAtOnce)
     vadro::cfg::NotificationHandler oNotifications(
         m_oService.getPath().c_str(), oDispatcher, "tester", true, 5, 10, true, true);
     oNotifications.registerConfigHandler(&m_oHandler);
+    oNotifications.deliverAllOnReturn(); // without reads of its own
     oNotifications.initialize();
     oDispatcher.handleEvents(4000);
     oNotifications.process();
@@ -254,6 +268,44 @@ TEST_F(Connection, EveryMisbehaviourLeadsToANewConnection)
         EXPECT_THAT(passUntilDelivery(), ElementsAre("A", "B", "C"));
     }
     EXPECT_GE(m_oHandler.m_iServiceEvents, 7);
+}
+
+TEST_F(Connection, AReturnDeliversWhatIsNotAsTheHandlerReadIt)
+{
+    m_oService.start({[](FakePeer& a_oPeer)
+                      {
+                          a_oPeer.greet();
+                          giveTables(a_oPeer, {"1", "1", "1"});
+                          a_oPeer.reply(a_oPeer.expect(Operation::GetRowCount));
+                      },
+                      [](FakePeer& a_oPeer)
+                      {
+                          a_oPeer.greet();
+                          giveTables(a_oPeer, {"1", "2"});
+                          a_oPeer.expect(Operation::GetRowCount); // the handler gets no answer
+                      },
+                      [](FakePeer& a_oPeer)
+                      {
+                          a_oPeer.greet();
+                          giveTables(a_oPeer, {"1", "2"});
+                          a_oPeer.reply(a_oPeer.expect(Operation::GetRowCount));
+                          giveTables(a_oPeer, {"1"});
+                          a_oPeer.notify("C"); // as it was, but changed meanwhile
+                          giveTables(a_oPeer, {"1"});
+                          a_oPeer.reply(a_oPeer.expect(Operation::GetRowCount));
+                          a_oPeer.awaitEnd();
+                      }});
+    m_oHandler.m_oOnLoad = [](auto& a_oClient, const auto&)
+    {
+        unsigned uiCount = 0;
+        static_cast<void>(a_oClient.getrowcount("A", uiCount));
+    };
+    make().setOnlyDifferent(true);
+    m_pConnection->initialize();
+    EXPECT_THAT(passUntilDelivery(), ElementsAre("A")) << "which loads everything";
+    EXPECT_THAT(passUntilDelivery(), ElementsAre("B"));
+    EXPECT_THAT(passUntilDelivery(), ElementsAre("B"));
+    EXPECT_THAT(passUntilDelivery(), ElementsAre("C"));
 }
 
 // Each silent connection blocks its caller for the whole time limit, so those must become rare as well.
