@@ -66,6 +66,14 @@ Examples:
   cfgctl account set home.example.org --host www.example.org
   cfgctl account set 1 --expect good --unchanged nochg)";
 
+constexpr const char* s_pUpdateFooter =
+    R"(For providers that forget a name after some weeks without an update; others may
+take updates without a change for abuse. Settings stay as they are. The exit
+status is 1 if nothing is sent.
+
+Example:
+  cfgctl account update)";
+
 constexpr const char* s_pEnableFooter = R"(Examples:
   cfgctl account enable 1
   cfgctl account disable 1 2)";
@@ -225,6 +233,8 @@ void addEditors(CLI::App& a_oGroup, Request& a_oRequest)
     CLI::App& oTest = *add("test", pHelp, runAccountTest, s_pTestFooter);
     addIds(oTest, a_oRequest, "ID", "the account")->expected(1)->required();
     addProvidersFile(oTest, oAccount);
+    const char* pUpdateHelp = "send all enabled accounts again, without a change";
+    add("update", pUpdateHelp, runAccountUpdate, s_pUpdateFooter);
     CLI::App& oEnable = *add("enable", "start updating accounts", runAccountEnable, s_pEnableFooter);
     CLI::App& oDisable = *add("disable", "stop updating accounts", runAccountDisable, s_pEnableFooter);
     CLI::App& oRemove = *add("remove", "delete accounts", runAccountRemove, s_pRemoveFooter);

@@ -75,7 +75,8 @@ std::vector<TableSchema> declareTables()
                secret(ESecret::eWhole, text(DynDns_Password)),
                text(DynDns_ExpectedResultSubString),
                integer(DynDns_Retry, 5),
-               text(DynDns_UnchangedResultSubString)}),
+               text(DynDns_UnchangedResultSubString),
+               integer(DynDns_UpdateRequests)}),
         inMemory(
             table(Table_StatusNetifWatch, EKind::eState, s_acWatcher, {unique(text(Name)), text(Addr), integer(IsUp)})),
         inMemory(table(Table_StatusNetIfIPv6Addresses, EKind::eState, s_acWatcher, {unique(text(Name)), text(Addr)})),

@@ -43,6 +43,8 @@ inline constexpr char DynDns_ExpectedResultSubString[] = "ExpectedResultSubStrin
 inline constexpr char DynDns_Retry[] = "Retry";
 /// Text of an answer that says that the provider had the address already.
 inline constexpr char DynDns_UnchangedResultSubString[] = "UnchangedResultSubString";
+/// How often somebody asked for an update without another change; the daemon only sees that the row is another one.
+inline constexpr char DynDns_UpdateRequests[] = "UpdateRequests";
 
 // The values of ServiceType.
 inline constexpr char ServiceType_UpdateUrl[] = "update-url";

@@ -2,7 +2,6 @@
 
 #include "cfgctl/text.h"
 #include "config/nameservers.h"
-#include "scheduler/timing.h"
 
 #include <algorithm>
 #include <set>
@@ -45,6 +44,11 @@ Rows findOthers(const StatusSources& a_oSources, const std::vector<std::string>&
 
 } // namespace
 
+std::string describeFirstTry()
+{
+    return std::to_string(g_iEarliestTrySec) + " to " + std::to_string(g_iLatestTrySec) + " seconds";
+}
+
 std::string describeResend(const StatusSources& a_oSources,
                            const Providers& a_oProviders,
                            const std::vector<std::string>& a_oChanged)
@@ -65,9 +69,7 @@ std::string describeResend(const StatusSources& a_oSources,
     }
     const std::string strNumber = std::to_string(oOthers.size());
     std::string strText = "Any change of an account makes the daemon send all enabled ones again: " + strNumber +
-                          (oOthers.size() == 1 ? " other follows in " : " others follow in ") +
-                          std::to_string(quorvad::g_iShortestStartSec) + " to " +
-                          std::to_string(quorvad::g_iLongestStartSec) + " seconds";
+                          (oOthers.size() == 1 ? " other follows in " : " others follow in ") + describeFirstTry();
     if (!oBlockers.empty())
     {
         const auto same = [](const std::string& a_strName) { return a_strName; };

@@ -2,12 +2,20 @@
 
 #include "cfgctl/account/provider.h"
 #include "cfgctl/database.h"
+#include "scheduler/timing.h"
 
 #include <string>
 #include <vector>
 
 namespace cfgctl
 {
+
+/// When the first try follows a change, in seconds.
+inline constexpr int g_iEarliestTrySec = quorvad::g_iShortestStartSec;
+inline constexpr int g_iLatestTrySec = quorvad::g_iLongestStartSec + quorvad::g_iSliceSec;
+
+/// "51 to 74 seconds". Pure.
+[[nodiscard]] std::string describeFirstTry();
 
 /// Tells which other accounts a change of some sends again, and who blocks clients that repeat an unchanged address; a
 /// sentence, empty if no other is sent. The daemon takes up the DNS servers afresh with every change of DynDns and

@@ -28,6 +28,8 @@ namespace cfgctl
 [[nodiscard]] std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountSet(Database& a_oDatabase, const Options& a_oOptions);
+/// Throws Failure if no update goes out because of it.
+[[nodiscard]] std::string runAccountUpdate(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions);
 
 /// Needs no service.

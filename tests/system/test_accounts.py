@@ -108,6 +108,12 @@ def test_accounts(router):
     status = router.ctl("status").stdout
     assert len(re.findall(r"updated .* (ago|now) +good +nothing until the address changes$", status, re.M)) == 2
 
+    # An update without a change: each account once.
+    mark = daemon.mark()
+    assert router.ctl("account", "update").stdout == "2 accounts are sent in 51 to 74 seconds.\n"
+    for account in (1, 2):
+        daemon.wait_log(f"DynDns cfg id {account} needs action .DynDns changed", start=mark)
+
     # The daemon keeps an account whose row disappears, but does not update a removed one.
     assert router.ctl("account", "remove", "2", check=False).returncode == 1
     router.ctl("account", "remove", "2", "--yes")

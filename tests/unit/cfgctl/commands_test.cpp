@@ -191,7 +191,13 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     EXPECT_THAT(refused(cfgctl::runAccountSet, oOne), HasSubstr("No account home.example.org"));
     oOne.m_oAccount.m_strAccount = "1";
     EXPECT_THAT(run(cfgctl::runAccountSet, oOne), HasSubstr("Nothing to change"));
+    const std::string strBefore = run(cfgctl::runExport, on(""));
+    EXPECT_THAT(refused(cfgctl::runAccountUpdate, on("")), HasSubstr("No daemon is connected"));
+    EXPECT_EQ(run(cfgctl::runSet, on("DynDns", {"UpdateRequests=1"}, {"UpdateRequests=0"})), "");
+    EXPECT_EQ(run(cfgctl::runExport, on("")), strBefore); // nothing else has changed
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("is now disabled"));
+    EXPECT_THAT(refused(cfgctl::runAccountUpdate, on("")), HasSubstr("No daemon is connected"));
+    EXPECT_THAT(run(cfgctl::runExport, on("")), Not(HasSubstr("\"UpdateRequests\": 1")));
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
     EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("is now enabled"));
 }
