@@ -76,9 +76,22 @@ constexpr const char* s_pTablesFooter = R"(Examples:
   cfgctl tables
   cfgctl tables DynDns)";
 
-constexpr const char* s_pWatchFooter = R"(Examples:
+constexpr const char* s_pWatchFooter =
+    R"(--exec takes the rest of the line: a program and its arguments, without a shell.
+It runs once for each new outcome of an account, one at a time, with these
+variables in its environment:
+  QUORVAD_ACCOUNT, QUORVAD_HOST, QUORVAD_INTERFACE  of the account
+  QUORVAD_OUTCOME    updated, unchanged, failed or unknown
+  QUORVAD_PREVIOUS   the account's outcome before, or none
+  QUORVAD_CODE       the answer's code, 0 without an answer
+  QUORVAD_ANSWER     the answer's beginning, without the account's secrets
+  QUORVAD_TIME       such as 2026-03-01T17:45:09+0100
+Its standard input is empty. If it fails, that is reported, and nothing else.
+
+Examples:
   cfgctl watch
-  cfgctl watch DynDnsStatus --count 1 --timeout 90)";
+  cfgctl watch DynDnsStatus --count 1 --timeout 90
+  cfgctl watch --exec /usr/local/bin/quorvad-outcome)";
 
 constexpr const char* s_pDeleteFooter = R"(Examples:
   cfgctl delete DNSClientServer Id=2
@@ -114,7 +127,7 @@ public:
     {
         try
         {
-            m_oApp.parse(a_iCount, a_ppArguments);
+            m_oApp.parse(cutBehindExec(a_iCount, a_ppArguments), a_ppArguments);
             finish();
         }
         catch (const CLI::CallForHelp&)
@@ -202,8 +215,12 @@ private:
         const char* pHelp = "print a line whenever a table changes, until Ctrl-C";
         CLI::App& oWatch = cfgctl::addCommand(m_oApp, m_oRequest, "watch", pHelp, runWatch, s_pWatchFooter);
         addOption(oWatch, "TABLE", m_oOptions.m_oTables, "the tables; all if none is named", "");
-        addOption(oWatch, "--count", m_oOptions.m_uiCount, "exit after N lines", "N");
+        addOption(oWatch, "--count", m_oOptions.m_uiCount, "exit after N lines, or N runs of PROGRAM", "N");
         const char* pTimeout = "exit after SECONDS; status 1 if --count lines did not come";
+        addOption(oWatch, "--exec", m_strExec, "run PROGRAM for each new outcome of an account", "PROGRAM [ARG ...]");
+        addOption(oWatch, "--exec-limit", m_oOptions.m_uiExecLimitSec, "end it after SECONDS", "SECONDS")
+            ->check(CLI::Range(1U, 86400U).description(""))
+            ->capture_default_str();
         addOption(oWatch, "--timeout", m_oOptions.m_uiTimeoutSec, pTimeout, "SECONDS")
             ->check(CLI::Range(1U, 31536000U).description(""));
     }
@@ -234,8 +251,23 @@ private:
         addOption(oImport, "FILE", m_oOptions.m_strFile, "the file; '-' is standard input", "")->required();
     }
 
+    /// The program behind --exec takes the rest of the line, dashes or not. Returns how many words are left, the
+    /// program included.
+    int cutBehindExec(int a_iCount, const char* const* a_ppArguments)
+    {
+        const std::vector<std::string> oWords(a_ppArguments, a_ppArguments + a_iCount);
+        const auto oWatch = std::find(oWords.begin(), oWords.end(), "watch");
+        const auto oExec = std::find(oWatch, oWords.end(), "--exec");
+        m_oOptions.m_oExec.assign(oExec == oWords.end() ? oExec : oExec + 1, oWords.end());
+        return a_iCount - (m_oOptions.m_oExec.empty() ? 0 : static_cast<int>(m_oOptions.m_oExec.size()) - 1);
+    }
+
     void finish()
     {
+        if (!m_strExec.empty() && (!m_oOptions.m_oTables.empty() || m_oOptions.m_oExec.empty()))
+        {
+            throw UsageError("--exec follows the outcomes, not tables, and is written '--exec PROGRAM [ARG ...]'");
+        }
         if (!m_strKey.empty())
         {
             m_oOptions.m_oKey = {parseAssignment(m_strKey)};
@@ -253,7 +285,8 @@ private:
     CLI::App m_oApp;
     Request m_oRequest;
     Options& m_oOptions = m_oRequest.m_oOptions;
-    std::string m_strKey; // as given; parsed by finish()
+    std::string m_strKey;  // as given; parsed by finish()
+    std::string m_strExec; // only the program
     std::vector<std::string> m_oValues;
     unsigned m_uiWaitSec = 5;
 };

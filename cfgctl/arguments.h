@@ -46,10 +46,12 @@ struct Options
     std::string m_strFile = "-";       ///< of export and import
     bool m_bAll = false;               ///< export: also what other programs wrote
     AccountOptions m_oAccount;
-    bool m_bFollow = false;      ///< log
-    unsigned m_uiLines = 10;     ///< log: how many at most
-    unsigned m_uiCount = 0;      ///< watch: exit after so many lines; 0: no limit
-    unsigned m_uiTimeoutSec = 0; ///< watch: exit after so many seconds; 0: no limit
+    bool m_bFollow = false;           ///< log
+    unsigned m_uiLines = 10;          ///< log: how many at most
+    unsigned m_uiCount = 0;           ///< watch: exit after so many lines; 0: no limit
+    unsigned m_uiTimeoutSec = 0;      ///< watch: exit after so many seconds; 0: no limit
+    std::vector<std::string> m_oExec; ///< watch: the program to run for each outcome, and its arguments; may be empty
+    unsigned m_uiExecLimitSec = 60;   ///< watch: how long it may run
 };
 
 using Command = std::string(Database&, const Options&); ///< needs a connection; returns the output

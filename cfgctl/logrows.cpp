@@ -158,14 +158,14 @@ Rows makeLogRows(const StatusSources& a_oSources, int a_iAccount, int a_iAfter, 
     return {oRows.begin(), oRows.end()};
 }
 
-Rows readLogRows(Database& a_oDatabase, int a_iAccount, int a_iAfter)
+StatusSources readLogSources(Database& a_oDatabase)
 {
     StatusSources oSources;
     oSources.m_oAccounts = a_oDatabase.getRows(dbm::Table_DynDns);
     oSources.m_oLog = a_oDatabase.getRows(dbm::Table_DynDnsLog);
     // after the log: it decides on the log's newest row
     oSources.m_oStatus = a_oDatabase.getRows(dbm::Table_DynDnsStatus);
-    return makeLogRows(oSources, a_iAccount, a_iAfter, std::time(nullptr));
+    return oSources;
 }
 
 std::string renderLog(const Rows& a_oLogRows, const Layout& a_oLayout)

@@ -18,8 +18,8 @@ namespace cfgctl
 /// the accounts, their status and log are read. Pure.
 [[nodiscard]] Rows makeLogRows(const StatusSources& a_oSources, int a_iAccount, int a_iAfter, std::time_t a_iNow);
 
-/// Those rows as they are now. Throws Failure as Database does.
-[[nodiscard]] Rows readLogRows(Database& a_oDatabase, int a_iAccount, int a_iAfter);
+/// What they are made of, as it is now. Throws Failure as Database does.
+[[nodiscard]] StatusSources readLogSources(Database& a_oDatabase);
 
 /// Their table, one line each: a layout that is too narrow for it gets no ages and shorter answers, and blocks only if
 /// that is still too wide. Pure.

@@ -54,7 +54,8 @@ private:
     Rows read(Database& a_oDatabase)
     {
         const std::vector<int>& oIds = m_oOptions.m_oAccount.m_oIds;
-        Rows oRows = readLogRows(a_oDatabase, oIds.empty() ? 0 : oIds.front(), m_iLast);
+        Rows oRows =
+            makeLogRows(readLogSources(a_oDatabase), oIds.empty() ? 0 : oIds.front(), m_iLast, std::time(nullptr));
         for (const korrin::ValueList& oRow : oRows)
         {
             m_iLast = std::max(m_iLast, oRow.getValue(dbm::Id).getInteger());

@@ -48,6 +48,8 @@ public:
                      : "The connection to the configuration service is lost; waiting for it");
     }
 
+    /// Returns after how many milliseconds it wants to be called again.
+    [[nodiscard]] int work() const { return m_oFollower.m_oWork ? m_oFollower.m_oWork() : s_iLongestWaitMs; }
     [[nodiscard]] bool isDone() const { return m_oFollower.m_oIsDone && m_oFollower.m_oIsDone(); }
     void setSession(Session* a_pSession) { m_pSession = a_pSession; }
 
@@ -92,10 +94,12 @@ bool follow(const Options& a_oOptions, Follower a_oFollower)
     while (oSignals.getStopSignal() == 0 && !oDeliveries.isDone() && !(oDeadline && oDeadline->hasPassed()))
     {
         oSession.process();
+        const int iWorkMs = oDeliveries.work();
         if (!oDeliveries.isDone())
         {
             const int iLeftMs = oDeadline ? oDeadline->getRemainingMs() : s_iLongestWaitMs;
-            oSession.getDispatcher().handleEvents(static_cast<unsigned>(std::min(iLeftMs, s_iLongestWaitMs)));
+            const int iWaitMs = std::min({iLeftMs, iWorkMs, s_iLongestWaitMs});
+            oSession.getDispatcher().handleEvents(static_cast<unsigned>(iWaitMs));
         }
     }
     return oSignals.getStopSignal() != 0;
@@ -103,6 +107,10 @@ bool follow(const Options& a_oOptions, Follower a_oFollower)
 
 void runWatch(const Options& a_oOptions)
 {
+    if (!a_oOptions.m_oExec.empty())
+    {
+        return watchOutcomes(a_oOptions);
+    }
     unsigned uiLines = 0;
     Follower oFollower;
     oFollower.m_oTables = chooseTables(a_oOptions);

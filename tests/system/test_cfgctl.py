@@ -5,6 +5,8 @@ import os
 import re
 import signal
 import subprocess
+from pathlib import Path
+from time import monotonic as time_now
 
 from sandbox.processes import wait_for
 from sandbox.router import SOCKET
@@ -77,3 +79,54 @@ def test_watch(router):
     change_until("the first of two is shown", lambda: counted.count("  etl\n"))
     router.ctl("set", "etl", "Id=1", "serial_no=last")
     assert counted.wait(30) == 0
+
+
+def test_exec(router):
+    """A program for each new outcome: one at a time, bounded, with facts and no secrets in its environment."""
+    router.start_service()
+    router.ctl("add", "DynDns", "Hostname=home.example.org", "Interface=ppp0", "ServiceType=x", "Password=geheim",
+               "ExpectedResultSubString=good")
+    seconds = itertools.count(10)
+
+    def watch(name, *words):
+        program = router.start_program(name, ["sh", "-c", 'exec "$@" 2>&1', "sh", router.bin / "cfgctl", "watch", *words])
+        status = Path(f"/proc/{program.pid}/status")  # it catches SIGCHLD once it knows what the log holds already
+        wait_for("the log was read", lambda: int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16) >> 16 & 1, 10)
+        return program
+
+    def finish(code, response, account=1):
+        time = f"2026-03-01T17:45:{next(seconds)}+0100"
+        router.ctl("add", "DynDnsLog", f"DynDnsId={account}", f"Timestamp={time}", f"ResponseCode={code}",
+                   f"Response={response}")
+        return time
+    finish(200, "good and old")
+    shell = ["sh", "-c", 'env | grep "^QUORVAD_[^BS]" | sort; ls -l /proc/self/fd; echo "$1" $(wc -c); exit $QUORVAD_CODE']
+    facts = watch("facts", "--exec", *shell, "-x", "--count  1")
+    time = finish(3, "&lt;b&gt;wrong geheim at https://a.example/?p=geheim")
+    facts.wait_log("ended with status 3")
+    shown = facts.log()
+    wanted = ("ACCOUNT=1", "ANSWER=<b>wrong ******** at ********", "CODE=3", "HOST=home.example.org", "INTERFACE=ppp0",
+              "OUTCOME=failed", "PREVIOUS=updated", f"TIME={time}")
+    assert "".join(f"QUORVAD_{line}\n" for line in wanted) in shown and "--count  1 0\n" in shown
+    assert f"'sh' ended with status 3; it was run for account 1, failed at {time}\n" in shown
+    assert shown.count("->") == 4 and "socket:" not in shown  # three standard streams and that of ls
+    router.service.stop()
+    router.start_service()
+    wait_for("the service's return", lambda: facts.count("is back"), 40)
+    finish(0, "good")
+    facts.wait_log("ACCOUNT=1", times=2)
+    assert facts.stop() == 0
+
+    slow = watch("slow", "--exec-limit", "1", "--count", "2", "--exec", "sh", "-c", "trap '' TERM; sleep 50 & wait; wait")
+    finish(200, "good"), finish(200, "good"), finish(200, "good")
+    assert slow.wait(30) == 0
+    assert slow.count("runs for more than 1 s and is ended") == 2 == slow.count("was ended by signal 9")
+    stopped = watch("stopped", "--exec", "sh", "-c", "echo started; sleep 50")
+    finish(200, "good")
+    stopped.wait_log("started")
+    start = time_now()
+    assert stopped.stop(signal.SIGINT) == 0 and time_now() - start < 1
+    assert subprocess.run(["pgrep", "-x", "sleep"], check=False).returncode == 1
+    missing = router.ctl("watch", "--exec", "no-such-program", check=False)
+    assert missing.returncode == 1 and "Cannot run 'no-such-program': No such file or directory" in missing.stderr
+    assert router.ctl("watch", "etl", "--exec", "true", check=False).returncode == 2
