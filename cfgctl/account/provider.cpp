@@ -97,6 +97,7 @@ void forEachField(Entry& a_oProvider, const Visit& a_oVisit)
     a_oVisit("unchanged", a_oProvider.m_strUnchanged);
     a_oVisit("blocks", a_oProvider.m_bBlocks);
     a_oVisit("retry", a_oProvider.m_iRetry);
+    a_oVisit("refusal", a_oProvider.m_strRefusal);
     a_oVisit("notes", a_oProvider.m_strNotes);
     a_oVisit("doc", a_oProvider.m_strDoc);
 }
@@ -148,16 +149,21 @@ void checkProvider(const Provider& a_oProvider)
 Provider takeProvider(const Json& a_oEntry)
 {
     require(a_oEntry.is_object(), "must be an object");
+    const bool bRefused = a_oEntry.contains("refusal") && a_oEntry["refusal"] != "";
     for (const char* pField : {"key", "auth", "url"})
     {
-        require(a_oEntry.contains(pField), std::string("has no '") + pField + "'");
+        require(a_oEntry.contains(pField) || (bRefused && std::string(pField) != "key"),
+                std::string("has no '") + pField + "'");
     }
     Provider oProvider;
     for (const auto& [strField, oValue] : a_oEntry.items())
     {
         takeField(oProvider, strField, oValue);
     }
-    checkProvider(oProvider);
+    if (!bRefused)
+    {
+        checkProvider(oProvider);
+    }
     oProvider.m_strName = oProvider.m_strName.empty() ? oProvider.m_strKey : oProvider.m_strName;
     return oProvider;
 }
@@ -220,6 +226,15 @@ const Provider* findProvider(const Providers& a_oProviders, const std::string& a
 bool isGnudip(const korrin::ValueList& a_oAccount)
 {
     return textOf(a_oAccount, dbm::DynDns_ServiceType) == dbm::ServiceType_Gnudip;
+}
+
+void requireServed(const Provider& a_oProvider)
+{
+    require(a_oProvider.m_strRefusal.empty(),
+            a_oProvider.m_strName + " cannot be served: it wants " + a_oProvider.m_strRefusal +
+                ", and the daemon sends one GET request. Make the name a CNAME for one at a provider that "
+                "'cfgctl providers' confirms, or pass the request on by a gateway of your own and give its URL with "
+                "--url");
 }
 
 const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::ValueList& a_oAccount)

@@ -42,6 +42,7 @@ struct Provider
     std::string m_strUnchanged; ///< the answer to an unchanged address where the expected text does not cover it
     bool m_bBlocks = false;     ///< clients that repeat an unchanged address get blocked
     int m_iRetry = 5;
+    std::string m_strRefusal; ///< what the provider wants instead of one GET request; the fields above are unused then
     std::string m_strNotes;
     std::string m_strDoc;
 };
@@ -61,6 +62,9 @@ constexpr const char* g_pOwnProviders = "/etc/quorvad/providers.json";
 
 /// Whether a row of DynDns uses GnuDIP; the other valid ServiceType is an update URL.
 [[nodiscard]] bool isGnudip(const korrin::ValueList& a_oAccount);
+
+/// Throws Failure with what else can be done if the daemon cannot serve the provider.
+void requireServed(const Provider& a_oProvider);
 
 /// The provider of a row of DynDns: one whose template is the same up to the query, or for GnuDIP one with the same
 /// server. Null if there is none.

@@ -35,6 +35,7 @@ Provider chooseProvider(const AccountOptions& a_oOptions)
             "Unknown provider '" + a_oOptions.m_strProvider +
                 "'; 'cfgctl providers' lists them. For another one, use --url with its update URL, or --server with "
                 "its GnuDIP server");
+    requireServed(*pProvider);
     return *pProvider;
 }
 
@@ -44,8 +45,8 @@ findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const
     std::vector<std::string> oWarnings;
     if (!a_oProvider.m_bSure)
     {
-        oWarnings.push_back("The settings for " + a_oProvider.m_strName + " are not confirmed by its own pages (" +
-                            a_oProvider.m_strDoubt + "): check the first answers with 'cfgctl log'");
+        oWarnings.push_back("The settings for " + a_oProvider.m_strName + " are in doubt (" + a_oProvider.m_strDoubt +
+                            "): check the first answers with 'cfgctl log'");
     }
     for (const korrin::ValueList& oOther : a_oSources.m_oAccounts)
     {

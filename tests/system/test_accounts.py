@@ -122,7 +122,7 @@ def test_accounts(router):
         assert [row["DynDnsId"] for row in router.rows(table)] == [1]
     mark = router.move("10.64.0.9")
     daemon.wait_log("DynDns cfg id 1 needs action .iface 'ppp0' Ipv4", start=mark)
-    daemon.wait_log("Built scheduler with 5 retries", start=mark)
+    daemon.wait_log("Built scheduler with 2 retries", start=mark)
     assert daemon.count("DynDns cfg id 2 needs action", mark) == 0
     assert daemon.stop() == 0
 

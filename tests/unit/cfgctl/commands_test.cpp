@@ -167,6 +167,8 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     oAdd.m_oAccount.m_bDryRun = false;
     oAdd.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "geheim\r\n");
     EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr("Added account 1 (home.example.org) at Namecheap"));
+    oAdd.m_oAccount.m_strProvider = "cloudflare";
+    EXPECT_THAT(refused(cfgctl::runAccountAdd, oAdd), HasSubstr("wants a token in a header and JSON by PUT or PATCH"));
     const std::string strBad = m_oFolder.write("bad.json", "{}");
     oAdd.m_oAccount.m_strProviders = strBad; // it may hold the very entry
     EXPECT_THAT(refused(cfgctl::runAccountAdd, oAdd), HasSubstr("bad.json"));
