@@ -114,6 +114,7 @@ DNS_OUTCOMES = {
     "silent": (NO_NAME, LATE_DNS), "servfail": (NO_NAME, NO_DNS), "refused": (NO_NAME, NO_DNS),
     "nxdomain": (NO_NAME, "Domain name not found"), "wrongid": (NO_NAME, LATE_DNS),
     "loop": (NO_NAME, "DNS server returned answer with no data"), "truncated": (GOOD, None), "many": (GOOD, None),
+    "noaaaa": (GOOD, None),  # silent when asked for an IPv6 address
     "elsewhere": (GOOD, "another server"),  # its own address, however many look-ups go on
     # These are interfaces: two dead servers before a live one; a closed port; a list that the libraries refuse; a
     # server that only ppp0 reaches.

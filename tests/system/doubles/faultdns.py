@@ -9,7 +9,7 @@ import struct
 from doubles import faultgnudip
 from doubles.listening import serve
 
-_A, _CNAME, _IN = 1, 5, 1
+_A, _CNAME, _AAAA, _IN = 1, 5, 28, 1
 _REPLY, _TRUNCATED = 0x8580, 0x0200  # an authoritative answer with recursion; bits of the flags
 _SERVFAIL, _NXDOMAIN, _REFUSED = 2, 3, 5
 MANY = 300
@@ -77,7 +77,7 @@ class Server:
         name, kind, _ = question(query)
         fault = name.split(".")[0]
         print("query", fault, kind, "tcp" if tcp else "udp", peer[0], flush=True)
-        if fault == "silent":
+        if fault == "silent" or (fault == "noaaaa" and kind == _AAAA):
             return None
         if fault in ("servfail", "nxdomain", "refused"):
             return reply(query, code={"servfail": _SERVFAIL, "nxdomain": _NXDOMAIN, "refused": _REFUSED}[fault])
