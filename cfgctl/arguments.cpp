@@ -67,6 +67,10 @@ constexpr const char* s_pStatusFooter = R"(Examples:
   cfgctl status
   cfgctl status --json)";
 
+constexpr const char* s_pClientsFooter = R"(Examples:
+  cfgctl clients
+  cfgctl clients --json)";
+
 constexpr const char* s_pShowFooter = R"(Examples:
   cfgctl show DynDns Id=1
   cfgctl show StatusNetifWatch
@@ -207,6 +211,7 @@ private:
     void addReaders()
     {
         addCommand("status", "the accounts: latest result and next step", runStatus, s_pStatusFooter);
+        addCommand("clients", "who is connected to the service", runClients, s_pClientsFooter);
         CLI::App& oShow = addCommand("show", "the rows of a table", runShow, s_pShowFooter);
         addTable(oShow);
         addOption(oShow, "COLUMN=VALUE", m_strKey, "only rows with this value", "");

@@ -190,6 +190,12 @@ Rows Database::getRows(const std::string& a_strTable)
     return oRows;
 }
 
+Rows Database::getRowsIfAny(const std::string& a_strTable)
+{
+    Rows oRows;
+    return m_oClient.getrows(a_strTable, oRows) == 0 ? oRows : Rows();
+}
+
 void Database::beginWrite(Milliseconds a_oTimeout)
 {
     const platform::Deadline oDeadline(a_oTimeout);
@@ -245,6 +251,9 @@ Database::addRow(const std::string& a_strTable, const korrin::ValueList& a_oValu
 StatusSources readSources(Database& a_oDatabase)
 {
     StatusSources oSources;
+    // before the log: what happens in between is then seen in the log
+    oSources.m_oClients = a_oDatabase.getRowsIfAny(dbm::Table_StatusServiceClients);
+    oSources.m_oChanges = a_oDatabase.getRowsIfAny(dbm::Table_StatusServiceTables);
     oSources.m_oAccounts = a_oDatabase.getRows(dbm::Table_DynDns);
     oSources.m_oInterfaces = a_oDatabase.getRows(dbm::Table_StatusNetifWatch);
     oSources.m_oIPv6 = a_oDatabase.getRows(dbm::Table_StatusNetIfIPv6Addresses);
@@ -254,6 +263,7 @@ StatusSources readSources(Database& a_oDatabase)
     oSources.m_oRelay = a_oDatabase.getRows(dbm::Table_DNSRelay);
     oSources.m_oServers = a_oDatabase.getRows(dbm::Table_DNSClientServer);
     oSources.m_oSerial = a_oDatabase.getRows(dbm::Table_etl);
+    oSources.m_oLocal = readLocalInterfaces();
     return oSources;
 }
 

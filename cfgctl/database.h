@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cfgctl/account/localinterfaces.h"
 #include "cfgctl/tablejson.h"
 #include "config/schema.h"
 #include "korrin/net/eventdispatcher.h"
@@ -51,6 +52,8 @@ public:
     [[nodiscard]] Schema getSchema();
     [[nodiscard]] unsigned int countRows(const std::string& a_strTable);
     [[nodiscard]] Rows getRows(const std::string& a_strTable);
+    /// Empty if the service does not have the table.
+    [[nodiscard]] Rows getRowsIfAny(const std::string& a_strTable);
 
     /// Waits up to a_oTimeout while another client has write access.
     void beginWrite(Milliseconds a_oTimeout);
@@ -69,20 +72,23 @@ private:
     vadro::cfg::common::IConfigClient& m_oClient;
 };
 
-/// The tables that tell the state of the accounts.
+/// What tells the state of the accounts: tables, and what the kernel says.
 struct StatusSources
 {
-    Rows m_oAccounts;   ///< DynDns
-    Rows m_oInterfaces; ///< StatusNetifWatch
-    Rows m_oIPv6;       ///< StatusNetIfIPv6Addresses
-    Rows m_oStatus;     ///< DynDnsStatus
-    Rows m_oLog;        ///< DynDnsLog, the newest row last
-    Rows m_oRelay;      ///< DNSRelay
-    Rows m_oServers;    ///< DNSClientServer
-    Rows m_oSerial;     ///< etl
+    Rows m_oAccounts;         ///< DynDns
+    Rows m_oInterfaces;       ///< StatusNetifWatch
+    Rows m_oIPv6;             ///< StatusNetIfIPv6Addresses
+    Rows m_oStatus;           ///< DynDnsStatus
+    Rows m_oLog;              ///< DynDnsLog, the newest row last
+    Rows m_oRelay;            ///< DNSRelay
+    Rows m_oServers;          ///< DNSClientServer
+    Rows m_oSerial;           ///< etl
+    Rows m_oClients;          ///< StatusServiceClients; empty if the service does not tell
+    Rows m_oChanges;          ///< StatusServiceTables; empty if the service does not tell
+    LocalInterfaces m_oLocal; ///< of this machine; empty if unknown
 };
 
-/// Reads them one after the other. Throws Failure as Database does.
+/// Reads them one after the other, and the kernel's interfaces. Throws Failure as Database does.
 [[nodiscard]] StatusSources readSources(Database& a_oDatabase);
 
 /// The last row whose column has that text; an empty row, all of whose columns are null, if there is none. The

@@ -1,6 +1,8 @@
 #include "cfgctl/inputoutput.h"
 
 #include "cfgctl/errors.h"
+#include "cfgctl/table.h"
+#include "cfgctl/text.h"
 #include "platform/base/escape.h"
 #include "platform/base/io.h"
 
@@ -145,6 +147,18 @@ void complain(std::string_view a_strText) noexcept
     catch (const std::exception&) // no memory for the text; the exit status remains
     {
         static_cast<void>(platform::writeAll(STDERR_FILENO, "cfgctl: out of memory\n"));
+    }
+}
+
+void warn(std::string_view a_strText) noexcept
+{
+    try
+    {
+        const std::string strText = "warning: " + platform::escape(a_strText);
+        static_cast<void>(platform::writeAll(STDERR_FILENO, wrapWords(strText, widthOf(STDERR_FILENO), 2) + "\n"));
+    }
+    catch (const std::exception&) // no memory for the text
+    {
     }
 }
 

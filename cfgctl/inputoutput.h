@@ -27,4 +27,8 @@ void writeOut(std::string_view a_strText);
 /// Writes a line to standard error, prefixed with "cfgctl: ", control bytes escaped. A failure is ignored.
 void complain(std::string_view a_strText) noexcept;
 
+/// Writes a line to standard error, prefixed with "warning: ", control bytes escaped; on a terminal it is wrapped at
+/// words. For what speaks against a result, behind that result. A failure is ignored.
+void warn(std::string_view a_strText) noexcept;
+
 } // namespace cfgctl

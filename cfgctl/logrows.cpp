@@ -2,7 +2,7 @@
 
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/answer.h"
-#include "cfgctl/outcomerows.h"
+#include "cfgctl/statusrows.h"
 #include "cfgctl/text.h"
 #include "cfgctl/timestamp.h"
 #include "platform/common/values.h"

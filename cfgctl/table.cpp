@@ -72,29 +72,48 @@ std::size_t totalOf(const std::vector<std::size_t>& a_oWidths)
     return std::accumulate(a_oWidths.begin(), a_oWidths.end(), s_uiGap * (a_oWidths.size() - 1));
 }
 
-/// Cuts the shrinking columns as far as the layout asks for; whether the table fits then.
+std::size_t leastWidth(const Table& a_oTable, std::size_t a_uiColumn)
+{
+    std::size_t uiBrief = 0;
+    for (const Cells& oRow : a_oTable.m_oRows)
+    {
+        uiBrief = std::max(uiBrief, displayWidth(platform::escape(oRow.at(a_uiColumn).m_strBrief)));
+    }
+    return uiBrief == 0 ? g_uiLeastCell : std::max(uiBrief, displayWidth(a_oTable.m_oHeadings.at(a_uiColumn)));
+}
+
+void cutColumn(std::vector<Cells>& a_oLines, std::size_t a_uiColumn, std::size_t a_uiWidth)
+{
+    for (Cells& oLine : a_oLines)
+    {
+        Cell& oCell = oLine.at(a_uiColumn);
+        if (displayWidth(oCell.m_strText) > a_uiWidth)
+        {
+            const std::string strText = oCell.m_strBrief.empty() ? oCell.m_strText : platform::escape(oCell.m_strBrief);
+            oCell.m_strText = cutToWidth(strText, a_uiWidth);
+        }
+    }
+}
+
+/// Cuts the shrinking columns as far as the layout asks for; false, and nothing cut, if the table does not fit then.
 bool shrink(std::vector<Cells>& a_oLines, const Table& a_oTable, const Layout& a_oLayout)
 {
-    std::vector<std::size_t> oWidths = measure(a_oLines);
+    std::vector<Cells> oLines = a_oLines;
+    std::vector<std::size_t> oWidths = measure(oLines);
     for (const std::size_t uiColumn : a_oTable.m_oShrinking)
     {
         const std::size_t uiTotal = totalOf(oWidths);
         const std::size_t uiExcess = uiTotal - std::min(uiTotal, a_oLayout.m_uiWidth);
-        const std::size_t uiSpare = oWidths[uiColumn] - std::min(oWidths[uiColumn], g_uiLeastCell);
-        oWidths[uiColumn] -= std::min(uiExcess, uiSpare);
+        const std::size_t uiSpare = oWidths[uiColumn] - std::min(oWidths[uiColumn], leastWidth(a_oTable, uiColumn));
+        cutColumn(oLines, uiColumn, oWidths[uiColumn] - std::min(uiExcess, uiSpare));
+        oWidths = measure(oLines);
     }
-    if (totalOf(oWidths) > a_oLayout.m_uiWidth)
+    const bool bFits = totalOf(oWidths) <= a_oLayout.m_uiWidth;
+    if (bFits)
     {
-        return false;
+        a_oLines.swap(oLines);
     }
-    for (Cells& oLine : a_oLines)
-    {
-        for (const std::size_t uiColumn : a_oTable.m_oShrinking)
-        {
-            oLine[uiColumn].m_strText = cutToWidth(oLine[uiColumn].m_strText, oWidths[uiColumn]);
-        }
-    }
-    return true;
+    return bFits;
 }
 
 std::string renderLine(const Cells& a_oLine, const std::vector<std::size_t>& a_oWidths, const Layout& a_oLayout)
@@ -156,6 +175,12 @@ std::string renderTable(const Table& a_oTable, const Layout& a_oLayout)
     return strResult;
 }
 
+std::size_t widthOf(int a_iDescriptor)
+{
+    winsize oSize{};
+    return isatty(a_iDescriptor) != 0 && ioctl(a_iDescriptor, TIOCGWINSZ, &oSize) == 0 ? oSize.ws_col : 0;
+}
+
 Layout layoutOfStandardOutput()
 {
     Layout oLayout;
@@ -167,11 +192,7 @@ Layout layoutOfStandardOutput()
     const char* pTerminal = std::getenv("TERM");
     const bool bDumb = pTerminal == nullptr || std::string_view(pTerminal) == "dumb";
     oLayout.m_bColours = !bDumb && (pNoColour == nullptr || *pNoColour == '\0');
-    winsize oSize{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &oSize) == 0)
-    {
-        oLayout.m_uiWidth = oSize.ws_col;
-    }
+    oLayout.m_uiWidth = widthOf(STDOUT_FILENO);
     return oLayout;
 }
 

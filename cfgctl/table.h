@@ -21,14 +21,16 @@ struct Cell
 {
     std::string m_strText; ///< as received; control bytes are escaped when printed
     Style m_eStyle = Style::Plain;
-    bool m_bRight = false; ///< numbers
+    bool m_bRight = false;    ///< numbers
+    std::string m_strBrief{}; ///< stands for a text that has to be cut; empty: as much of the text as fits
 };
 
 struct Table
 {
     std::vector<std::string> m_oHeadings;
     std::vector<std::vector<Cell>> m_oRows; ///< each as long as the headings
-    /// Columns whose cells may be cut to make the table fit, the first one first, each down to g_uiLeastCell.
+    /// Columns whose cells may be cut to make the table fit, the first one first, each down to g_uiLeastCell or the
+    /// width of its brief texts.
     std::vector<std::size_t> m_oShrinking{};
 };
 
@@ -48,6 +50,9 @@ constexpr std::size_t g_uiLeastCell = 12;
 /// A heading line and one line per row, columns two blanks apart, no trailing blanks. If that is too wide for the
 /// layout, even with the shrinking columns cut, each row becomes a block of "column  value" lines. Pure.
 [[nodiscard]] std::string renderTable(const Table& a_oTable, const Layout& a_oLayout);
+
+/// The columns of the terminal behind a descriptor; 0 if it is none.
+[[nodiscard]] std::size_t widthOf(int a_iDescriptor);
 
 /// The layout for standard output: colours and a width on a terminal only; no colours if NO_COLOR is set and not empty
 /// or the terminal is "dumb".

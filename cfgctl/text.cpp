@@ -90,4 +90,25 @@ std::string cutToWidth(std::string_view a_strText, std::size_t a_uiWidth)
     return std::string(a_strText);
 }
 
+std::string wrapWords(std::string_view a_strText, std::size_t a_uiWidth, std::size_t a_uiIndent)
+{
+    std::string strResult;
+    std::size_t uiUsed = 0; // columns of the last line
+    while (!a_strText.empty())
+    {
+        const std::string_view strWord = a_strText.substr(0, a_strText.find(' '));
+        const std::size_t uiWord = displayWidth(strWord);
+        if (!strResult.empty())
+        {
+            const bool bBreak = a_uiWidth > 0 && uiUsed + 1 + uiWord > a_uiWidth;
+            strResult += bBreak ? "\n" + std::string(a_uiIndent, ' ') : " ";
+            uiUsed = bBreak ? a_uiIndent : uiUsed + 1;
+        }
+        strResult += strWord;
+        uiUsed += uiWord;
+        a_strText.remove_prefix(std::min(strWord.size() + 1, a_strText.size()));
+    }
+    return strResult;
+}
+
 } // namespace cfgctl

@@ -14,6 +14,10 @@ namespace cfgctl
 /// The text, cut to a_uiWidth columns with "…" at the end if it is wider. Pure.
 [[nodiscard]] std::string cutToWidth(std::string_view a_strText, std::size_t a_uiWidth);
 
+/// The text in lines of at most a_uiWidth columns, broken at blanks; a longer word has a line of its own. Lines after
+/// the first are indented by a_uiIndent blanks. 0: one line. Without a line end. Pure.
+[[nodiscard]] std::string wrapWords(std::string_view a_strText, std::size_t a_uiWidth, std::size_t a_uiIndent = 0);
+
 /// The texts that a_oText gives for the elements of a list, with a separator between them.
 template<typename List, typename Text>
 [[nodiscard]] std::string join(const List& a_oList, const char* a_pSeparator, const Text& a_oText)

@@ -2,9 +2,7 @@
 
 #include "cfgctl/database.h"
 
-#include <ctime>
 #include <optional>
-#include <string>
 
 namespace cfgctl
 {
@@ -35,9 +33,5 @@ judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const k
 
 /// The outcome of the account's last attempt; nothing before the first one. Pure.
 [[nodiscard]] std::optional<Outcome> judgeLast(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources);
-
-/// What happens next with an account, in a few plain words, as far as the tables tell. Pure.
-[[nodiscard]] std::string
-describeNext(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow);
 
 } // namespace cfgctl

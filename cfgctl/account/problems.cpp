@@ -1,9 +1,12 @@
 #include "cfgctl/account/problems.h"
 
 #include "actions/gnudipprotocol.h"
+#include "cfgctl/account/activity.h"
+#include "cfgctl/account/attempts.h"
 #include "cfgctl/account/names.h"
 #include "cfgctl/account/provider.h"
 #include "cfgctl/account/urltemplate.h"
+#include "cfgctl/text.h"
 #include "config/nameservers.h"
 #include "resolver/serverlist.h"
 
@@ -26,22 +29,33 @@ bool isRefused(const std::string& a_strUrl)
     return bInvalid || a_strUrl.compare(0, 4, "http") != 0 || urlHost(a_strUrl).empty();
 }
 
+std::string orNone(const std::string& a_strText)
+{
+    return a_strText.empty() ? "none" : a_strText;
+}
+
 /// Collects them for one account.
 class Finder
 {
 public:
     Finder(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
         : m_oAccount(a_oAccount), m_oSources(a_oSources), m_strInterface(text(dbm::Interface)),
-          m_oWatch(findLast(a_oSources.m_oInterfaces, dbm::Name, m_strInterface))
+          m_oWatch(findLast(a_oSources.m_oInterfaces, dbm::Name, m_strInterface)),
+          m_bWatcherMissing(!isConnected(a_oSources, g_pWatcher).value_or(true))
     {
     }
 
-    std::vector<Problem> find(EInterfaceState a_eState)
+    std::vector<Problem> find()
     {
         checkSettings();
-        checkInterface(a_eState);
-        checkNameservers();
+        checkPrograms();
+        if (checkInterface())
+        {
+            checkAddresses();
+            checkNameservers();
+        }
         isGnudip(m_oAccount) ? checkGnudip() : checkUrl();
+        checkLastAnswer();
         std::stable_partition(
             m_oFound.begin(), m_oFound.end(), [](const Problem& a_oProblem) { return a_oProblem.m_bStops; });
         return m_oFound;
@@ -54,64 +68,168 @@ private:
         return "cfgctl set DynDns Id=" + (text(dbm::Id).empty() ? std::string("ID") : text(dbm::Id)) + " " +
                a_strAssignment;
     }
-    void stopIf(bool a_bSo, const std::string& a_strWhat, const std::string& a_strNext, const std::string& a_strBrief)
+    void stopIf(bool a_bSo,
+                const char* a_pCode,
+                const std::string& a_strWhat,
+                const std::string& a_strNext,
+                const std::string& a_strBrief)
     {
         if (a_bSo)
         {
-            m_oFound.push_back({true, a_strWhat, a_strNext, a_strBrief});
+            m_oFound.push_back({true, a_strWhat, a_strNext, a_strBrief, a_pCode});
         }
     }
-    void warnIf(bool a_bSo, const std::string& a_strWhat, const std::string& a_strNext)
+    void warnIf(bool a_bSo, const char* a_pCode, const std::string& a_strWhat, const std::string& a_strNext)
     {
         if (a_bSo)
         {
-            m_oFound.push_back({false, a_strWhat, a_strNext, {}});
+            m_oFound.push_back({false, a_strWhat, a_strNext, {}, a_pCode});
         }
     }
 
     void checkSettings()
     {
         stopIf(!isSet(m_oAccount, dbm::Enable),
+               g_pDisabledCode,
                "The account is disabled",
                "cfgctl account enable " + text(dbm::Id),
                "nothing: disabled");
         const std::string strService = text(dbm::DynDns_ServiceType);
         stopIf(strService != dbm::ServiceType_UpdateUrl && strService != dbm::ServiceType_Gnudip,
+               "service-type",
                "Unknown ServiceType '" + strService + "'",
                setting(std::string("ServiceType=") + dbm::ServiceType_UpdateUrl) + " (or " + dbm::ServiceType_Gnudip +
                    ")",
                "nothing: unknown ServiceType");
         stopIf(m_oAccount.getValue(dbm::DynDns_Retry).getInteger() <= 0,
+               "no-tries",
                "Retry is not above 0, so no try is made",
                setting("Retry=5"),
                "nothing: Retry is 0");
-        stopIf(m_strInterface.empty(), "No interface is set", setting("Interface=NAME"), "nothing: no interface");
+        stopIf(m_strInterface.empty(),
+               "no-interface",
+               "No interface is set",
+               setting("Interface=NAME"),
+               "nothing: no interface");
     }
 
-    void checkInterface(EInterfaceState a_eState)
+    void checkPrograms()
+    {
+        stopIf(!isConnected(m_oSources, g_pDaemon).value_or(true),
+               g_pNoDaemonCode,
+               "No daemon (quorvad) is connected to the service, so nothing is sent",
+               "start it with '" + startCommand(g_pDaemon) + "'",
+               "nothing: no daemon is connected");
+        warnIf(m_bWatcherMissing,
+               g_pNoWatcherCode,
+               "No watcher (netifwatch) is connected to the service, so no change of an interface is noticed",
+               "start it with '" + startCommand(g_pWatcher) + "'");
+    }
+
+    /// What the kernel says of the interface. What a watcher says of one that is not here is about another machine.
+    [[nodiscard]] EInterfaceState stateHere() const
+    {
+        const auto it = m_oSources.m_oLocal.find(m_strInterface);
+        if (it != m_oSources.m_oLocal.end())
+        {
+            return it->second.m_eState;
+        }
+        const bool bElsewhere = isSet(m_oWatch, dbm::IsUp) && isConnected(m_oSources, g_pWatcher).value_or(false);
+        return m_oSources.m_oLocal.empty() || bElsewhere ? EInterfaceState::eUnknown : EInterfaceState::eMissing;
+    }
+
+    [[nodiscard]] std::string namesHere() const
+    {
+        return join(m_oSources.m_oLocal, ", ", [](const auto& a_oEntry) { return a_oEntry.first; });
+    }
+
+    /// One problem at most. Returns whether the interface is up, so that there is more to ask.
+    bool checkInterface()
     {
         if (m_strInterface.empty())
         {
-            return;
+            return false;
         }
+        const std::size_t uiBefore = m_oFound.size();
         const std::string strInterface = "Interface '" + m_strInterface + "'";
+        const std::string strWaits = "waits for interface " + m_strInterface;
+        const EInterfaceState eState = stateHere();
+        if (eState == EInterfaceState::eMissing)
+        {
+            stopIf(true,
+                   "interface-missing",
+                   strInterface + " does not exist; this machine has " + namesHere(),
+                   setting("Interface=NAME") + " chooses another",
+                   strWaits);
+        }
+        else if (m_oWatch.empty())
+        {
+            stopIf(true,
+                   "not-monitored",
+                   strInterface + " is not monitored: it is not in StatusNetifWatch",
+                   m_bWatcherMissing ? "start the watcher" : "check that netifwatch watches " + m_strInterface,
+                   strWaits + " to be monitored");
+        }
+        else
+        {
+            checkState(eState, strInterface);
+        }
+        return m_oFound.size() == uiBefore;
+    }
+
+    void checkState(EInterfaceState a_eState, const std::string& a_strInterface)
+    {
         const bool bUp = isSet(m_oWatch, dbm::IsUp);
-        stopIf(a_eState == EInterfaceState::eMissing,
-               strInterface + " does not exist",
-               "'ip link' lists the interfaces; " + setting("Interface=NAME") + " chooses another",
-               "waits for interface " + m_strInterface);
-        stopIf(m_oWatch.empty(),
-               strInterface + " is not monitored: it is not in StatusNetifWatch",
-               "check that netifwatch is running and watches " + m_strInterface,
-               "waits for interface " + m_strInterface + " to be monitored: is netifwatch running?");
-        stopIf(!m_oWatch.empty() && !bUp,
-               strInterface + " is down",
+        stopIf(!bUp,
+               "interface-down",
+               a_strInterface + " is down",
                "bring it up; the update follows",
                "waits until " + m_strInterface + " is up");
         stopIf(bUp && a_eState == EInterfaceState::eDown,
-               strInterface + " is down or has no carrier",
+               "interface-down",
+               a_strInterface + " is down or has no carrier",
                "bring it up, and check that netifwatch is running: StatusNetifWatch shows the interface as up",
                "waits until " + m_strInterface + " is running");
+    }
+
+    /// Of the addresses that are announced. While a watcher runs, the table follows the kernel within a moment.
+    void checkAddresses()
+    {
+        if (!m_bWatcherMissing || stateHere() != EInterfaceState::eRunning)
+        {
+            return;
+        }
+        const std::string strUrl = text(dbm::DynDns_ServerAddr);
+        const quorvad::UrlValues oValues = urlValuesOf(m_oAccount, m_oSources);
+        if (isGnudip(m_oAccount) || hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr))
+        {
+            checkAddress("IPv4", oValues.m_strIpAddr, '.');
+        }
+        if (!isGnudip(m_oAccount) && hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr6))
+        {
+            checkAddress("IPv6", oValues.m_strIpAddr6, ':');
+        }
+    }
+
+    void checkAddress(const std::string& a_strFamily, const std::string& a_strRow, char a_cMark)
+    {
+        std::vector<std::string> oHere;
+        for (const std::string& strAddress : m_oSources.m_oLocal.at(m_strInterface).m_oAddresses)
+        {
+            if (strAddress.find(a_cMark) != std::string::npos && nameUnreachable(strAddress) != "link-local")
+            {
+                oHere.push_back(strAddress);
+            }
+        }
+        const bool bSame = a_strRow.empty() ? oHere.empty() : std::count(oHere.begin(), oHere.end(), a_strRow) > 0;
+        const std::string strHere = join(oHere, ", ", [](const std::string& a_strText) { return a_strText; });
+        stopIf(!bSame,
+               "address-differs",
+               "Row and kernel differ, and no watcher is connected: the " + a_strFamily + " address of " +
+                   m_strInterface + " is " + orNone(a_strRow) + " in the table and " + orNone(strHere) +
+                   " in the kernel",
+               "start the watcher with '" + startCommand(g_pWatcher) + "'",
+               "waits for netifwatch: the address is out of date");
     }
 
     void checkNameservers()
@@ -121,21 +239,30 @@ private:
             "see 'cfgctl show DNSClientServer' and 'cfgctl show DNSRelay'; 'cfgctl add DNSClientServer Interface=" +
             m_strInterface + " IPAddress=ADDRESS' adds one";
         const std::string strBrief = "nothing: no usable DNS server for " + m_strInterface;
-        stopIf(strServers.empty(), "Interface '" + m_strInterface + "' has no DNS server", strNext, strBrief);
+        stopIf(strServers.empty(),
+               "no-dns-server",
+               "Interface '" + m_strInterface + "' has no DNS server",
+               strNext,
+               strBrief);
         const bool bUnusable = !strServers.empty() && !quorvad::isUsableServerList(strServers);
         const std::string strWhat =
             "The DNS servers of interface '" + m_strInterface + "' are not a list of addresses: '" + strServers + "'";
-        stopIf(bUnusable && isGnudip(m_oAccount), strWhat, strNext, strBrief);
-        warnIf(bUnusable && !isGnudip(m_oAccount), strWhat + ", so the system's servers are asked", strNext);
+        stopIf(bUnusable && isGnudip(m_oAccount), "dns-server-invalid", strWhat, strNext, strBrief);
+        warnIf(bUnusable && !isGnudip(m_oAccount),
+               "dns-server-invalid",
+               strWhat + ", so the system's servers are asked",
+               strNext);
     }
 
     void checkGnudip()
     {
         stopIf(!quorvad::isUserPartOfHost(text(dbm::DynDns_AccountUserName), text(dbm::DynDns_Hostname)),
+               "gnudip-host",
                "Hostname does not begin with the user name, as GnuDIP needs it",
                setting("Hostname=USER.DOMAIN AccountUserName=USER"),
                "nothing: Hostname does not fit the user name");
         stopIf(text(dbm::DynDns_ServerAddr).empty(),
+               "no-server",
                "No GnuDIP server is set",
                setting("ServerAddr=NAME"),
                "nothing: no server");
@@ -147,6 +274,7 @@ private:
     {
         const std::string strKind = nameUnreachable(a_strAddress);
         warnIf(!strKind.empty(),
+               "address-private",
                "The " + a_strFamily + " address to be announced, " + a_strAddress + ", is " + strKind +
                    ": it cannot be reached from the Internet",
                "run the daemon on the outer router, or announce a public IPv6 address; see getting-started.md");
@@ -157,6 +285,7 @@ private:
         const std::string strUrl = text(dbm::DynDns_ServerAddr);
         const quorvad::UrlValues oValues = urlValuesOf(m_oAccount, m_oSources);
         warnIf(strUrl.compare(0, 8, "https://") != 0 && !strUrl.empty(),
+               "not-encrypted",
                "The URL is not https: user name and password are sent unencrypted",
                "use an https:// URL");
         checkFilledUrl(strUrl, oValues);
@@ -185,10 +314,14 @@ private:
             "password' do";
         const bool bRefused = isRefused(strUrl);
         stopIf(bRefused,
+               "url-invalid",
                "The update URL, once filled in, cannot be used: " + strFault,
                strNext,
                "nothing: invalid update URL");
-        warnIf(!bRefused && !strFault.empty(), "The update URL, once filled in, looks wrong: " + strFault, strNext);
+        warnIf(!bRefused && !strFault.empty(),
+               "url-doubtful",
+               "The update URL, once filled in, looks wrong: " + strFault,
+               strNext);
     }
 
     void checkHoles(const std::string& a_strUrl, const quorvad::UrlValues& a_oValues)
@@ -198,11 +331,32 @@ private:
             " is left empty; some providers then delete the record or use the sender's address";
         warnIf(!m_oWatch.empty() && a_oValues.m_strIpAddr.empty() &&
                    hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr),
+               "no-ipv4",
                strNone + "IPv4 address, so <ipaddr>" + strEmpty,
                "wait for an address, or use a template without <ipaddr>");
         warnIf(hasPlaceholder(a_strUrl, quorvad::Placeholder_IpAddr6) && a_oValues.m_strIpAddr6.empty(),
+               "no-ipv6",
                strNone + "IPv6 address, so <ipaddr6>" + strEmpty,
                "until it has one, use the template for IPv4 only (account add without --dual)");
+    }
+
+    /// The reason is nearly always the same, and providers block those who go on.
+    void checkLastAnswer()
+    {
+        const std::string strId = text(dbm::Id);
+        const korrin::ValueList& oLog = findLast(m_oSources.m_oLog, dbm::DynDnsLog_DynDnsId, strId);
+        if (oLog.empty() || isGnudip(m_oAccount) ||
+            judgeLast(m_oAccount, m_oSources).value_or(Outcome::Unknown) != Outcome::Failed)
+        {
+            return;
+        }
+        const std::string strCode = textOf(oLog, dbm::DynDnsLog_ResponseCode);
+        const bool bBadAuth = textOf(oLog, dbm::DynDnsLog_Response).find("badauth") != std::string::npos;
+        warnIf(bBadAuth || strCode == "401" || strCode == "403",
+               g_pSignInCode,
+               "The provider refused the user name or the password of " + text(dbm::DynDns_Hostname) + " (" +
+                   (bBadAuth ? "badauth" : "HTTP status " + strCode) + ")",
+               "check both; 'cfgctl account password " + strId + "' sets the password");
     }
 
     void checkSignIn(const std::string& a_strUrl)
@@ -211,15 +365,19 @@ private:
         const bool bPassword = !text(dbm::DynDns_Password).empty();
         const bool bInUrl = hasPlaceholder(a_strUrl, quorvad::Placeholder_Password);
         warnIf(strUser.find(':') != std::string::npos,
+               "user-colon",
                "The user name contains ':': the server takes what follows as the password",
                setting("AccountUserName=NAME"));
         warnIf(bPassword && !bInUrl && strUser.empty(),
+               "password-unused",
                "The password is never sent: there is neither a user name nor <password> in the URL",
                setting("AccountUserName=NAME"));
         warnIf(!bPassword && (bInUrl || !strUser.empty()),
+               "no-password",
                "No password is set",
                "cfgctl account password " + text(dbm::Id));
         warnIf(text(dbm::DynDns_ExpectedResultSubString).find('\n') != std::string::npos,
+               "expect-line-feed",
                "The expected text contains a line feed, so no answer can contain it",
                setting("ExpectedResultSubString=TEXT"));
     }
@@ -228,15 +386,20 @@ private:
     const StatusSources& m_oSources;
     const std::string m_strInterface;
     const korrin::ValueList& m_oWatch;
+    const bool m_bWatcherMissing;
     std::vector<Problem> m_oFound;
 };
 
 } // namespace
 
-std::vector<Problem>
-findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, EInterfaceState a_eState)
+std::vector<Problem> findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
 {
-    return Finder(a_oAccount, a_oSources).find(a_eState);
+    return Finder(a_oAccount, a_oSources).find();
+}
+
+std::string tellProblem(const Problem& a_oProblem)
+{
+    return a_oProblem.m_strWhat + "; " + a_oProblem.m_strNext;
 }
 
 bool isStopped(const std::vector<Problem>& a_oProblems)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "actions/interfacestate.h"
 #include "actions/updateurl.h"
 #include "cfgctl/database.h"
 
@@ -17,15 +16,24 @@ struct Problem
     std::string m_strWhat;  ///< a sentence without full stop
     std::string m_strNext;  ///< what to do about it
     std::string m_strBrief; ///< what the account waits for, in a few words; of one that stops
+    std::string m_strCode;  ///< the stable word for programs: "no-daemon", "interface-missing", ...
 };
 
+// Codes that are also asked for.
+constexpr const char* g_pDisabledCode = "disabled";
+constexpr const char* g_pNoDaemonCode = "no-daemon";
+constexpr const char* g_pNoWatcherCode = "no-watcher";
+constexpr const char* g_pSignInCode = "sign-in-refused";
+
 /// All of them: those that stop updates first, then in the daemon's own order.
-/// @param a_eState what the kernel says of the account's interface; eUnknown if it was not asked
-[[nodiscard]] std::vector<Problem>
-findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, quorvad::EInterfaceState a_eState);
+/// Pure.
+[[nodiscard]] std::vector<Problem> findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources);
 
 /// Whether one of those that findProblems found keeps updates from going out. Pure.
 [[nodiscard]] bool isStopped(const std::vector<Problem>& a_oProblems);
+
+/// "what; what to do", for a warning. Pure.
+[[nodiscard]] std::string tellProblem(const Problem& a_oProblem);
 
 /// What the daemon would fill into the account's URL now. Pure.
 [[nodiscard]] quorvad::UrlValues urlValuesOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources);

@@ -112,10 +112,9 @@ korrin::ValueList findAccount(Database& a_oDatabase, const std::string& a_strIdO
 
 void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_oSources)
 {
-    const auto eState = quorvad::readInterfaceState(textOf(a_oRow, dbm::Interface));
-    for (const Problem& oProblem : findProblems(a_oRow, a_oSources, eState))
+    for (const Problem& oProblem : findProblems(a_oRow, a_oSources))
     {
-        complain(oProblem.m_strWhat + "; " + oProblem.m_strNext);
+        warn(tellProblem(oProblem));
     }
 }
 

@@ -1,15 +1,17 @@
 #include "actions/gnudipprotocol.h"
-#include "cfgctl/account/attempts.h"
 #include "cfgctl/account/problems.h"
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
-#include "cfgctl/timestamp.h"
+#include "cfgctl/statusrows.h"
+#include "cfgctl/text.h"
 #include "platform/base/escape.h"
+#include "platform/common/valuejson.h"
 #include "vadro/string/replace.h"
 
+#include <algorithm>
 #include <ctime>
 #include <nlohmann/json.hpp>
 
@@ -20,13 +22,6 @@ namespace
 {
 
 constexpr std::size_t s_uiNameWidth = 13;
-
-struct Fact
-{
-    const char* m_pKey;  ///< for programs
-    const char* m_pName; ///< for people
-    std::string m_strText;
-};
 
 std::string orNone(const std::string& a_strText)
 {
@@ -53,28 +48,14 @@ std::string describeSuccess(const korrin::ValueList& a_oAccount)
     return strExpect.empty() ? "HTTP status 200" : "an answer that contains \"" + strExpect + "\"";
 }
 
-std::string describeLast(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, std::time_t a_iNow)
+std::string describeInterface(const korrin::ValueList& a_oFacts)
 {
-    const std::optional<Outcome> oLast = judgeLast(a_oAccount, a_oSources);
-    if (!oLast)
+    const std::string strName = orNone(textOf(a_oFacts, dbm::Interface));
+    if (a_oFacts.getValue("InterfaceUp").getType() == korrin::eValueNull)
     {
-        return "not tried yet";
+        return textOf(a_oFacts, dbm::Interface).empty() ? strName : strName + ", not monitored";
     }
-    const korrin::ValueList& oStatus =
-        findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, textOf(a_oAccount, dbm::Id));
-    const std::string strTimestamp = textOf(oStatus, dbm::DynDnsStatus_Timestamp);
-    const korrin::Value oAge = ageOf(strTimestamp, a_iNow);
-    return std::string(nameOutcome(*oLast)) + " " +
-           (oAge.getType() == korrin::eValueNull ? strTimestamp : describeAge(oAge.getInteger()));
-}
-
-std::string describeInterface(const std::string& a_strName, const korrin::ValueList& a_oWatch)
-{
-    if (a_oWatch.empty())
-    {
-        return a_strName.empty() ? "none" : a_strName + ", not monitored";
-    }
-    return a_strName + (isSet(a_oWatch, dbm::IsUp) ? ", up" : ", down");
+    return strName + (isSet(a_oFacts, "InterfaceUp") ? ", up" : ", down");
 }
 
 /// The server of the next update: the URL as the daemon would fill it in, or the name of the GnuDIP server.
@@ -102,67 +83,74 @@ std::string describeServer(const korrin::ValueList& a_oAccount,
     return quorvad::fillPlaceholders(hideTemplate(strServer, oPublic), oValues);
 }
 
-/// What is known about the next update, in the order of output.
-std::vector<Fact> collectFacts(const korrin::ValueList& a_oAccount,
-                               const StatusSources& a_oSources,
-                               const Provider* a_pProvider,
-                               bool a_bShowSecrets)
+/// What the report is made of.
+struct Report
 {
-    const std::time_t iNow = std::time(nullptr);
-    const std::string strId = textOf(a_oAccount, dbm::Id);
-    const std::string strInterface = textOf(a_oAccount, dbm::Interface);
-    const korrin::ValueList& oWatch = findLast(a_oSources.m_oInterfaces, dbm::Name, strInterface);
-    const korrin::ValueList& oIPv6 = findLast(a_oSources.m_oIPv6, dbm::Name, strInterface);
-    const std::string strServers =
-        vadro::string::replaceAllOccurrences(nameserversOf(a_oAccount, a_oSources), ",", ", ");
-    return {{"Hostname", "Hostname", textOf(a_oAccount, dbm::DynDns_Hostname)},
-            {"Provider", "Provider", a_pProvider == nullptr ? "not in the list of providers" : a_pProvider->m_strName},
-            {"Server",
-             isGnudip(a_oAccount) ? "Server" : "URL",
-             describeServer(a_oAccount, a_oSources, a_pProvider, a_bShowSecrets)},
-            {"SignIn", "Sign-in", describeSignIn(a_oAccount)},
-            {"Success", "Success is", describeSuccess(a_oAccount)},
-            {"Tries", "Tries", textOf(a_oAccount, dbm::DynDns_Retry) + " per change"},
-            {"Interface", "Interface", describeInterface(strInterface, oWatch)},
-            {"IPv4", "IPv4", orNone(textOf(oWatch, dbm::Addr))},
-            {"IPv6", "IPv6", orNone(textOf(oIPv6, dbm::Addr))},
-            {"DnsServers", "DNS servers", orNone(strServers)},
-            {"Last", "Last", describeLast(a_oAccount, a_oSources, iNow)},
-            {"Next", "Next", describeNext(a_oAccount, a_oSources, iNow)}};
+    korrin::ValueList m_oAccount;
+    StatusSources m_oSources;
+    const Provider* m_pProvider; ///< null: not in the list
+    AccountState m_oState;
+    std::string m_strServer; ///< where the next update goes
+};
+
+std::string listServers(const Report& a_oReport)
+{
+    return vadro::string::replaceAllOccurrences(nameserversOf(a_oReport.m_oAccount, a_oReport.m_oSources), ",", ", ");
 }
 
-std::string toJson(const std::vector<Fact>& a_oFacts, const std::vector<Problem>& a_oProblems)
+std::string toJson(const Report& a_oReport)
 {
-    nlohmann::ordered_json oJson = nlohmann::ordered_json::object();
-    for (const Fact& oFact : a_oFacts)
+    nlohmann::ordered_json oJson = a_oReport.m_oState.m_oFacts;
+    oJson["Provider"] = nullptr;
+    if (a_oReport.m_pProvider != nullptr)
     {
-        oJson[oFact.m_pKey] = oFact.m_strText;
+        oJson["Provider"] = a_oReport.m_pProvider->m_strKey;
     }
-    oJson["Ready"] = !isStopped(a_oProblems);
-    oJson["Problems"] = nlohmann::ordered_json::array();
-    for (const Problem& oProblem : a_oProblems)
+    oJson["Server"] = a_oReport.m_strServer;
+    for (const char* pColumn : {dbm::DynDns_AccountUserName,
+                                dbm::DynDns_ExpectedResultSubString,
+                                dbm::DynDns_UnchangedResultSubString,
+                                dbm::DynDns_Retry})
     {
-        oJson["Problems"].push_back(
-            {{"Stops", oProblem.m_bStops}, {"What", oProblem.m_strWhat}, {"Next", oProblem.m_strNext}});
+        oJson[pColumn] = a_oReport.m_oAccount.getValue(pColumn);
     }
+    oJson["DnsServers"] = nameserversOf(a_oReport.m_oAccount, a_oReport.m_oSources);
+    addProblems(oJson, a_oReport.m_oState.m_oProblems);
     return oJson.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
-std::string toText(const std::vector<Fact>& a_oFacts, const std::vector<Problem>& a_oProblems)
+std::string line(const char* a_pName, const std::string& a_strFact)
 {
-    std::string strText;
-    for (const auto& [pKey, pName, strFact] : a_oFacts)
+    std::string strName = a_pName;
+    strName.resize(s_uiNameWidth, ' ');
+    return strName + platform::escape(a_strFact) + "\n";
+}
+
+std::string describeFacts(const Report& a_oReport)
+{
+    const korrin::ValueList& oAccount = a_oReport.m_oAccount;
+    const korrin::ValueList& oFacts = a_oReport.m_oState.m_oFacts;
+    return line("Hostname", textOf(oAccount, dbm::DynDns_Hostname)) +
+           line("Provider",
+                a_oReport.m_pProvider == nullptr ? "not in the list of providers" : a_oReport.m_pProvider->m_strName) +
+           line(isGnudip(oAccount) ? "Server" : "URL", a_oReport.m_strServer) +
+           line("Sign-in", describeSignIn(oAccount)) + line("Success is", describeSuccess(oAccount)) +
+           line("Tries", textOf(oAccount, dbm::DynDns_Retry) + " per change") +
+           line("Interface", describeInterface(oFacts)) + line("IPv4", orNone(textOf(oFacts, dbm::Addr))) +
+           line("IPv6", orNone(textOf(oFacts, "Addr6"))) + line("DNS servers", orNone(listServers(a_oReport))) +
+           line("Last", describeLast(a_oReport.m_oState)) + line("Next", describeNext(a_oReport.m_oState.m_oNext));
+}
+
+std::string toText(const Report& a_oReport, std::size_t a_uiWidth)
+{
+    const std::size_t uiNarrow = a_uiWidth - std::min<std::size_t>(a_uiWidth, 2);
+    std::string strText =
+        describeFacts(a_oReport) + "\n" + wrapWords(tellNext(a_oReport.m_oState.m_oNext), a_uiWidth) + "\n";
+    for (const Problem& oProblem : a_oReport.m_oState.m_oProblems)
     {
-        std::string strName = pName;
-        strName.resize(s_uiNameWidth, ' ');
-        strText += strName + platform::escape(strFact) + "\n";
-    }
-    strText += isStopped(a_oProblems) ? "\nNot ready: no update goes out.\n"
-                                      : "\nReady: an update goes out at the next change.\n";
-    for (const Problem& oProblem : a_oProblems)
-    {
-        strText += std::string(oProblem.m_bStops ? "- " : "- Warning: ") + platform::escape(oProblem.m_strWhat) +
-                   ".\n  Next step: " + platform::escape(oProblem.m_strNext) + "\n";
+        const std::string strWhat = (oProblem.m_bStops ? "- " : "- Warning: ") + platform::escape(oProblem.m_strWhat);
+        strText += wrapWords(strWhat + ".", a_uiWidth, 2) + "\n" + "  " +
+                   wrapWords("Next step: " + platform::escape(oProblem.m_strNext), uiNarrow, 4) + "\n";
     }
     return strText;
 }
@@ -171,15 +159,13 @@ std::string toText(const std::vector<Fact>& a_oFacts, const std::vector<Problem>
 
 std::string runAccountTest(Database& a_oDatabase, const Options& a_oOptions)
 {
-    const korrin::ValueList oRow = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds).front();
     const Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
-    const StatusSources oSources = readSources(a_oDatabase);
-    const std::vector<Fact> oFacts =
-        collectFacts(oRow, oSources, recogniseProvider(oProviders, oRow), a_oOptions.m_bShowSecrets);
-    const std::vector<Problem> oProblems =
-        findProblems(oRow, oSources, quorvad::readInterfaceState(textOf(oRow, dbm::Interface)));
-    writeOut(a_oOptions.m_bJson ? toJson(oFacts, oProblems) : toText(oFacts, oProblems));
-    require(!isStopped(oProblems), "No update of " + nameAccount(oRow) + " will be sent");
+    const korrin::ValueList oAccount = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds).front();
+    Report oReport{oAccount, readSources(a_oDatabase), recogniseProvider(oProviders, oAccount), {}, {}};
+    oReport.m_oState = makeState(oAccount, oReport.m_oSources, std::time(nullptr));
+    oReport.m_strServer = describeServer(oAccount, oReport.m_oSources, oReport.m_pProvider, a_oOptions.m_bShowSecrets);
+    writeOut(a_oOptions.m_bJson ? toJson(oReport) : toText(oReport, a_oOptions.m_oLayout.m_uiWidth));
+    require(!isStopped(oReport.m_oState.m_oProblems), "No update of " + nameAccount(oAccount) + " will be sent");
     return {};
 }
 

@@ -1,3 +1,4 @@
+#include "cfgctl/account/activity.h"
 #include "cfgctl/account/problems.h"
 #include "cfgctl/account/resend.h"
 #include "cfgctl/commands/accounts.h"
@@ -15,8 +16,6 @@ namespace cfgctl
 namespace
 {
 
-constexpr const char* s_pDaemon = "quorvad"; // its name at the service
-
 /// The accounts that a request concerns.
 struct Requested
 {
@@ -31,8 +30,7 @@ Requested findRequested(const StatusSources& a_oSources)
     {
         if (isSet(oRow, dbm::Enable))
         {
-            const auto eState = quorvad::readInterfaceState(textOf(oRow, dbm::Interface));
-            const bool bHeld = isStopped(findProblems(oRow, a_oSources, eState));
+            const bool bHeld = isStopped(findProblems(oRow, a_oSources));
             (bHeld ? oRequested.m_oHeld : oRequested.m_oSent).push_back(oRow);
         }
     }
@@ -92,10 +90,10 @@ std::string describe(const Requested& a_oRequested)
 std::string runAccountUpdate(Database& a_oDatabase, const Options& a_oOptions)
 {
     writeRequests(a_oDatabase, a_oOptions.m_oAccessTimeout);
-    const Requested oRequested = findRequested(readSources(a_oDatabase));
-    const Rows oClients = a_oDatabase.getRows(dbm::Table_StatusServiceClients);
-    require(!findLast(oClients, dbm::Name, s_pDaemon).empty(),
+    const StatusSources oSources = readSources(a_oDatabase);
+    require(isConnected(oSources, g_pDaemon).value_or(true),
             "No daemon is connected to the service, so nothing is sent before quorvad runs");
+    const Requested oRequested = findRequested(oSources);
     require(!oRequested.m_oSent.empty() || oRequested.m_oHeld.empty(),
             "Nothing is sent: see 'cfgctl account test' for " + join(oRequested.m_oHeld, ", ", nameAccount));
     return a_oOptions.m_bJson ? toJson(oRequested) : describe(oRequested);

@@ -18,6 +18,8 @@ namespace cfgctl
 [[nodiscard]] std::string runTables(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runExport(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runImport(Database& a_oDatabase, const Options& a_oOptions);
+[[nodiscard]] std::string runClients(Database& a_oDatabase, const Options& a_oOptions);
+/// Prints the table itself, so that warnings stand behind it.
 [[nodiscard]] std::string runStatus(Database& a_oDatabase, const Options& a_oOptions);
 
 [[nodiscard]] std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions);

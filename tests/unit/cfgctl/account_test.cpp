@@ -108,8 +108,7 @@ TEST(ShippedProviders, EachYieldsAUsableRow)
             oPlan.m_oRow.add("Password", platform::text(preparePassword(oPlan, strPassword)));
             StatusSources oSources = sources();
             oSources.m_oIPv6 = {makeRow("Name=ppp0 Addr=2001:db8::7")};
-            EXPECT_THAT(findProblems(oPlan.m_oRow, oSources, EInterfaceState::eRunning), testing::IsEmpty())
-                << oProvider.m_strKey;
+            EXPECT_THAT(findProblems(oPlan.m_oRow, oSources), testing::IsEmpty()) << oProvider.m_strKey;
             const std::string strUrl = quorvad::fillPlaceholders(oPlan.m_oRow.getValue("ServerAddr").getText(),
                                                                  urlValuesOf(oPlan.m_oRow, oSources));
             EXPECT_EQ(recogniseProvider(served(), oPlan.m_oRow), &oProvider) << oProvider.m_strKey;
@@ -387,13 +386,12 @@ TEST(Resend, NamesTheOthersThatTheDaemonSendsAgain)
 
 TEST(Problems, EachIsFoundWithANextStep)
 {
-    const auto reasons = [](const korrin::ValueList& a_oAccount,
-                            const StatusSources& a_oSources,
-                            EInterfaceState a_eState = EInterfaceState::eRunning)
+    const auto reasons = [](const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
     {
         std::string strText;
-        for (const Problem& oProblem : findProblems(a_oAccount, a_oSources, a_eState))
+        for (const Problem& oProblem : findProblems(a_oAccount, a_oSources))
         {
+            EXPECT_FALSE(oProblem.m_strCode.empty());
             EXPECT_FALSE(oProblem.m_strNext.empty());
             EXPECT_EQ(oProblem.m_bStops, !oProblem.m_strBrief.empty());
             strText += (oProblem.m_bStops ? "stop " : "warn ") + oProblem.m_strWhat + "|";
@@ -427,10 +425,26 @@ TEST(Problems, EachIsFoundWithANextStep)
     }
     EXPECT_THAT(reasons(s_oReady, sources("")), HasSubstr("warn Interface 'ppp0' has no IPv4 address"));
     EXPECT_THAT(reasons(s_oReady, sources("", "0")), testing::StartsWith("stop Interface 'ppp0' is down"));
-    EXPECT_THAT(reasons(s_oReady, sources(), EInterfaceState::eMissing),
-                HasSubstr("stop Interface 'ppp0' does not exist"));
-    EXPECT_THAT(reasons(s_oReady, sources(), EInterfaceState::eDown),
-                HasSubstr("stop Interface 'ppp0' is down or has no carrier"));
+    StatusSources oHere = sources();
+    oHere.m_oLocal = {{"eth0", {}}, {"ppp0", {EInterfaceState::eDown, {"192.0.2.7", "fe80::1"}}}};
+    EXPECT_THAT(reasons(s_oReady, oHere), HasSubstr("stop Interface 'ppp0' is down or has no carrier"));
+    // One cause, one problem, and the names that would do.
+    EXPECT_EQ(reasons(change(s_oReady, "Interface", "eht0"), oHere),
+              "stop Interface 'eht0' does not exist; this machine has eth0, ppp0|");
+    oHere.m_oLocal["ppp0"].m_eState = EInterfaceState::eRunning;
+    oHere.m_oClients = {makeRow("Name=cfgctl"), makeRow("Name=quorvad")};
+    EXPECT_THAT(reasons(s_oReady, oHere),
+                testing::AllOf(testing::StartsWith("warn No watcher"), Not(HasSubstr("stop"))));
+    oHere.m_oInterfaces = {makeRow("Name=ppp0 Addr=192.0.2.6 IsUp=1")};
+    EXPECT_THAT(reasons(s_oReady, oHere),
+                testing::StartsWith("stop Row and kernel differ, and no watcher is connected: the IPv4 address of ppp0 "
+                                    "is 192.0.2.6 in the table and 192.0.2.7 in the kernel"));
+    oHere.m_oClients = {makeRow("Name=netifwatch")};
+    EXPECT_EQ(reasons(s_oReady, oHere), "stop No daemon (quorvad) is connected to the service, so nothing is sent|");
+    StatusSources oRefused = sources();
+    oRefused.m_oStatus = {makeRow("DynDnsId=1 Success=0 Timestamp=" + stamp(1))};
+    oRefused.m_oLog = {logRow("1", 1, "403", "go away")};
+    EXPECT_THAT(reasons(s_oReady, oRefused), HasSubstr("warn The provider refused the user name or the password"));
     StatusSources oWithout = sources();
     oWithout.m_oServers.clear();
     EXPECT_THAT(reasons(s_oReady, oWithout), HasSubstr("stop Interface 'ppp0' has no DNS server"));
@@ -461,36 +475,6 @@ TEST(Problems, EachIsFoundWithANextStep)
     {
         EXPECT_EQ(reasons(s_oReady, sources(pPublic)), "") << pPublic;
     }
-}
-
-TEST(NextStep, FollowsFromTheTables)
-{
-    constexpr std::time_t iNow = 1800000000;
-    // How many seconds ago each try was logged, oldest first; negative for a success.
-    const auto next = [&](const std::vector<int>& a_oTries, const char* a_pSuccess = "0")
-    {
-        StatusSources oSources = sources();
-        for (const int iAgo : a_oTries)
-        {
-            oSources.m_oLog.push_back(logRow("1", iNow - std::abs(iAgo), "200", iAgo < 0 ? "good" : "badauth"));
-        }
-        if (!a_oTries.empty())
-        {
-            oSources.m_oStatus = {makeRow(std::string("DynDnsId=1 Success=") + a_pSuccess)};
-        }
-        return describeNext(s_oReady, oSources, iNow);
-    };
-    EXPECT_THAT(next({}), HasSubstr("first update within two minutes"));
-    EXPECT_EQ(next({-500}, "1"), "nothing until the address changes");
-    EXPECT_EQ(next({5}), "tries again within 3 minutes");        // after the first of three
-    EXPECT_EQ(next({130, 10}), "tries again within 5 minutes");  // after the second
-    EXPECT_THAT(next({400, 280, 20}), HasSubstr("no try left")); // after the third
-    EXPECT_EQ(next({-130, 10}), "tries again within 3 minutes"); // a new series after a success
-    EXPECT_THAT(next({9000, 3000}), HasSubstr("overdue"));       // no second try came
-    EXPECT_EQ(next({145}), "tries again within a minute");
-    EXPECT_EQ(next({-1000, -3600, 0}), "tries again within 3 minutes");
-    EXPECT_EQ(describeNext(change(s_oReady, "Enable", "0"), sources(), iNow), "nothing: disabled");
-    EXPECT_EQ(describeNext(s_oReady, sources("", "0"), iNow), "waits until ppp0 is up");
 }
 
 // The expected text may lie beyond the stored excerpt of a reply; then only the status row can tell.
@@ -532,12 +516,4 @@ TEST(Outcome, ComesFromTheStatusRowOrForOlderAttemptsFromTheExcerpt)
     EXPECT_EQ(judgeLast(oSources.m_oAccounts.front(), oSources), Outcome::Unchanged);
     oSources.m_oLog.pop_back();
     EXPECT_EQ(judgeLast(oSources.m_oAccounts.front(), oSources), Outcome::Updated); // its log row has gone
-
-    // The next step rests on the same verdict.
-    StatusSources oTables = sources();
-    oTables.m_oStatus = {change(oSources.m_oStatus.front(), "Success", "0")};
-    oTables.m_oLog = {logRow("1", iLast - 130, "200", "good" + strCut), logRow("2", iLast, "200", strCut)};
-    EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 3 minutes"); // a new series
-    oTables.m_oLog.front() = logRow("1", iLast - 130, "200", strCut);
-    EXPECT_EQ(describeNext(s_oReady, oTables, iLast), "tries again within 5 minutes"); // as after a second try
 }

@@ -1,4 +1,4 @@
-#include "cfgctl/outcomerows.h"
+#include "cfgctl/statusrows.h"
 #include "cfgctl/table.h"
 #include "cfgctl/text.h"
 #include "tests/unit/config/memoryclient.h"
@@ -17,6 +17,13 @@ TEST(Utf8, WidthIsCountedInTerminalColumns)
     EXPECT_EQ(cfgctl::cutToWidth("abcde", 4), "abc\u2026");
     EXPECT_EQ(cfgctl::cutToWidth("\u65e5\u672c\u8a9e", 4), "\u65e5\u2026");
     EXPECT_EQ(cfgctl::cutToWidth("\u00e4\u00e4\u00e4", 2), "\u00e4\u2026");
+}
+
+TEST(Text, IsWrappedAtWords)
+{
+    EXPECT_EQ(cfgctl::wrapWords("one two \u00e4\u00e4\u00e4 verylongword x", 9, 2),
+              "one two\n  \u00e4\u00e4\u00e4\n  verylongword\n  x");
+    EXPECT_EQ(cfgctl::wrapWords("one two three", 0), "one two three");
 }
 
 TEST(Table, AlignsWithoutTrailingBlanks)
@@ -74,15 +81,22 @@ TEST(Status, CombinesTheTables)
     oSources.m_oLog = {makeRow("DynDnsId=1 Response=old"),
                        makeRow("DynDnsId=1 Response=good\n"),
                        makeRow("DynDnsId=11 Response=other")};
-    const cfgctl::Rows oRows = cfgctl::makeStatusRows(oSources, 1772383509 + 180);
-    EXPECT_EQ(oRows.front().getValue("AgeSeconds").getInteger(), 180);
-    EXPECT_EQ(oRows.back().getValue("InterfaceUp").getType(), korrin::eValueNull);
-    EXPECT_EQ(cfgctl::renderTable(cfgctl::makeStatusTable(oRows), {}),
-              "Id  Hostname   Interface                      Last                   Answer    Next\n"
-              " 1  a.example  ppp0 up 192.0.2.1 2001:db8::1  updated 3 minutes ago  good\\x0a  nothing: Retry is 0\n"
-              " 2  b.example  eth1 down                      failed yesterday                 nothing: disabled\n"
-              " 3  c.example  eth2 not monitored             not tried yet                    nothing: unknown "
+    const auto oStates = cfgctl::makeStates(oSources, 1772383509 + 180);
+    EXPECT_EQ(oStates.front().m_oFacts.getValue("AgeSeconds").getInteger(), 180);
+    EXPECT_EQ(oStates.back().m_oFacts.getValue("InterfaceUp").getType(), korrin::eValueNull);
+    const cfgctl::Table oTable = cfgctl::makeStatusTable(oStates);
+    EXPECT_EQ(cfgctl::renderTable(oTable, {}),
+              "Id  Hostname   Interface                      Last                   Answer  Next\n"
+              " 1  a.example  ppp0 up 192.0.2.1 2001:db8::1  updated 3 minutes ago  good    nothing: Retry is 0\n"
+              " 2  b.example  eth1 down                      failed yesterday               nothing: disabled\n"
+              " 3  c.example  eth2 not monitored             not tried yet                  nothing: unknown "
               "ServiceType\n"
-              " 4  d.example  none                           not tried yet                    nothing: unknown "
+              " 4  d.example  none                           not tried yet                  nothing: unknown "
               "ServiceType\n");
+    EXPECT_EQ(cfgctl::renderTable(oTable, {false, 62}),
+              "Id  Hostname   Interface  Last              Answer  Next\n"
+              " 1  a.example  ppp0 up    updated 3 min     good    impossible\n"
+              " 2  b.example  eth1 down  failed yesterday          disabled\n"
+              " 3  c.example  eth2 ?     not tried yet             impossible\n"
+              " 4  d.example  none       not tried yet             impossible\n");
 }
