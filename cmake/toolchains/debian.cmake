@@ -4,10 +4,9 @@
 set(CMAKE_SYSTEM_NAME Linux)
 # This file is also read for try_compile, which knows only the variables named here.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUORVAD_DEPS_DIR)
-if(NOT QUORVAD_DEPS_DIR)
-    get_filename_component(quorvadRoot ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
-    set(QUORVAD_DEPS_DIR ${quorvadRoot}/.deps/${quorvadArch} CACHE PATH "Folder of the private dependencies and the sysroot")
-endif()
+# As a cache entry of this type, a relative path of the command line becomes absolute.
+get_filename_component(quorvadRoot ${CMAKE_CURRENT_LIST_DIR}/../.. ABSOLUTE)
+set(QUORVAD_DEPS_DIR ${quorvadRoot}/.deps/${quorvadArch} CACHE PATH "Folder of the private dependencies and the sysroot")
 set(CMAKE_SYSROOT ${QUORVAD_DEPS_DIR}/sysroot)
 set(CMAKE_C_COMPILER ${quorvadTriplet}-gcc)
 set(CMAKE_CXX_COMPILER ${quorvadTriplet}-g++)
