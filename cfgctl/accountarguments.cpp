@@ -4,6 +4,7 @@
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
+#include "cfgctl/foreign/clientfile.h"
 
 #include <climits>
 
@@ -43,6 +44,21 @@ constexpr const char* s_pGroupFooter = R"(Examples:
 
 'cfgctl account COMMAND --help' describes one command, with more examples.
 'cfgctl status' shows the state of the accounts.)";
+
+constexpr const char* s_pImportFooter =
+    R"(FILE is the configuration of inadyn, of ddclient or of OpenWrt's ddns scripts.
+Without --yes it only shows what it would add; what it cannot add is named with
+the reason. Accounts that exist and those that are disabled there are left out.
+Other files that FILE includes are not read. For tables from 'cfgctl export' use
+'cfgctl import'.
+
+Exit status: 0 if each account of the file is added or exists, 1 if not, as
+always without --yes when there is something to add.
+
+Examples:
+  cfgctl account import /etc/ddclient.conf
+  cfgctl account import inadyn.conf --interface ppp0 --yes
+  ssh router cat /etc/config/ddns | cfgctl account import - -i eth0)";
 
 constexpr const char* s_pListFooter = R"(Examples:
   cfgctl account list
@@ -200,6 +216,21 @@ void addAdd(CLI::App& a_oGroup, Request& a_oRequest)
         });
 }
 
+void addImport(CLI::App& a_oGroup, Request& a_oRequest)
+{
+    Options& oOptions = a_oRequest.m_oOptions;
+    AccountOptions& oAccount = oOptions.m_oAccount;
+    const char* pHelp = "add the accounts of another client's file";
+    CLI::App& oImport = addCommand(a_oGroup, a_oRequest, "import", pHelp, runAccountImport, s_pImportFooter);
+    addOption(oImport, "FILE", oOptions.m_strFile, "the file; '-' is standard input", "")->required();
+    addOption(oImport, "--format", oAccount.m_strFormat, "inadyn, ddclient or openwrt, if not recognised", "NAME")
+        ->check(CLI::IsMember(getFormats()).description(""));
+    const char* pInterfaceHelp = "the interface where the file names none";
+    addOption(oImport, "-i,--interface", oAccount.m_oSpec.m_strInterface, pInterfaceHelp, "NAME");
+    addProvidersFile(oImport, oAccount);
+    oImport.add_flag("-y,--yes", oAccount.m_bYes, "add the accounts");
+}
+
 void addSet(CLI::App& a_oGroup, Request& a_oRequest)
 {
     AccountOptions& oAccount = a_oRequest.m_oOptions.m_oAccount;
@@ -257,6 +288,7 @@ void addAccountCommands(CLI::App& a_oApp, Request& a_oRequest)
     oGroup.require_subcommand(1);
     oGroup.footer(s_pGroupFooter);
     addAdd(oGroup, a_oRequest);
+    addImport(oGroup, a_oRequest);
     addSet(oGroup, a_oRequest);
     addEditors(oGroup, a_oRequest);
     Options& oOptions = a_oRequest.m_oOptions;

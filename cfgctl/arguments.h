@@ -24,6 +24,7 @@ struct AccountOptions
     AccountChange m_oChange;
     std::string m_strPasswordFile; ///< "-" standard input, empty: ask on the terminal
     std::string m_strProviders;    ///< an additional file of providers
+    std::string m_strFormat;       ///< import: of the file; empty: recognised by its content
     std::vector<int> m_oIds;
     bool m_bDryRun = false;
     bool m_bYes = false;
@@ -43,7 +44,7 @@ struct Options
     std::vector<std::string> m_oTables;
     std::vector<Assignment> m_oKey;    ///< selects rows; at most one
     std::vector<Assignment> m_oValues; ///< COLUMN=VALUE
-    std::string m_strFile = "-";       ///< of export and import
+    std::string m_strFile = "-";       ///< of export, import and account import
     bool m_bAll = false;               ///< export: also what other programs wrote
     AccountOptions m_oAccount;
     bool m_bFollow = false;           ///< log

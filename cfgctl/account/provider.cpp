@@ -13,6 +13,7 @@
 #include <array>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <strings.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -28,7 +29,7 @@ using platform::textOf;
 constexpr std::size_t s_uiFileLimit = 1024UL * 1024UL;
 constexpr std::size_t s_uiTextLimit = 2000;
 constexpr std::size_t s_uiShown = 40;  // of a name that a message repeats
-constexpr std::size_t s_uiDeepest = 3; // the object, its list, an entry
+constexpr std::size_t s_uiDeepest = 4; // the object, its list, an entry, its aliases
 constexpr std::size_t s_uiMostValues = 100000;
 constexpr std::array s_apSignIns{"basic", "url", "gnudip"}; // in the order of SignIn
 static_assert(s_apSignIns.size() == static_cast<std::size_t>(SignIn::Gnudip) + 1);
@@ -71,6 +72,15 @@ void take(const Json& a_oValue, SignIn& a_eSignIn)
     a_eSignIn = static_cast<SignIn>(pWord - s_apSignIns.begin());
 }
 
+void take(const Json& a_oValue, std::vector<std::string>& a_oTexts)
+{
+    require(a_oValue.is_array(), "must be a list of texts");
+    for (const Json& oText : a_oValue)
+    {
+        take(oText, a_oTexts.emplace_back());
+    }
+}
+
 void checkKey(const std::string& a_strKey)
 {
     const bool bPlain = a_strKey.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-_.") == std::string::npos;
@@ -84,6 +94,7 @@ void forEachField(Entry& a_oProvider, const Visit& a_oVisit)
 {
     a_oVisit("key", a_oProvider.m_strKey);
     a_oVisit("name", a_oProvider.m_strName);
+    a_oVisit("aliases", a_oProvider.m_oAliases);
     a_oVisit("sure", a_oProvider.m_bSure);
     a_oVisit("doubt", a_oProvider.m_strDoubt);
     a_oVisit("auth", a_oProvider.m_eSignIn);
@@ -221,6 +232,19 @@ void to_json(Json& a_oJson, SignIn a_eSignIn)
 const Provider* findProvider(const Providers& a_oProviders, const std::string& a_strKey)
 {
     return findFirst(a_oProviders, [&](const Provider& a_oProvider) { return a_oProvider.m_strKey == a_strKey; });
+}
+
+const Provider* findAlias(const Providers& a_oProviders, const std::string& a_strName)
+{
+    const auto isName = [&](const std::string& a_strOther)
+    { return !a_strName.empty() && strcasecmp(a_strOther.c_str(), a_strName.c_str()) == 0; };
+    return findFirst(a_oProviders,
+                     [&](const Provider& a_oProvider)
+                     {
+                         const auto& oAliases = a_oProvider.m_oAliases;
+                         return isName(a_oProvider.m_strKey) || isName(urlHost(a_oProvider.m_strUrl)) ||
+                                std::any_of(oAliases.begin(), oAliases.end(), isName);
+                     });
 }
 
 bool isGnudip(const korrin::ValueList& a_oAccount)

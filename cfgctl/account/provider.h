@@ -29,6 +29,7 @@ struct Provider
 {
     std::string m_strKey;
     std::string m_strName;
+    std::vector<std::string> m_oAliases; ///< what other clients call it, where that is not its server's name
     bool m_bSure = false;
     std::string m_strDoubt; ///< what the provider's own pages do not confirm, unless sure
     SignIn m_eSignIn = SignIn::Basic;
@@ -59,6 +60,9 @@ constexpr const char* g_pOwnProviders = "/etc/quorvad/providers.json";
 
 /// Null if there is none. The pointer is valid until the list changes.
 [[nodiscard]] const Provider* findProvider(const Providers& a_oProviders, const std::string& a_strKey);
+
+/// The provider that another client calls so: by key, alias or server, in any case. Null if there is none.
+[[nodiscard]] const Provider* findAlias(const Providers& a_oProviders, const std::string& a_strName);
 
 /// Whether a row of DynDns uses GnuDIP; the other valid ServiceType is an update URL.
 [[nodiscard]] bool isGnudip(const korrin::ValueList& a_oAccount);

@@ -45,15 +45,11 @@ findWarnings(const Provider& a_oProvider, const korrin::ValueList& a_oRow, const
     std::vector<std::string> oWarnings;
     if (!a_oProvider.m_bSure)
     {
-        oWarnings.push_back("The settings for " + a_oProvider.m_strName + " are in doubt (" + a_oProvider.m_strDoubt +
-                            "): check the first answers with 'cfgctl log'");
+        oWarnings.push_back(describeDoubt(a_oProvider));
     }
     for (const korrin::ValueList& oOther : a_oSources.m_oAccounts)
     {
-        const bool bSameServer =
-            oOther.getValue(dbm::DynDns_ServiceType) == a_oRow.getValue(dbm::DynDns_ServiceType) &&
-            urlHost(textOf(oOther, dbm::DynDns_ServerAddr)) == urlHost(textOf(a_oRow, dbm::DynDns_ServerAddr));
-        if (bSameServer && oOther.getValue(dbm::DynDns_Hostname) == a_oRow.getValue(dbm::DynDns_Hostname))
+        if (isSameName(oOther, a_oRow))
         {
             oWarnings.push_back("The host already has " + nameAccount(oOther) +
                                 " at this provider: the two will overwrite each other's address");

@@ -118,6 +118,19 @@ void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_
     }
 }
 
+bool isSameName(const korrin::ValueList& a_oRow, const korrin::ValueList& a_oOther)
+{
+    return a_oRow.getValue(dbm::DynDns_Hostname) == a_oOther.getValue(dbm::DynDns_Hostname) &&
+           a_oRow.getValue(dbm::DynDns_ServiceType) == a_oOther.getValue(dbm::DynDns_ServiceType) &&
+           urlHost(textOf(a_oRow, dbm::DynDns_ServerAddr)) == urlHost(textOf(a_oOther, dbm::DynDns_ServerAddr));
+}
+
+std::string describeDoubt(const Provider& a_oProvider)
+{
+    return "The settings for " + a_oProvider.m_strName + " are in doubt (" + a_oProvider.m_strDoubt +
+           "): check the first answers with 'cfgctl log'";
+}
+
 std::string joinLines(const std::vector<std::string>& a_oLines)
 {
     return join(a_oLines, "", [](const std::string& a_strLine) { return a_strLine + "\n"; });

@@ -22,6 +22,12 @@ inline constexpr char g_acNoAccounts[] =
 /// Tells on standard error what keeps the account from doing what is wanted.
 void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_oSources);
 
+/// Whether two rows update the same host at the same server. Pure.
+[[nodiscard]] bool isSameName(const korrin::ValueList& a_oRow, const korrin::ValueList& a_oOther);
+
+/// What is in doubt about a provider that is not sure. Pure.
+[[nodiscard]] std::string describeDoubt(const Provider& a_oProvider);
+
 /// One line each. Pure.
 [[nodiscard]] std::string joinLines(const std::vector<std::string>& a_oLines);
 

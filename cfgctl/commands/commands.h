@@ -23,6 +23,8 @@ namespace cfgctl
 [[nodiscard]] std::string runStatus(Database& a_oDatabase, const Options& a_oOptions);
 
 [[nodiscard]] std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions);
+/// Prints its report itself, then throws Failure if an account of the file is neither there nor added.
+[[nodiscard]] std::string runAccountImport(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runAccountList(Database& a_oDatabase, const Options& a_oOptions);
 /// Prints its report itself, then throws Failure if no update would be sent.
 [[nodiscard]] std::string runAccountTest(Database& a_oDatabase, const Options& a_oOptions);

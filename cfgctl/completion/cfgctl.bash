@@ -35,6 +35,7 @@ _cfgctl_value()
     case $1 in
         --provider | -p) _cfgctl_words "$(_cfgctl_column providers)" ;;
         --interface | -i) _cfgctl_words "$(_cfgctl_interfaces)" ;;
+        --format) _cfgctl_words "inadyn ddclient openwrt" ;;
         --account) _cfgctl_words "$(_cfgctl_column account list)" ;;
         --password-file | --providers | --socket | --output | -o) compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
@@ -50,7 +51,7 @@ _cfgctl_arguments()
         "account test" | "account enable" | "account disable" | "account remove" | "account password" | "account set")
             _cfgctl_words "$(_cfgctl_column account list)" ;;
         "providers "*) _cfgctl_words "$(_cfgctl_column providers)" ;;
-        "import "*) compopt -o filenames 2>/dev/null
+        "import "* | "account import") compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
         "tables "* | "watch "* | "export "* | "show " | "add " | "set " | "delete ") _cfgctl_words "$(_cfgctl_column tables)" ;;
         "show "* | "add "* | "set "* | "delete "*)
