@@ -71,14 +71,10 @@ void sortByTime(std::vector<korrin::ValueList>& a_oRows)
     }
 }
 
-Cell outcomeCell(const korrin::ValueList& a_oRow)
+Cell hostCell(const korrin::ValueList& a_oRow)
 {
-    const std::string strOutcome = textOf(a_oRow, "Outcome");
-    if (isNull(a_oRow, dbm::DynDns_Hostname))
-    {
-        return {"account is gone", Style::Faint};
-    }
-    return {strOutcome, styleOfOutcome(strOutcome)};
+    return isNull(a_oRow, dbm::DynDns_Hostname) ? Cell{"(account is gone)", Style::Faint}
+                                                : Cell{textOf(a_oRow, dbm::DynDns_Hostname)};
 }
 
 std::string describeWhen(const korrin::ValueList& a_oRow)
@@ -102,10 +98,11 @@ std::string describeWhenAndAge(const korrin::ValueList& a_oRow)
 
 std::vector<Cell> makeCells(const korrin::ValueList& a_oRow, const std::string& a_strWhen)
 {
+    const std::string strOutcome = textOf(a_oRow, "Outcome");
     return {{a_strWhen},
             {textOf(a_oRow, dbm::DynDnsLog_DynDnsId), Style::Plain, true},
-            {textOf(a_oRow, dbm::DynDns_Hostname)},
-            outcomeCell(a_oRow),
+            hostCell(a_oRow),
+            {strOutcome, styleOfOutcome(strOutcome)},
             {textOf(a_oRow, dbm::DynDnsLog_ResponseCode), Style::Plain, true},
             {readableAnswer(textOf(a_oRow, dbm::DynDnsLog_Response))}};
 }

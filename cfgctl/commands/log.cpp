@@ -76,7 +76,7 @@ private:
         const std::string strRefusals = m_oOptions.m_bJson ? "" : explainRefusals(a_oRows);
         if (!strRefusals.empty() && strRefusals != m_strExplained)
         {
-            complain("warning: " + strRefusals);
+            warn(strRefusals);
             m_strExplained = strRefusals;
         }
     }
