@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <map>
 
 namespace cfgctl
 {
@@ -63,9 +64,16 @@ Examples:
   cfgctl set DynDns Id=1 Interface=ppp1
   cfgctl set etl Id=1 serial_no=A1B2C3)";
 
-constexpr const char* s_pStatusFooter = R"(Examples:
+constexpr const char* s_pStatusFooter =
+    R"(--check is for monitoring programs. Its exit status is 0 if all is well, 1 if an
+enabled account failed, is overdue or cannot be sent, 2 if service, daemon or
+watcher are missing.
+
+Examples:
   cfgctl status
-  cfgctl status --json)";
+  cfgctl status --json
+  cfgctl status --check --max-age 30d
+  cfgctl status --metrics > /var/lib/prometheus/node-exporter/quorvad.prom)";
 
 constexpr const char* s_pClientsFooter = R"(Examples:
   cfgctl clients
@@ -208,9 +216,24 @@ private:
             ->capture_default_str();
     }
 
+    void addStatus()
+    {
+        const char* pHelp = "the accounts: latest result and next step";
+        CLI::App& oStatus = cfgctl::addCommand(m_oApp, m_oRequest, "status", pHelp, runStatus, s_pStatusFooter);
+        CLI::Option* pCheck =
+            oStatus.add_flag("--check", m_oOptions.m_bCheck, "one line and an exit status: 0, 1 or 2");
+        const char* pMaxAge = "with --check: a success longer ago is a failure; 90m, 36h, 30d";
+        const std::map<std::string, int> oUnits{{"s", 1}, {"m", 60}, {"h", 3600}, {"d", 86400}};
+        addOption(oStatus, "--max-age", m_oOptions.m_oMaxAgeSec, pMaxAge, "SPAN")
+            ->needs(pCheck)
+            ->transform(CLI::AsNumberWithUnit(oUnits, CLI::AsNumberWithUnit::UNIT_REQUIRED).description(""))
+            ->check(CLI::PositiveNumber.description(""));
+        oStatus.add_flag("--metrics", m_oOptions.m_bMetrics, "in Prometheus' text format")->excludes(pCheck);
+    }
+
     void addReaders()
     {
-        addCommand("status", "the accounts: latest result and next step", runStatus, s_pStatusFooter);
+        addStatus();
         addCommand("clients", "who is connected to the service", runClients, s_pClientsFooter);
         CLI::App& oShow = addCommand("show", "the rows of a table", runShow, s_pShowFooter);
         addTable(oShow);

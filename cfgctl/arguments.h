@@ -6,6 +6,7 @@
 #include "cfgctl/table.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -47,6 +48,9 @@ struct Options
     std::string m_strFile = "-";       ///< of export, import and account import
     bool m_bAll = false;               ///< export: also what other programs wrote
     AccountOptions m_oAccount;
+    bool m_bCheck = false;            ///< status: one line and an exit status
+    bool m_bMetrics = false;          ///< status: for Prometheus
+    std::optional<int> m_oMaxAgeSec;  ///< status: the oldest success that is good enough
     bool m_bFollow = false;           ///< log
     unsigned m_uiLines = 10;          ///< log: how many at most
     unsigned m_uiCount = 0;           ///< watch: exit after so many lines; 0: no limit

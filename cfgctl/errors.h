@@ -21,6 +21,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Everything was said; the program ends with that status.
+struct Exit
+{
+    int m_iStatus;
+};
+
 /// Throws Failure with that text unless the condition holds.
 inline void require(bool a_bCondition, const std::string& a_strFailure)
 {

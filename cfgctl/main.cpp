@@ -42,6 +42,10 @@ int main(int a_iCount, char** a_ppArguments)
         run(a_iCount, a_ppArguments);
         return 0;
     }
+    catch (const cfgctl::Exit& oExit)
+    {
+        return oExit.m_iStatus;
+    }
     catch (const cfgctl::UsageError& oError)
     {
         cfgctl::complain(oError.what());

@@ -16,8 +16,6 @@ namespace cfgctl
 namespace
 {
 
-constexpr const char* s_pNever = "never";
-
 bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
     return a_oRow.getValue(a_pColumn).getType() == korrin::eValueNull;
@@ -106,7 +104,7 @@ Cell lastCell(const AccountState& a_oState)
 
 Style styleOfOutcome(const std::string& a_strOutcome)
 {
-    if (a_strOutcome == s_pNever || a_strOutcome == nameOutcome(Outcome::Unknown))
+    if (a_strOutcome == g_pNever || a_strOutcome == nameOutcome(Outcome::Unknown))
     {
         return Style::Faint;
     }
@@ -132,7 +130,7 @@ AccountState makeState(const korrin::ValueList& a_oAccount, const StatusSources&
                            {dbm::Addr, oInterface.getValue(dbm::Addr)},
                            {"Addr6", findLast(a_oSources.m_oIPv6, dbm::Name, strInterface).getValue(dbm::Addr)},
                            {dbm::Enable, a_oAccount.getValue(dbm::Enable)},
-                           {"Outcome", platform::text(oLast ? nameOutcome(*oLast) : s_pNever)},
+                           {"Outcome", platform::text(oLast ? nameOutcome(*oLast) : g_pNever)},
                            {dbm::DynDnsStatus_Timestamp, oStatus.getValue(dbm::DynDnsStatus_Timestamp)},
                            {"AgeSeconds", ageOf(strTimestamp, a_iNow)},
                            {dbm::DynDnsLog_ResponseCode, oLog.getValue(dbm::DynDnsLog_ResponseCode)},
@@ -157,7 +155,7 @@ std::string describeLast(const AccountState& a_oState)
 {
     const korrin::ValueList& oFacts = a_oState.m_oFacts;
     const std::string strOutcome = textOf(oFacts, "Outcome");
-    if (strOutcome == s_pNever)
+    if (strOutcome == g_pNever)
     {
         return "not tried yet";
     }

@@ -13,6 +13,9 @@
 namespace cfgctl
 {
 
+/// The word for the outcome of an account that was not tried yet; all others are nameOutcome's.
+constexpr const char* g_pNever = "never";
+
 /// The colour of one of nameOutcome's words or of "never". Pure.
 [[nodiscard]] Style styleOfOutcome(const std::string& a_strOutcome);
 

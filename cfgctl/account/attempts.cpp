@@ -3,6 +3,7 @@
 #include "actions/gnudipprotocol.h"
 #include "actions/httpreply.h"
 #include "cfgctl/account/provider.h"
+#include "cfgctl/timestamp.h"
 
 #include <array>
 
@@ -79,6 +80,26 @@ std::optional<Outcome> judgeLast(const korrin::ValueList& a_oAccount, const Stat
         return judgeAttempt(a_oAccount, a_oSources.m_oStatus, oLog);
     }
     return isSet(oStatus, dbm::DynDnsStatus_Success) ? Outcome::Updated : Outcome::Failed; // its log row has gone
+}
+
+std::optional<std::time_t> lastSuccess(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
+{
+    const std::string strId = textOf(a_oAccount, dbm::Id);
+    const korrin::ValueList& oStatus = findLast(a_oSources.m_oStatus, dbm::DynDnsStatus_DynDnsId, strId);
+    if (isSet(oStatus, dbm::DynDnsStatus_Success))
+    {
+        return parseTimestamp(textOf(oStatus, dbm::DynDnsStatus_Timestamp));
+    }
+    std::optional<std::time_t> oLast;
+    for (const korrin::ValueList& oRow : a_oSources.m_oLog)
+    {
+        const bool bOf = textOf(oRow, dbm::DynDnsLog_DynDnsId) == strId;
+        if (bOf && isSuccess(judgeAttempt(a_oAccount, a_oSources.m_oStatus, oRow)))
+        {
+            oLast = parseTimestamp(textOf(oRow, dbm::DynDnsLog_Timestamp));
+        }
+    }
+    return oLast;
 }
 
 } // namespace cfgctl

@@ -2,6 +2,7 @@
 
 #include "cfgctl/database.h"
 
+#include <ctime>
 #include <optional>
 
 namespace cfgctl
@@ -33,5 +34,9 @@ judgeAttempt(const korrin::ValueList& a_oAccount, const Rows& a_oStatus, const k
 
 /// The outcome of the account's last attempt; nothing before the first one. Pure.
 [[nodiscard]] std::optional<Outcome> judgeLast(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources);
+
+/// When its last success that is still known was. Pure.
+[[nodiscard]] std::optional<std::time_t> lastSuccess(const korrin::ValueList& a_oAccount,
+                                                     const StatusSources& a_oSources);
 
 } // namespace cfgctl

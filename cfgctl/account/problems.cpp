@@ -65,9 +65,9 @@ private:
     [[nodiscard]] std::string text(const char* a_pColumn) const { return textOf(m_oAccount, a_pColumn); }
     [[nodiscard]] std::string setting(const std::string& a_strAssignment) const
     {
-        return "cfgctl set DynDns Id=" + (text(dbm::Id).empty() ? std::string("ID") : text(dbm::Id)) + " " +
-               a_strAssignment;
+        return "cfgctl set DynDns Id=" + idOrPlaceholder() + " " + a_strAssignment;
     }
+    [[nodiscard]] std::string idOrPlaceholder() const { return text(dbm::Id).empty() ? "ID" : text(dbm::Id); }
     void stopIf(bool a_bSo,
                 const char* a_pCode,
                 const std::string& a_strWhat,
@@ -159,7 +159,7 @@ private:
             stopIf(true,
                    "interface-missing",
                    strInterface + " does not exist; this machine has " + namesHere(),
-                   setting("Interface=NAME") + " chooses another",
+                   "'cfgctl account set " + idOrPlaceholder() + " --interface NAME' chooses another",
                    strWaits);
         }
         else if (m_oWatch.empty())

@@ -1,5 +1,6 @@
 #include "cfgctl/account/resend.h"
 
+#include "cfgctl/account/activity.h"
 #include "cfgctl/text.h"
 #include "config/nameservers.h"
 
@@ -54,7 +55,7 @@ std::string describeResend(const StatusSources& a_oSources,
                            const std::vector<std::string>& a_oChanged)
 {
     const Rows oOthers = findOthers(a_oSources, a_oChanged);
-    if (oOthers.empty())
+    if (oOthers.empty() || !isConnected(a_oSources, g_pDaemon).value_or(true))
     {
         return {};
     }

@@ -19,8 +19,6 @@ namespace cfgctl
 [[nodiscard]] std::string runExport(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runImport(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runClients(Database& a_oDatabase, const Options& a_oOptions);
-/// Prints the table itself, so that warnings stand behind it.
-[[nodiscard]] std::string runStatus(Database& a_oDatabase, const Options& a_oOptions);
 
 [[nodiscard]] std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions);
 /// Prints its report itself, then throws Failure if an account of the file is neither there nor added.
@@ -38,6 +36,10 @@ namespace cfgctl
 
 /// Needs no service.
 void runProviders(const Options& a_oOptions);
+
+/// Prints the table with warnings behind it, or what a monitoring program wants. With Options::m_bCheck it ends by
+/// throwing Exit, and does not throw Failure.
+void runStatus(const Options& a_oOptions);
 
 /// Prints the newest attempts and, with Options::m_bFollow, each new one until a signal ends it.
 void runLog(const Options& a_oOptions);

@@ -1,7 +1,9 @@
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/database.h"
+#include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
+#include "cfgctl/monitoring.h"
 #include "cfgctl/statusrows.h"
 
 #include <ctime>
@@ -9,12 +11,22 @@
 namespace cfgctl
 {
 
-std::string runStatus(Database& a_oDatabase, const Options& a_oOptions)
+namespace
 {
-    const std::vector<AccountState> oStates = makeStates(readSources(a_oDatabase), std::time(nullptr));
+
+StatusSources connectAndRead(const Options& a_oOptions)
+{
+    Session oSession(a_oOptions.m_strSocket);
+    Database oDatabase(oSession.getClient());
+    return readSources(oDatabase);
+}
+
+void printStatus(const Options& a_oOptions)
+{
+    const std::vector<AccountState> oStates = makeStates(connectAndRead(a_oOptions), std::time(nullptr));
     if (a_oOptions.m_bJson)
     {
-        return statesToJson(oStates);
+        return writeOut(statesToJson(oStates));
     }
     writeOut(renderTable(makeStatusTable(oStates), a_oOptions.m_oLayout));
     if (oStates.empty())
@@ -25,7 +37,51 @@ std::string runStatus(Database& a_oDatabase, const Options& a_oOptions)
     {
         warn(strWarning);
     }
-    return {};
+}
+
+Health checkHealth(const Options& a_oOptions)
+{
+    try
+    {
+        const StatusSources oSources = connectAndRead(a_oOptions);
+        const std::time_t iNow = std::time(nullptr);
+        return judgeHealth(makeStates(oSources, iNow), oSources, a_oOptions.m_oMaxAgeSec, iNow);
+    }
+    catch (const Failure& oError)
+    {
+        return judgeWithoutService(oError.what());
+    }
+}
+
+std::string collectMetrics(const Options& a_oOptions)
+{
+    try
+    {
+        const StatusSources oSources = connectAndRead(a_oOptions);
+        return makeMetrics(makeStates(oSources, std::time(nullptr)), oSources);
+    }
+    catch (const Failure& oError)
+    {
+        complain(oError.what());
+        return makeMetricsWithoutService();
+    }
+}
+
+} // namespace
+
+void runStatus(const Options& a_oOptions)
+{
+    if (a_oOptions.m_bMetrics)
+    {
+        return writeOut(collectMetrics(a_oOptions));
+    }
+    if (!a_oOptions.m_bCheck)
+    {
+        return printStatus(a_oOptions);
+    }
+    const Health oHealth = checkHealth(a_oOptions);
+    writeOut(oHealth.m_strText + "\n");
+    throw Exit{static_cast<int>(oHealth.m_eHealth)};
 }
 
 } // namespace cfgctl

@@ -39,7 +39,7 @@ _cfgctl_value()
         --account) _cfgctl_words "$(_cfgctl_column account list)" ;;
         --password-file | --providers | --socket | --output | -o) compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
-        --host | --user | --zone | --url | --server | --retry | --expect | --unchanged | --wait | --count | --timeout | --lines | -n) ;;
+        --host | --user | --zone | --url | --server | --retry | --expect | --unchanged | --wait | --count | --timeout | --max-age | --lines | -n) ;;
         *) return 1 ;;
     esac
 }
@@ -68,7 +68,7 @@ _cfgctl()
     for ((index = 1; index < COMP_CWORD; index++)); do # commands and arguments before the cursor, without options
         case ${COMP_WORDS[index]} in
             --socket) _cfgctl_socket=(--socket "${COMP_WORDS[++index]}") ;;
-            --json | --show-secrets | --help | --all | --dual | --disabled | --dry-run | --yes | --follow | -[hfyV]) ;;
+            --json | --show-secrets | --help | --all | --dual | --disabled | --dry-run | --yes | --follow | --check | --metrics | -[hfyV]) ;;
             -*) ((index++)) ;;
             *) words+=("${COMP_WORDS[index]}") ;;
         esac

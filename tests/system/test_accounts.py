@@ -135,6 +135,12 @@ def test_accounts(router):
     stopped = router.ctl("status")
     assert stopped.stdout.endswith("  nothing: no daemon is connected\n")
     assert stopped.stderr.count("warning: No daemon (quorvad) is connected") == 1
+    check = router.ctl("status", "--check", check=False)
+    assert (check.returncode, check.stdout) == (
+        2, "missing: no daemon (quorvad) is connected; no watcher (netifwatch) is connected\n")
+    router.service.stop()
+    assert router.ctl("status", "--check", check=False).returncode == 2
+    assert "\nquorvad_service_up 0\n" in router.ctl("status", "--metrics").stdout
 
 
 def test_completion(router):

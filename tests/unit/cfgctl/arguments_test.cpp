@@ -75,6 +75,7 @@ TEST(Arguments, KeyAndValuesAreSeparated)
     ASSERT_EQ(oSet.m_oValues.size(), 2U);
     EXPECT_TRUE(oSet.m_oValues[1].m_bFromFile);
     EXPECT_EQ(parse({"import", "status"}).m_oOptions.m_strFile, "status"); // a file named like a command
+    EXPECT_EQ(parse({"status", "--check", "--max-age", "36h"}).m_oOptions.m_oMaxAgeSec, 36 * 3600);
     const cfgctl::Request oAdd =
         parse({"account", "add", "-p", "a", "--host", "h", "-i", "i", "--expect", "", "--disabled"});
     EXPECT_EQ(std::get<cfgctl::Command*>(oAdd.m_oCommand), cfgctl::runAccountAdd);
@@ -99,6 +100,10 @@ TEST(Arguments, UsageErrorsPointToTheHelp)
         {"watch", "--timeout", "0"},
         {"status", "--wait", "1e9"},
         {"status", "x"},
+        {"status", "--check", "--metrics"},
+        {"status", "--max-age", "1d"},
+        {"status", "--check", "--max-age", "3"},
+        {"status", "--check", "--max-age", "30000d"},
         {"account"},
         {"account", "add", "--host", "h", "-i", "eth0"},
         {"account", "add", "--host", "h", "-i", "eth0", "-p", "a", "--url", "b"},

@@ -99,4 +99,22 @@ TEST(Status, CombinesTheTables)
               " 2  b.example  eth1 down  failed yesterday          disabled\n"
               " 3  c.example  eth2 ?     not tried yet             impossible\n"
               " 4  d.example  none       not tried yet             impossible\n");
+
+    // What cfgctl.1 says of the form.
+    const auto oJson = nlohmann::ordered_json::parse(cfgctl::statesToJson(oStates));
+    std::string strKeys;
+    for (const auto& oField : oJson.front().items())
+    {
+        strKeys += oField.key() + " ";
+    }
+    EXPECT_EQ(
+        strKeys,
+        "Id Hostname ServiceType Interface InterfaceUp Addr Addr6 Enable Outcome Timestamp AgeSeconds ResponseCode "
+        "Response Next NextSeconds Ready Problems ");
+    EXPECT_EQ(oJson[1]["Next"], "disabled");
+    EXPECT_EQ(oJson[1]["NextSeconds"], nullptr);
+    EXPECT_EQ(oJson[1]["Ready"], false);
+    EXPECT_EQ(oJson[1]["Problems"][0]["Code"], "disabled");
+    EXPECT_EQ(oJson[1]["Problems"][0]["Stops"], true);
+    EXPECT_EQ(oJson[0]["Outcome"], "updated");
 }
