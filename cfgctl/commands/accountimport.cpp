@@ -31,6 +31,7 @@ std::vector<Line> readLines(const Options& a_oOptions, std::vector<std::string>&
     const std::string strBytes = readFile(a_oOptions.m_strFile, g_uiClientFileBytes);
     const std::string strName = a_oOptions.m_strFile == "-" ? "standard input" : a_oOptions.m_strFile;
     ClientFile oFile = within(strName + ": ", [&] { return parseClientFile(strBytes, oAccount.m_strFormat); });
+    require(!oFile.m_oAccounts.empty(), strName + ": it has no account");
     a_oNotes = std::move(oFile.m_oNotes);
     const Providers oProviders = readProviders(oAccount.m_strProviders);
     std::vector<Line> oLines;
@@ -108,6 +109,7 @@ std::string showTable(const std::vector<Line>& a_oLines, const Layout& a_oLayout
 {
     Table oTable{{"Line", "Host", "Provider", "User", "Interface", "Result"}, {}};
     std::string strReasons;
+    std::string strLast;
     for (const Line& oLine : a_oLines)
     {
         const Takeover& oTakeover = oLine.m_oTakeover;
@@ -121,7 +123,10 @@ std::string showTable(const std::vector<Line>& a_oLines, const Layout& a_oLayout
                                   {oLine.m_strResult + strId, eStyle}});
         if (!oTakeover.m_strReason.empty())
         {
-            strReasons += "line " + std::to_string(oTakeover.m_uiLine) + ": " + oTakeover.m_strReason + "\n";
+            const std::string strReason =
+                "line " + std::to_string(oTakeover.m_uiLine) + ": " + oTakeover.m_strReason + "\n";
+            strReasons += strReason == strLast ? "" : strReason; // one line for all hosts of a line
+            strLast = strReason;
         }
     }
     return renderTable(oTable, a_oLayout) + (strReasons.empty() ? "" : "\nLeft out:\n" + strReasons);

@@ -169,7 +169,9 @@ ForeignAccount makeAccount(const Block& a_oBlock, const Settings& a_oGeneral)
         takeUrl(a_oBlock, oAccount);
         return oAccount;
     }
-    oAccount.m_strService = a_oBlock.m_strName.substr(0, a_oBlock.m_strName.rfind(':'));
+    const std::size_t uiEnd = a_oBlock.m_strName.find_last_not_of("0123456789");
+    const bool bNumber = uiEnd != std::string::npos && a_oBlock.m_strName[uiEnd] == ':';
+    oAccount.m_strService = bNumber ? a_oBlock.m_strName.substr(0, uiEnd) : a_oBlock.m_strName;
     oAccount.m_bIPv6 = oAccount.m_strService.find("ipv6") != std::string::npos;
     oAccount.m_bIPv4 = !oAccount.m_bIPv6;
     for (const std::string strPrefix : {"default@", "dyndns@"})

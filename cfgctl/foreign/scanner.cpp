@@ -75,7 +75,7 @@ void Settings::set(const Scanner& a_oScanner, const std::string& a_strName, cons
 {
     if (a_strName.empty() || a_strName.size() > s_uiLongestName || m_oValues.size() > s_uiMostNames)
     {
-        a_oScanner.fail("no, too many or too long names of values");
+        a_oScanner.fail("no name, a name that is too long, or too many of them");
     }
     if (a_strValue.size() > g_uiForeignText)
     {

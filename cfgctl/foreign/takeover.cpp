@@ -1,6 +1,7 @@
 #include "cfgctl/foreign/takeover.h"
 
 #include "actions/updateurl.h"
+#include "cfgctl/account/names.h"
 #include "cfgctl/account/urltemplate.h"
 #include "cfgctl/errors.h"
 #include "config/schema.h"
@@ -18,6 +19,7 @@ namespace
 {
 
 constexpr std::size_t s_uiLongestName = 60;
+constexpr char s_acZoneItself[] = "@"; // as a label
 
 /// A provider's name that is safe to repeat: not a URL or a key.
 std::string quoteService(const std::string& a_strService)
@@ -45,6 +47,9 @@ Provider chooseProvider(const Providers& a_oProviders, const ForeignAccount& a_o
     }
     require(!a_oAccount.m_strUrl.empty(),
             "unknown provider" + quoteService(a_oAccount.m_strService) + ": 'cfgctl account add' takes its update URL");
+    const std::string strFault =
+        findUrlFault(a_oAccount.m_strUrl, getPlaceholders()); // may name what is in '<' and '>'
+    require(strFault.find('<') == std::string::npos, "its update URL contains '<'");
     return makeOwnProvider(a_oAccount.m_strUrl, !a_oAccount.m_strUser.empty());
 }
 
@@ -95,7 +100,7 @@ void takeZone(ForeignAccount& a_oAccount, AccountSpec& a_oSpec)
     const std::string strLabel = bZone ? strHost : strUser;
     if (!bZone || !bHost)
     {
-        strHost = (strLabel == "@" ? std::string() : strLabel + ".") + a_oSpec.m_strZone;
+        strHost = (strLabel == s_acZoneItself ? std::string() : strLabel + ".") + a_oSpec.m_strZone;
     }
 }
 
@@ -122,15 +127,18 @@ void checkAccount(const ForeignAccount& a_oAccount)
     require(a_oAccount.m_bEnabled, "it is disabled there");
     require(a_oAccount.m_bIPv4,
             "it announces an IPv6 address alone: use 'cfgctl account add' with --url and <ipaddr6>");
-    require(!a_oAccount.m_strHost.empty(), "the file names no host");
+    // not repeated: a password with a blank and without quotes may have left a part of it here
+    const std::string strFault = a_oAccount.m_strHost == s_acZoneItself ? "" : findHostFault(a_oAccount.m_strHost);
+    require(strFault.empty(), "the host " + strFault);
 }
 
 void plan(const Providers& a_oProviders, ForeignAccount a_oAccount, Takeover& a_oTakeover)
 {
     AccountSpec& oSpec = a_oTakeover.m_oSpec;
     checkAccount(a_oAccount);
-    require(!oSpec.m_strInterface.empty(), "the file names no interface: give one with --interface");
+    oSpec.m_strHost = a_oAccount.m_strHost;
     a_oTakeover.m_oProvider = chooseProvider(a_oProviders, a_oAccount);
+    require(!oSpec.m_strInterface.empty(), "the file names no interface: give one with --interface");
     const Provider& oProvider = a_oTakeover.m_oProvider;
     fitSignIn(oProvider, a_oAccount, oSpec);
     oSpec.m_strHost = a_oAccount.m_strHost;
@@ -157,7 +165,6 @@ Takeover
 planTakeover(const Providers& a_oProviders, const ForeignAccount& a_oAccount, const std::string& a_strInterface)
 {
     Takeover oTakeover{a_oAccount.m_uiLine, {}, {}, {}, {}};
-    oTakeover.m_oSpec.m_strHost = a_oAccount.m_strHost;
     oTakeover.m_oSpec.m_strInterface = a_oAccount.m_strInterface.empty() ? a_strInterface : a_oAccount.m_strInterface;
     try
     {
@@ -165,6 +172,7 @@ planTakeover(const Providers& a_oProviders, const ForeignAccount& a_oAccount, co
     }
     catch (const Failure& oError)
     {
+        oTakeover.m_oPlan = {};
         oTakeover.m_strReason = oError.what();
     }
     return oTakeover;

@@ -203,3 +203,33 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
     EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("is now enabled"));
 }
+
+TEST_F(Commands, AccountsOfAnotherClientAreAddedOnceAndOnlyIfWanted)
+{
+    const auto import = [&](const Options& a_oOptions)
+    {
+        testing::internal::CaptureStdout();
+        const std::string strReason = run(cfgctl::runAccountImport, a_oOptions);
+        return testing::internal::GetCapturedStdout() + strReason;
+    };
+    Options oImport = on("");
+    oImport.m_strFile = m_oFolder.write("ddclient.conf",
+                                        "server=dynupdate.no-ip.com, login=alice, password='ge&heim'\n"
+                                        "a.example, b.example, a.example\n");
+    EXPECT_THAT(refused(cfgctl::runAccountImport, oImport), HasSubstr("3 accounts of the file left out"));
+    oImport.m_oAccount.m_oSpec.m_strInterface = "nix0";
+    EXPECT_THAT(refused(cfgctl::runAccountImport, oImport), HasSubstr("Nothing was written; --yes adds 2 accounts"));
+    EXPECT_EQ(add("DynDns", {"Hostname=c.example"}), "1\n");
+    oImport.m_oAccount.m_bYes = true;
+    const std::string strTable = import(oImport);
+    EXPECT_THAT(strTable, testing::ContainsRegex(" 2 +a.example +No-IP +alice +nix0 +added as 2"));
+    EXPECT_THAT(strTable, testing::ContainsRegex(" 2 +b.example +No-IP +alice +nix0 +added as 3"));
+    EXPECT_THAT(strTable, Not(HasSubstr("heim")));
+    oImport.m_bJson = true;
+    EXPECT_THAT(import(oImport), HasSubstr("\"result\": \"exists\",\n    \"id\": 3,\n    \"reason\": null\n"));
+    Options oShow = on("DynDns");
+    oShow.m_bShowSecrets = oShow.m_bJson = true;
+    EXPECT_THAT(run(cfgctl::runShow, oShow), HasSubstr("\"Password\": \"ge&heim\""));
+    oImport.m_strFile = m_oFolder.write("empty.conf", "use=if\n");
+    EXPECT_THAT(refused(cfgctl::runAccountImport, oImport), HasSubstr("empty.conf: it has no account"));
+}

@@ -74,3 +74,83 @@ TEST(ClientFile, ExamplesOfTheDocumentation)
                     "10 cam.example.net https://dyn.example.net/update?host=<domain>&ip=<ipaddr> alice secret eth9",
                     HasSubstr("IPv6 address alone")));
 }
+
+TEST(ClientFile, WhatCannotBeTakenOverSaysWhy)
+{
+    const auto provider = [](const std::string& a_strName, const std::string& a_strUser, const std::string& a_strMore)
+    { return "provider " + a_strName + " { username = '" + a_strUser + "' " + a_strMore + " }"; };
+    const auto service = [](const std::string& a_strMore) {
+        return "config service x\noption enabled 1\noption service_name no-ip.com\noption domain a.example\n" +
+               a_strMore;
+    };
+    const std::string strHost = "hostname = a.example password = geheim";
+    const std::vector<std::pair<std::string, const char*>> oCases{
+        {provider("default@nix.example", "u", strHost), "unknown provider 'nix.example'"},
+        {provider("'https://x/?k=geheim'", "u", strHost), "unknown provider: "},
+        {provider("default@cloudflare.com", "u", strHost), "Cloudflare cannot be served: it wants a token in a header"},
+        {provider("default@no-ip.com:2", "u", "hostname = a.example"), "no password"},
+        {provider("default@no-ip.com", "", strHost), "needs a user name"},
+        {provider("default@no-ip.com", "u", "password = geheim"), "the host is empty"},
+        {provider("default@no-ip.com", "u", "password = geheim hostname = 'geheim '"), "the host may contain only"},
+        {provider("ipv6tb@he.net", "u", strHost), "IPv6 address alone"},
+        {provider("default@freedns.afraid.org", "u", strHost), "one key"},
+        {provider("default@namecheap.com", "", strHost), "--zone"},
+        {service("option username u\noption password geheim\noption enabled 0"), "disabled"},
+        {service("option update_script /x\n"), "a script"},
+        {"protocol=dyndns2, login=u, password_env=X a.example", "environment"},
+        {"usev6=ifv6, ifv6=eth0, login=u, password=geheim a.example", "IPv6 address alone"},
+        {"server=x.example/<geheim>, login=u, password=geheim a.example", "contains '<'"},
+    };
+    for (const auto& [strFile, pReason] : oCases)
+    {
+        EXPECT_THAT(takeOver(strFile),
+                    ElementsAre(testing::AllOf(HasSubstr(pReason), testing::Not(HasSubstr("geheim")))))
+            << strFile;
+    }
+}
+
+TEST(ClientFile, KeyAndUserAreFoundWhereTheOtherClientKeepsThem)
+{
+    const std::string strDuck = "1 a.duckdns.org" + s_strDuck + "k-1 eth9";
+    EXPECT_THAT(takeOver("config service x\noption enabled 1\noption service_name duckdns.org\n"
+                         "option domain a.duckdns.org\noption username a\noption password k-1\n"),
+                ElementsAre(strDuck));
+    EXPECT_THAT(takeOver("protocol=duckdns,password=k-1 a.duckdns.org # comment"), ElementsAre(strDuck));
+    EXPECT_THAT(
+        takeOver("\nserver=dyn.dns.he.net,ssl=no \\\r\na.example login 'geheim # x'"),
+        ElementsAre(
+            "2 a.example https://dyn.dns.he.net/nic/update?hostname=<domain>&myip=<ipaddr> a.example geheim # x eth9"));
+}
+
+TEST(ClientFile, HostileFilesAreRefusedWithTheLine)
+{
+    std::string strHosts = "provider x { hostname = {";
+    for (std::size_t uiHost = 0; uiHost <= g_uiForeignAccounts; ++uiHost)
+    {
+        strHosts += " a,";
+    }
+    const std::vector<std::tuple<const char*, std::string, const char*>> oCases{
+        {"", "just text", "not a configuration of"},
+        {"", std::string("\n\0use=if", 9), "line 2: a control character"},
+        {"", "# \x1b[2J\nuse=if", "line 1: a control character"},
+        {"", "use=if\n\xff", "line 2: not UTF-8"},
+        {"inadyn", "system default@x", "line 1: '=' is missing"},
+        {"inadyn", "\nprovider x { hostname = 'geheim", "line 2: a quote is not closed"},
+        {"inadyn", "provider x {", "line 1: a word is missing"},
+        {"inadyn", "/* \n *", "line 2: a comment is not closed"},
+        {"inadyn", "a = \"${HOME}\"", "environment"},
+        {"inadyn", std::string(100000, '{'), "line 1: a word is missing"},
+        {"inadyn", strHosts, "line 1: the list is too long"},
+        {"ddclient", "a=#geheim", "line 1: '#' within a word"},
+        {"ddclient", "a.example b c geheim", "line 1: too many words"},
+        {"ddclient", "=geheim", "line 1: no name"},
+        {"ddclient", "login=" + std::string(g_uiForeignText + 1, 'x'), "line 1: a value longer than"},
+        {"openwrt", "config service\n\toption password geheim x", "line 2: neither"},
+    };
+    for (const auto& [pFormat, strFile, pReason] : oCases)
+    {
+        const std::string strReason =
+            reasonOf<Failure>([&, &strText = strFile, pName = pFormat] { (void)parseClientFile(strText, pName); });
+        EXPECT_THAT(strReason, testing::AllOf(HasSubstr(pReason), testing::Not(HasSubstr("geheim"))));
+    }
+}
