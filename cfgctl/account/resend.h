@@ -18,8 +18,9 @@ inline constexpr int g_iLatestTrySec = quorvad::g_iLongestStartSec + quorvad::g_
 [[nodiscard]] std::string describeFirstTry();
 
 /// Tells which other accounts a change of some sends again, and who blocks clients that repeat an unchanged address; a
-/// sentence, empty if no other is sent. The daemon takes up the DNS servers afresh with every change of DynDns and
-/// sends all enabled accounts on interfaces that have one, unless only the user's own servers are asked. Pure.
+/// sentence, empty if no other is sent or no daemon is connected. The daemon takes up the DNS servers afresh with every
+/// change of DynDns and sends all enabled accounts on interfaces that have one, unless only the user's own servers are
+/// asked. Pure.
 /// @param a_oChanged the Ids of the accounts that are changed
 [[nodiscard]] std::string describeResend(const StatusSources& a_oSources,
                                          const Providers& a_oProviders,

@@ -76,7 +76,7 @@ std::string showPlan(const AccountPlan& a_oPlan, const Options& a_oOptions)
     {
         oTable.m_oRows.push_back({{strColumn}, {oValue.getText()}});
     }
-    return renderTable(oTable, {}) + "Nothing was written.\n" + joinLines(a_oPlan.m_oNotes);
+    return renderTable(oTable, {}) + "Nothing was written.\n" + joinLines(a_oPlan.m_oNotes, a_oOptions.m_oLayout);
 }
 
 void addPassword(AccountPlan& a_oPlan, const Provider& a_oProvider, const AccountOptions& a_oOptions)
@@ -109,19 +109,20 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     {
         oRow.add(dbm::DynDns_Password, platform::text(std::string(g_strHidden))); // stands for the real one
     }
-    for (const std::string& strWarning : findWarnings(oProvider, oRow, oSources))
-    {
-        complain(strWarning);
-    }
-    complainOfProblems(oRow, oSources);
+    const std::vector<std::string> oWarnings = findWarnings(oProvider, oRow, oSources);
     if (oAccount.m_bDryRun)
     {
-        return showPlan(oPlan, a_oOptions);
+        writeWithWarnings(showPlan(oPlan, a_oOptions), oWarnings, oRow, oSources);
+        return {};
     }
+    const StatusSources oAfter = readSources(a_oDatabase);
     const std::string strText = "Added " + nameAccount(oRow) + " at " + oProvider.m_strName + ", through " +
-                                oAccount.m_oSpec.m_strInterface + ".\n" + joinLines(oPlan.m_oNotes);
+                                oAccount.m_oSpec.m_strInterface + ".\n" +
+                                joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout) + tellNextOf(oRow, oAfter);
     const std::string strTold = tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
-    return a_oOptions.m_bJson ? rowToJson(platform::row({{dbm::Id, oId}})) : strTold;
+    writeWithWarnings(
+        a_oOptions.m_bJson ? rowToJson(platform::row({{dbm::Id, oId}})) : strTold, oWarnings, oRow, oAfter);
+    return {};
 }
 
 } // namespace cfgctl

@@ -1,6 +1,7 @@
 #include "cfgctl/commands/accounts.h"
 
 #include "cfgctl/account/accountplan.h"
+#include "cfgctl/account/next.h"
 #include "cfgctl/account/password.h"
 #include "cfgctl/account/problems.h"
 #include "cfgctl/account/provider.h"
@@ -14,6 +15,7 @@
 #include "cfgctl/text.h"
 
 #include <algorithm>
+#include <ctime>
 #include <thread>
 
 namespace cfgctl
@@ -110,12 +112,26 @@ korrin::ValueList findAccount(Database& a_oDatabase, const std::string& a_strIdO
     return oRows.front();
 }
 
-void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_oSources)
+void writeWithWarnings(const std::string& a_strOutput,
+                       const std::vector<std::string>& a_oWarnings,
+                       const korrin::ValueList& a_oRow,
+                       const StatusSources& a_oSources)
 {
+    writeOut(a_strOutput);
+    std::for_each(a_oWarnings.begin(), a_oWarnings.end(), warn);
     for (const Problem& oProblem : findProblems(a_oRow, a_oSources))
     {
-        warn(tellProblem(oProblem));
+        if (oProblem.m_strCode != g_pDisabledCode)
+        {
+            warn(tellProblem(oProblem));
+        }
     }
+}
+
+std::string tellNextOf(const korrin::ValueList& a_oRow, const StatusSources& a_oSources)
+{
+    const std::time_t iNow = std::time(nullptr);
+    return tellNext(findNext(a_oRow, a_oSources, findProblems(a_oRow, a_oSources), iNow)) + "\n";
 }
 
 bool isSameName(const korrin::ValueList& a_oRow, const korrin::ValueList& a_oOther)
@@ -131,9 +147,10 @@ std::string describeDoubt(const Provider& a_oProvider)
            "): check the first answers with 'cfgctl log'";
 }
 
-std::string joinLines(const std::vector<std::string>& a_oLines)
+std::string joinLines(const std::vector<std::string>& a_oLines, const Layout& a_oLayout)
 {
-    return join(a_oLines, "", [](const std::string& a_strLine) { return a_strLine + "\n"; });
+    return join(
+        a_oLines, "", [&](const std::string& a_strLine) { return wrapWords(a_strLine, a_oLayout.m_uiWidth) + "\n"; });
 }
 
 std::string nameAccount(const korrin::ValueList& a_oRow)
@@ -160,7 +177,7 @@ std::string tellChange(Database& a_oDatabase,
         }
         return {};
     }
-    return a_strText + (strResend.empty() ? "" : strResend + "\n");
+    return a_strText + (strResend.empty() ? "" : joinLines({strResend}, a_oOptions.m_oLayout));
 }
 
 Providers readProviders(const std::string& a_strMore)
@@ -260,7 +277,8 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), platform::row({{dbm::DynDns_Password, oPassword}}));
     a_oDatabase.commit();
-    const std::string strText = "The password of " + nameAccount(oRow) + " was changed.\n" + joinLines(oPlan.m_oNotes);
+    const std::string strText =
+        "The password of " + nameAccount(oRow) + " was changed.\n" + joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout);
     return tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
 }
 

@@ -19,8 +19,15 @@ inline constexpr char g_acNoAccounts[] =
 /// The account with this Id, or the only one with this host. Throws Failure if there is none or more than one.
 [[nodiscard]] korrin::ValueList findAccount(Database& a_oDatabase, const std::string& a_strIdOrHost);
 
-/// Tells on standard error what keeps the account from doing what is wanted.
-void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_oSources);
+/// Writes the output, then warns: of these, and of what keeps the account from doing what is wanted, but not that it is
+/// disabled.
+void writeWithWarnings(const std::string& a_strOutput,
+                       const std::vector<std::string>& a_oWarnings,
+                       const korrin::ValueList& a_oRow,
+                       const StatusSources& a_oSources);
+
+/// A line that tells what happens next with an account of these tables.
+[[nodiscard]] std::string tellNextOf(const korrin::ValueList& a_oRow, const StatusSources& a_oSources);
 
 /// Whether two rows update the same host at the same server. Pure.
 [[nodiscard]] bool isSameName(const korrin::ValueList& a_oRow, const korrin::ValueList& a_oOther);
@@ -28,8 +35,8 @@ void complainOfProblems(const korrin::ValueList& a_oRow, const StatusSources& a_
 /// What is in doubt about a provider that is not sure. Pure.
 [[nodiscard]] std::string describeDoubt(const Provider& a_oProvider);
 
-/// One line each. Pure.
-[[nodiscard]] std::string joinLines(const std::vector<std::string>& a_oLines);
+/// One line each, or more where the terminal is narrow. Pure.
+[[nodiscard]] std::string joinLines(const std::vector<std::string>& a_oLines, const Layout& a_oLayout);
 
 /// "account 1 (home.example.net)". Pure.
 [[nodiscard]] std::string nameAccount(const korrin::ValueList& a_oRow);

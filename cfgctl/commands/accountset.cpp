@@ -3,6 +3,7 @@
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
+#include "platform/base/escape.h"
 
 namespace cfgctl
 {
@@ -10,24 +11,21 @@ namespace cfgctl
 namespace
 {
 
-std::string showChange(const korrin::ValueList& a_oRow,
-                       const Provider* a_pProvider,
-                       const korrin::ValueList& a_oColumns,
-                       const Layout& a_oLayout)
+/// A line per column. The update URL, which may hold keys, is only named.
+std::string showChange(const korrin::ValueList& a_oRow, const korrin::ValueList& a_oColumns)
 {
-    const auto show = [&](const std::string& a_strColumn, const std::string& a_strValue)
-    {
-        const bool bKnownUrl = a_pProvider != nullptr && a_strColumn == dbm::DynDns_ServerAddr;
-        return bKnownUrl ? hideTemplate(a_strValue, {a_pProvider->m_strUrl, a_pProvider->m_strUrlDual})
-                         : hideSecret(dbm::Table_DynDns, a_strColumn, a_strValue);
-    };
-    Table oTable{{"Column", "Was", "Is"}, {}};
+    const auto show = [](const std::string& a_strValue)
+    { return a_strValue.empty() ? "(none)" : platform::escape(a_strValue); };
+    std::string strText;
     for (const auto& [strColumn, oValue] : a_oColumns)
     {
-        oTable.m_oRows.push_back(
-            {{strColumn}, {show(strColumn, textOf(a_oRow, strColumn))}, {show(strColumn, oValue.getText())}});
+        strText += "  " + strColumn +
+                   (strColumn == dbm::DynDns_ServerAddr
+                        ? " accordingly"
+                        : ": " + show(textOf(a_oRow, strColumn)) + " -> " + show(oValue.getText())) +
+                   "\n";
     }
-    return renderTable(oTable, a_oLayout);
+    return strText;
 }
 
 /// The columns that have changed, with the Id.
@@ -56,21 +54,21 @@ std::string runAccountSet(Database& a_oDatabase, const Options& a_oOptions)
     const Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
     a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout); // from here on, nobody else can change what is read
     const korrin::ValueList oRow = findAccount(a_oDatabase, a_oOptions.m_oAccount.m_strAccount);
-    const Provider* pProvider = recogniseProvider(oProviders, oRow);
-    const ChangePlan oPlan = planChange(oRow, pProvider, a_oOptions.m_oAccount.m_oChange);
-    std::string strText = "Nothing to change: " + nameAccount(oRow) + " is like that already.\n";
-    std::vector<std::string> oChanged;
-    if (!oPlan.m_oColumns.empty())
+    const ChangePlan oPlan = planChange(oRow, recogniseProvider(oProviders, oRow), a_oOptions.m_oAccount.m_oChange);
+    if (oPlan.m_oColumns.empty())
     {
-        a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), oPlan.m_oColumns);
-        a_oDatabase.commit();
-        oChanged = {textOf(oRow, dbm::Id)};
-        strText = "Changed " + nameAccount(oRow) + ":\n" +
-                  showChange(oRow, pProvider, oPlan.m_oColumns, a_oOptions.m_oLayout);
-        complainOfProblems(applied(oRow, oPlan.m_oColumns), readSources(a_oDatabase));
+        const std::string strText = "Nothing to change: " + nameAccount(oRow) + " is like that already.\n";
+        return a_oOptions.m_bJson ? changeToJson(oRow, {}) : strText;
     }
-    const std::string strTold = tellChange(a_oDatabase, a_oOptions, oChanged, strText + joinLines(oPlan.m_oNotes));
-    return a_oOptions.m_bJson ? changeToJson(oRow, oPlan.m_oColumns) : strTold;
+    a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), oPlan.m_oColumns);
+    a_oDatabase.commit();
+    const korrin::ValueList oAfter = applied(oRow, oPlan.m_oColumns);
+    const StatusSources oSources = readSources(a_oDatabase);
+    const std::string strText = "Changed " + nameAccount(oRow) + ":\n" + showChange(oRow, oPlan.m_oColumns) +
+                                joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout) + tellNextOf(oAfter, oSources);
+    const std::string strTold = tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
+    writeWithWarnings(a_oOptions.m_bJson ? changeToJson(oRow, oPlan.m_oColumns) : strTold, {}, oAfter, oSources);
+    return {};
 }
 
 } // namespace cfgctl

@@ -45,7 +45,10 @@ std::string describeSuccess(const korrin::ValueList& a_oAccount)
         return "code " + std::to_string(quorvad::g_iGnudipSuccess);
     }
     const std::string strExpect = textOf(a_oAccount, dbm::DynDns_ExpectedResultSubString);
-    return strExpect.empty() ? "HTTP status 200" : "an answer that contains \"" + strExpect + "\"";
+    const std::string strUnchanged = textOf(a_oAccount, dbm::DynDns_UnchangedResultSubString);
+    return strExpect.empty() ? "HTTP status 200"
+                             : "an answer that contains \"" + strExpect +
+                                   (strUnchanged.empty() ? "\"" : "\" or \"" + strUnchanged + "\"");
 }
 
 std::string describeInterface(const korrin::ValueList& a_oFacts)

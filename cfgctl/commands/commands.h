@@ -20,6 +20,7 @@ namespace cfgctl
 [[nodiscard]] std::string runImport(Database& a_oDatabase, const Options& a_oOptions);
 [[nodiscard]] std::string runClients(Database& a_oDatabase, const Options& a_oOptions);
 
+// The next one, and runAccountSet, print their output themselves, with warnings behind it.
 [[nodiscard]] std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions);
 /// Prints its report itself, then throws Failure if an account of the file is neither there nor added.
 [[nodiscard]] std::string runAccountImport(Database& a_oDatabase, const Options& a_oOptions);

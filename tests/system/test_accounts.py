@@ -95,6 +95,7 @@ def test_accounts(router):
     daemon.wait_log("Built scheduler", times=2)
     ready = router.ctl("account", "test", "1").stdout
     assert re.search(r"^Ready: an update goes out within \d+ seconds\.$", ready, re.M)
+    assert 'contains "good" or "nochg"' in ready
     assert "10.64.0.2" in ready and "10.99.0.53" in ready and WORD not in ready
     router.wait_rows("DynDnsStatus", START_PERIOD + 15, 2, Success=1)
     basic, = router.isp.requests("/nic/")

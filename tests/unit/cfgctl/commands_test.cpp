@@ -22,11 +22,23 @@ class Commands : public testing::Test
 protected:
     using Command = std::string (*)(cfgctl::Database&, const Options&);
 
+    /// What the command returns and what it prints itself.
     std::string run(Command a_pCommand, const Options& a_oOptions)
     {
         cfgctl::Session oSession(m_oService.getSocket());
         cfgctl::Database oDatabase(oSession.getClient());
-        return a_pCommand(oDatabase, a_oOptions);
+        testing::internal::CaptureStdout();
+        std::string strReturned;
+        try
+        {
+            strReturned = a_pCommand(oDatabase, a_oOptions);
+        }
+        catch (const std::exception&)
+        {
+            static_cast<void>(testing::internal::GetCapturedStdout());
+            throw;
+        }
+        return testing::internal::GetCapturedStdout() + strReturned;
     }
     std::string refused(Command a_pCommand, const Options& a_oOptions)
     {
@@ -166,7 +178,9 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     EXPECT_EQ(run(cfgctl::runShow, on("DynDns")).find("home"), std::string::npos);
     oAdd.m_oAccount.m_bDryRun = false;
     oAdd.m_oAccount.m_strPasswordFile = m_oFolder.write("password", "geheim\r\n");
-    EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd), HasSubstr("Added account 1 (home.example.org) at Namecheap"));
+    EXPECT_THAT(run(cfgctl::runAccountAdd, oAdd),
+                testing::ContainsRegex(
+                    "Added account 1 .home.example.org. at Namecheap, through nix0.\n(.*\n)*Not ready: no update"));
     oAdd.m_oAccount.m_strProvider = "cloudflare";
     EXPECT_THAT(refused(cfgctl::runAccountAdd, oAdd), HasSubstr("wants a token in a header and JSON by PUT or PATCH"));
     const std::string strBad = m_oFolder.write("bad.json", "{}");
@@ -188,7 +202,7 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     oOne.m_oAccount.m_strProviders.clear();
     const std::string strChanged = run(cfgctl::runAccountSet, oOne);
     EXPECT_THAT(strChanged, HasSubstr("Changed account 1 (home.example.org):\n"));
-    EXPECT_THAT(strChanged, testing::ContainsRegex("Hostname +home.example.org +www.example.org\n"));
+    EXPECT_THAT(strChanged, HasSubstr("\n  Hostname: home.example.org -> www.example.org\n  ServerAddr accordingly\n"));
     EXPECT_THAT(run(cfgctl::runShow, on("DynDns", {"Id=1"})), HasSubstr("?host=********&domain=********&"));
     EXPECT_THAT(refused(cfgctl::runAccountSet, oOne), HasSubstr("No account home.example.org"));
     oOne.m_oAccount.m_strAccount = "1";
