@@ -37,7 +37,9 @@ def test_moving(router):
     router.service.stop()
     router.service, router.database = None, router.folder / "moved.db"
     router.start_service()
+    router.start_watcher()
     router.describe("NEW")
+    router.start_daemon().wait_log("Connected to the configuration service")
     arrived = run(arrive)
     assert "wan9" in arrived.stdout + arrived.stderr and not settings.exists(), arrived
     assert router.ctl("--show-secrets", "show", "DynDns").stdout == account and "word" in account
