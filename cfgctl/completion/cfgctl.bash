@@ -35,11 +35,12 @@ _cfgctl_value()
     case $1 in
         --provider | -p) _cfgctl_words "$(_cfgctl_column providers)" ;;
         --interface | -i) _cfgctl_words "$(_cfgctl_interfaces)" ;;
+        --exec) mapfile -t COMPREPLY < <(compgen -c -- "$cur") ;;
         --format) _cfgctl_words "inadyn ddclient openwrt" ;;
         --account) _cfgctl_words "$(_cfgctl_column account list)" ;;
         --password-file | --providers | --socket | --output | -o) compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
-        --host | --user | --zone | --url | --server | --retry | --expect | --unchanged | --wait | --count | --timeout | --max-age | --lines | -n) ;;
+        --host | --user | --zone | --url | --server | --retry | --expect | --unchanged | --wait | --count | --timeout | --exec-limit | --max-age | --lines | -n) ;;
         *) return 1 ;;
     esac
 }

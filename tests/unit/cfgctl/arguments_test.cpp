@@ -68,6 +68,15 @@ TEST(Arguments, GlobalOptionsMayStandAnywhere)
     }
 }
 
+TEST(Arguments, ExecTakesTheRestOfTheLine)
+{
+    const cfgctl::Options oOptions =
+        parse({"watch", "--count", "1", "--exec", "mail", "--json", "--exec", "-h"}).m_oOptions;
+    EXPECT_EQ(oOptions.m_oExec, (std::vector<std::string>{"mail", "--json", "--exec", "-h"}));
+    EXPECT_EQ(oOptions.m_uiCount, 1U);
+    EXPECT_FALSE(oOptions.m_bJson);
+}
+
 TEST(Arguments, KeyAndValuesAreSeparated)
 {
     const cfgctl::Options oSet = parse({"set", "T", "Id=1", "Id=2", "B@=-"}).m_oOptions;
@@ -98,6 +107,9 @@ TEST(Arguments, UsageErrorsPointToTheHelp)
         {"show", "T", "A=1", "--Password:geheim"},
         {"Password=geheim"},
         {"watch", "--timeout", "0"},
+        {"watch", "--exec"},
+        {"watch", "--exec=true"},
+        {"watch", "T", "--exec", "true"},
         {"status", "--wait", "1e9"},
         {"status", "x"},
         {"status", "--check", "--metrics"},
