@@ -63,6 +63,12 @@ public:
 
 private:
     [[nodiscard]] std::string text(const char* a_pColumn) const { return textOf(m_oAccount, a_pColumn); }
+    /// The command that changes the account by the rules by which it was added.
+    [[nodiscard]] std::string change(const std::string& a_strOptions) const
+    {
+        return "cfgctl account set " + idOrPlaceholder() + " " + a_strOptions;
+    }
+    /// The command for what that one does not change.
     [[nodiscard]] std::string setting(const std::string& a_strAssignment) const
     {
         return "cfgctl set DynDns Id=" + idOrPlaceholder() + " " + a_strAssignment;
@@ -104,12 +110,12 @@ private:
         stopIf(m_oAccount.getValue(dbm::DynDns_Retry).getInteger() <= 0,
                "no-tries",
                "Retry is not above 0, so no try is made",
-               setting("Retry=5"),
+               change("--retry 5"),
                "nothing: Retry is 0");
         stopIf(m_strInterface.empty(),
                "no-interface",
                "No interface is set",
-               setting("Interface=NAME"),
+               change("--interface NAME"),
                "nothing: no interface");
     }
 
@@ -159,7 +165,7 @@ private:
             stopIf(true,
                    "interface-missing",
                    strInterface + " does not exist; this machine has " + namesHere(),
-                   "'cfgctl account set " + idOrPlaceholder() + " --interface NAME' chooses another",
+                   "'" + change("--interface NAME") + "' chooses another",
                    strWaits);
         }
         else if (m_oWatch.empty())
@@ -259,7 +265,7 @@ private:
         stopIf(!quorvad::isUserPartOfHost(text(dbm::DynDns_AccountUserName), text(dbm::DynDns_Hostname)),
                "gnudip-host",
                "Hostname does not begin with the user name, as GnuDIP needs it",
-               setting("Hostname=USER.DOMAIN AccountUserName=USER"),
+               change("--user USER --host USER.DOMAIN"),
                "nothing: Hostname does not fit the user name");
         stopIf(text(dbm::DynDns_ServerAddr).empty(),
                "no-server",
@@ -367,7 +373,7 @@ private:
         warnIf(strUser.find(':') != std::string::npos,
                "user-colon",
                "The user name contains ':': the server takes what follows as the password",
-               setting("AccountUserName=NAME"));
+               change("--user NAME"));
         warnIf(bPassword && !bInUrl && strUser.empty(),
                "password-unused",
                "The password is never sent: there is neither a user name nor <password> in the URL",
@@ -379,7 +385,7 @@ private:
         warnIf(text(dbm::DynDns_ExpectedResultSubString).find('\n') != std::string::npos,
                "expect-line-feed",
                "The expected text contains a line feed, so no answer can contain it",
-               setting("ExpectedResultSubString=TEXT"));
+               change("--expect TEXT"));
     }
 
     const korrin::ValueList& m_oAccount;

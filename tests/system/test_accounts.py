@@ -123,7 +123,8 @@ def test_accounts(router):
 
     # The daemon keeps an account whose row disappears, but does not update a removed one.
     assert router.ctl("account", "remove", "2", check=False).returncode == 1
-    router.ctl("account", "remove", "2", "--yes")
+    removed = router.ctl("account", "remove", "2", "--yes").stdout
+    assert removed.endswith(" send all enabled ones again: 1 other follows in 51 to 74 seconds.\n")
     assert "No account 2" in router.ctl("account", "test", "2", check=False).stderr
     for table in ("DynDnsLog", "DynDnsStatus"):
         assert [row["DynDnsId"] for row in router.rows(table)] == [1]

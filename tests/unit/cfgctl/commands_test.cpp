@@ -220,12 +220,7 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
 
 TEST_F(Commands, AccountsOfAnotherClientAreAddedOnceAndOnlyIfWanted)
 {
-    const auto import = [&](const Options& a_oOptions)
-    {
-        testing::internal::CaptureStdout();
-        const std::string strReason = run(cfgctl::runAccountImport, a_oOptions);
-        return testing::internal::GetCapturedStdout() + strReason;
-    };
+    const auto import = [&](const Options& a_oOptions) { return run(cfgctl::runAccountImport, a_oOptions); };
     Options oImport = on("");
     oImport.m_strFile = m_oFolder.write("ddclient.conf",
                                         "server=dynupdate.no-ip.com, login=alice, password='ge&heim'\n"
