@@ -9,17 +9,21 @@
 #include "platform/common/deadline.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <climits>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <deque>
 #include <map>
 #include <optional>
+#include <sstream>
 #include <system_error>
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace cfgctl
 {
@@ -135,6 +139,23 @@ private:
     unsigned m_uiRuns = 0;
 };
 
+/// Looks the program up as ChildProcess will. Throws Failure with the system's reason if it cannot be run.
+void requireProgram(const std::string& a_strProgram)
+{
+    const bool bPath = a_strProgram.find('/') != std::string::npos;
+    const char* pFolders = std::getenv("PATH");
+    std::istringstream oFolders(bPath ? "" : pFolders == nullptr ? "/bin:/usr/bin" : pFolders);
+    bool bFound = bPath && access(a_strProgram.c_str(), X_OK) == 0;
+    int iError = bPath ? errno : ENOENT;
+    for (std::string strFile; !bFound && std::getline(oFolders, strFile, ':');)
+    {
+        strFile.append("/").append(a_strProgram);
+        bFound = access(strFile.c_str(), X_OK) == 0;
+        iError = bFound || errno == ENOENT ? iError : errno;
+    }
+    require(bFound, "Cannot run '" + a_strProgram + "': " + std::strerror(iError));
+}
+
 /// Finds the new rows of the log.
 class Outcomes
 {
@@ -191,8 +212,7 @@ Outcomes startBehindLog(const Options& a_oOptions)
 
 void watchOutcomes(const Options& a_oOptions)
 {
-    const std::string strFault = platform::findStartFault(a_oOptions.m_oExec.front());
-    require(strFault.empty(), "Cannot run '" + a_oOptions.m_oExec.front() + "': " + strFault);
+    requireProgram(a_oOptions.m_oExec.front());
     Outcomes oOutcomes = startBehindLog(a_oOptions);
     platform::ChildProcess::wakeLoopAtEnd();
     Runner oRunner(a_oOptions);

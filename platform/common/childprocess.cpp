@@ -4,13 +4,9 @@
 #include "platform/common/stopsignals.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
-#include <sstream>
 #include <system_error>
 #include <thread>
 
@@ -141,20 +137,6 @@ bool ChildProcess::waitUntilEnded(std::chrono::milliseconds a_oTime)
         std::this_thread::sleep_for(s_oWaitInterval);
     }
     return m_oStatus.has_value();
-}
-
-std::string findStartFault(const std::string& a_strProgram)
-{
-    const char* pPath = std::getenv("PATH");
-    std::istringstream oFolders(a_strProgram.find('/') == std::string::npos && pPath != nullptr ? pPath : "");
-    bool bFound = access(a_strProgram.c_str(), X_OK) == 0 && a_strProgram.find('/') != std::string::npos;
-    int iError = errno;
-    for (std::string strFolder; !bFound && std::getline(oFolders, strFolder, ':');)
-    {
-        bFound = access((strFolder + "/" + a_strProgram).c_str(), X_OK) == 0;
-        iError = errno;
-    }
-    return bFound ? "" : std::strerror(iError);
 }
 
 } // namespace platform

@@ -39,7 +39,4 @@ private:
     std::optional<int> m_oStatus;
 };
 
-/// The system's reason why the program could not be started; empty if it could. As ChildProcess looks it up.
-[[nodiscard]] std::string findStartFault(const std::string& a_strProgram);
-
 } // namespace platform
