@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <ifaddrs.h>
 #include <memory>
-#include <net/if.h>
 #include <system_error>
 
 namespace quorvad
@@ -22,13 +21,12 @@ EInterfaceState readInterfaceState(const std::string& a_strInterface)
         return EInterfaceState::eUnknown;
     }
     const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> pList(pFirst, freeifaddrs);
-    constexpr unsigned uiWanted = IFF_UP | IFF_RUNNING;
     EInterfaceState eState = EInterfaceState::eMissing;
     for (const ifaddrs* pEntry = pList.get(); pEntry != nullptr; pEntry = pEntry->ifa_next)
     {
         if (pEntry->ifa_addr != nullptr && a_strInterface == pEntry->ifa_name)
         {
-            if ((pEntry->ifa_flags & uiWanted) == uiWanted)
+            if ((pEntry->ifa_flags & g_uiRunningFlags) == g_uiRunningFlags)
             {
                 return EInterfaceState::eRunning;
             }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <net/if.h>
 #include <string>
 
 namespace quorvad
@@ -13,6 +14,9 @@ enum class EInterfaceState
     eDown,    ///< not up, or without carrier
     eRunning
 };
+
+/// The kernel's flags of an interface that is up and has a carrier.
+inline constexpr unsigned g_uiRunningFlags = IFF_UP | IFF_RUNNING;
 
 /// The state of the interface of exactly that name. errno is set for eUnknown. Any thread; does not block.
 [[nodiscard]] EInterfaceState readInterfaceState(const std::string& a_strInterface);

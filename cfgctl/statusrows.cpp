@@ -2,6 +2,7 @@
 
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/answer.h"
+#include "cfgctl/text.h"
 #include "cfgctl/timestamp.h"
 #include "platform/common/valuejson.h"
 #include "platform/common/values.h"
@@ -15,6 +16,8 @@ namespace cfgctl
 
 namespace
 {
+
+constexpr std::size_t s_uiReadableHost = 22; ///< columns
 
 bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
@@ -95,7 +98,7 @@ Cell lastCell(const AccountState& a_oState)
     const korrin::ValueList& oFacts = a_oState.m_oFacts;
     const std::string strOutcome = textOf(oFacts, "Outcome");
     const std::string strBrief = isNull(oFacts, "AgeSeconds")
-                                     ? std::string()
+                                     ? strOutcome
                                      : strOutcome + " " + describeBriefly(oFacts.getValue("AgeSeconds").getInteger());
     return {describeLast(a_oState), styleOfOutcome(strOutcome), false, strBrief};
 }
@@ -166,13 +169,14 @@ std::string describeLast(const AccountState& a_oState)
 
 Table makeStatusTable(const std::vector<AccountState>& a_oStates)
 {
-    Table oTable{{"Id", "Hostname", "Interface", "Last", "Answer", "Next"}, {}, {5, 4, 2, 3}};
+    Table oTable{{"Id", "Hostname", "Interface", "Last", "Answer", "Next"}, {}, {4, 5, 2, 3, 1}};
     for (const AccountState& oState : a_oStates)
     {
         const korrin::ValueList& oFacts = oState.m_oFacts;
+        const std::string strHost = textOf(oFacts, dbm::DynDns_Hostname);
         oTable.m_oRows.push_back(
             {{textOf(oFacts, dbm::Id), Style::Plain, true},
-             {textOf(oFacts, dbm::DynDns_Hostname)},
+             {strHost, Style::Plain, false, cutToWidth(strHost, s_uiReadableHost)},
              interfaceCell(oFacts),
              lastCell(oState),
              {readableAnswer(textOf(oFacts, dbm::DynDnsLog_Response))},
@@ -209,6 +213,8 @@ std::vector<std::string> findWarnings(const std::vector<AccountState>& a_oStates
 {
     std::vector<std::string> oWarnings;
     std::set<std::string> oTold;
+    std::vector<std::string> oWatcher;
+    bool bAddress = false; // one that differs tells of the watcher, too
     for (const AccountState& oState : a_oStates)
     {
         for (const Problem& oProblem : oState.m_oProblems)
@@ -216,10 +222,12 @@ std::vector<std::string> findWarnings(const std::vector<AccountState>& a_oStates
             const bool bDisabled = oState.m_oNext.m_eState == ENext::Disabled;
             if (!bDisabled && isUrgent(oProblem) && oTold.insert(oProblem.m_strWhat).second)
             {
-                oWarnings.push_back(tellProblem(oProblem));
+                (oProblem.m_strCode == g_pNoWatcherCode ? oWatcher : oWarnings).push_back(tellProblem(oProblem));
             }
+            bAddress = bAddress || (!bDisabled && oProblem.m_strCode == g_pAddressCode);
         }
     }
+    oWarnings.insert(oWarnings.end(), oWatcher.begin(), bAddress ? oWatcher.begin() : oWatcher.end());
     return oWarnings;
 }
 

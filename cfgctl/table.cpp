@@ -2,6 +2,7 @@
 
 #include "cfgctl/text.h"
 #include "platform/base/escape.h"
+#include "vadro/string/replace.h"
 
 #include <algorithm>
 #include <array>
@@ -135,6 +136,17 @@ std::string renderLine(const Cells& a_oLine, const std::vector<std::size_t>& a_o
     return strLine + "\n";
 }
 
+/// The text in lines that begin behind so many columns; in one line if there is no room to speak of.
+std::string wrapBehind(std::size_t a_uiIndent, const std::string& a_strText, const Layout& a_oLayout)
+{
+    if (a_oLayout.m_uiWidth < a_uiIndent + g_uiLeastCell)
+    {
+        return a_strText;
+    }
+    return vadro::string::replaceAllOccurrences(
+        wrapWords(a_strText, a_oLayout.m_uiWidth - a_uiIndent), "\n", "\n" + std::string(a_uiIndent, ' '));
+}
+
 std::string renderBlocks(const std::vector<Cells>& a_oLines, const Layout& a_oLayout)
 {
     const Cells& oHeadings = a_oLines.front();
@@ -150,7 +162,8 @@ std::string renderBlocks(const std::vector<Cells>& a_oLines, const Layout& a_oLa
         for (std::size_t uiColumn = 0; uiColumn < oHeadings.size(); ++uiColumn)
         {
             const Cell oName{oHeadings[uiColumn].m_strText, Style::Heading};
-            const Cell& oValue = a_oLines[uiLine][uiColumn];
+            Cell oValue = a_oLines[uiLine][uiColumn];
+            oValue.m_strText = wrapBehind(uiNameWidth + s_uiGap, oValue.m_strText, a_oLayout);
             strResult += renderLine({oName, oValue}, {uiNameWidth, displayWidth(oValue.m_strText)}, a_oLayout);
         }
     }

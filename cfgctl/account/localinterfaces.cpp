@@ -42,15 +42,17 @@ LocalInterfaces readLocalInterfaces()
     const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> pList(pFirst, freeifaddrs);
     for (const ifaddrs* pEntry = pList.get(); pEntry != nullptr; pEntry = pEntry->ifa_next)
     {
-        const auto [it, bNew] = oInterfaces.try_emplace(pEntry->ifa_name);
-        if (bNew)
+        LocalInterface& oInterface = oInterfaces[pEntry->ifa_name];
+        if (pEntry->ifa_addr == nullptr)
         {
-            it->second.m_eState = quorvad::readInterfaceState(pEntry->ifa_name);
+            continue; // an interface without any address is missing for the daemon
         }
-        const std::string strAddress = pEntry->ifa_addr == nullptr ? std::string() : textOf(pEntry->ifa_addr);
+        const bool bRunning = (pEntry->ifa_flags & quorvad::g_uiRunningFlags) == quorvad::g_uiRunningFlags;
+        oInterface.m_eState = bRunning ? quorvad::EInterfaceState::eRunning : quorvad::EInterfaceState::eDown;
+        const std::string strAddress = textOf(pEntry->ifa_addr);
         if (!strAddress.empty())
         {
-            it->second.m_oAddresses.push_back(strAddress);
+            oInterface.m_oAddresses.push_back(strAddress);
         }
     }
     return oInterfaces;

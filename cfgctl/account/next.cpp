@@ -151,12 +151,10 @@ private:
     }
     [[nodiscard]] static std::time_t latestStart(const Trigger& a_oTrigger) { return a_oTrigger.m_iNoted + s_iStart; }
 
-    /// A change within the start period begins it again.
+    /// A change of its interface begins the start period again, also long after one that found the interface down.
     [[nodiscard]] Trigger later(const Trigger& a_oTrigger) const
     {
-        const bool bAgain =
-            m_oPossible && m_oPossible->m_iTime > a_oTrigger.m_iTime && m_oPossible->m_iTime <= latestStart(a_oTrigger);
-        return bAgain ? *m_oPossible : a_oTrigger;
+        return m_oPossible && m_oPossible->m_iTime > a_oTrigger.m_iTime ? *m_oPossible : a_oTrigger;
     }
 
     /// What is due until a_iLatest: before that, while the outcome may be on its way, and after that.
@@ -334,6 +332,7 @@ std::string tellNext(const Next& a_oNext)
     switch (a_oNext.m_eState)
     {
     case ENext::Disabled:
+        return "Disabled: no update goes out.";
     case ENext::NoDaemon:
     case ENext::Impossible:
         return "Not ready: no update goes out.";

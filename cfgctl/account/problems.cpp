@@ -48,12 +48,13 @@ public:
     std::vector<Problem> find()
     {
         checkSettings();
-        checkPrograms();
+        checkDaemon();
         if (checkInterface())
         {
             checkAddresses();
             checkNameservers();
         }
+        checkWatcher();
         isGnudip(m_oAccount) ? checkGnudip() : checkUrl();
         checkLastAnswer();
         std::stable_partition(
@@ -119,14 +120,23 @@ private:
                "nothing: no interface");
     }
 
-    void checkPrograms()
+    void checkDaemon()
     {
         stopIf(!isConnected(m_oSources, g_pDaemon).value_or(true),
                g_pNoDaemonCode,
                "No daemon (quorvad) is connected to the service, so nothing is sent",
                "start it with '" + startCommand(g_pDaemon) + "'",
                "nothing: no daemon is connected");
-        warnIf(m_bWatcherMissing,
+    }
+
+    /// Unless an address differs, which tells the same and more.
+    void checkWatcher()
+    {
+        const bool bTold =
+            std::any_of(m_oFound.begin(),
+                        m_oFound.end(),
+                        [](const Problem& a_oProblem) { return a_oProblem.m_strCode == g_pAddressCode; });
+        warnIf(m_bWatcherMissing && !bTold,
                g_pNoWatcherCode,
                "No watcher (netifwatch) is connected to the service, so no change of an interface is noticed",
                "start it with '" + startCommand(g_pWatcher) + "'");
@@ -230,7 +240,7 @@ private:
         const bool bSame = a_strRow.empty() ? oHere.empty() : std::count(oHere.begin(), oHere.end(), a_strRow) > 0;
         const std::string strHere = join(oHere, ", ", [](const std::string& a_strText) { return a_strText; });
         stopIf(!bSame,
-               "address-differs",
+               g_pAddressCode,
                "Row and kernel differ, and no watcher is connected: the " + a_strFamily + " address of " +
                    m_strInterface + " is " + orNone(a_strRow) + " in the table and " + orNone(strHere) +
                    " in the kernel",

@@ -23,6 +23,7 @@ struct Problem
 constexpr const char* g_pDisabledCode = "disabled";
 constexpr const char* g_pNoDaemonCode = "no-daemon";
 constexpr const char* g_pNoWatcherCode = "no-watcher";
+constexpr const char* g_pAddressCode = "address-differs";
 constexpr const char* g_pSignInCode = "sign-in-refused";
 
 /// All of them: those that stop updates first, then in the daemon's own order.

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <ctime>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 namespace cfgctl
 {
@@ -147,8 +148,13 @@ std::string describeFacts(const Report& a_oReport)
 std::string toText(const Report& a_oReport, std::size_t a_uiWidth)
 {
     const std::size_t uiNarrow = a_uiWidth - std::min<std::size_t>(a_uiWidth, 2);
-    std::string strText =
-        describeFacts(a_oReport) + "\n" + wrapWords(tellNext(a_oReport.m_oState.m_oNext), a_uiWidth) + "\n";
+    std::string strText;
+    std::istringstream oFacts(describeFacts(a_oReport));
+    for (std::string strLine; std::getline(oFacts, strLine);)
+    {
+        strText += wrapWords(strLine, a_uiWidth, s_uiNameWidth) + "\n";
+    }
+    strText += "\n" + wrapWords(tellNext(a_oReport.m_oState.m_oNext), a_uiWidth) + "\n";
     for (const Problem& oProblem : a_oReport.m_oState.m_oProblems)
     {
         const std::string strWhat = (oProblem.m_bStops ? "- " : "- Warning: ") + platform::escape(oProblem.m_strWhat);

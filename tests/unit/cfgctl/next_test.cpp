@@ -99,6 +99,8 @@ TEST(Next, FollowsFromWhatIs)
         {{{-500}, 1000, -1, 200}, "idle"},
         {{{-20}, 1000, -1, 100}, "idle"},
         {{{-500}, 1000, 60, 20}, "due 55"}, // which begins the start period again
+        {{{}, 1000, -1, 10}, "due 65"},     // it was down when the daemon started
+        {{{-5000}, 1000, -1, 10}, "due 65"},
         // after a failure
         {{{5}}, "retrying 140"},
         {{{5}, 1000, 80}, "retrying 140"},

@@ -65,6 +65,8 @@ TEST(Table, BecomesBlocksWhenTooWideForTheTerminal)
     const Table oTable{{"Id", "Name"}, {{{"7", Style::Plain, true}, {"first"}}, {{"8", Style::Plain, true}, {""}}}};
     EXPECT_EQ(cfgctl::renderTable(oTable, Layout{false, 9}), "Id  Name\n 7  first\n 8\n");
     EXPECT_EQ(cfgctl::renderTable(oTable, Layout{false, 8}), "Id    7\nName  first\n\nId    8\nName\n");
+    const Table oLong{{"Id", "Name"}, {{{"7"}, {"one two three four"}}}};
+    EXPECT_EQ(cfgctl::renderTable(oLong, Layout{false, 19}), "Id    7\nName  one two three\n      four\n");
 }
 
 TEST(Status, CombinesTheTables)
@@ -99,6 +101,19 @@ TEST(Status, CombinesTheTables)
               " 2  b.example  eth1 down  failed yesterday          disabled\n"
               " 3  c.example  eth2 ?     not tried yet             impossible\n"
               " 4  d.example  none       not tried yet             impossible\n");
+
+    // One line per cause: a wrong interface of two accounts, and what is missing.
+    oSources.m_oAccounts = {makeRow("Id=1 Interface=eth9 Enable=1 Retry=1 ServiceType=gnudip"),
+                            makeRow("Id=2 Interface=eth9 Enable=1 Retry=1 ServiceType=gnudip")};
+    oSources.m_oLocal = {{"eth0", {}}, {"eth1", {}}};
+    oSources.m_oClients = {makeRow("Name=cfgctl")};
+    const auto oWarnings = cfgctl::findWarnings(cfgctl::makeStates(oSources, 1772383509));
+    EXPECT_THAT(
+        oWarnings,
+        testing::IsSupersetOf({testing::StartsWith("No daemon (quorvad) is connected"),
+                               testing::StartsWith("Interface 'eth9' does not exist; this machine has eth0, eth1"),
+                               testing::StartsWith("No watcher (netifwatch) is connected")}));
+    EXPECT_EQ(std::set<std::string>(oWarnings.begin(), oWarnings.end()).size(), oWarnings.size());
 
     // What cfgctl.1 says of the form.
     const auto oJson = nlohmann::ordered_json::parse(cfgctl::statesToJson(oStates));
