@@ -123,9 +123,10 @@ std::string showTable(const std::vector<Line>& a_oLines, const Layout& a_oLayout
                                   {oLine.m_strResult + strId, eStyle}});
         if (!oTakeover.m_strReason.empty())
         {
-            const std::string strReason =
-                "line " + std::to_string(oTakeover.m_uiLine) + ": " + oTakeover.m_strReason + "\n";
-            strReasons += strReason == strLast ? "" : strReason; // one line for all hosts of a line
+            const std::string strReason = "line " + std::to_string(oTakeover.m_uiLine) + ": " + oTakeover.m_strReason;
+            strReasons += strReason == strLast
+                              ? ""
+                              : wrapWords(strReason, a_oLayout.m_uiWidth, 2) + "\n"; // one line for all hosts of a line
             strLast = strReason;
         }
     }

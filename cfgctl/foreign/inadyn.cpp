@@ -192,6 +192,12 @@ void addBlock(ClientFile& a_oFile, const Scanner& a_oScanner, const Block& a_oBl
         oAccount.m_strHost = strHost;
         addAccount(a_oFile, a_oScanner, oAccount);
     }
+    if (a_oBlock.m_oAnswers.size() > 2)
+    {
+        a_oFile.m_oNotes.push_back("line " + std::to_string(a_oBlock.m_uiLine) +
+                                   ": only the first two texts of ddns-response are taken over, as those of a new and "
+                                   "of an unchanged address");
+    }
     if (a_oBlock.m_oHosts.empty())
     {
         addAccount(a_oFile, a_oScanner, oAccount);

@@ -121,22 +121,43 @@ void fitSignIn(const Provider& a_oProvider, ForeignAccount& a_oAccount, AccountS
     }
 }
 
-void checkAccount(const ForeignAccount& a_oAccount)
+/// The fault is told without the host, which may be a part of a password with a blank and without quotes.
+void checkHost(const std::string& a_strHost)
+{
+    const std::string strFault = a_strHost == s_acZoneItself ? std::string() : findHostFault(a_strHost);
+    require(strFault.empty(), "the host " + strFault);
+}
+
+void checkWanted(const ForeignAccount& a_oAccount)
 {
     require(a_oAccount.m_strObstacle.empty(), a_oAccount.m_strObstacle);
     require(a_oAccount.m_bEnabled, "it is disabled there");
     require(a_oAccount.m_bIPv4,
             "it announces an IPv6 address alone: use 'cfgctl account add' with --url and <ipaddr6>");
-    // not repeated: a password with a blank and without quotes may have left a part of it here
-    const std::string strFault = a_oAccount.m_strHost == s_acZoneItself ? "" : findHostFault(a_oAccount.m_strHost);
-    require(strFault.empty(), "the host " + strFault);
+}
+
+/// What is not taken over as it was.
+void addNotes(const Provider& a_oProvider, const ForeignAccount& a_oAccount, AccountPlan& a_oPlan)
+{
+    if (a_oAccount.m_bIPv6 && a_oProvider.m_strUrlDual.empty())
+    {
+        a_oPlan.m_oNotes.push_back("Only the IPv4 address is announced to " + a_oProvider.m_strName +
+                                   "; an IPv6 address needs an account of its own");
+    }
+    if (a_oProvider.m_strKey.empty() && !a_oAccount.m_strExpect)
+    {
+        a_oPlan.m_oNotes.push_back("The file does not tell a good answer of " + a_oProvider.m_strName +
+                                   ", so HTTP status 200 is one: see the answers with 'cfgctl log', and give a text "
+                                   "of good ones with 'cfgctl account set ID --expect TEXT'");
+    }
 }
 
 void plan(const Providers& a_oProviders, ForeignAccount a_oAccount, Takeover& a_oTakeover)
 {
     AccountSpec& oSpec = a_oTakeover.m_oSpec;
-    checkAccount(a_oAccount);
+    checkHost(a_oAccount.m_strHost);
     oSpec.m_strHost = a_oAccount.m_strHost;
+    checkWanted(a_oAccount);
     a_oTakeover.m_oProvider = chooseProvider(a_oProviders, a_oAccount);
     require(!oSpec.m_strInterface.empty(), "the file names no interface: give one with --interface");
     const Provider& oProvider = a_oTakeover.m_oProvider;
@@ -151,6 +172,7 @@ void plan(const Providers& a_oProviders, ForeignAccount a_oAccount, Takeover& a_
     }
     AccountPlan& oPlan = a_oTakeover.m_oPlan;
     oPlan = planAccount(oProvider, oSpec);
+    addNotes(oProvider, a_oAccount, oPlan);
     if (!oPlan.m_strPasswordHint.empty())
     {
         require(!a_oAccount.m_strPassword.empty(), "the file has no password: 'cfgctl account add' asks for it");

@@ -220,7 +220,6 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
 
 TEST_F(Commands, AccountsOfAnotherClientAreAddedOnceAndOnlyIfWanted)
 {
-    const auto import = [&](const Options& a_oOptions) { return run(cfgctl::runAccountImport, a_oOptions); };
     Options oImport = on("");
     oImport.m_strFile = m_oFolder.write("ddclient.conf",
                                         "server=dynupdate.no-ip.com, login=alice, password='ge&heim'\n"
@@ -230,15 +229,28 @@ TEST_F(Commands, AccountsOfAnotherClientAreAddedOnceAndOnlyIfWanted)
     EXPECT_THAT(refused(cfgctl::runAccountImport, oImport), HasSubstr("Nothing was written; --yes adds 2 accounts"));
     EXPECT_EQ(add("DynDns", {"Hostname=c.example"}), "1\n");
     oImport.m_oAccount.m_bYes = true;
-    const std::string strTable = import(oImport);
+    const std::string strTable = run(cfgctl::runAccountImport, oImport);
     EXPECT_THAT(strTable, testing::ContainsRegex(" 2 +a.example +No-IP +alice +nix0 +added as 2"));
     EXPECT_THAT(strTable, testing::ContainsRegex(" 2 +b.example +No-IP +alice +nix0 +added as 3"));
     EXPECT_THAT(strTable, Not(HasSubstr("heim")));
     oImport.m_bJson = true;
-    EXPECT_THAT(import(oImport), HasSubstr("\"result\": \"exists\",\n    \"id\": 3,\n    \"reason\": null\n"));
+    EXPECT_THAT(run(cfgctl::runAccountImport, oImport),
+                HasSubstr("\"result\": \"exists\",\n    \"id\": 3,\n    \"reason\": null\n"));
     Options oShow = on("DynDns");
     oShow.m_bShowSecrets = oShow.m_bJson = true;
     EXPECT_THAT(run(cfgctl::runShow, oShow), HasSubstr("\"Password\": \"ge&heim\""));
+    oImport.m_bJson = oImport.m_oAccount.m_bYes = false;
+    oImport.m_oAccount.m_oSpec.m_strInterface = "ppp0";
+    const std::string strPage = contentOf(CFGCTL_GETTING_STARTED);
+    const std::string strExample = strPage.substr(strPage.find("```openwrt\n") + 11);
+    oImport.m_strFile = m_oFolder.write("ddns", strExample.substr(0, strExample.find("```")));
+    cfgctl::Session oSession(m_oService.getSocket());
+    cfgctl::Database oDatabase(oSession.getClient());
+    testing::internal::CaptureStdout();
+    const std::string strReason =
+        reasonOf<Failure>([&] { static_cast<void>(cfgctl::runAccountImport(oDatabase, oImport)); });
+    const std::string strShown = testing::internal::GetCapturedStdout() + "cfgctl: " + strReason;
+    EXPECT_NE(strPage.find(strShown), std::string::npos) << strShown;
     oImport.m_strFile = m_oFolder.write("empty.conf", "use=if\n");
     EXPECT_THAT(refused(cfgctl::runAccountImport, oImport), HasSubstr("empty.conf: it has no account"));
 }

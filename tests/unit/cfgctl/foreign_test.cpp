@@ -154,3 +154,19 @@ TEST(ClientFile, HostileFilesAreRefusedWithTheLine)
         EXPECT_THAT(strReason, testing::AllOf(HasSubstr(pReason), testing::Not(HasSubstr("geheim"))));
     }
 }
+
+TEST(ClientFile, WhatIsTakenOverInPartIsTold)
+{
+    const ClientFile oInadyn = parseClientFile("include(\"x\")\ncustom x { ddns-server = x.example ddns-path = /?%h "
+                                               "ddns-response = {a, b, c} hostname = a.example }",
+                                               "");
+    EXPECT_THAT(oInadyn.m_oNotes,
+                ElementsAre(HasSubstr("line 1: other files are not read"), HasSubstr("line 2: only the first two")));
+    const auto notesOf = [](const std::string& a_strFile)
+    { return planTakeover(shipped(), parseClientFile(a_strFile, "").m_oAccounts.at(0), "eth0").m_oPlan.m_oNotes; };
+    EXPECT_THAT(notesOf("usev4=web, usev6=web, server=x.example, login=u, password=p a.example"),
+                ElementsAre(HasSubstr("Only the IPv4 address")));
+    EXPECT_THAT(
+        notesOf("config service x\noption enabled 1\noption domain a.example\noption update_url http://x.example/[IP]"),
+        ElementsAre(HasSubstr("HTTP status 200")));
+}
