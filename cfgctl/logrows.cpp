@@ -198,8 +198,8 @@ std::string explainRefusals(const Rows& a_oLogRows)
     const std::string strIds = join(oIds, ", ", [](const std::string& a_strId) { return a_strId; });
     return oIds.empty() ? ""
                         : (oIds.size() == 1 ? "account " : "accounts ") + strIds +
-                              ": code 401 or 403 mostly means a wrong user name or password; 'cfgctl account "
-                              "password ID' sets a new password";
+                              ": code 401 or 403 mostly means a wrong user name or password: 'cfgctl account "
+                              "password ID' and 'cfgctl account set ID --user USER' change them";
 }
 
 } // namespace cfgctl
