@@ -2,7 +2,6 @@
 
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/answer.h"
-#include "cfgctl/text.h"
 #include "cfgctl/timestamp.h"
 #include "platform/common/valuejson.h"
 #include "platform/common/values.h"
@@ -17,7 +16,8 @@ namespace cfgctl
 namespace
 {
 
-constexpr std::size_t s_uiReadableHost = 22; ///< columns
+constexpr std::size_t s_uiReadableAnswer = 8;
+constexpr std::size_t s_uiReadableHost = 16;
 
 bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
 {
@@ -169,14 +169,15 @@ std::string describeLast(const AccountState& a_oState)
 
 Table makeStatusTable(const std::vector<AccountState>& a_oStates)
 {
-    Table oTable{{"Id", "Hostname", "Interface", "Last", "Answer", "Next"}, {}, {4, 5, 2, 3, 1}};
+    Table oTable{{"Id", "Hostname", "Interface", "Last", "Answer", "Next"},
+                 {},
+                 {{4, s_uiReadableAnswer}, 5, 2, 3, {1, s_uiReadableHost}}};
     for (const AccountState& oState : a_oStates)
     {
         const korrin::ValueList& oFacts = oState.m_oFacts;
-        const std::string strHost = textOf(oFacts, dbm::DynDns_Hostname);
         oTable.m_oRows.push_back(
             {{textOf(oFacts, dbm::Id), Style::Plain, true},
-             {strHost, Style::Plain, false, cutToWidth(strHost, s_uiReadableHost)},
+             {textOf(oFacts, dbm::DynDns_Hostname)},
              interfaceCell(oFacts),
              lastCell(oState),
              {readableAnswer(textOf(oFacts, dbm::DynDnsLog_Response))},

@@ -73,14 +73,15 @@ std::size_t totalOf(const std::vector<std::size_t>& a_oWidths)
     return std::accumulate(a_oWidths.begin(), a_oWidths.end(), s_uiGap * (a_oWidths.size() - 1));
 }
 
-std::size_t leastWidth(const Table& a_oTable, std::size_t a_uiColumn)
+std::size_t leastWidth(const Table& a_oTable, const Shrinking& a_oShrinking)
 {
     std::size_t uiBrief = 0;
     for (const Cells& oRow : a_oTable.m_oRows)
     {
-        uiBrief = std::max(uiBrief, displayWidth(platform::escape(oRow.at(a_uiColumn).m_strBrief)));
+        uiBrief = std::max(uiBrief, displayWidth(platform::escape(oRow.at(a_oShrinking.m_uiColumn).m_strBrief)));
     }
-    return uiBrief == 0 ? g_uiLeastCell : std::max(uiBrief, displayWidth(a_oTable.m_oHeadings.at(a_uiColumn)));
+    return uiBrief == 0 ? a_oShrinking.m_uiLeast
+                        : std::max(uiBrief, displayWidth(a_oTable.m_oHeadings.at(a_oShrinking.m_uiColumn)));
 }
 
 void cutColumn(std::vector<Cells>& a_oLines, std::size_t a_uiColumn, std::size_t a_uiWidth)
@@ -101,11 +102,12 @@ bool shrink(std::vector<Cells>& a_oLines, const Table& a_oTable, const Layout& a
 {
     std::vector<Cells> oLines = a_oLines;
     std::vector<std::size_t> oWidths = measure(oLines);
-    for (const std::size_t uiColumn : a_oTable.m_oShrinking)
+    for (const Shrinking& oShrinking : a_oTable.m_oShrinking)
     {
+        const std::size_t uiColumn = oShrinking.m_uiColumn;
         const std::size_t uiTotal = totalOf(oWidths);
         const std::size_t uiExcess = uiTotal - std::min(uiTotal, a_oLayout.m_uiWidth);
-        const std::size_t uiSpare = oWidths[uiColumn] - std::min(oWidths[uiColumn], leastWidth(a_oTable, uiColumn));
+        const std::size_t uiSpare = oWidths[uiColumn] - std::min(oWidths[uiColumn], leastWidth(a_oTable, oShrinking));
         cutColumn(oLines, uiColumn, oWidths[uiColumn] - std::min(uiExcess, uiSpare));
         oWidths = measure(oLines);
     }

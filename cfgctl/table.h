@@ -25,13 +25,27 @@ struct Cell
     std::string m_strBrief{}; ///< stands for a text that has to be cut; empty: as much of the text as fits
 };
 
+/// What is left of a cell that is cut to make its table fit.
+constexpr std::size_t g_uiLeastCell = 12;
+
+/// A column whose cells may be cut to make the table fit.
+struct Shrinking
+{
+    // NOLINTNEXTLINE(google-explicit-constructor) ; mostly it is just the column
+    Shrinking(std::size_t a_uiColumn, std::size_t a_uiLeast = g_uiLeastCell)
+        : m_uiColumn(a_uiColumn), m_uiLeast(a_uiLeast)
+    {
+    }
+
+    std::size_t m_uiColumn;
+    std::size_t m_uiLeast; ///< columns that are left, but brief texts stay whole
+};
+
 struct Table
 {
     std::vector<std::string> m_oHeadings;
     std::vector<std::vector<Cell>> m_oRows; ///< each as long as the headings
-    /// Columns whose cells may be cut to make the table fit, the first one first, each down to g_uiLeastCell or the
-    /// width of its brief texts.
-    std::vector<std::size_t> m_oShrinking{};
+    std::vector<Shrinking> m_oShrinking{};  ///< the first one gives way first
 };
 
 /// How to print a table.
@@ -44,8 +58,6 @@ struct Layout
 /// The widest cell, in columns; longer texts are cut in tables, never in JSON. The last column is whole where the
 /// layout has no limit.
 constexpr std::size_t g_uiMaxCell = 100;
-/// What is left of a cell that is cut to make its table fit.
-constexpr std::size_t g_uiLeastCell = 12;
 
 /// A heading line and one line per row, columns two blanks apart, no trailing blanks. If that is too wide for the
 /// layout, even with the shrinking columns cut, each row becomes a block of "column  value" lines. Pure.

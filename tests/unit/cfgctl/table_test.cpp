@@ -3,6 +3,7 @@
 #include "cfgctl/text.h"
 #include "tests/unit/config/memoryclient.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 
 using cfgctl::Layout;
@@ -132,4 +133,17 @@ TEST(Status, CombinesTheTables)
     EXPECT_EQ(oJson[1]["Problems"][0]["Code"], "disabled");
     EXPECT_EQ(oJson[1]["Problems"][0]["Stops"], true);
     EXPECT_EQ(oJson[0]["Outcome"], "updated");
+}
+
+TEST(Status, HasOneLinePerAccountIn80Columns)
+{
+    const cfgctl::AccountState oState{
+        makeRow("Id=12 Hostname=my-home-server.dyn.example Interface=wlan0 InterfaceUp=1 Addr=203.0.113.77 "
+                "Addr6=2001:db8:1234:5678::1 Enable=1 Outcome=unchanged AgeSeconds=3540 Response=nochg-203.0.113.77"),
+        {cfgctl::ENext::Retrying, 119, {}},
+        {}};
+    const Table oTable = cfgctl::makeStatusTable(std::vector<cfgctl::AccountState>(12, oState));
+    const std::string strText = cfgctl::renderTable(oTable, {false, 80});
+    EXPECT_EQ(std::count(strText.begin(), strText.end(), '\n'), 13);
+    EXPECT_THAT(strText, testing::EndsWith("  wlan0 up   unchanged 59 min  nochg-2\u2026  retry in 119 s\n"));
 }
