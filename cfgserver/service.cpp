@@ -112,6 +112,7 @@ void Service::carryOut(Client& a_oClient, const wire::Request& a_oRequest, Clock
     case Operation::GetRow:
     case Operation::GetRowByKey:
     case Operation::GetRows:
+    case Operation::GetDigest:
         return read(a_oClient, a_oRequest, a_oNow, a_oAnswer.m_oReply);
     case Operation::InsertRow:
     case Operation::UpdateKey:
@@ -141,8 +142,9 @@ void Service::greet(Client& a_oClient, const wire::Request& a_oRequest, Clock::t
     a_oClient.m_bNotifyOwnChanges = platform::isSet(a_oRequest.m_oValues, wire::g_acNotifyOwnChangesOption);
     a_oClient.m_bReadOnly = platform::isSet(a_oRequest.m_oValues, wire::g_acReadOnlyOption);
     a_oClient.m_oWatched = std::move(oWatched);
-    a_oReply.m_oRows.push_back(
-        platform::row({{"Service", platform::text("cfgserver")}, {"Version", platform::text(QUORVAD_VERSION)}}));
+    a_oReply.m_oRows.push_back(platform::row({{wire::g_acServiceColumn, platform::text("cfgserver")},
+                                              {wire::g_acVersionColumn, platform::text(QUORVAD_VERSION)},
+                                              {wire::g_acDigestsColumn, platform::integer(1)}}));
     a_oClient.m_oConnected = a_oNow;
     a_oClient.m_oStarted = a_oNow - std::chrono::seconds(std::max(readAge(a_oRequest.m_oValues), 0));
     m_oActivity.enter(a_oClient);
@@ -167,6 +169,12 @@ void Service::read(const Client& a_oClient,
     if (a_oRequest.m_eOperation == Operation::GetRowCount)
     {
         a_oReply.m_uiNumber = static_cast<std::uint32_t>(oTable.getRows().size());
+        return;
+    }
+    if (a_oRequest.m_eOperation == Operation::GetDigest)
+    {
+        const std::string strDigest = std::to_string(oTable.getDigest());
+        a_oReply.m_oRows.push_back(platform::row({{wire::g_acDigestColumn, platform::text(strDigest)}}));
         return;
     }
     const RowReader oReader(oTable.getSchema(), a_oRequest.m_oNames);

@@ -19,6 +19,18 @@ std::string describeKey(const TableSchema& a_oSchema, std::size_t a_uiColumn, co
            (oColumn.m_eSecret != quorvad::dbm::ESecret::eNone ? " of that value" : " " + quoted(a_strKey));
 }
 
+// FNV-1a with 64 bits, the same in every build: the standard library's hash may differ after an upgrade.
+constexpr std::uint64_t s_uiDigestOfNothing = 0xcbf29ce484222325;
+constexpr std::uint64_t s_uiDigestPrime = 0x100000001b3;
+
+void mix(std::uint64_t& a_uiDigest, const std::string& a_strText)
+{
+    for (const char cByte : a_strText)
+    {
+        a_uiDigest = (a_uiDigest ^ static_cast<unsigned char>(cByte)) * s_uiDigestPrime;
+    }
+}
+
 } // namespace
 
 Table::Table(const TableSchema& a_oSchema) : m_pSchema(&a_oSchema), m_oIndex(a_oSchema.m_oColumns.size())
@@ -139,6 +151,21 @@ bool Table::holdsSame(const Table& a_oOther) const
                       a_oOther.m_oRows.end(),
                       [](const RowPtr& a_pOne, const RowPtr& a_pTwo)
                       { return a_pOne == a_pTwo || a_pOne->m_oCells == a_pTwo->m_oCells; });
+}
+
+std::uint64_t Table::getDigest() const
+{
+    std::uint64_t uiDigest = s_uiDigestOfNothing;
+    for (const RowPtr& pRow : m_oRows)
+    {
+        for (const korrin::Value& oValue : pRow->m_oCells)
+        {
+            const std::string strText = oValue.getText();
+            mix(uiDigest, strText);
+            mix(uiDigest, ":" + std::to_string(strText.size()));
+        }
+    }
+    return uiDigest;
 }
 
 std::size_t Table::getPosition(const Row& a_oRow) const

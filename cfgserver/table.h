@@ -47,6 +47,8 @@ public:
 
     /// Same values in the same order.
     [[nodiscard]] bool holdsSame(const Table& a_oOther) const;
+    /// A hash of the values in their order. Takes time in proportion to their bytes.
+    [[nodiscard]] std::uint64_t getDigest() const;
 
 private:
     using Index = std::unordered_map<std::string, RowPtr>;

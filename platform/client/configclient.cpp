@@ -105,6 +105,16 @@ EResultCode ConfigClient::insertrow(const std::string& a_strTable, korrin::Value
     return write(std::move(oRequest));
 }
 
+std::optional<std::string> ConfigClient::getDigest(const std::string& a_strTable)
+{
+    const wire::Reply oReply = ask(makeRequest(wire::Operation::GetDigest, a_strTable));
+    if (oReply.m_eResult != wire::Result::Ok || oReply.m_oRows.empty())
+    {
+        return std::nullopt;
+    }
+    return oReply.m_oRows.front().getValue(wire::g_acDigestColumn).getText();
+}
+
 EResultCode ConfigClient::getrows(const std::string& a_strTable, std::list<korrin::ValueList>& a_oRows)
 {
     std::list<korrin::ValueList> oRows;

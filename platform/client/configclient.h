@@ -4,6 +4,7 @@
 #include "platform/wire/message.h"
 #include "vadro/cfg/common/iconfigclient.h"
 
+#include <optional>
 #include <string>
 
 namespace platform
@@ -47,6 +48,8 @@ public:
                                               korrin::NameList& a_oColumns,
                                               korrin::ValueList& a_oValues) override;
     korrin::protocol::EResultCode insertrow(const std::string& a_strTable, korrin::ValueList a_oValues) override;
+    /// A text that changes with the table's content; nothing if the service is away or tells none.
+    [[nodiscard]] std::optional<std::string> getDigest(const std::string& a_strTable);
     /// In as many requests as the table needs; a table that is changed in between may come as a mixture.
     korrin::protocol::EResultCode getrows(const std::string& a_strTable,
                                           std::list<korrin::ValueList>& a_oRows) override;

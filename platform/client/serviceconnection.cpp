@@ -3,7 +3,6 @@
 #include "vadro/cfg/notificationhandler.h"
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -139,7 +138,7 @@ void ServiceConnection::deliver()
     {
         m_pHandler->onServiceEvent();
     }
-    // Without a connection a handler could read nothing and would take its rows for gone; all tables are delivered
+    // Without a connection a handler could read nothing and would take its rows for gone; all tables are looked at
     // once it is back.
     const std::set<std::string> oDue = m_oPending; // what comes meanwhile waits for the next pass
     for (const std::string& strTable : m_oWatched)
@@ -154,12 +153,12 @@ void ServiceConnection::deliver()
 void ServiceConnection::deliverTable(const std::string& a_strTable)
 {
     const bool bReturned = m_oReturned.erase(a_strTable) > 0;
-    // At the start, the first delivery makes a handler load everything. What is read here is not newer than what the
-    // handler reads.
-    const Contents oContents = readContents(m_bLoaded ? std::list<std::string>{a_strTable} : m_oWatched);
-    const auto itKnown = m_oRead.find(a_strTable);
-    const bool bSame =
-        itKnown != m_oRead.end() && oContents.count(a_strTable) > 0 && oContents.at(a_strTable) == itKnown->second;
+    // At the start, the first delivery makes a handler load everything. Each digest is of what the handler reads, or of
+    // something older, which differs at the next return.
+    const Digests oDigests = readDigests(m_bLoaded ? std::list<std::string>{a_strTable} : m_oWatched);
+    const auto itNow = oDigests.find(a_strTable);
+    const auto itRead = m_oRead.find(a_strTable);
+    const bool bSame = itNow != oDigests.end() && itRead != m_oRead.end() && itNow->second == itRead->second;
     if (!m_oLink.isUp() || (bReturned && bSame))
     {
         return;
@@ -173,25 +172,28 @@ void ServiceConnection::deliverTable(const std::string& a_strTable)
     }
     if (m_uiLosses == uiLosses)
     {
-        for (const auto& [strTable, uiContent] : oContents)
+        for (const auto& [strTable, strDigest] : oDigests)
         {
-            m_oRead[strTable] = uiContent;
+            m_oRead[strTable] = strDigest;
         }
     }
 }
 
-ServiceConnection::Contents ServiceConnection::readContents(const std::list<std::string>& a_oTables)
+ServiceConnection::Digests ServiceConnection::readDigests(const std::list<std::string>& a_oTables)
 {
-    Contents oContents;
-    for (const std::string& strTable : m_bOnlyDifferent ? a_oTables : std::list<std::string>())
+    Digests oDigests;
+    if (!m_bOnlyDifferent || !m_oLink.tellsDigests())
     {
-        wire::Reply oRows;
-        if (m_oClient.getrows(strTable, oRows.m_oRows) == 0U)
+        return oDigests;
+    }
+    for (const std::string& strTable : a_oTables)
+    {
+        if (const auto oDigest = m_oClient.getDigest(strTable))
         {
-            oContents[strTable] = std::hash<std::string>()(wire::encode(oRows));
+            oDigests[strTable] = *oDigest;
         }
     }
-    return oContents;
+    return oDigests;
 }
 
 void ServiceConnection::wakeForDeliveries()

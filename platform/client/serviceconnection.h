@@ -26,7 +26,7 @@ public:
 
     void registerConfigHandler(vadro::cfg::IConfigHandler* a_pHandler) { m_pHandler = a_pHandler; }
     /// Whether a connection that is back delivers only the tables that differ from what the handler last read. That
-    /// takes a read of each delivered table beforehand, and a handler that reads what it is told of.
+    /// takes one more request for each delivered table, and a handler that reads what it is told of.
     void setOnlyDifferent(bool a_bOnlyDifferent) { m_bOnlyDifferent = a_bOnlyDifferent; }
     void initialize();
     [[nodiscard]] vadro::cfg::common::IConfigClient& getConfigClient() { return m_oClient; }
@@ -43,8 +43,8 @@ private:
     void awaitLink();
     void deliver();
     void deliverTable(const std::string& a_strTable);
-    using Contents = std::map<std::string, std::size_t>; // hashes by table
-    [[nodiscard]] Contents readContents(const std::list<std::string>& a_oTables);
+    using Digests = std::map<std::string, std::string>; // by table
+    [[nodiscard]] Digests readDigests(const std::list<std::string>& a_oTables);
     void wakeForDeliveries();
 
     EventLoop& m_oLoop;
@@ -53,7 +53,7 @@ private:
     std::list<std::string> m_oWatched; // in the order of delivery, each once
     std::set<std::string> m_oPending;  // watched tables that wait to be delivered
     std::set<std::string> m_oReturned; // those of them that wait only because the connection is back
-    Contents m_oRead;                  // of the tables that the handler has read without losing the connection
+    Digests m_oRead;                   // of the tables that the handler has read without losing the connection
     unsigned m_uiLosses = 0;           // of the connection
     bool m_bOnlyDifferent = false;
     bool m_bLoaded = false; // the handler was called

@@ -40,8 +40,8 @@ wire::Request makeGreeting(const LinkSettings& a_oSettings)
     return oHello;
 }
 
-/// The service's name and version from its answer. Throws LinkError with the service's reason when it refused.
-std::string readGreetingReply(const wire::Reply& a_oReply)
+/// What the service tells of itself. Throws LinkError with the service's reason when it refused.
+const korrin::ValueList& readGreetingReply(const wire::Reply& a_oReply)
 {
     if (a_oReply.m_eResult != wire::Result::Ok)
     {
@@ -51,8 +51,7 @@ std::string readGreetingReply(const wire::Reply& a_oReply)
     {
         throw LinkError(wire::Result::Garbled, "it did not say what it is");
     }
-    const korrin::ValueList& oAbout = a_oReply.m_oRows.front();
-    return oAbout.getValue("Service").getText() + " " + oAbout.getValue("Version").getText();
+    return a_oReply.m_oRows.front();
 }
 
 } // namespace
@@ -129,7 +128,10 @@ void ServiceLink::send(const std::string& a_strFrame, const Deadline& a_oDeadlin
 
 void ServiceLink::finishGreeting(const wire::Reply& a_oReply)
 {
-    m_strServiceVersion = readGreetingReply(a_oReply);
+    const korrin::ValueList& oAbout = readGreetingReply(a_oReply);
+    m_strServiceVersion =
+        oAbout.getValue(wire::g_acServiceColumn).getText() + " " + oAbout.getValue(wire::g_acVersionColumn).getText();
+    m_bDigests = oAbout.hasValue(wire::g_acDigestsColumn);
     m_oTimer.stop();
     m_eState = State::Up;
     m_oUpSince = std::chrono::steady_clock::now();

@@ -94,6 +94,8 @@ public:
     /// Why there is no connection, as a sentence with the socket's path.
     [[nodiscard]] const std::string& getFailure() const { return m_oReport.getFailure(); }
     [[nodiscard]] const std::string& getServiceVersion() const { return m_strServiceVersion; }
+    /// Whether the service answers GetDigest.
+    [[nodiscard]] bool tellsDigests() const { return m_bDigests; }
 
     /// Sends a request and waits for its reply, within the limit. A failure of the connection is a reply, too, with
     /// Disconnected, TimedOut or Garbled and the reason; without a connection it comes at once.
@@ -143,6 +145,7 @@ private:
     bool m_bProved = false; // this connection has answered a request
 
     std::string m_strServiceVersion;
+    bool m_bDigests = false;
 };
 
 } // namespace platform

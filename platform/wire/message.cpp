@@ -162,7 +162,7 @@ public:
     void operator()(const char* a_pName, std::uint32_t& a_uiNumber) { a_uiNumber = m_oFields.number(a_pName); }
     void operator()(const char* a_pName, Operation& a_eOperation)
     {
-        a_eOperation = code(a_pName, "operation", Operation::Hello, Operation::Commit);
+        a_eOperation = code(a_pName, "operation", Operation::Hello, Operation::GetDigest);
     }
     void operator()(const char* a_pName, Result& a_eResult)
     {

@@ -25,6 +25,15 @@ constexpr char g_acReadOnlyOption[] = "ReadOnly";
 /// How long the client has been running, in seconds.
 constexpr char g_acAgeOption[] = "Age";
 
+// Columns of the reply to Hello. One that ends the connection at an unknown operation lacks the last.
+constexpr char g_acServiceColumn[] = "Service";
+constexpr char g_acVersionColumn[] = "Version";
+constexpr char g_acDigestsColumn[] = "Digests";
+
+/// The column of a reply to GetDigest: a text that differs when the table's values or their order do, and is the same
+/// after a restart of the service.
+constexpr char g_acDigestColumn[] = "Digest";
+
 /// Numbers on the wire; never reused, new ones at the end.
 enum class Operation : std::uint32_t
 {
@@ -41,7 +50,8 @@ enum class Operation : std::uint32_t
     DeleteKey = 11,
     GetAccess = 12,
     DropAccess = 13,
-    Commit = 14
+    Commit = 14,
+    GetDigest = 15 ///< only of a service whose answer to Hello says that it tells digests
 };
 
 /// Result codes of a reply; 0 is success. Numbers on the wire.

@@ -19,7 +19,7 @@ import time
 from pathlib import Path
 
 OPERATIONS = ("", "Hello", "GetTables", "GetColumns", "GetRowCount", "GetRow", "GetRowByKey", "GetRows", "InsertRow",
-              "UpdateKey", "DeleteRow", "DeleteKey", "GetAccess", "DropAccess", "Commit")
+              "UpdateKey", "DeleteRow", "DeleteKey", "GetAccess", "DropAccess", "Commit", "GetDigest")
 REPLY, ACCESS_TAKEN = 2, 9
 PREFIX = struct.Struct(">I")
 _UNSIGNED = {0xCC: ">B", 0xCD: ">H", 0xCE: ">I"}  # MessagePack's larger unsigned integers

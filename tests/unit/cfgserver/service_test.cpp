@@ -63,7 +63,7 @@ TEST_F(ServiceTest, HelloComesFirstAndOnceWithTheRightVersion)
     EXPECT_EQ(ask(oClient, oHello).m_eResult, Result::UnknownTable);
     EXPECT_FALSE(oClient.m_bGreeted);
     EXPECT_EQ(ask(oClient, hello("new")).m_oRows.front(),
-              row({{"Service", text("cfgserver")}, {"Version", text("1.1.1")}}));
+              row({{"Service", text("cfgserver")}, {"Version", text("1.1.1")}, {"Digests", integer(1)}}));
     EXPECT_EQ(ask(oClient, hello("again")).m_eResult, Result::BadRequest);
 }
 

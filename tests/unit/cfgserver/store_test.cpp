@@ -81,6 +81,23 @@ TEST_F(StoreTest, RefusalsGiveTheReasonAndWriteNothing)
     m_oNetif.insert(row({{"Name", text("eth0")}})); // free again
 }
 
+TEST_F(StoreTest, TheDigestTellsValuesAndTheirOrder)
+{
+    const auto digestOf = [](const Pairs& a_oFirst, const Pairs& a_oSecond)
+    {
+        Table oTable(getSchema()[tableOf("DynDns")]);
+        oTable.insert(row(a_oFirst));
+        oTable.insert(row(a_oSecond));
+        return oTable.getDigest();
+    };
+    const Pairs oOne{{"Id", integer(1)}, {"Interface", text("ab")}};
+    const Pairs oTwo{{"Id", integer(2)}, {"Hostname", text("c")}};
+    const Pairs oMoved{{"Id", integer(1)}, {"Interface", text("a")}, {"ServiceType", text("b")}};
+    EXPECT_EQ(digestOf(oOne, oTwo), digestOf(oOne, oTwo));
+    EXPECT_NE(digestOf(oOne, oTwo), digestOf(oTwo, oOne));
+    EXPECT_NE(digestOf(oOne, oTwo), digestOf(oMoved, oTwo));
+}
+
 TEST_F(StoreTest, ATableIsLimitedInBytes)
 {
     const std::string strBig(g_uiMaxText, 'x');

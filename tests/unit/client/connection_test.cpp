@@ -48,15 +48,14 @@ void greetAndStay(FakePeer& a_oPeer)
     a_oPeer.awaitEnd();
 }
 
-/// Answers one read of a whole table each, with one row.
-void giveTables(FakePeer& a_oPeer, const std::vector<const char*>& a_oContents)
+/// Answers one question for the digest of a table each.
+void giveDigests(FakePeer& a_oPeer, const std::vector<const char*>& a_oDigests)
 {
-    for (const char* pContent : a_oContents)
+    for (const char* pDigest : a_oDigests)
     {
         wire::Reply oReply;
-        oReply.m_uiSequence = a_oPeer.expect(Operation::GetRows).m_uiSequence;
-        oReply.m_uiNumber = 1;
-        oReply.m_oRows.push_back(samples::row({{"Addr", samples::text(pContent)}}));
+        oReply.m_uiSequence = a_oPeer.expect(Operation::GetDigest).m_uiSequence;
+        oReply.m_oRows.push_back(samples::row({{wire::g_acDigestColumn, samples::text(pDigest)}}));
         a_oPeer.sendBytes(wire::encodeFrame(wire::encode(oReply)));
     }
 }
@@ -275,23 +274,23 @@ TEST_F(Connection, AReturnDeliversWhatIsNotAsTheHandlerReadIt)
     m_oService.start({[](FakePeer& a_oPeer)
                       {
                           a_oPeer.greet();
-                          giveTables(a_oPeer, {"1", "1", "1"});
+                          giveDigests(a_oPeer, {"1", "1", "1"});
                           a_oPeer.reply(a_oPeer.expect(Operation::GetRowCount));
                       },
                       [](FakePeer& a_oPeer)
                       {
                           a_oPeer.greet();
-                          giveTables(a_oPeer, {"1", "2"});
+                          giveDigests(a_oPeer, {"1", "2"});
                           a_oPeer.expect(Operation::GetRowCount); // the handler gets no answer
                       },
                       [](FakePeer& a_oPeer)
                       {
                           a_oPeer.greet();
-                          giveTables(a_oPeer, {"1", "2"});
+                          giveDigests(a_oPeer, {"1", "2"});
                           a_oPeer.reply(a_oPeer.expect(Operation::GetRowCount));
-                          giveTables(a_oPeer, {"1"});
+                          giveDigests(a_oPeer, {"1"});
                           a_oPeer.notify("C"); // as it was, but changed meanwhile
-                          giveTables(a_oPeer, {"1"});
+                          giveDigests(a_oPeer, {"1"});
                           a_oPeer.reply(a_oPeer.expect(Operation::GetRowCount));
                           a_oPeer.awaitEnd();
                       }});

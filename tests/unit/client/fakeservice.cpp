@@ -61,7 +61,8 @@ void FakePeer::reply(const wire::Request& a_oRequest, unsigned a_uiNumber, wire:
     oReply.m_eResult = a_eResult;
     oReply.m_uiNumber = a_uiNumber;
     oReply.m_strError = a_eResult == wire::Result::Ok ? "" : "refused by the test";
-    oReply.m_oRows.push_back(samples::row({{"Service", samples::text("fake")}, {"Version", samples::text("7")}}));
+    oReply.m_oRows.push_back(samples::row(
+        {{"Service", samples::text("fake")}, {"Version", samples::text("7")}, {"Digests", samples::integer(1)}}));
     sendBytes(wire::encodeFrame(wire::encode(oReply)));
 }
 

@@ -60,7 +60,7 @@ TEST(Message, MalformedPayloadsAreRefusedWithoutRepeatingThem)
         {"\x92\x09\xa6secret", "kind 9 with 2"},
         {"\x92\xff\xa6secret", "message kind is not an unsigned"},
         {"\x99\x01\x07\x00\x00"s + strTexts + "\x90\x90", "operation 0"},
-        {"\x99\x01\x07\x0f\x00"s + strTexts + "\x90\x90", "operation 15"},
+        {"\x99\x01\x07\x10\x00"s + strTexts + "\x90\x90", "operation 16"},
         {"\x99\x01\xcf\x00\x00\x00\x01\x00\x00\x00\x00\x08\x00"s + strTexts + "\x90\x90", "sequence"},
         {"\x97\x02\x07\x0c\xa6secret\x00\x90\x90"s, "result 12"},
         {"\x97\x02\x07\x64\xa6secret\x00\x90\x90"s, "result 100"},
