@@ -196,7 +196,7 @@ Database::Database(const std::string& a_strPath, EKept a_eKept)
         m_pDatabase = openDatabase(m_strPath);
         if (m_eKept == EKept::eUntilReboot)
         {
-            m_pDatabase->exec("PRAGMA synchronous=OFF");
+            m_pDatabase->exec("PRAGMA synchronous=OFF; PRAGMA wal_autocheckpoint=64; PRAGMA journal_size_limit=65536");
         }
         createMissing();
     }

@@ -80,6 +80,10 @@ bool Session::serveOne(const Answer& a_oAnswer)
         const wire::Message oMessage = wire::decode(strPayload);
         if (const auto* pRequest = std::get_if<wire::Request>(&oMessage))
         {
+            if (getWaiting() == 0) // a client hears of a change before it reads it, or after a loss it might never
+            {
+                static_cast<void>(queueNotifications());
+            }
             queue(a_oAnswer(*pRequest));
             return true;
         }

@@ -153,8 +153,9 @@ void ServiceConnection::deliver()
 void ServiceConnection::deliverTable(const std::string& a_strTable)
 {
     const bool bReturned = m_oReturned.erase(a_strTable) > 0;
+    const unsigned uiLosses = m_uiLosses;
     // At the start, the first delivery makes a handler load everything. Each digest is of what the handler reads, or of
-    // something older, which differs at the next return.
+    // something older; the service then told of the change before the handler could read it, so it is pending again.
     const Digests oDigests = readDigests(m_bLoaded ? std::list<std::string>{a_strTable} : m_oWatched);
     const auto itNow = oDigests.find(a_strTable);
     const auto itRead = m_oRead.find(a_strTable);
@@ -165,7 +166,6 @@ void ServiceConnection::deliverTable(const std::string& a_strTable)
     }
     m_bLoaded = true;
     m_oRead.erase(a_strTable);
-    const unsigned uiLosses = m_uiLosses;
     {
         const DeliveryScope oScope(m_oClient);
         m_pHandler->loadFromConfig(m_oClient, a_strTable);

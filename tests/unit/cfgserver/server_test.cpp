@@ -1,3 +1,4 @@
+#include "cfgserver/session.h"
 #include "platform/base/io.h"
 #include "platform/common/deadline.h"
 #include "samples.h"
@@ -154,6 +155,25 @@ TEST_F(ServerTest, SubscribersAreNotifiedOncePerCommit)
     EXPECT_THAT(oWriter.m_oNotified, testing::ElementsAre("DynDns")) << "it did not ask for its own commits";
     EXPECT_THAT(oOwn.m_oNotified, testing::ElementsAre("DynDns", "DynDns"));
     EXPECT_THAT(oOther.m_oNotified, testing::IsEmpty());
+}
+
+// A client may lose the connection right after a reply: it must not have read a change that it was not told.
+TEST(SessionTest, AChangeIsToldBeforeItIsRead)
+{
+    int aiSockets[2] = {};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, aiSockets), 0);
+    const platform::UniqueFd oClient(aiSockets[0]);
+    Session oSession(platform::UniqueFd(aiSockets[1]), Peer{}, Timeouts{});
+    const std::string strRequest = frameOf(request(Operation::GetRowCount));
+    ASSERT_EQ(::send(oClient.get(), strRequest.data(), strRequest.size(), 0), static_cast<ssize_t>(strRequest.size()));
+    oSession.markChanged(tableOf("DynDns"));
+    oSession.receive();
+    oSession.serve([](const wire::Request&) { return wire::Reply(); });
+    oSession.flush();
+    char acReceived[4096];
+    const ssize_t iReceived = ::recv(oClient.get(), acReceived, sizeof acReceived, 0);
+    EXPECT_EQ(std::string(acReceived, static_cast<std::size_t>(std::max<ssize_t>(iReceived, 0))),
+              frameOf(wire::Notification{"DynDns"}) + frameOf(wire::Reply()));
 }
 
 TEST_F(ServerTest, RequestsSentBeforeADisconnectAreServed)
