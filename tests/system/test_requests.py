@@ -33,9 +33,8 @@ def let_pass(router, rounds):
     assert [row["Success"] for row in router.rows("DynDnsStatus")] == [1] * ACCOUNTS
 
 
-def await_return(router, mark):
-    """Waits until the daemon is connected again and has acted on what it found."""
-    router.daemon.wait_log("Connected to the configuration service", start=mark)
+def await_pass(router, mark):
+    """Waits until the daemon has acted on what it found after the mark."""
     for times in (1, 2):
         router.nudge()
         router.daemon.wait_log(READ, start=mark, times=times)
@@ -50,7 +49,8 @@ def test_requests(router):
     mark = router.daemon.mark()
     router.service.stop()
     router.start_service()
-    await_return(router, mark)
+    router.daemon.wait_log("Connected to the configuration service", start=mark)
+    await_pass(router, mark)
     assert router.daemon.count(BUILT, mark) == 0
 
     # One account is edited: all are sent again, and "nochg" is no reason for another try.
@@ -66,4 +66,9 @@ def test_requests(router):
     router.start_watcher()
     router.daemon.start().wait_log(BUILT, start=mark, times=ACCOUNTS)
     let_pass(router, 3)
-    let_pass(router, 3)
+
+    # That was all, however long one waits.
+    mark = router.daemon.mark()
+    router.clock.step((router.hours + 1) * HOUR)
+    await_pass(router, mark)
+    assert router.daemon.stop() == 0 and len(router.isp.requests()) == 3 * ACCOUNTS
