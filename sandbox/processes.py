@@ -98,6 +98,14 @@ class Program:
         return wait_for(f"{self.name} logs '{pattern}'" + (f" {times} times" if times > 1 else ""),
                         found, seconds, [self])
 
+    def wait_catches(self, name, number):
+        """Waits until the process has this name, so that it is no shell before the program, and catches this signal."""
+        def catches():
+            status = Path(f"/proc/{self.pid}/status").read_text()
+            found = re.search(rf"^Name:\t{name}$.*^SigCgt:\t(\w+)$", status, re.M | re.S)
+            return found and int(found[1], 16) >> (number - 1) & 1
+        wait_for(f"{name} catches signal {number}", catches, 20, [self])
+
     def tail(self):
         lines = self.log().splitlines() if self.log_path.exists() else []
         return f"--- {self.name}, last {TAIL} of {len(lines)} lines\n" + "\n".join(lines[-TAIL:])

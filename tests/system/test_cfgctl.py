@@ -5,7 +5,6 @@ import os
 import re
 import signal
 import subprocess
-from pathlib import Path
 
 from sandbox.processes import wait_for
 from sandbox.router import SOCKET
@@ -89,8 +88,7 @@ def test_exec(router):
 
     def watch(name, *words):
         program = router.start_program(name, ["sh", "-c", 'exec "$@" 2>&1', "sh", router.bin / "cfgctl", "watch", *words])
-        status = Path(f"/proc/{program.pid}/status")  # it catches SIGCHLD once it knows what the log holds already
-        wait_for("the log was read", lambda: int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16) >> 16 & 1, 10)
+        program.wait_catches("cfgctl", signal.SIGCHLD)  # once it knows what the log holds already
         return program
 
     def finish(code, response, account=1):
