@@ -4,6 +4,7 @@
 #include "cfgctl/account/activity.h"
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/account/provider.h"
+#include "cfgctl/account/resend.h"
 #include "cfgctl/timestamp.h"
 #include "scheduler/timing.h"
 
@@ -19,7 +20,7 @@ namespace
 
 constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1; // time stamps are whole seconds
 /// From a change to the first try, at most.
-constexpr std::time_t s_iStart = quorvad::g_iLongestStartSec + s_iSlice;
+constexpr std::time_t s_iStart = g_iLatestTrySec;
 /// An HTTPS attempt may take that long, and 2 s until its row is stamped.
 constexpr std::time_t s_iHttpsAttempt = quorvad::CurlAction::s_iTransferSec + 2;
 /// By GnuDIP: an unanswered look-up of the name, an unanswered connection, three waits for the server.

@@ -47,7 +47,7 @@ Rows findOthers(const StatusSources& a_oSources, const std::vector<std::string>&
 
 std::string describeFirstTry()
 {
-    return std::to_string(g_iEarliestTrySec) + " to " + std::to_string(g_iLatestTrySec) + " seconds";
+    return "within " + std::to_string(g_iLatestTrySec) + " seconds";
 }
 
 std::string describeResend(const StatusSources& a_oSources,
@@ -70,7 +70,7 @@ std::string describeResend(const StatusSources& a_oSources,
     }
     const std::string strNumber = std::to_string(oOthers.size());
     std::string strText = "Any change of an account makes the daemon send all enabled ones again: " + strNumber +
-                          (oOthers.size() == 1 ? " other follows in " : " others follow in ") + describeFirstTry();
+                          (oOthers.size() == 1 ? " other follows " : " others follow ") + describeFirstTry();
     if (!oBlockers.empty())
     {
         const auto same = [](const std::string& a_strName) { return a_strName; };

@@ -12,9 +12,9 @@ namespace cfgctl
 
 /// When the first try follows a change, in seconds.
 inline constexpr int g_iEarliestTrySec = quorvad::g_iShortestStartSec;
-inline constexpr int g_iLatestTrySec = quorvad::g_iLongestStartSec + quorvad::g_iSliceSec;
+inline constexpr int g_iLatestTrySec = quorvad::g_iLongestStartSec + quorvad::g_iSliceSec + 1; // whole seconds
 
-/// "51 to 74 seconds". Pure.
+/// "within 75 seconds". Pure.
 [[nodiscard]] std::string describeFirstTry();
 
 /// Tells which other accounts a change of some sends again, and who blocks clients that repeat an unchanged address; a

@@ -157,7 +157,7 @@ std::string toText(const Report& a_oReport, std::size_t a_uiWidth)
     strText += "\n" + wrapWords(tellNext(a_oReport.m_oState.m_oNext), a_uiWidth) + "\n";
     for (const Problem& oProblem : a_oReport.m_oState.m_oProblems)
     {
-        const std::string strWhat = (oProblem.m_bStops ? "- " : "- Warning: ") + platform::escape(oProblem.m_strWhat);
+        const std::string strWhat = (oProblem.m_bStops ? "- " : "warning: ") + platform::escape(oProblem.m_strWhat);
         strText += wrapWords(strWhat + ".", a_uiWidth, 2) + "\n" + "  " +
                    wrapWords("Next step: " + platform::escape(oProblem.m_strNext), uiNarrow, 4) + "\n";
     }

@@ -81,7 +81,7 @@ std::string describe(const Requested& a_oRequested)
         return "No account is enabled: nothing is sent.\n";
     }
     const std::size_t uiSent = a_oRequested.m_oSent.size();
-    return std::to_string(uiSent) + (uiSent == 1 ? " account is" : " accounts are") + " sent in " + describeFirstTry() +
+    return std::to_string(uiSent) + (uiSent == 1 ? " account is" : " accounts are") + " sent " + describeFirstTry() +
            (strHeld.empty() ? "" : "; held: " + strHeld + ", see 'cfgctl account test'") + ".\n";
 }
 

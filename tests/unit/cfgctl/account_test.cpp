@@ -368,7 +368,7 @@ TEST(Resend, NamesTheOthersThatTheDaemonSendsAgain)
         oSources.m_oAccounts.push_back(change(s_oReady, "Id", pId));
     }
     const auto told = [&] { return describeResend(oSources, shipped(), {"1"}); };
-    EXPECT_THAT(told(), testing::AllOf(HasSubstr(" 2 others follow in 51 to 74 seconds."), Not(HasSubstr("block"))));
+    EXPECT_THAT(told(), testing::AllOf(HasSubstr(" 2 others follow within 75 seconds."), Not(HasSubstr("block"))));
     oSources.m_oAccounts.back() =
         change(oSources.m_oAccounts.back(), "ServerAddr", findProvider(shipped(), "noip")->m_strUrl);
     EXPECT_THAT(told(), HasSubstr("No-IP may block"));
