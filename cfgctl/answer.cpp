@@ -5,10 +5,9 @@
 #include "cfgctl/secrets.h"
 #include "cfgctl/text.h"
 #include "config/schema.h"
-#include "platform/base/escape.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cctype>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -24,19 +23,6 @@ namespace dbm = quorvad::dbm;
 constexpr std::size_t s_uiPublicWidth = 100;
 constexpr std::size_t s_uiLeastSecret = 4;   ///< anything shorter is found in any text
 constexpr std::size_t s_uiLeastPathKey = 12; ///< most of a path is no secret, but a key in it is long
-
-std::string percentDecode(const std::string& a_strText)
-{
-    std::string strDecoded;
-    for (std::size_t uiAt = 0; uiAt < a_strText.size(); ++uiAt)
-    {
-        const std::string strHex = a_strText[uiAt] == '%' ? a_strText.substr(uiAt + 1, 2) : "";
-        const bool bHex = strHex.size() == 2 && strHex.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-        strDecoded += bHex ? static_cast<char>(std::strtol(strHex.c_str(), nullptr, 16)) : a_strText[uiAt];
-        uiAt += bHex ? 2 : 0;
-    }
-    return strDecoded;
-}
 
 /// The parts of a URL that may be secrets: the user's part, values of the query, long parts of the path.
 std::vector<std::string> keysOfUrl(const std::string& a_strUrl)
@@ -98,6 +84,40 @@ std::string hideIn(std::string_view a_strText, const std::vector<std::string>& a
     return strResult;
 }
 
+/// Whether the text begins as a page of the Web does.
+bool isPage(const std::string& a_strText)
+{
+    const std::size_t uiFirst = std::min(a_strText.find_first_not_of(" \t\r\n"), a_strText.size());
+    const auto beginsWith = [&](std::string_view a_strTag)
+    {
+        return a_strText.size() - uiFirst >= a_strTag.size() &&
+               std::equal(a_strTag.begin(),
+                          a_strTag.end(),
+                          a_strText.begin() + static_cast<std::ptrdiff_t>(uiFirst),
+                          [](char a_cTag, unsigned char a_cText) { return a_cTag == std::tolower(a_cText); });
+    };
+    return beginsWith("<!doctype html") || beginsWith("<html");
+}
+
+/// What the provider sent, and of a page what a browser would show of it.
+std::string textOfAnswer(const std::string& a_strStored)
+{
+    const std::string strAnswer = quorvad::unescapeHtml(a_strStored);
+    if (!isPage(strAnswer))
+    {
+        return strAnswer;
+    }
+    std::string strText;
+    bool bTag = false;
+    for (const char cCharacter : strAnswer)
+    {
+        bTag = bTag || cCharacter == '<';
+        strText += bTag ? ' ' : cCharacter;
+        bTag = bTag && cCharacter != '>';
+    }
+    return quorvad::unescapeHtml(strText);
+}
+
 /// The words of a text, one blank apart.
 template<typename Change>
 std::string joinWords(const std::string& a_strText, const Change& a_oChange)
@@ -115,15 +135,15 @@ std::string joinWords(const std::string& a_strText, const Change& a_oChange)
 
 std::string readableAnswer(const std::string& a_strStored)
 {
-    return joinWords(quorvad::unescapeHtml(a_strStored), [](const std::string& a_strWord) { return a_strWord; });
+    return joinWords(textOfAnswer(a_strStored), [](const std::string& a_strWord) { return a_strWord; });
 }
 
 std::string publicAnswer(const std::string& a_strStored, const korrin::ValueList& a_oAccount)
 {
-    const std::string strHidden = hideIn(quorvad::unescapeHtml(a_strStored), secretsOf(a_oAccount));
+    const std::string strHidden = hideIn(textOfAnswer(a_strStored), secretsOf(a_oAccount));
     const auto hideUrl = [](const std::string& a_strWord)
     { return a_strWord.find("://") == std::string::npos ? a_strWord : std::string(g_strHidden); };
-    return cutToWidth(platform::escape(joinWords(strHidden, hideUrl)), s_uiPublicWidth);
+    return cutToWidth(joinWords(strHidden, hideUrl), s_uiPublicWidth);
 }
 
 } // namespace cfgctl

@@ -84,6 +84,13 @@ void replaceFile(const std::string& a_strPath, std::string_view a_strContent)
     }
 }
 
+/// A line on standard error, wrapped where that is a terminal.
+void writeMessage(std::string_view a_strBegin, std::string_view a_strText)
+{
+    const std::string strText = std::string(a_strBegin) + platform::escape(a_strText);
+    static_cast<void>(platform::writeAll(STDERR_FILENO, wrapWords(strText, widthOf(STDERR_FILENO), 2) + "\n"));
+}
+
 } // namespace
 
 std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
@@ -142,7 +149,7 @@ void complain(std::string_view a_strText) noexcept
 {
     try
     {
-        static_cast<void>(platform::writeAll(STDERR_FILENO, "cfgctl: " + platform::escape(a_strText) + "\n"));
+        writeMessage("cfgctl: ", a_strText);
     }
     catch (const std::exception&) // no memory for the text; the exit status remains
     {
@@ -154,8 +161,7 @@ void warn(std::string_view a_strText) noexcept
 {
     try
     {
-        const std::string strText = "warning: " + platform::escape(a_strText);
-        static_cast<void>(platform::writeAll(STDERR_FILENO, wrapWords(strText, widthOf(STDERR_FILENO), 2) + "\n"));
+        writeMessage("warning: ", a_strText);
     }
     catch (const std::exception&) // no memory for the text
     {

@@ -178,6 +178,8 @@ std::string makeLogLine(const korrin::ValueList& a_oLogRow, const Layout& a_oLay
     std::string strText = renderTable(oTable, a_oLayout);
     if (strText.front() != '\n') // no line of empty headings: it became a block
     {
+        Cell& oAnswer = oTable.m_oRows.front()[s_uiAnswerColumn];
+        oAnswer.m_strText = cutToWidth(oAnswer.m_strText, s_uiReadableAnswer);
         strText = renderTable(oTable, {a_oLayout.m_bColours, 0});
     }
     return strText.substr(strText.find('\n') + 1);

@@ -25,7 +25,8 @@ namespace cfgctl
 /// that is still too wide. Pure.
 [[nodiscard]] std::string renderLog(const Rows& a_oLogRows, const Layout& a_oLayout);
 
-/// One of them as a line, without headings, cut where the layout ends. Pure.
+/// One of them as a line, without headings, cut where the layout ends; where that is too narrow, longer with a short
+/// answer. Pure.
 [[nodiscard]] std::string makeLogLine(const korrin::ValueList& a_oLogRow, const Layout& a_oLayout);
 
 /// A sentence if accounts' newest rows were refused with HTTP status 401 or 403, which means a wrong user name or

@@ -7,6 +7,7 @@
 #include "cfgctl/timestamp.h"
 #include "platform/base/escape.h"
 
+#include <algorithm>
 #include <array>
 
 namespace cfgctl
@@ -200,8 +201,13 @@ Health judgeHealth(const std::vector<AccountState>& a_oStates,
         }
     }
     const std::string strAll = count(a_oStates.size(), "account");
+    const auto iDisabled =
+        std::count_if(a_oStates.begin(),
+                      a_oStates.end(),
+                      [](const AccountState& a_oState) { return a_oState.m_oNext.m_eState == ENext::Disabled; });
+    const std::string strDisabled = iDisabled == 0 ? "" : ", " + std::to_string(iDisabled) + " disabled";
     return oFaults.empty()
-               ? Health{EHealth::Well, onOneLine("well", strAll)}
+               ? Health{EHealth::Well, onOneLine("well", strAll + strDisabled)}
                : Health{EHealth::Failing,
                         onOneLine("failing",
                                   std::to_string(oFaults.size()) + " of " + strAll + ": " + join(oFaults, "; ", same))};

@@ -229,14 +229,15 @@ std::string within(const std::optional<std::time_t>& a_oSeconds)
     return a_oSeconds ? " within " + describeLimit(*a_oSeconds) : std::string();
 }
 
+/// " in <94 s": less, that is, as the tables only tell the latest time.
 std::string inBrief(const std::optional<std::time_t>& a_oSeconds)
 {
     if (!a_oSeconds)
     {
         return {};
     }
-    return *a_oSeconds < 120 ? " in " + std::to_string(*a_oSeconds) + " s"
-                             : " in " + std::to_string((*a_oSeconds + 59) / 60) + " min";
+    return *a_oSeconds < 120 ? " in <" + std::to_string(*a_oSeconds) + " s"
+                             : " in <" + std::to_string((*a_oSeconds + 59) / 60) + " min";
 }
 
 } // namespace

@@ -370,8 +370,8 @@ private:
         const bool bBadAuth = textOf(oLog, dbm::DynDnsLog_Response).find("badauth") != std::string::npos;
         warnIf(bBadAuth || strCode == "401" || strCode == "403",
                g_pSignInCode,
-               "The provider refused the user name or the password of " + text(dbm::DynDns_Hostname) + " (" +
-                   (bBadAuth ? "badauth" : "HTTP status " + strCode) + ")",
+               "At the last try, the provider refused the user name or the password of " + text(dbm::DynDns_Hostname) +
+                   " (" + (bBadAuth ? "badauth" : "HTTP status " + strCode) + ")",
                "check both; 'cfgctl account password " + strId + "' sets the password");
     }
 

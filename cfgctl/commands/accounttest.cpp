@@ -1,5 +1,6 @@
 #include "actions/gnudipprotocol.h"
 #include "cfgctl/account/problems.h"
+#include "cfgctl/answer.h"
 #include "cfgctl/commands/accounts.h"
 #include "cfgctl/commands/commands.h"
 #include "cfgctl/errors.h"
@@ -130,6 +131,15 @@ std::string line(const char* a_pName, const std::string& a_strFact)
     return strName + platform::escape(a_strFact) + "\n";
 }
 
+/// What came of the last try; nothing before the first one.
+std::string describeAnswer(const Report& a_oReport)
+{
+    const korrin::ValueList& oFacts = a_oReport.m_oState.m_oFacts;
+    const std::string strAnswer = publicAnswer(textOf(oFacts, dbm::DynDnsLog_Response), a_oReport.m_oAccount);
+    const std::string strCode = textOf(oFacts, dbm::DynDnsLog_ResponseCode);
+    return strCode.empty() ? strCode : line("Answer", "code " + strCode + (strAnswer.empty() ? "" : ": " + strAnswer));
+}
+
 std::string describeFacts(const Report& a_oReport)
 {
     const korrin::ValueList& oAccount = a_oReport.m_oAccount;
@@ -142,7 +152,8 @@ std::string describeFacts(const Report& a_oReport)
            line("Tries", textOf(oAccount, dbm::DynDns_Retry) + " per change") +
            line("Interface", describeInterface(oFacts)) + line("IPv4", orNone(textOf(oFacts, dbm::Addr))) +
            line("IPv6", orNone(textOf(oFacts, "Addr6"))) + line("DNS servers", orNone(listServers(a_oReport))) +
-           line("Last", describeLast(a_oReport.m_oState)) + line("Next", describeNext(a_oReport.m_oState.m_oNext));
+           line("Last", describeLast(a_oReport.m_oState)) + describeAnswer(a_oReport) +
+           line("Next", describeNext(a_oReport.m_oState.m_oNext));
 }
 
 std::string toText(const Report& a_oReport, std::size_t a_uiWidth)

@@ -22,6 +22,7 @@
 #include <sstream>
 #include <system_error>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -139,21 +140,30 @@ private:
     unsigned m_uiRuns = 0;
 };
 
+/// 0, or why the file cannot be run.
+int findFault(const std::string& a_strFile)
+{
+    struct stat oStatus = {};
+    if (access(a_strFile.c_str(), X_OK) != 0 || stat(a_strFile.c_str(), &oStatus) != 0)
+    {
+        return errno;
+    }
+    return S_ISREG(oStatus.st_mode) ? 0 : EACCES;
+}
+
 /// Looks the program up as ChildProcess will. Throws Failure with the system's reason if it cannot be run.
 void requireProgram(const std::string& a_strProgram)
 {
     const bool bPath = a_strProgram.find('/') != std::string::npos;
     const char* pFolders = std::getenv("PATH");
     std::istringstream oFolders(bPath ? "" : pFolders == nullptr ? "/bin:/usr/bin" : pFolders);
-    bool bFound = bPath && access(a_strProgram.c_str(), X_OK) == 0;
-    int iError = bPath ? errno : ENOENT;
-    for (std::string strFile; !bFound && std::getline(oFolders, strFile, ':');)
+    int iFault = bPath ? findFault(a_strProgram) : ENOENT;
+    for (std::string strFolder; iFault != 0 && std::getline(oFolders, strFolder, ':');)
     {
-        strFile.append("/").append(a_strProgram);
-        bFound = access(strFile.c_str(), X_OK) == 0;
-        iError = bFound || errno == ENOENT ? iError : errno;
+        const int iHere = findFault(strFolder + "/" + a_strProgram);
+        iFault = iHere == ENOENT ? iFault : iHere;
     }
-    require(bFound, "Cannot run '" + a_strProgram + "': " + std::strerror(iError));
+    require(iFault == 0, "Cannot run '" + a_strProgram + "': " + std::strerror(iFault));
 }
 
 /// Finds the new rows of the log.
@@ -181,15 +191,16 @@ private:
         const std::string strAccount = shown(dbm::DynDnsLog_DynDnsId);
         const std::string strOutcome = shown("Outcome");
         std::string& strPrevious = m_oPrevious.emplace(strAccount, "none").first->second;
-        Task oTask{{"QUORVAD_ACCOUNT=" + strAccount,
-                    "QUORVAD_HOST=" + shown(dbm::DynDns_Hostname),
-                    "QUORVAD_INTERFACE=" + shown(dbm::Interface),
-                    "QUORVAD_OUTCOME=" + strOutcome,
-                    "QUORVAD_PREVIOUS=" + strPrevious,
-                    "QUORVAD_CODE=" + shown(dbm::DynDnsLog_ResponseCode),
-                    "QUORVAD_ANSWER=" + publicAnswer(textOf(a_oRow, dbm::DynDnsLog_Response), a_oAccount),
-                    "QUORVAD_TIME=" + shown(dbm::DynDnsLog_Timestamp)},
-                   "account " + strAccount + ", " + strOutcome + " at " + shown(dbm::DynDnsLog_Timestamp)};
+        Task oTask{
+            {"QUORVAD_ACCOUNT=" + strAccount,
+             "QUORVAD_HOST=" + shown(dbm::DynDns_Hostname),
+             "QUORVAD_INTERFACE=" + shown(dbm::Interface),
+             "QUORVAD_OUTCOME=" + strOutcome,
+             "QUORVAD_PREVIOUS=" + strPrevious,
+             "QUORVAD_CODE=" + shown(dbm::DynDnsLog_ResponseCode),
+             "QUORVAD_ANSWER=" + platform::escape(publicAnswer(textOf(a_oRow, dbm::DynDnsLog_Response), a_oAccount)),
+             "QUORVAD_TIME=" + shown(dbm::DynDnsLog_Timestamp)},
+            "account " + strAccount + ", " + strOutcome + " at " + shown(dbm::DynDnsLog_Timestamp)};
         strPrevious = strOutcome;
         return oTask;
     }

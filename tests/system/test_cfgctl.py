@@ -124,6 +124,7 @@ def test_exec(router):
     assert stopped.stop(signal.SIGINT, 20) == 0
     # What is killed along with its shell is for init to collect.
     wait_for("no sleep", lambda: subprocess.run(["pgrep", "-x", "sleep"], check=False).returncode == 1, 10)
-    missing = router.ctl("watch", "--exec", "no-such-program", check=False)
-    assert missing.returncode == 1 and "Cannot run 'no-such-program': No such file or directory" in missing.stderr
+    for program, reason in (("no-such-program", "No such file or directory"), ("/tmp", "Permission denied")):
+        missing = router.ctl("watch", "--exec", program, check=False)
+        assert missing.returncode == 1 and f"Cannot run '{program}': {reason}\n" in missing.stderr
     assert router.ctl("watch", "etl", "--exec", "true", check=False).returncode == 2

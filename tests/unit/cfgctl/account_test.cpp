@@ -444,7 +444,8 @@ TEST(Problems, EachIsFoundWithANextStep)
     StatusSources oRefused = sources();
     oRefused.m_oStatus = {makeRow("DynDnsId=1 Success=0 Timestamp=" + stamp(1))};
     oRefused.m_oLog = {logRow("1", 1, "403", "go away")};
-    EXPECT_THAT(reasons(s_oReady, oRefused), HasSubstr("warn The provider refused the user name or the password"));
+    EXPECT_THAT(reasons(s_oReady, oRefused),
+                HasSubstr("warn At the last try, the provider refused the user name or the password"));
     StatusSources oWithout = sources();
     oWithout.m_oServers.clear();
     EXPECT_THAT(reasons(s_oReady, oWithout), HasSubstr("stop Interface 'ppp0' has no DNS server"));

@@ -78,6 +78,13 @@ TEST(Log, EachAttemptIsOneReadableLine)
     EXPECT_THAT(makeLogLine(oRows.front(), Layout{false, 40}), testing::EndsWith("403  <b> bad\\x1b auth\n"));
 }
 
+TEST(Log, ShowsTheTextOfPages)
+{
+    EXPECT_EQ(
+        readableAnswer("\r\n&lt;!DOCTYPE html&gt;&lt;title&gt;401&lt;/title&gt;&lt;p class=x&gt;M&amp;amp;M &lt;cut"),
+        "401 M&M");
+}
+
 // The shape that cfgctl(1) describes.
 TEST(Log, JsonHoldsFacts)
 {
@@ -107,7 +114,7 @@ TEST(Answer, LosesSecretsBeforeItLeavesTheMachine)
     oAccount.add("ServerAddr",
                  platform::text("https://userkey@dyn.example.net/u/0123456789abcdef/update?host=home&token=t0psecret"));
     const auto show = [&](const std::string& a_strAnswer) { return publicAnswer(a_strAnswer, oAccount); };
-    EXPECT_EQ(show("badauth\t for  home.example.org\r\x1b"), "badauth for home.example.org \\x1b");
+    EXPECT_EQ(show("badauth\t for  home.example.org\r\x1b"), "badauth for home.example.org \x1b");
     EXPECT_EQ(show("wrong p%26ss%3Dword"), "wrong ********");
     EXPECT_EQ(show("wrong p&amp;ss=word, update"), "wrong ********, update");
     EXPECT_EQ(show("u/0123456789abcdef: t0psecret, userkey"), "u/********: ********, ********");

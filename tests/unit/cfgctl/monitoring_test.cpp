@@ -54,11 +54,11 @@ TEST(Health, IsOneLineWithAnExitStatus)
     StatusSources oSources = wellSources();
     EXPECT_EQ(judge(oSources), "1 failing: 1 of 2 accounts: a.example overdue for 2 hours: see quorvad's log");
     addAttempt(oSources, 500, "good");
-    EXPECT_EQ(judge(oSources), "0 well: 2 accounts");
-    EXPECT_EQ(judge(oSources, 500), "0 well: 2 accounts");
+    EXPECT_EQ(judge(oSources), "0 well: 2 accounts, 1 disabled");
+    EXPECT_EQ(judge(oSources, 500), "0 well: 2 accounts, 1 disabled");
     EXPECT_EQ(judge(oSources, 499), "1 failing: 1 of 2 accounts: a.example last success 8 minutes ago");
     addAttempt(oSources, 5, "geheim\x1b-is-wrong");
-    EXPECT_EQ(judge(oSources), "1 failing: 1 of 2 accounts: a.example failed just now (********\\x5cx1b-is-wrong)");
+    EXPECT_EQ(judge(oSources), "1 failing: 1 of 2 accounts: a.example failed just now (********\\x1b-is-wrong)");
     oSources.m_oInterfaces.clear();
     EXPECT_THAT(judge(oSources), HasSubstr("a.example waits for interface ppp0"));
     oSources.m_oClients.pop_back();
