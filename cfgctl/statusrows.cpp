@@ -2,13 +2,14 @@
 
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/answer.h"
+#include "cfgctl/text.h"
 #include "cfgctl/timestamp.h"
 #include "platform/common/valuejson.h"
 #include "platform/common/values.h"
 
 #include <algorithm>
 #include <climits>
-#include <set>
+#include <utility>
 
 namespace cfgctl
 {
@@ -74,6 +75,14 @@ bool isUrgent(const Problem& a_oProblem)
 {
     return (a_oProblem.m_bStops && a_oProblem.m_strCode != g_pDisabledCode) ||
            a_oProblem.m_strCode == g_pNoWatcherCode || a_oProblem.m_strCode == g_pSignInCode;
+}
+
+/// "accounts 1, 2: ", unless the cause concerns them all.
+std::string nameAccounts(const Problem& a_oProblem, const std::vector<std::string>& a_oIds)
+{
+    const bool bAll = a_oProblem.m_strCode == g_pNoDaemonCode || a_oProblem.m_strCode == g_pNoWatcherCode;
+    const std::string strIds = join(a_oIds, ", ", [](const std::string& a_strId) { return a_strId; });
+    return bAll ? "" : (a_oIds.size() == 1 ? "account " : "accounts ") + strIds + ": ";
 }
 
 /// "3 min", "2 h", "5 d".
@@ -212,23 +221,33 @@ std::string statesToJson(const std::vector<AccountState>& a_oStates)
 
 std::vector<std::string> findWarnings(const std::vector<AccountState>& a_oStates)
 {
-    std::vector<std::string> oWarnings;
-    std::set<std::string> oTold;
-    std::vector<std::string> oWatcher;
-    bool bAddress = false; // one that differs tells of the watcher, too
+    std::vector<std::pair<const Problem*, std::vector<std::string>>> oFound; // with the accounts
+    bool bWatcherTold = false;
     for (const AccountState& oState : a_oStates)
     {
         for (const Problem& oProblem : oState.m_oProblems)
         {
-            const bool bDisabled = oState.m_oNext.m_eState == ENext::Disabled;
-            if (!bDisabled && isUrgent(oProblem) && oTold.insert(oProblem.m_strWhat).second)
+            if (oState.m_oNext.m_eState == ENext::Disabled || !isUrgent(oProblem))
             {
-                (oProblem.m_strCode == g_pNoWatcherCode ? oWatcher : oWarnings).push_back(tellProblem(oProblem));
+                continue;
             }
-            bAddress = bAddress || (!bDisabled && oProblem.m_strCode == g_pAddressCode);
+            bWatcherTold = bWatcherTold || tellsOfWatcher(oProblem);
+            const auto it =
+                std::find_if(oFound.begin(),
+                             oFound.end(),
+                             [&](const auto& a_oOne) { return a_oOne.first->m_strWhat == oProblem.m_strWhat; });
+            auto& oOne = it == oFound.end() ? oFound.emplace_back(&oProblem, std::vector<std::string>()) : *it;
+            oOne.second.push_back(textOf(oState.m_oFacts, dbm::Id));
         }
     }
-    oWarnings.insert(oWarnings.end(), oWatcher.begin(), bAddress ? oWatcher.begin() : oWatcher.end());
+    std::vector<std::string> oWarnings;
+    for (const auto& [pProblem, oIds] : oFound)
+    {
+        if (pProblem->m_strCode != g_pNoWatcherCode || !bWatcherTold)
+        {
+            oWarnings.push_back(nameAccounts(*pProblem, oIds) + tellProblem(*pProblem));
+        }
+    }
     return oWarnings;
 }
 

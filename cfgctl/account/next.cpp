@@ -256,7 +256,8 @@ Next findNext(const korrin::ValueList& a_oAccount,
     {
         return {ENext::Disabled, {}, {}};
     }
-    return {oFirst.m_strCode == g_pNoDaemonCode ? ENext::NoDaemon : ENext::Impossible, {}, oFirst.m_strBrief};
+    const ENext eState = oFirst.m_strCode == g_pNoDaemonCode ? ENext::NoDaemon : ENext::Impossible;
+    return {eState, {}, oFirst.m_strBrief, oFirst.m_strCode == g_pAddressCode};
 }
 
 const char* nameNext(ENext a_eState)
@@ -337,7 +338,8 @@ std::string tellNext(const Next& a_oNext)
         return "Disabled: no update goes out.";
     case ENext::NoDaemon:
     case ENext::Impossible:
-        return "Not ready: no update goes out.";
+        return a_oNext.m_bOutdated ? "Not ready: the present address is not announced."
+                                   : "Not ready: no update goes out.";
     case ENext::Due:
         return "Ready: an update goes out" + within(a_oNext.m_oSeconds) + ".";
     case ENext::Possible:

@@ -32,7 +32,8 @@ struct Next
     /// Due, Possible and Retrying: to the latest time of it. Awaited: to the latest time of the outcome. Overdue: since
     /// then. Otherwise, where the tables do not tell, and when a Possible update may have been sent: nothing.
     std::optional<std::time_t> m_oSeconds;
-    std::string m_strCause; ///< of Impossible, a few words
+    std::string m_strCause;   ///< of Impossible, a few words
+    bool m_bOutdated = false; ///< of Impossible: what is due goes out, but with an address that has changed
 };
 
 /// Follows from findProblems' result, the attempts so far and what the service tells of daemon and tables; from the

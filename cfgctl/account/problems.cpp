@@ -65,14 +65,14 @@ public:
 private:
     [[nodiscard]] std::string text(const char* a_pColumn) const { return textOf(m_oAccount, a_pColumn); }
     /// The command that changes the account by the rules by which it was added.
-    [[nodiscard]] std::string change(const std::string& a_strOptions) const
+    [[nodiscard]] std::string change(const std::string& a_strOptions, const std::string& a_strEffect) const
     {
-        return "cfgctl account set " + idOrPlaceholder() + " " + a_strOptions;
+        return "'cfgctl account set " + idOrPlaceholder() + " " + a_strOptions + "' " + a_strEffect;
     }
     /// The command for what that one does not change.
     [[nodiscard]] std::string setting(const std::string& a_strAssignment) const
     {
-        return "cfgctl set DynDns Id=" + idOrPlaceholder() + " " + a_strAssignment;
+        return "'cfgctl set DynDns Id=" + idOrPlaceholder() + " " + a_strAssignment + "' sets it";
     }
     [[nodiscard]] std::string idOrPlaceholder() const { return text(dbm::Id).empty() ? "ID" : text(dbm::Id); }
     void stopIf(bool a_bSo,
@@ -99,24 +99,24 @@ private:
         stopIf(!isSet(m_oAccount, dbm::Enable),
                g_pDisabledCode,
                "The account is disabled",
-               "cfgctl account enable " + text(dbm::Id),
+               "'cfgctl account enable " + idOrPlaceholder() + "' enables it",
                "nothing: disabled");
         const std::string strService = text(dbm::DynDns_ServiceType);
         stopIf(strService != dbm::ServiceType_UpdateUrl && strService != dbm::ServiceType_Gnudip,
                "service-type",
                "Unknown ServiceType '" + strService + "'",
-               setting(std::string("ServiceType=") + dbm::ServiceType_UpdateUrl) + " (or " + dbm::ServiceType_Gnudip +
-                   ")",
+               setting(std::string("ServiceType=") + dbm::ServiceType_UpdateUrl) + "; " + dbm::ServiceType_Gnudip +
+                   " is the other one",
                "nothing: unknown ServiceType");
         stopIf(m_oAccount.getValue(dbm::DynDns_Retry).getInteger() <= 0,
                "no-tries",
                "Retry is not above 0, so no try is made",
-               change("--retry 5"),
+               change("--retry 5", "allows five"),
                "nothing: Retry is 0");
         stopIf(m_strInterface.empty(),
                "no-interface",
                "No interface is set",
-               change("--interface NAME"),
+               change("--interface NAME", "sets it"),
                "nothing: no interface");
     }
 
@@ -129,18 +129,16 @@ private:
                "nothing: no daemon is connected");
     }
 
-    /// Unless an address differs, which tells the same and more.
+    /// Unless that is told already.
     void checkWatcher()
     {
-        const bool bTold =
-            std::any_of(m_oFound.begin(),
-                        m_oFound.end(),
-                        [](const Problem& a_oProblem) { return a_oProblem.m_strCode == g_pAddressCode; });
+        const bool bTold = std::any_of(m_oFound.begin(), m_oFound.end(), tellsOfWatcher);
         warnIf(m_bWatcherMissing && !bTold,
                g_pNoWatcherCode,
                "No watcher (netifwatch) is connected to the service, so no change of an interface is noticed",
-               "start it with '" + startCommand(g_pWatcher) + "'");
+               startWatcher());
     }
+    [[nodiscard]] static std::string startWatcher() { return "start it with '" + startCommand(g_pWatcher) + "'"; }
 
     /// What the kernel says of the interface. What a watcher says of one that is not here is about another machine.
     [[nodiscard]] EInterfaceState stateHere() const
@@ -175,15 +173,16 @@ private:
             stopIf(true,
                    "interface-missing",
                    strInterface + " does not exist; this machine has " + namesHere(),
-                   "'" + change("--interface NAME") + "' chooses another",
+                   change("--interface NAME", "chooses another"),
                    strWaits);
         }
         else if (m_oWatch.empty())
         {
             stopIf(true,
-                   "not-monitored",
-                   strInterface + " is not monitored: it is not in StatusNetifWatch",
-                   m_bWatcherMissing ? "start the watcher" : "check that netifwatch watches " + m_strInterface,
+                   g_pNotMonitoredCode,
+                   strInterface + " is not monitored: " +
+                       (m_bWatcherMissing ? "no watcher (netifwatch) is connected" : "it is not in StatusNetifWatch"),
+                   m_bWatcherMissing ? startWatcher() : "check that netifwatch watches " + m_strInterface,
                    strWaits + " to be monitored");
         }
         else
@@ -196,19 +195,16 @@ private:
     void checkState(EInterfaceState a_eState, const std::string& a_strInterface)
     {
         const bool bUp = isSet(m_oWatch, dbm::IsUp);
-        stopIf(!bUp,
-               "interface-down",
-               a_strInterface + " is down",
-               "bring it up; the update follows",
-               "waits until " + m_strInterface + " is up");
-        stopIf(bUp && a_eState == EInterfaceState::eDown,
+        stopIf(!bUp || a_eState == EInterfaceState::eDown,
                "interface-down",
                a_strInterface + " is down or has no carrier",
-               "bring it up, and check that netifwatch is running: StatusNetifWatch shows the interface as up",
-               "waits until " + m_strInterface + " is running");
+               bUp ? "bring it up, and check that netifwatch is running: StatusNetifWatch shows the interface as up"
+                   : "bring it up, and the update follows",
+               "waits until " + m_strInterface + " is up");
     }
 
-    /// Of the addresses that are announced. While a watcher runs, the table follows the kernel within a moment.
+    /// Of the addresses that are announced, or whose change is the reason for an update. While a watcher runs, the
+    /// table follows the kernel within a moment.
     void checkAddresses()
     {
         if (!m_bWatcherMissing || stateHere() != EInterfaceState::eRunning)
@@ -217,11 +213,12 @@ private:
         }
         const std::string strUrl = text(dbm::DynDns_ServerAddr);
         const quorvad::UrlValues oValues = urlValuesOf(m_oAccount, m_oSources);
-        if (isGnudip(m_oAccount) || hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr))
+        const bool bIPv6 = !isGnudip(m_oAccount) && hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr6);
+        if (!bIPv6 || hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr)) // also for one that takes the sender's
         {
             checkAddress("IPv4", oValues.m_strIpAddr, '.');
         }
-        if (!isGnudip(m_oAccount) && hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr6))
+        if (bIPv6)
         {
             checkAddress("IPv6", oValues.m_strIpAddr6, ':');
         }
@@ -241,10 +238,10 @@ private:
         const std::string strHere = join(oHere, ", ", [](const std::string& a_strText) { return a_strText; });
         stopIf(!bSame,
                g_pAddressCode,
-               "Row and kernel differ, and no watcher is connected: the " + a_strFamily + " address of " +
+               "Row and kernel differ, as no watcher (netifwatch) is connected: the " + a_strFamily + " address of " +
                    m_strInterface + " is " + orNone(a_strRow) + " in the table and " + orNone(strHere) +
                    " in the kernel",
-               "start the watcher with '" + startCommand(g_pWatcher) + "'",
+               startWatcher(),
                "waits for netifwatch: the address is out of date");
     }
 
@@ -275,7 +272,7 @@ private:
         stopIf(!quorvad::isUserPartOfHost(text(dbm::DynDns_AccountUserName), text(dbm::DynDns_Hostname)),
                "gnudip-host",
                "Hostname does not begin with the user name, as GnuDIP needs it",
-               change("--user USER --host USER.DOMAIN"),
+               change("--user USER --host USER.DOMAIN", "sets both"),
                "nothing: Hostname does not fit the user name");
         stopIf(text(dbm::DynDns_ServerAddr).empty(),
                "no-server",
@@ -370,8 +367,8 @@ private:
         const bool bBadAuth = textOf(oLog, dbm::DynDnsLog_Response).find("badauth") != std::string::npos;
         warnIf(bBadAuth || strCode == "401" || strCode == "403",
                g_pSignInCode,
-               "At the last try, the provider refused the user name or the password of " + text(dbm::DynDns_Hostname) +
-                   " (" + (bBadAuth ? "badauth" : "HTTP status " + strCode) + ")",
+               "At the last try, the provider refused the user name or the password (" +
+                   (bBadAuth ? "badauth" : "HTTP status " + strCode) + ")",
                "check both; 'cfgctl account password " + strId + "' sets the password");
     }
 
@@ -383,19 +380,19 @@ private:
         warnIf(strUser.find(':') != std::string::npos,
                "user-colon",
                "The user name contains ':': the server takes what follows as the password",
-               change("--user NAME"));
+               change("--user NAME", "changes it"));
         warnIf(bPassword && !bInUrl && strUser.empty(),
                "password-unused",
                "The password is never sent: there is neither a user name nor <password> in the URL",
-               setting("AccountUserName=NAME"));
+               change("--user NAME", "sets a user name"));
         warnIf(!bPassword && (bInUrl || !strUser.empty()),
                "no-password",
                "No password is set",
-               "cfgctl account password " + text(dbm::Id));
+               "'cfgctl account password " + idOrPlaceholder() + "' sets it");
         warnIf(text(dbm::DynDns_ExpectedResultSubString).find('\n') != std::string::npos,
                "expect-line-feed",
                "The expected text contains a line feed, so no answer can contain it",
-               change("--expect TEXT"));
+               change("--expect TEXT", "changes it"));
     }
 
     const korrin::ValueList& m_oAccount;
@@ -411,6 +408,11 @@ private:
 std::vector<Problem> findProblems(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources)
 {
     return Finder(a_oAccount, a_oSources).find();
+}
+
+bool tellsOfWatcher(const Problem& a_oProblem)
+{
+    return a_oProblem.m_strCode == g_pAddressCode || a_oProblem.m_strCode == g_pNotMonitoredCode;
 }
 
 std::string tellProblem(const Problem& a_oProblem)

@@ -24,6 +24,7 @@ constexpr const char* g_pDisabledCode = "disabled";
 constexpr const char* g_pNoDaemonCode = "no-daemon";
 constexpr const char* g_pNoWatcherCode = "no-watcher";
 constexpr const char* g_pAddressCode = "address-differs";
+constexpr const char* g_pNotMonitoredCode = "not-monitored";
 constexpr const char* g_pSignInCode = "sign-in-refused";
 
 /// All of them: those that stop updates first, then in the daemon's own order.
@@ -32,6 +33,9 @@ constexpr const char* g_pSignInCode = "sign-in-refused";
 
 /// Whether one of those that findProblems found keeps updates from going out. Pure.
 [[nodiscard]] bool isStopped(const std::vector<Problem>& a_oProblems);
+
+/// Whether it is one that tells of a missing watcher, too, if that is its cause. Pure.
+[[nodiscard]] bool tellsOfWatcher(const Problem& a_oProblem);
 
 /// "what; what to do", for a warning. Pure.
 [[nodiscard]] std::string tellProblem(const Problem& a_oProblem);

@@ -185,7 +185,10 @@ std::string runAccountTest(Database& a_oDatabase, const Options& a_oOptions)
     oReport.m_oState = makeState(oAccount, oReport.m_oSources, std::time(nullptr));
     oReport.m_strServer = describeServer(oAccount, oReport.m_oSources, oReport.m_pProvider, a_oOptions.m_bShowSecrets);
     writeOut(a_oOptions.m_bJson ? toJson(oReport) : toText(oReport, a_oOptions.m_oLayout.m_uiWidth));
-    require(!isStopped(oReport.m_oState.m_oProblems), "No update of " + nameAccount(oAccount) + " will be sent");
+    if (isStopped(oReport.m_oState.m_oProblems))
+    {
+        throw Exit{1};
+    }
     return {};
 }
 

@@ -78,11 +78,11 @@ std::string describe(const Requested& a_oRequested)
     const std::string strHeld = join(a_oRequested.m_oHeld, ", ", nameAccount);
     if (a_oRequested.m_oSent.empty() && strHeld.empty())
     {
-        return "No account is enabled: nothing is sent.\n";
+        return "No account is enabled: nothing is sent.";
     }
     const std::size_t uiSent = a_oRequested.m_oSent.size();
     return std::to_string(uiSent) + (uiSent == 1 ? " account is" : " accounts are") + " sent " + describeFirstTry() +
-           (strHeld.empty() ? "" : "; held: " + strHeld + ", see 'cfgctl account test'") + ".\n";
+           (strHeld.empty() ? "" : "; held: " + strHeld + ", see 'cfgctl account test'") + ".";
 }
 
 } // namespace
@@ -96,7 +96,7 @@ std::string runAccountUpdate(Database& a_oDatabase, const Options& a_oOptions)
     const Requested oRequested = findRequested(oSources);
     require(!oRequested.m_oSent.empty() || oRequested.m_oHeld.empty(),
             "Nothing is sent: see 'cfgctl account test' for " + join(oRequested.m_oHeld, ", ", nameAccount));
-    return a_oOptions.m_bJson ? toJson(oRequested) : describe(oRequested);
+    return a_oOptions.m_bJson ? toJson(oRequested) : joinLines({describe(oRequested)}, a_oOptions.m_oLayout);
 }
 
 } // namespace cfgctl

@@ -403,7 +403,7 @@ TEST(Problems, EachIsFoundWithANextStep)
     const std::vector<std::tuple<const char*, std::string, const char*>> oCases{
         {"Enable", "0", "stop The account is disabled"},
         {"Interface", "", "stop No interface is set"},
-        {"Interface", "ppp1", "stop Interface 'ppp1' is not monitored"},
+        {"Interface", "ppp1", "stop Interface 'ppp1' is not monitored: it is not in StatusNetifWatch"},
         {"ServiceType", "x", "stop Unknown ServiceType 'x'"},
         {"Retry", "0", "stop Retry is"},
         {"ServerAddr", "", "cannot be used"},
@@ -432,13 +432,19 @@ TEST(Problems, EachIsFoundWithANextStep)
     EXPECT_EQ(reasons(change(s_oReady, "Interface", "eht0"), oHere),
               "stop Interface 'eht0' does not exist; this machine has eth0, ppp0|");
     oHere.m_oLocal["ppp0"].m_eState = EInterfaceState::eRunning;
+    oHere.m_oLocal["eth1"].m_eState = EInterfaceState::eDown;
     oHere.m_oClients = {makeRow("Name=cfgctl"), makeRow("Name=quorvad")};
     EXPECT_THAT(reasons(s_oReady, oHere),
                 testing::AllOf(testing::StartsWith("warn No watcher"), Not(HasSubstr("stop"))));
+    EXPECT_EQ(reasons(change(s_oReady, "Interface", "eth1"), oHere),
+              "stop Interface 'eth1' is not monitored: no watcher (netifwatch) is connected|");
     oHere.m_oInterfaces = {makeRow("Name=ppp0 Addr=192.0.2.6 IsUp=1")};
+    const auto oSender = change(s_oReady, "ServerAddr", "https://h.example/?k=<password>");
+    EXPECT_THAT(reasons(oSender, oHere), testing::StartsWith("stop Row and kernel differ"));
     EXPECT_THAT(reasons(s_oReady, oHere),
-                testing::StartsWith("stop Row and kernel differ, and no watcher is connected: the IPv4 address of ppp0 "
-                                    "is 192.0.2.6 in the table and 192.0.2.7 in the kernel"));
+                testing::StartsWith(
+                    "stop Row and kernel differ, as no watcher (netifwatch) is connected: the IPv4 address of ppp0 "
+                    "is 192.0.2.6 in the table and 192.0.2.7 in the kernel"));
     oHere.m_oClients = {makeRow("Name=netifwatch")};
     EXPECT_EQ(reasons(s_oReady, oHere), "stop No daemon (quorvad) is connected to the service, so nothing is sent|");
     StatusSources oRefused = sources();

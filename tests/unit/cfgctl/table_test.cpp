@@ -103,17 +103,18 @@ TEST(Status, CombinesTheTables)
               " 3  c.example  eth2 ?     not tried yet             impossible\n"
               " 4  d.example  none       not tried yet             impossible\n");
 
-    // One line per cause: a wrong interface of two accounts, and what is missing.
+    // One line per cause, and whom it concerns.
     oSources.m_oAccounts = {makeRow("Id=1 Interface=eth9 Enable=1 Retry=1 ServiceType=gnudip"),
                             makeRow("Id=2 Interface=eth9 Enable=1 Retry=1 ServiceType=gnudip")};
     oSources.m_oLocal = {{"eth0", {}}, {"eth1", {}}};
     oSources.m_oClients = {makeRow("Name=cfgctl")};
     const auto oWarnings = cfgctl::findWarnings(cfgctl::makeStates(oSources, 1772383509));
-    EXPECT_THAT(
-        oWarnings,
-        testing::IsSupersetOf({testing::StartsWith("No daemon (quorvad) is connected"),
-                               testing::StartsWith("Interface 'eth9' does not exist; this machine has eth0, eth1"),
-                               testing::StartsWith("No watcher (netifwatch) is connected")}));
+    EXPECT_THAT(oWarnings,
+                testing::IsSupersetOf(
+                    {testing::StartsWith("No daemon (quorvad) is connected"),
+                     testing::StartsWith("accounts 1, 2: Interface 'eth9' does not exist; this machine has eth0, "
+                                         "eth1; 'cfgctl account set 1 --interface NAME' chooses another"),
+                     testing::StartsWith("No watcher (netifwatch) is connected")}));
     EXPECT_EQ(std::set<std::string>(oWarnings.begin(), oWarnings.end()).size(), oWarnings.size());
 
     // What cfgctl.1 says of the form.
