@@ -5,12 +5,12 @@
 #include "cfgctl/account/attempts.h"
 #include "cfgctl/account/provider.h"
 #include "cfgctl/account/resend.h"
+#include "cfgctl/account/series.h"
 #include "cfgctl/timestamp.h"
 #include "scheduler/timing.h"
 
 #include <algorithm>
 #include <array>
-#include <set>
 
 namespace cfgctl
 {
@@ -18,7 +18,6 @@ namespace cfgctl
 namespace
 {
 
-constexpr std::time_t s_iSlice = quorvad::g_iSliceSec + 1; // time stamps are whole seconds
 /// From a change to the first try, at most.
 constexpr std::time_t s_iStart = g_iLatestTrySec;
 /// An HTTPS attempt may take that long, and 2 s until its row is stamped.
@@ -27,7 +26,6 @@ constexpr std::time_t s_iHttpsAttempt = quorvad::CurlAction::s_iTransferSec + 2;
 constexpr std::time_t s_iGnudipAttempt = 75 + 130 + 30 + 2;
 /// From the end of an attempt to its row.
 constexpr std::time_t s_iWritten = quorvad::g_uiPassSec + 15;
-constexpr int s_iMostDoublings = 20;
 
 std::time_t attemptOf(const korrin::ValueList& a_oAccount)
 {
@@ -39,79 +37,6 @@ std::time_t longestAttempt(const StatusSources& a_oSources)
 {
     const bool bGnudip = std::any_of(a_oSources.m_oAccounts.begin(), a_oSources.m_oAccounts.end(), isGnudip);
     return bGnudip ? s_iGnudipAttempt : s_iHttpsAttempt;
-}
-
-/// How long the daemon waits after the given try of a series.
-std::time_t waitAfter(int a_iPlace, int a_iStart)
-{
-    std::int32_t iWait = a_iStart;
-    for (int iDone = 0; iDone < std::min(a_iPlace, s_iMostDoublings); ++iDone)
-    {
-        iWait = quorvad::doubledInterval(iWait);
-    }
-    return iWait;
-}
-
-/// Whether the try after that one can have followed after a_iGap seconds. Either may have taken long.
-bool canFollow(int a_iPlace, std::time_t a_iGap, std::time_t a_iAttempt)
-{
-    return a_iGap >= waitAfter(a_iPlace, quorvad::g_iShortestStartSec) - a_iAttempt &&
-           a_iGap <= waitAfter(a_iPlace, quorvad::g_iLongestStartSec) + s_iSlice + a_iAttempt;
-}
-
-/// The failed tries since the last success, as far as they are logged. Attempts with an unknown outcome are included:
-/// the gap to the next one shows whether that was a repetition.
-struct Failures
-{
-    std::vector<std::time_t> m_oTimes;
-    bool m_bWhole = false; ///< the first one of its series is among them: a success or the trigger came before
-};
-
-Failures
-failuresOf(const korrin::ValueList& a_oAccount, const StatusSources& a_oSources, const std::optional<Trigger>& a_oStart)
-{
-    Failures oFailures;
-    for (const korrin::ValueList& oRow : a_oSources.m_oLog)
-    {
-        const auto oTime = parseTimestamp(textOf(oRow, dbm::DynDnsLog_Timestamp));
-        if (!oTime || textOf(oRow, dbm::DynDnsLog_DynDnsId) != textOf(a_oAccount, dbm::Id))
-        {
-            continue;
-        }
-        if ((a_oStart && *oTime <= a_oStart->m_iTime) ||
-            isSuccess(judgeAttempt(a_oAccount, a_oSources.m_oStatus, oRow)))
-        {
-            oFailures = {{}, true};
-            continue;
-        }
-        oFailures.m_oTimes.push_back(*oTime);
-    }
-    return oFailures;
-}
-
-/// Which try of its series the last one was, as the gaps tell: the daemon waits 2, 4, 8, ... times its start period.
-/// Long attempts leave several answers open; the lowest of them counts. A gap that fits none began a new series.
-int lastPlace(const Failures& a_oFailures, std::time_t a_iAttempt)
-{
-    std::set<int> oPlaces{1};
-    for (int iPlace = 2; iPlace < s_iMostDoublings && !a_oFailures.m_bWhole; ++iPlace)
-    {
-        oPlaces.insert(iPlace);
-    }
-    for (std::size_t uiTry = 1; uiTry < a_oFailures.m_oTimes.size(); ++uiTry)
-    {
-        const std::time_t iGap = a_oFailures.m_oTimes[uiTry] - a_oFailures.m_oTimes[uiTry - 1];
-        std::set<int> oNext;
-        for (const int iPlace : oPlaces)
-        {
-            if (canFollow(iPlace, iGap, a_iAttempt))
-            {
-                oNext.insert(iPlace + 1);
-            }
-        }
-        oPlaces = oNext.empty() ? std::set<int>{1} : oNext;
-    }
-    return *oPlaces.begin();
 }
 
 /// Finds it for an account that nothing stops.
@@ -190,7 +115,7 @@ private:
     [[nodiscard]] Next findAfterFailure() const
     {
         const Failures oFailures = failuresOf(m_oAccount, m_oSources, m_oTrigger);
-        if (oFailures.m_oTimes.empty() || oFailures.m_oTimes.back() > m_iNow + s_iSlice) // the clock was set back
+        if (oFailures.m_oTimes.empty() || oFailures.m_oTimes.back() > m_iNow + g_iStampSlice) // the clock was set back
         {
             return {ENext::Retrying, {}, {}};
         }
@@ -199,7 +124,8 @@ private:
         {
             return unlessPossible(ENext::Exhausted);
         }
-        const std::time_t iTry = oFailures.m_oTimes.back() + waitAfter(iPlace, quorvad::g_iLongestStartSec) + s_iSlice;
+        const std::time_t iTry =
+            oFailures.m_oTimes.back() + waitAfter(iPlace, quorvad::g_iLongestStartSec) + g_iStampSlice;
         // After a change of the interface a new series begins instead.
         return announced(ENext::Retrying, isNews(m_oPossible) ? std::max(iTry, latestStart(*m_oPossible)) : iTry);
     }

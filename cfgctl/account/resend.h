@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cfgctl/account/provider.h"
+#include "cfgctl/account/series.h"
 #include "cfgctl/database.h"
 #include "scheduler/timing.h"
 
@@ -12,7 +13,7 @@ namespace cfgctl
 
 /// When the first try follows a change, in seconds.
 inline constexpr int g_iEarliestTrySec = quorvad::g_iShortestStartSec;
-inline constexpr int g_iLatestTrySec = quorvad::g_iLongestStartSec + quorvad::g_iSliceSec + 1; // whole seconds
+inline constexpr int g_iLatestTrySec = quorvad::g_iLongestStartSec + g_iStampSlice;
 
 /// "within 75 seconds". Pure.
 [[nodiscard]] std::string describeFirstTry();
