@@ -23,11 +23,6 @@ constexpr std::size_t s_uiHostColumn = 2;
 constexpr std::size_t s_uiAnswerColumn = 5;
 constexpr std::size_t s_uiReadableAnswer = 40; ///< an age may take the rest
 
-bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
-{
-    return a_oRow.getValue(a_pColumn).getType() == korrin::eValueNull;
-}
-
 korrin::ValueList makeLogRow(const korrin::ValueList& a_oLog, const StatusSources& a_oSources, std::time_t a_iNow)
 {
     const korrin::Value& oAccountId = a_oLog.getValue(dbm::DynDnsLog_DynDnsId);
@@ -197,11 +192,10 @@ std::string explainRefusals(const Rows& a_oLogRows)
     {
         oIds.insert(oIds.end(), bRefused ? 1 : 0, std::to_string(iId));
     }
-    const std::string strIds = join(oIds, ", ", [](const std::string& a_strId) { return a_strId; });
-    return oIds.empty() ? ""
-                        : (oIds.size() == 1 ? "account " : "accounts ") + strIds +
-                              ": code 401 or 403 mostly means a wrong user name or password: 'cfgctl account "
-                              "password ID' and 'cfgctl account set ID --user USER' change them";
+    return oIds.empty()
+               ? ""
+               : nameAccounts(oIds) + ": code 401 or 403 mostly means a wrong user name or password: 'cfgctl account "
+                                      "password ID' and 'cfgctl account set ID --user USER' change them";
 }
 
 } // namespace cfgctl

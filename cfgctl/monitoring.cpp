@@ -185,11 +185,10 @@ Health judgeHealth(const std::vector<AccountState>& a_oStates,
                    const std::optional<std::time_t>& a_oMaxAge,
                    std::time_t a_iNow)
 {
-    const auto same = [](const std::string& a_strText) { return a_strText; };
     const std::vector<std::string> oMissing = findMissing(a_oSources);
     if (!oMissing.empty())
     {
-        return {EHealth::Missing, onOneLine("missing", join(oMissing, "; ", same))};
+        return {EHealth::Missing, onOneLine("missing", join(oMissing, "; "))};
     }
     std::vector<std::string> oFaults;
     for (const AccountState& oState : a_oStates)
@@ -210,7 +209,7 @@ Health judgeHealth(const std::vector<AccountState>& a_oStates,
                ? Health{EHealth::Well, onOneLine("well", strAll + strDisabled)}
                : Health{EHealth::Failing,
                         onOneLine("failing",
-                                  std::to_string(oFaults.size()) + " of " + strAll + ": " + join(oFaults, "; ", same))};
+                                  std::to_string(oFaults.size()) + " of " + strAll + ": " + join(oFaults, "; "))};
 }
 
 Health judgeWithoutService(const std::string& a_strReason)

@@ -20,11 +20,6 @@ namespace
 constexpr std::size_t s_uiReadableAnswer = 8;
 constexpr std::size_t s_uiReadableHost = 16;
 
-bool isNull(const korrin::ValueList& a_oRow, const char* a_pColumn)
-{
-    return a_oRow.getValue(a_pColumn).getType() == korrin::eValueNull;
-}
-
 korrin::Value secondsOf(const Next& a_oNext)
 {
     return a_oNext.m_oSeconds
@@ -77,12 +72,10 @@ bool isUrgent(const Problem& a_oProblem)
            a_oProblem.m_strCode == g_pNoWatcherCode || a_oProblem.m_strCode == g_pSignInCode;
 }
 
-/// "accounts 1, 2: ", unless the cause concerns them all.
-std::string nameAccounts(const Problem& a_oProblem, const std::vector<std::string>& a_oIds)
+/// Whether its cause concerns all accounts.
+bool concernsAll(const Problem& a_oProblem)
 {
-    const bool bAll = a_oProblem.m_strCode == g_pNoDaemonCode || a_oProblem.m_strCode == g_pNoWatcherCode;
-    const std::string strIds = join(a_oIds, ", ", [](const std::string& a_strId) { return a_strId; });
-    return bAll ? "" : (a_oIds.size() == 1 ? "account " : "accounts ") + strIds + ": ";
+    return a_oProblem.m_strCode == g_pNoDaemonCode || a_oProblem.m_strCode == g_pNoWatcherCode;
 }
 
 /// "3 min", "2 h", "5 d".
@@ -219,6 +212,11 @@ std::string statesToJson(const std::vector<AccountState>& a_oStates)
     return oList.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
+std::string nameAccounts(const std::vector<std::string>& a_oIds)
+{
+    return (a_oIds.size() == 1 ? "account " : "accounts ") + join(a_oIds, ", ");
+}
+
 std::vector<std::string> findWarnings(const std::vector<AccountState>& a_oStates)
 {
     std::vector<std::pair<const Problem*, std::vector<std::string>>> oFound; // with the accounts
@@ -245,7 +243,7 @@ std::vector<std::string> findWarnings(const std::vector<AccountState>& a_oStates
     {
         if (pProblem->m_strCode != g_pNoWatcherCode || !bWatcherTold)
         {
-            oWarnings.push_back(nameAccounts(*pProblem, oIds) + tellProblem(*pProblem));
+            oWarnings.push_back((concernsAll(*pProblem) ? "" : nameAccounts(oIds) + ": ") + tellProblem(*pProblem));
         }
     }
     return oWarnings;

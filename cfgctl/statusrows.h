@@ -47,6 +47,9 @@ void addProblems(nlohmann::ordered_json& a_oJson, const std::vector<Problem>& a_
 /// The facts with Ready and Problems, indented. Pure.
 [[nodiscard]] std::string statesToJson(const std::vector<AccountState>& a_oStates);
 
+/// "account 1", "accounts 1, 2". Pure.
+[[nodiscard]] std::string nameAccounts(const std::vector<std::string>& a_oIds);
+
 /// What the owner has to know beside the table: whatever stops enabled accounts, a watcher that is missing, a sign-in
 /// that was refused; each once, however many accounts it concerns. Pure.
 [[nodiscard]] std::vector<std::string> findWarnings(const std::vector<AccountState>& a_oStates);

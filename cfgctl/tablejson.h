@@ -14,6 +14,7 @@
 namespace cfgctl
 {
 
+using platform::isNull;
 using platform::isSet;
 using platform::textOf;
 

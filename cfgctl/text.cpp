@@ -111,4 +111,9 @@ std::string wrapWords(std::string_view a_strText, std::size_t a_uiWidth, std::si
     return strResult;
 }
 
+std::string orNone(const std::string& a_strText)
+{
+    return a_strText.empty() ? "none" : a_strText;
+}
+
 } // namespace cfgctl

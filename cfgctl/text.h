@@ -30,4 +30,14 @@ template<typename List, typename Text>
     return strResult;
 }
 
+/// Texts, with a separator between them.
+template<typename List>
+[[nodiscard]] std::string join(const List& a_oTexts, const char* a_pSeparator)
+{
+    return join(a_oTexts, a_pSeparator, [](const std::string& a_strText) { return a_strText; });
+}
+
+/// "none" instead of an empty text. Pure.
+[[nodiscard]] std::string orNone(const std::string& a_strText);
+
 } // namespace cfgctl

@@ -16,11 +16,6 @@ namespace
 
 using quorvad::EInterfaceState;
 
-std::string orNone(const std::string& a_strText)
-{
-    return a_strText.empty() ? "none" : a_strText;
-}
-
 class MachineProblems : public ProblemFinder
 {
 public:
@@ -153,7 +148,7 @@ private:
             }
         }
         const bool bSame = a_strRow.empty() ? oHere.empty() : std::count(oHere.begin(), oHere.end(), a_strRow) > 0;
-        const std::string strHere = join(oHere, ", ", [](const std::string& a_strText) { return a_strText; });
+        const std::string strHere = join(oHere, ", ");
         stopIf(!bSame,
                g_pAddressCode,
                "Row and kernel differ, as no watcher (netifwatch) is connected: the " + a_strFamily + " address of " +

@@ -73,8 +73,7 @@ std::string describeResend(const StatusSources& a_oSources,
                           (oOthers.size() == 1 ? " other follows " : " others follow ") + describeFirstTry();
     if (!oBlockers.empty())
     {
-        const auto same = [](const std::string& a_strName) { return a_strName; };
-        strText += ", and " + join(oBlockers, ", ", same) + " may block who repeats an unchanged address often";
+        strText += ", and " + join(oBlockers, ", ") + " may block who repeats an unchanged address often";
     }
     return strText + ".";
 }

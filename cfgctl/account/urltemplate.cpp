@@ -111,7 +111,7 @@ std::string findUrlFault(const std::string& a_strTemplate, const std::vector<std
     const std::string strUnknown = findUnknownPlaceholder(strUrl);
     if (!strUnknown.empty())
     {
-        const std::string strAllowed = join(a_oAllowed, " ", [](const std::string& a_strText) { return a_strText; });
+        const std::string strAllowed = join(a_oAllowed, " ");
         return "unknown placeholder " + strUnknown + (strAllowed.empty() ? "" : "; known ones: " + strAllowed);
     }
     const std::string strHost = urlHost(a_strTemplate);

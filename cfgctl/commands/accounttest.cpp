@@ -25,11 +25,6 @@ namespace
 
 constexpr std::size_t s_uiNameWidth = 13;
 
-std::string orNone(const std::string& a_strText)
-{
-    return a_strText.empty() ? "none" : a_strText;
-}
-
 std::string describeSignIn(const korrin::ValueList& a_oAccount)
 {
     const std::string strUser = textOf(a_oAccount, dbm::DynDns_AccountUserName);
@@ -56,7 +51,7 @@ std::string describeSuccess(const korrin::ValueList& a_oAccount)
 std::string describeInterface(const korrin::ValueList& a_oFacts)
 {
     const std::string strName = orNone(textOf(a_oFacts, dbm::Interface));
-    if (a_oFacts.getValue("InterfaceUp").getType() == korrin::eValueNull)
+    if (isNull(a_oFacts, "InterfaceUp"))
     {
         return textOf(a_oFacts, dbm::Interface).empty() ? strName : strName + ", not monitored";
     }

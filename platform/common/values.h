@@ -38,6 +38,12 @@ namespace platform
     return a_oRow.hasValue(a_strColumn) ? a_oRow.getValue(a_strColumn).getText() : std::string();
 }
 
+/// Whether a row has nothing in that column.
+[[nodiscard]] inline bool isNull(const korrin::ValueList& a_oRow, const std::string& a_strColumn)
+{
+    return a_oRow.getValue(a_strColumn).getType() == korrin::eValueNull;
+}
+
 /// The column is a number other than 0.
 [[nodiscard]] inline bool isSet(const korrin::ValueList& a_oRow, const std::string& a_strColumn)
 {
