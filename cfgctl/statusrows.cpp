@@ -85,7 +85,7 @@ std::string describeBriefly(std::time_t a_iSeconds)
     constexpr std::time_t iHour = 60 * iMinute;
     if (a_iSeconds < iMinute)
     {
-        return a_iSeconds < 0 ? "?" : "now";
+        return isAhead(a_iSeconds) ? "?" : "now";
     }
     if (a_iSeconds < 48 * iHour)
     {

@@ -78,9 +78,14 @@ std::string describeSpan(std::time_t a_iSeconds)
     return iHours < 48 ? count(iHours, "hour") : count(iHours / 24, "day");
 }
 
+bool isAhead(std::time_t a_iAge)
+{
+    return a_iAge < -5;
+}
+
 std::string describeAge(std::time_t a_iSeconds)
 {
-    if (a_iSeconds < -5)
+    if (isAhead(a_iSeconds))
     {
         return describeSpan(-a_iSeconds) + " ahead of this clock";
     }

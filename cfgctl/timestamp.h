@@ -21,6 +21,9 @@ namespace cfgctl
 /// was set back. Pure.
 [[nodiscard]] std::string describeAge(std::time_t a_iSeconds);
 
+/// Whether that age is one of the future, so that the clock was set back. Pure.
+[[nodiscard]] bool isAhead(std::time_t a_iAge);
+
 /// The seconds since a time stamp, limited to the range of an integer; null for an invalid one. Pure.
 [[nodiscard]] korrin::Value ageOf(std::string_view a_strTimestamp, std::time_t a_iNow);
 

@@ -117,6 +117,8 @@ def test_accounts(router):
 
     # An update without a change: each account once.
     mark = daemon.mark()
+    asked = json.loads(router.ctl("--json", "account", "update").stdout)
+    assert asked == {"Sent": [1, 2], "Held": [], "EarliestSeconds": 51, "LatestSeconds": 75}
     assert router.ctl("account", "update").stdout == "2 accounts are sent within 75 seconds.\n"
     for account in (1, 2):
         daemon.wait_log(f"DynDns cfg id {account} needs action .DynDns changed", start=mark)
