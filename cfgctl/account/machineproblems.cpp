@@ -51,7 +51,10 @@ private:
                "No watcher (netifwatch) is connected to the service, so no change of an interface is noticed",
                startWatcher());
     }
-    [[nodiscard]] static std::string startWatcher() { return "start it with '" + startCommand(g_pWatcher) + "'"; }
+    [[nodiscard]] static std::string startWatcher()
+    {
+        return "start the watcher with '" + startCommand(g_pWatcher) + "'";
+    }
 
     /// What the kernel says of the interface. What a watcher says of one that is not here is about another machine.
     [[nodiscard]] EInterfaceState stateHere() const
@@ -116,8 +119,7 @@ private:
                "waits until " + m_strInterface + " is up");
     }
 
-    /// Of the addresses that are announced, or whose change is the reason for an update. While a watcher runs, the
-    /// table follows the kernel within a moment.
+    /// Of the addresses that are announced. While a watcher runs, the table follows the kernel within a moment.
     void checkAddresses()
     {
         if (!m_bWatcherMissing || stateHere() != EInterfaceState::eRunning)
@@ -126,12 +128,11 @@ private:
         }
         const std::string strUrl = text(dbm::DynDns_ServerAddr);
         const quorvad::UrlValues oValues = urlValuesOf(m_oAccount, m_oSources);
-        const bool bIPv6 = !isGnudip(m_oAccount) && hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr6);
-        if (!bIPv6 || hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr)) // also for one that takes the sender's
+        if (isGnudip(m_oAccount) || hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr))
         {
             checkAddress("IPv4", oValues.m_strIpAddr, '.');
         }
-        if (bIPv6)
+        if (!isGnudip(m_oAccount) && hasPlaceholder(strUrl, quorvad::Placeholder_IpAddr6))
         {
             checkAddress("IPv6", oValues.m_strIpAddr6, ':');
         }

@@ -90,8 +90,8 @@ private:
         const std::string strUrl = quorvad::fillPlaceholders((bPlain ? "http://" : "") + a_strUrl, a_oValues);
         const std::string strFault = findUrlFault(strUrl, {});
         const std::string strNext =
-            "percent-encode what goes into the URL, as 'cfgctl account add' and 'cfgctl account "
-            "password' do";
+            "percent-encode what goes into it, as 'cfgctl account password' does, or replace it: " +
+            setting("ServerAddr=URL");
         const bool bRefused = isRefused(strUrl);
         stopIf(bRefused,
                "url-invalid",

@@ -439,8 +439,6 @@ TEST(Problems, EachIsFoundWithANextStep)
     EXPECT_EQ(reasons(change(s_oReady, "Interface", "eth1"), oHere),
               "stop Interface 'eth1' is not monitored: no watcher (netifwatch) is connected|");
     oHere.m_oInterfaces = {makeRow("Name=ppp0 Addr=192.0.2.6 IsUp=1")};
-    const auto oSender = change(s_oReady, "ServerAddr", "https://h.example/?k=<password>");
-    EXPECT_THAT(reasons(oSender, oHere), testing::StartsWith("stop Row and kernel differ"));
     EXPECT_THAT(reasons(s_oReady, oHere),
                 testing::StartsWith(
                     "stop Row and kernel differ, as no watcher (netifwatch) is connected: the IPv4 address of ppp0 "
