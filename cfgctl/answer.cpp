@@ -102,7 +102,7 @@ bool isPage(const std::string& a_strText)
 /// What the provider sent, and of a page what a browser would show of it.
 std::string textOfAnswer(const std::string& a_strStored)
 {
-    const std::string strAnswer = quorvad::unescapeHtml(a_strStored);
+    std::string strAnswer = quorvad::unescapeHtml(a_strStored);
     if (!isPage(strAnswer))
     {
         return strAnswer;

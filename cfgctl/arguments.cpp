@@ -73,7 +73,7 @@ Examples:
   cfgctl status
   cfgctl status --json
   cfgctl status --check --max-age 30d
-  cfgctl status --metrics > /var/lib/prometheus/node-exporter/quorvad.prom)";
+  cfgctl status --metrics)";
 
 constexpr const char* s_pClientsFooter = R"(Examples:
   cfgctl clients

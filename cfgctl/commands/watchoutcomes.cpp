@@ -160,7 +160,7 @@ void requireProgram(const std::string& a_strProgram)
     int iFault = bPath ? findFault(a_strProgram) : ENOENT;
     for (std::string strFolder; iFault != 0 && std::getline(oFolders, strFolder, ':');)
     {
-        const int iHere = findFault(strFolder + "/" + a_strProgram);
+        const int iHere = findFault(strFolder.append("/").append(a_strProgram));
         iFault = iHere == ENOENT ? iFault : iHere;
     }
     require(iFault == 0, "Cannot run '" + a_strProgram + "': " + std::strerror(iFault));
