@@ -3,6 +3,7 @@
 #include "cfgserver/databasefile.h"
 #include "platform/common/log.h"
 
+#include <cstdint>
 #include <exception>
 #include <linux/magic.h>
 #include <sys/vfs.h>
@@ -19,8 +20,9 @@ constexpr char s_acLogFile[] = "statefile";
 bool isInMemory(const std::string& a_strFolder)
 {
     struct statfs oStatus = {};
-    return ::statfs(a_strFolder.c_str(), &oStatus) == 0 &&
-           (oStatus.f_type == TMPFS_MAGIC || oStatus.f_type == RAMFS_MAGIC);
+    const bool bFound = ::statfs(a_strFolder.c_str(), &oStatus) == 0;
+    const auto uiType = static_cast<std::uint32_t>(oStatus.f_type); // a signed int on machines of 32 bits
+    return bFound && (uiType == TMPFS_MAGIC || uiType == RAMFS_MAGIC);
 }
 
 } // namespace
