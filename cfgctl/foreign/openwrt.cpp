@@ -9,6 +9,19 @@ namespace
 
 using vadro::string::replaceAllOccurrences;
 
+/// A word, in which a backslash protects the next character: a quote in a value is written '\''.
+std::string takeText(Scanner& a_oScanner)
+{
+    constexpr std::string_view strEnds = " \t\r\n\\";
+    std::string strText = a_oScanner.takeWord(strEnds, true);
+    while (a_oScanner.takeIf("\\"))
+    {
+        strText += a_oScanner.isNext("\n") ? std::string() : a_oScanner.takeOne();
+        strText += a_oScanner.takeWord(strEnds, true);
+    }
+    return strText;
+}
+
 /// The words of one line.
 std::vector<std::string> takeLine(Scanner& a_oScanner)
 {
@@ -16,7 +29,7 @@ std::vector<std::string> takeLine(Scanner& a_oScanner)
     a_oScanner.skip(g_strBlanks);
     while (!a_oScanner.atEnd() && !a_oScanner.isNext("#\n"))
     {
-        oWords.push_back(a_oScanner.takeWord(" \t\r\n", true));
+        oWords.push_back(takeText(a_oScanner));
         a_oScanner.skip(g_strBlanks);
     }
     static_cast<void>(a_oScanner.takeUntil("\n"));

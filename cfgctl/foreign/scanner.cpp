@@ -38,7 +38,8 @@ std::string Scanner::takeQuoted(bool a_bEscapes)
     while (isNext("\\") && bEscapes)
     {
         static_cast<void>(takeOne());
-        strText += take(isNext("\n") ? 0 : 1) + takeUntil(strEnds);
+        strText += take(isNext("\n") ? 0 : 1);
+        strText += takeUntil(strEnds); // operands of '+' have no order
     }
     if (!takeIf(strQuote))
     {
@@ -53,7 +54,8 @@ std::string Scanner::takeWord(std::string_view a_strEnds, bool a_bEscapes)
     std::string strWord = takeUntil(strStops);
     while (isNext("'\""))
     {
-        strWord += takeQuoted(a_bEscapes) + takeUntil(strStops);
+        strWord += takeQuoted(a_bEscapes);
+        strWord += takeUntil(strStops);
     }
     return strWord;
 }

@@ -122,6 +122,17 @@ TEST(ClientFile, KeyAndUserAreFoundWhereTheOtherClientKeepsThem)
             "2 a.example https://dyn.dns.he.net/nic/update?hostname=<domain>&myip=<ipaddr> a.example geheim # x eth9"));
 }
 
+TEST(ClientFile, QuotesAndBackslashesAreThoseOfEachClient)
+{
+    const auto first = [](const std::string& a_strFile) { return parseClientFile(a_strFile, "").m_oAccounts.at(0); };
+    EXPECT_EQ(first(R"(provider x { password = "a\"b\\c" hostname = h })").m_strPassword, R"(a"b\c)");
+    EXPECT_EQ(first(R"(login=u, password="a\"b"c\ d,h.example)").m_strPassword, "a\"bc d");
+    EXPECT_EQ(first(R"(config service x
+        option password 'it'\''s "so"')")
+                  .m_strPassword,
+              R"(it's "so")");
+}
+
 TEST(ClientFile, HostileFilesAreRefusedWithTheLine)
 {
     std::string strHosts = "provider x { hostname = {";
