@@ -91,17 +91,20 @@ void writeMessage(std::string_view a_strBegin, std::string_view a_strText)
     static_cast<void>(platform::writeAll(STDERR_FILENO, wrapWords(strText, widthOf(STDERR_FILENO), 2) + "\n"));
 }
 
-} // namespace
-
-std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
+/// @param a_iFlags how the file is opened; reading waits in any case
+std::string readAll(const std::string& a_strPath, std::size_t a_uiLimit, int a_iFlags)
 {
     const bool bOpen = a_strPath != "-";
-    const platform::UniqueFd oFile(bOpen ? open(a_strPath.c_str(), O_RDONLY | O_CLOEXEC) : -1);
+    const platform::UniqueFd oFile(bOpen ? open(a_strPath.c_str(), O_RDONLY | O_CLOEXEC | a_iFlags) : -1);
     if (bOpen && !oFile.isOpen())
     {
         failReading(a_strPath, std::strerror(errno));
     }
     const int iFd = bOpen ? oFile.get() : STDIN_FILENO;
+    if (bOpen && a_iFlags != 0)
+    {
+        static_cast<void>(fcntl(iFd, F_SETFL, 0));
+    }
     std::string strContent;
     std::array<char, 16384> oBuffer{};
     ssize_t iRead = 0;
@@ -120,9 +123,16 @@ std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
     return strContent;
 }
 
+} // namespace
+
+std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
+{
+    return readAll(a_strPath, a_uiLimit, O_NONBLOCK);
+}
+
 std::string readValue(const std::string& a_strPath)
 {
-    std::string strValue = readFile(a_strPath, s_uiValueLimit);
+    std::string strValue = readAll(a_strPath, s_uiValueLimit, 0);
     dropLineEnd(strValue);
     return strValue;
 }

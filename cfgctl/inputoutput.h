@@ -8,11 +8,12 @@
 namespace cfgctl
 {
 
-/// Reads a whole file. Blocks as long as the input does. Throws Failure with the system's reason, or if the file has
-/// more than a_uiLimit bytes.
+/// Reads a whole file. Blocks as long as the input does; a named pipe that nobody writes to is empty. Throws Failure
+/// with the system's reason, or if the file has more than a_uiLimit bytes.
 [[nodiscard]] std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit);
 
-/// A file's content as a value, at most 64 KiB, without one trailing line end, which editors and echo add. Throws
+/// A file's content as a value, at most 64 KiB, without one trailing line end, which editors and echo add. Waits until
+/// somebody writes to a named pipe. Throws
 /// Failure as readFile does.
 [[nodiscard]] std::string readValue(const std::string& a_strPath);
 

@@ -29,7 +29,7 @@ void checkLine(std::string_view a_strLine, std::size_t a_uiNumber)
     const bool bControl = std::any_of(a_strLine.begin(), a_strLine.end(), isRefused) ||
                           a_strLine.find('\r') < a_strLine.size() - 1; // one before the line feed is fine
     require(!bControl, strLine + "a control character");
-    require(platform::isUtf8(a_strLine), strLine + "not UTF-8");
+    require(platform::isUtf8(a_strLine), strLine + "not UTF-8: convert the file with iconv");
 }
 
 bool beginsWith(std::string_view a_strLine, const char* a_pWord)
@@ -86,6 +86,11 @@ const std::vector<std::string>& getFormats()
 
 ClientFile parseClientFile(std::string_view a_strBytes, const std::string& a_strFormat)
 {
+    constexpr std::string_view strByteOrderMark = "\xef\xbb\xbf";
+    if (a_strBytes.substr(0, strByteOrderMark.size()) == strByteOrderMark)
+    {
+        a_strBytes.remove_prefix(strByteOrderMark.size());
+    }
     const std::vector<std::string>& oFormats = getFormats();
     const std::optional<Format> eRecognised = inspect(a_strBytes);
     auto uiFormat =

@@ -115,7 +115,7 @@ TEST(ClientFile, KeyAndUserAreFoundWhereTheOtherClientKeepsThem)
     EXPECT_THAT(takeOver("config service x\noption enabled 1\noption service_name duckdns.org\n"
                          "option domain a.duckdns.org\noption username a\noption password k-1\n"),
                 ElementsAre(strDuck));
-    EXPECT_THAT(takeOver("protocol=duckdns,password=k-1 a.duckdns.org # comment"), ElementsAre(strDuck));
+    EXPECT_THAT(takeOver("\xef\xbb\xbfprotocol=duckdns,password=k-1 a.duckdns.org # comment"), ElementsAre(strDuck));
     EXPECT_THAT(
         takeOver("\nserver=dyn.dns.he.net,ssl=no \\\r\na.example login 'geheim # x'"),
         ElementsAre(

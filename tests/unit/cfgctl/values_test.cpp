@@ -72,6 +72,8 @@ TEST(InputFile, SaysWhyItCannotBeRead)
     EXPECT_THAT(reasonOf<Failure>([&] { (void)cfgctl::readFile(oFolder / "none", 9); }), HasSubstr("No such file"));
     EXPECT_THAT(reasonOf<Failure>([&] { (void)cfgctl::readFile(oFolder / "", 9); }), HasSubstr("Is a directory"));
     EXPECT_THAT(reasonOf<Failure>([] { (void)cfgctl::readFile("/dev/zero", 9); }), HasSubstr("larger"));
+    ASSERT_EQ(mkfifo((oFolder / "pipe").c_str(), 0600), 0);
+    EXPECT_EQ(cfgctl::readFile(oFolder / "pipe", 9), "");
 }
 
 TEST(OutputFile, IsPrivateAndReplacedAtomically)
