@@ -85,7 +85,7 @@ Examples:
 constexpr const char* s_pUpdateFooter =
     R"(For providers that forget a name after some weeks without an update; others may
 take updates without a change for abuse. Settings stay as they are. The exit
-status is 1 if nothing is sent.
+status is 1 if accounts are enabled and none is sent.
 
 Example:
   cfgctl account update)";

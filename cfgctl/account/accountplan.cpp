@@ -232,6 +232,21 @@ std::string preparePassword(AccountPlan& a_oPlan, const std::string& a_strPasswo
     return encode("password", a_strPassword, a_oPlan);
 }
 
+void fitToColumns(const korrin::ValueList& a_oColumns, AccountPlan& a_oPlan)
+{
+    const std::string strUnchanged = textOf(a_oPlan.m_oRow, dbm::DynDns_UnchangedResultSubString);
+    if (a_oColumns.hasValue(dbm::DynDns_UnchangedResultSubString))
+    {
+        return;
+    }
+    a_oPlan.m_oRow.remove(dbm::DynDns_UnchangedResultSubString);
+    if (!strUnchanged.empty())
+    {
+        a_oPlan.m_oNotes.push_back("The service has no column " + std::string(dbm::DynDns_UnchangedResultSubString) +
+                                   ": an answer with \"" + strUnchanged + "\" counts as a failure.");
+    }
+}
+
 AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider)
 {
     AccountPlan oPlan;

@@ -59,6 +59,11 @@ void checkTexts(const std::string& a_strExpect, const std::string& a_strUnchange
 /// text holds nothing of it.
 [[nodiscard]] std::string preparePassword(AccountPlan& a_oPlan, const std::string& a_strPassword);
 
+/// Leaves out the text of an unchanged address, with a note, where the service's table has no column for it: one that
+/// is not ours may lack it. Pure.
+/// @param a_oColumns those of table DynDns
+void fitToColumns(const korrin::ValueList& a_oColumns, AccountPlan& a_oPlan);
+
 /// How the password of a row that exists is used; hint and notes stay empty. Pure.
 [[nodiscard]] AccountPlan planOfRow(const korrin::ValueList& a_oRow, const Provider* a_pProvider);
 

@@ -257,8 +257,8 @@ void requireServed(const Provider& a_oProvider)
     require(a_oProvider.m_strRefusal.empty(),
             a_oProvider.m_strName + " cannot be served: it wants " + a_oProvider.m_strRefusal +
                 ", and the daemon sends one GET request. Make the name a CNAME for one at a provider that "
-                "'cfgctl providers' confirms, or pass the request on by a gateway of your own and give its URL with "
-                "--url");
+                "'cfgctl providers' confirms, or run a gateway that passes the address on: 'cfgctl account add --url' "
+                "takes its URL");
 }
 
 const Provider* recogniseProvider(const Providers& a_oProviders, const korrin::ValueList& a_oAccount)

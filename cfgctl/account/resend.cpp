@@ -73,7 +73,7 @@ std::string describeResend(const StatusSources& a_oSources,
                           (oOthers.size() == 1 ? " other follows " : " others follow ") + describeFirstTry();
     if (!oBlockers.empty())
     {
-        strText += ", and " + join(oBlockers, ", ") + " may block who repeats an unchanged address often";
+        strText += ", and " + join(oBlockers, ", ") + " may block clients that often repeat an unchanged address";
     }
     return strText + ".";
 }

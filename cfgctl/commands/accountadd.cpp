@@ -94,6 +94,7 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     const AccountOptions& oAccount = a_oOptions.m_oAccount;
     const Provider oProvider = chooseProvider(oAccount);
     AccountPlan oPlan = planAccount(oProvider, oAccount.m_oSpec);
+    fitToColumns(a_oDatabase.getColumns(dbm::Table_DynDns), oPlan);
     const bool bDryWithout = oAccount.m_bDryRun && oAccount.m_strPasswordFile.empty();
     if (!oPlan.m_strPasswordHint.empty() && !bDryWithout)
     {
@@ -112,16 +113,17 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
     const std::vector<std::string> oWarnings = findWarnings(oProvider, oRow, oSources);
     if (oAccount.m_bDryRun)
     {
-        writeWithWarnings(showPlan(oPlan, a_oOptions), oWarnings, oRow, oSources);
+        writeOut(showPlan(oPlan, a_oOptions));
+        warnAbout(oWarnings, oRow, oSources);
         return {};
     }
     const StatusSources oAfter = readSources(a_oDatabase);
     const std::string strText = "Added " + nameAccount(oRow) + " at " + oProvider.m_strName + ", through " +
                                 oAccount.m_oSpec.m_strInterface + ".\n" +
                                 joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout) + tellNextOf(oRow, oAfter);
-    const std::string strTold = tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
-    writeWithWarnings(
-        a_oOptions.m_bJson ? rowToJson(platform::row({{dbm::Id, oId}})) : strTold, oWarnings, oRow, oAfter);
+    const std::string strJson = rowToJson(platform::row({{dbm::Id, oId}}));
+    writeChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText, strJson);
+    warnAbout(oWarnings, oRow, oAfter);
     return {};
 }
 

@@ -46,6 +46,7 @@ std::vector<Line> readLines(const Options& a_oOptions, std::vector<std::string>&
 void addAll(Database& a_oDatabase, std::vector<Line>& a_oLines, bool a_bWrite)
 {
     Rows oPresent = a_oDatabase.getRows(dbm::Table_DynDns);
+    const korrin::ValueList oColumns = a_oDatabase.getColumns(dbm::Table_DynDns);
     for (Line& oLine : a_oLines)
     {
         const korrin::ValueList& oRow = oLine.m_oTakeover.m_oPlan.m_oRow;
@@ -60,6 +61,7 @@ void addAll(Database& a_oDatabase, std::vector<Line>& a_oLines, bool a_bWrite)
             oLine.m_strId = textOf(*it, dbm::Id);
             continue;
         }
+        fitToColumns(oColumns, oLine.m_oTakeover.m_oPlan);
         if (a_bWrite)
         {
             a_oDatabase.insertRow(dbm::Table_DynDns, oRow);
@@ -93,14 +95,14 @@ std::string showJson(const std::vector<Line>& a_oLines)
     {
         const Takeover& oTakeover = oLine.m_oTakeover;
         Json& oEntry = oList.emplace_back();
-        oEntry = {{"line", oTakeover.m_uiLine},
-                  {"host", oTakeover.m_oSpec.m_strHost},
-                  {"provider", oTakeover.m_oProvider.m_strName},
-                  {"user", oTakeover.m_oSpec.m_strUser},
-                  {"interface", oTakeover.m_oSpec.m_strInterface},
-                  {"result", oLine.m_strResult}};
-        oEntry["id"] = oLine.m_strId.empty() ? Json() : Json(std::stoi(oLine.m_strId));
-        oEntry["reason"] = oTakeover.m_strReason.empty() ? Json() : Json(oTakeover.m_strReason);
+        oEntry = {{"Line", oTakeover.m_uiLine},
+                  {dbm::DynDns_Hostname, oTakeover.m_oSpec.m_strHost},
+                  {"Provider", oTakeover.m_oProvider.m_strName},
+                  {dbm::DynDns_AccountUserName, oTakeover.m_oSpec.m_strUser},
+                  {dbm::Interface, oTakeover.m_oSpec.m_strInterface},
+                  {"Result", oLine.m_strResult}};
+        oEntry[dbm::Id] = oLine.m_strId.empty() ? Json() : Json(std::stoi(oLine.m_strId));
+        oEntry["Reason"] = oTakeover.m_strReason.empty() ? Json() : Json(oTakeover.m_strReason);
     }
     return oList.dump(2) + "\n";
 }
@@ -219,9 +221,8 @@ std::string runAccountImport(Database& a_oDatabase, const Options& a_oOptions)
     {
         a_oDatabase.commit();
     }
-    writeOut(a_oOptions.m_bJson ? showJson(oLines) : showTable(oLines, a_oOptions.m_oLayout));
+    writeChange(a_oDatabase, a_oOptions, oIds, showTable(oLines, a_oOptions.m_oLayout), showJson(oLines));
     warnOf(oLines, oNotes, readSources(a_oDatabase));
-    writeOut(tellChange(a_oDatabase, a_oOptions, oIds, {}));
     const std::size_t uiWanted = countResults(oLines, "add");
     require(uiWanted == 0, "Nothing was written; --yes adds " + countAccounts(uiWanted));
     const std::size_t uiLeftOut = countResults(oLines, "left out");

@@ -61,7 +61,7 @@ writeEnabled(Database& a_oDatabase, const Options& a_oOptions, const Rows& a_oRo
     return oChanged;
 }
 
-std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_bEnable)
+void setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_bEnable)
 {
     const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
     const std::vector<std::string> oChanged = writeEnabled(a_oDatabase, a_oOptions, oRows, a_bEnable);
@@ -72,7 +72,7 @@ std::string setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_
                    (isSet(oRow, dbm::Enable) != a_bEnable ? " is now " : " was already ") +
                    (a_bEnable ? "enabled.\n" : "disabled.\n");
     }
-    return tellChange(a_oDatabase, a_oOptions, oChanged, strText);
+    writeChange(a_oDatabase, a_oOptions, oChanged, strText);
 }
 
 void deleteRowsOf(Database& a_oDatabase, const std::string& a_strTable, const std::string& a_strAccount)
@@ -112,12 +112,10 @@ korrin::ValueList findAccount(Database& a_oDatabase, const std::string& a_strIdO
     return oRows.front();
 }
 
-void writeWithWarnings(const std::string& a_strOutput,
-                       const std::vector<std::string>& a_oWarnings,
-                       const korrin::ValueList& a_oRow,
-                       const StatusSources& a_oSources)
+void warnAbout(const std::vector<std::string>& a_oWarnings,
+               const korrin::ValueList& a_oRow,
+               const StatusSources& a_oSources)
 {
-    writeOut(a_strOutput);
     std::for_each(a_oWarnings.begin(), a_oWarnings.end(), warn);
     for (const Problem& oProblem : findProblems(a_oRow, a_oSources))
     {
@@ -158,10 +156,11 @@ std::string nameAccount(const korrin::ValueList& a_oRow)
     return "account " + textOf(a_oRow, dbm::Id) + " (" + textOf(a_oRow, dbm::DynDns_Hostname) + ")";
 }
 
-std::string tellChange(Database& a_oDatabase,
-                       const Options& a_oOptions,
-                       const std::vector<std::string>& a_oChanged,
-                       const std::string& a_strText)
+void writeChange(Database& a_oDatabase,
+                 const Options& a_oOptions,
+                 const std::vector<std::string>& a_oChanged,
+                 const std::string& a_strText,
+                 const std::string& a_strJson)
 {
     std::string strResend;
     if (!a_oChanged.empty())
@@ -169,15 +168,11 @@ std::string tellChange(Database& a_oDatabase,
         const Providers oProviders = readProviders(a_oOptions.m_oAccount.m_strProviders);
         strResend = describeResend(readSources(a_oDatabase), oProviders, a_oChanged);
     }
-    if (a_oOptions.m_bJson)
+    writeOut(a_oOptions.m_bJson ? a_strJson : a_strText);
+    if (!strResend.empty())
     {
-        if (!strResend.empty())
-        {
-            complain(strResend);
-        }
-        return {};
+        a_oOptions.m_bJson ? warn(strResend) : writeOut(joinLines({strResend}, a_oOptions.m_oLayout));
     }
-    return a_strText + (strResend.empty() ? "" : joinLines({strResend}, a_oOptions.m_oLayout));
 }
 
 Providers readProviders(const std::string& a_strMore)
@@ -226,12 +221,14 @@ std::string runAccountList(Database& a_oDatabase, const Options& a_oOptions)
 
 std::string runAccountEnable(Database& a_oDatabase, const Options& a_oOptions)
 {
-    return setEnabled(a_oDatabase, a_oOptions, true);
+    setEnabled(a_oDatabase, a_oOptions, true);
+    return {};
 }
 
 std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions)
 {
-    return setEnabled(a_oDatabase, a_oOptions, false);
+    setEnabled(a_oDatabase, a_oOptions, false);
+    return {};
 }
 
 // The daemon goes on updating an account that disappears while enabled, so the account is disabled first.
@@ -259,7 +256,8 @@ std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
     {
         oIds.push_back(textOf(oRow, dbm::Id));
     }
-    return tellChange(a_oDatabase, a_oOptions, oIds, "Removed " + strNames + ", with its outcomes.\n");
+    writeChange(a_oDatabase, a_oOptions, oIds, "Removed " + strNames + ", with its outcomes.\n");
+    return {};
 }
 
 std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
@@ -279,7 +277,8 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
     a_oDatabase.commit();
     const std::string strText =
         "The password of " + nameAccount(oRow) + " was changed.\n" + joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout);
-    return tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
+    writeChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
+    return {};
 }
 
 } // namespace cfgctl

@@ -19,12 +19,10 @@ inline constexpr char g_acNoAccounts[] =
 /// The account with this Id, or the only one with this host. Throws Failure if there is none or more than one.
 [[nodiscard]] korrin::ValueList findAccount(Database& a_oDatabase, const std::string& a_strIdOrHost);
 
-/// Writes the output, then warns: of these, and of what keeps the account from doing what is wanted, but not that it is
-/// disabled.
-void writeWithWarnings(const std::string& a_strOutput,
-                       const std::vector<std::string>& a_oWarnings,
-                       const korrin::ValueList& a_oRow,
-                       const StatusSources& a_oSources);
+/// Warns of these, and of what keeps the account from doing what is wanted, but not that it is disabled.
+void warnAbout(const std::vector<std::string>& a_oWarnings,
+               const korrin::ValueList& a_oRow,
+               const StatusSources& a_oSources);
 
 /// A line that tells what happens next with an account of these tables.
 [[nodiscard]] std::string tellNextOf(const korrin::ValueList& a_oRow, const StatusSources& a_oSources);
@@ -41,12 +39,13 @@ void writeWithWarnings(const std::string& a_strOutput,
 /// "account 1 (home.example.net)". Pure.
 [[nodiscard]] std::string nameAccount(const korrin::ValueList& a_oRow);
 
-/// The output of a command that changed accounts, given their Ids: its text and the other accounts that the daemon
-/// sends again because of it. With JSON there is no text, and the latter goes to standard error. Throws Failure.
-[[nodiscard]] std::string tellChange(Database& a_oDatabase,
-                                     const Options& a_oOptions,
-                                     const std::vector<std::string>& a_oChanged,
-                                     const std::string& a_strText);
+/// Writes the text of a command that changed accounts, given their Ids, and the other accounts that the daemon sends
+/// again because of it. With JSON that is written instead, and the others are a warning behind it. Throws Failure.
+void writeChange(Database& a_oDatabase,
+                 const Options& a_oOptions,
+                 const std::vector<std::string>& a_oChanged,
+                 const std::string& a_strText,
+                 const std::string& a_strJson = {});
 
 /// The providers as loadProviders gives them; faults of the files go to standard error.
 [[nodiscard]] Providers readProviders(const std::string& a_strMore);

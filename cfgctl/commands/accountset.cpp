@@ -57,7 +57,9 @@ std::string runAccountSet(Database& a_oDatabase, const Options& a_oOptions)
     const ChangePlan oPlan = planChange(oRow, recogniseProvider(oProviders, oRow), a_oOptions.m_oAccount.m_oChange);
     if (oPlan.m_oColumns.empty())
     {
-        const std::string strText = "Nothing to change: " + nameAccount(oRow) + " is like that already.\n";
+        const std::string strWhy =
+            oPlan.m_oNotes.empty() ? nameAccount(oRow) + " is like that already." : oPlan.m_oNotes.front();
+        const std::string strText = joinLines({"Nothing to change: " + strWhy}, a_oOptions.m_oLayout);
         return a_oOptions.m_bJson ? changeToJson(oRow, {}) : strText;
     }
     a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), oPlan.m_oColumns);
@@ -66,8 +68,8 @@ std::string runAccountSet(Database& a_oDatabase, const Options& a_oOptions)
     const StatusSources oSources = readSources(a_oDatabase);
     const std::string strText = "Changed " + nameAccount(oRow) + ":\n" + showChange(oRow, oPlan.m_oColumns) +
                                 joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout) + tellNextOf(oAfter, oSources);
-    const std::string strTold = tellChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
-    writeWithWarnings(a_oOptions.m_bJson ? changeToJson(oRow, oPlan.m_oColumns) : strTold, {}, oAfter, oSources);
+    writeChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText, changeToJson(oRow, oPlan.m_oColumns));
+    warnAbout({}, oAfter, oSources);
     return {};
 }
 

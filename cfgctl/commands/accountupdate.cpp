@@ -91,10 +91,11 @@ std::string runAccountUpdate(Database& a_oDatabase, const Options& a_oOptions)
 {
     writeRequests(a_oDatabase, a_oOptions.m_oAccessTimeout);
     const StatusSources oSources = readSources(a_oDatabase);
-    require(isConnected(oSources, g_pDaemon).value_or(true),
-            "No daemon is connected to the service, so nothing is sent before quorvad runs");
     const Requested oRequested = findRequested(oSources);
-    require(!oRequested.m_oSent.empty() || oRequested.m_oHeld.empty(),
+    const bool bNone = oRequested.m_oSent.empty() && oRequested.m_oHeld.empty();
+    require(bNone || isConnected(oSources, g_pDaemon).value_or(true),
+            "No daemon is connected to the service, so nothing is sent before quorvad runs");
+    require(bNone || !oRequested.m_oSent.empty(),
             "Nothing is sent: see 'cfgctl account test' for " + join(oRequested.m_oHeld, ", ", nameAccount));
     return a_oOptions.m_bJson ? toJson(oRequested) : joinLines({describe(oRequested)}, a_oOptions.m_oLayout);
 }

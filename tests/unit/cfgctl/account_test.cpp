@@ -258,6 +258,10 @@ TEST(AccountPlan, PutsSecretsWhereTheProviderExpectsThem)
     EXPECT_THAT(reasonOf<Failure>([&] { (void)preparePassword(oPlan, "ge heim"); }),
                 testing::AllOf(HasSubstr("copied whole"), Not(HasSubstr("heim"))));
     EXPECT_THAT(oPlan.m_oNotes, testing::Contains(HasSubstr("The user name is ignored")));
+    oPlan = planAccount(*findProvider(shipped(), "noip"), makeAccount());
+    fitToColumns(makeRow("Hostname="), oPlan); // of a service without the column
+    EXPECT_FALSE(oPlan.m_oRow.hasValue("UnchangedResultSubString"));
+    EXPECT_THAT(oPlan.m_oNotes.back(), HasSubstr("\"nochg\" counts as a failure"));
     AccountSpec oApex = makeAccount("example.org");
     oApex.m_strZone = "example.org";
     EXPECT_THAT(planAccount(*findProvider(shipped(), "namecheap"), oApex).m_oRow.getValue("ServerAddr").getText(),

@@ -206,13 +206,15 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     EXPECT_THAT(run(cfgctl::runShow, on("DynDns", {"Id=1"})), HasSubstr("?host=********&domain=********&"));
     EXPECT_THAT(refused(cfgctl::runAccountSet, oOne), HasSubstr("No account home.example.org"));
     oOne.m_oAccount.m_strAccount = "1";
-    EXPECT_THAT(run(cfgctl::runAccountSet, oOne), HasSubstr("Nothing to change"));
+    EXPECT_THAT(run(cfgctl::runAccountSet, oOne), HasSubstr("is like that already"));
+    oOne.m_oAccount.m_oChange.m_strUser = "alice";
+    EXPECT_THAT(run(cfgctl::runAccountSet, oOne), HasSubstr("The user name is ignored"));
     const std::string strBefore = run(cfgctl::runExport, on(""));
     EXPECT_THAT(refused(cfgctl::runAccountUpdate, on("")), HasSubstr("No daemon is connected"));
     EXPECT_EQ(run(cfgctl::runSet, on("DynDns", {"UpdateRequests=1"}, {"UpdateRequests=0"})), "");
     EXPECT_EQ(run(cfgctl::runExport, on("")), strBefore); // nothing else has changed
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("is now disabled"));
-    EXPECT_THAT(refused(cfgctl::runAccountUpdate, on("")), HasSubstr("No daemon is connected"));
+    EXPECT_THAT(run(cfgctl::runAccountUpdate, on("")), HasSubstr("No account is enabled"));
     EXPECT_THAT(run(cfgctl::runExport, on("")), Not(HasSubstr("\"UpdateRequests\": 1")));
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
     EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("is now enabled"));
@@ -235,7 +237,7 @@ TEST_F(Commands, AccountsOfAnotherClientAreAddedOnceAndOnlyIfWanted)
     EXPECT_THAT(strTable, Not(HasSubstr("heim")));
     oImport.m_bJson = true;
     EXPECT_THAT(run(cfgctl::runAccountImport, oImport),
-                HasSubstr("\"result\": \"exists\",\n    \"id\": 3,\n    \"reason\": null\n"));
+                HasSubstr("\"Result\": \"exists\",\n    \"Id\": 3,\n    \"Reason\": null\n"));
     Options oShow = on("DynDns");
     oShow.m_bShowSecrets = oShow.m_bJson = true;
     EXPECT_THAT(run(cfgctl::runShow, oShow), HasSubstr("\"Password\": \"ge&heim\""));
