@@ -118,7 +118,7 @@ std::string runAccountAdd(Database& a_oDatabase, const Options& a_oOptions)
         return {};
     }
     const StatusSources oAfter = readSources(a_oDatabase);
-    const std::string strText = "Added " + nameAccount(oRow) + " at " + oProvider.m_strName + ", through " +
+    const std::string strText = "Added " + showAccount(oRow) + " at " + oProvider.m_strName + ", through " +
                                 oAccount.m_oSpec.m_strInterface + ".\n" +
                                 joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout) + tellNextOf(oRow, oAfter);
     const std::string strJson = rowToJson(platform::row({{dbm::Id, oId}}));

@@ -13,6 +13,7 @@
 #include "cfgctl/inputoutput.h"
 #include "cfgctl/secrets.h"
 #include "cfgctl/text.h"
+#include "platform/base/escape.h"
 
 #include <algorithm>
 #include <ctime>
@@ -68,7 +69,7 @@ void setEnabled(Database& a_oDatabase, const Options& a_oOptions, bool a_bEnable
     std::string strText;
     for (const korrin::ValueList& oRow : oRows)
     {
-        strText += capitalised(nameAccount(oRow)) +
+        strText += capitalised(showAccount(oRow)) +
                    (isSet(oRow, dbm::Enable) != a_bEnable ? " is now " : " was already ") +
                    (a_bEnable ? "enabled.\n" : "disabled.\n");
     }
@@ -156,6 +157,11 @@ std::string nameAccount(const korrin::ValueList& a_oRow)
     return "account " + textOf(a_oRow, dbm::Id) + " (" + textOf(a_oRow, dbm::DynDns_Hostname) + ")";
 }
 
+std::string showAccount(const korrin::ValueList& a_oRow)
+{
+    return platform::escape(nameAccount(a_oRow));
+}
+
 void writeChange(Database& a_oDatabase,
                  const Options& a_oOptions,
                  const std::vector<std::string>& a_oChanged,
@@ -235,7 +241,7 @@ std::string runAccountDisable(Database& a_oDatabase, const Options& a_oOptions)
 std::string runAccountRemove(Database& a_oDatabase, const Options& a_oOptions)
 {
     const Rows oRows = readAccounts(a_oDatabase, a_oOptions.m_oAccount.m_oIds);
-    const std::string strNames = join(oRows, ", ", nameAccount);
+    const std::string strNames = join(oRows, ", ", showAccount);
     require(a_oOptions.m_oAccount.m_bYes || confirm("Remove " + strNames + "?", "--yes"), "Nothing was removed");
     if (std::any_of(oRows.begin(), oRows.end(), [](const auto& a_oRow) { return isSet(a_oRow, dbm::Enable); }))
     {
@@ -270,13 +276,13 @@ std::string runAccountPassword(Database& a_oDatabase, const Options& a_oOptions)
             capitalised(nameAccount(oRow)) +
                 " sends no password: there is neither a user name nor <password> in its URL");
     const std::string strTyped =
-        readPassword(oAccount.m_strPasswordFile, "New password of " + nameAccount(oRow) + ": ");
+        readPassword(oAccount.m_strPasswordFile, "New password of " + showAccount(oRow) + ": ");
     const korrin::Value oPassword = platform::text(preparePassword(oPlan, strTyped));
     a_oDatabase.beginWrite(a_oOptions.m_oAccessTimeout);
     a_oDatabase.updateRow(dbm::Table_DynDns, textOf(oRow, dbm::Id), platform::row({{dbm::DynDns_Password, oPassword}}));
     a_oDatabase.commit();
     const std::string strText =
-        "The password of " + nameAccount(oRow) + " was changed.\n" + joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout);
+        "The password of " + showAccount(oRow) + " was changed.\n" + joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout);
     writeChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText);
     return {};
 }

@@ -38,6 +38,8 @@ void warnAbout(const std::vector<std::string>& a_oWarnings,
 
 /// "account 1 (home.example.net)". Pure.
 [[nodiscard]] std::string nameAccount(const korrin::ValueList& a_oRow);
+/// The same for output that is not escaped later. Pure.
+[[nodiscard]] std::string showAccount(const korrin::ValueList& a_oRow);
 
 /// Writes the text of a command that changed accounts, given their Ids, and the other accounts that the daemon sends
 /// again because of it. With JSON that is written instead, and the others are a warning behind it. Throws Failure.

@@ -58,7 +58,7 @@ std::string runAccountSet(Database& a_oDatabase, const Options& a_oOptions)
     if (oPlan.m_oColumns.empty())
     {
         const std::string strWhy =
-            oPlan.m_oNotes.empty() ? nameAccount(oRow) + " is like that already." : oPlan.m_oNotes.front();
+            oPlan.m_oNotes.empty() ? showAccount(oRow) + " is like that already." : oPlan.m_oNotes.front();
         const std::string strText = joinLines({"Nothing to change: " + strWhy}, a_oOptions.m_oLayout);
         return a_oOptions.m_bJson ? changeToJson(oRow, {}) : strText;
     }
@@ -66,7 +66,7 @@ std::string runAccountSet(Database& a_oDatabase, const Options& a_oOptions)
     a_oDatabase.commit();
     const korrin::ValueList oAfter = applied(oRow, oPlan.m_oColumns);
     const StatusSources oSources = readSources(a_oDatabase);
-    const std::string strText = "Changed " + nameAccount(oRow) + ":\n" + showChange(oRow, oPlan.m_oColumns) +
+    const std::string strText = "Changed " + showAccount(oRow) + ":\n" + showChange(oRow, oPlan.m_oColumns) +
                                 joinLines(oPlan.m_oNotes, a_oOptions.m_oLayout) + tellNextOf(oAfter, oSources);
     writeChange(a_oDatabase, a_oOptions, {textOf(oRow, dbm::Id)}, strText, changeToJson(oRow, oPlan.m_oColumns));
     warnAbout({}, oAfter, oSources);

@@ -75,7 +75,7 @@ std::string toJson(const Requested& a_oRequested)
 
 std::string describe(const Requested& a_oRequested)
 {
-    const std::string strHeld = join(a_oRequested.m_oHeld, ", ", nameAccount);
+    const std::string strHeld = join(a_oRequested.m_oHeld, ", ", showAccount);
     if (a_oRequested.m_oSent.empty() && strHeld.empty())
     {
         return "No account is enabled: nothing is sent.";

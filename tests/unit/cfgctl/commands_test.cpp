@@ -217,7 +217,8 @@ TEST_F(Commands, AccountIsAddedListedAndChanged)
     EXPECT_THAT(run(cfgctl::runAccountUpdate, on("")), HasSubstr("No account is enabled"));
     EXPECT_THAT(run(cfgctl::runExport, on("")), Not(HasSubstr("\"UpdateRequests\": 1")));
     EXPECT_THAT(run(cfgctl::runAccountDisable, oOne), HasSubstr("was already disabled"));
-    EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("is now enabled"));
+    run(cfgctl::runSet, on("DynDns", {"Id=1"}, {"Hostname=\x1b[2J"}));
+    EXPECT_THAT(run(cfgctl::runAccountEnable, oOne), HasSubstr("(\\x1b[2J) is now enabled"));
 }
 
 TEST_F(Commands, AccountsOfAnotherClientAreAddedOnceAndOnlyIfWanted)
