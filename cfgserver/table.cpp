@@ -160,7 +160,7 @@ std::uint64_t Table::getDigest() const
     {
         for (const korrin::Value& oValue : pRow->m_oCells)
         {
-            const std::string strText = oValue.getText();
+            const std::string& strText = oValue.getText();
             mix(uiDigest, strText);
             mix(uiDigest, ":" + std::to_string(strText.size()));
         }

@@ -157,7 +157,7 @@ private:
         }
         else if (strExpect.empty() && !now(dbm::DynDns_UnchangedResultSubString).empty())
         {
-            m_oPlan.m_oNotes.push_back("While no text is expected, the text of an unchanged address has no effect.");
+            m_oPlan.m_oNotes.emplace_back("While no text is expected, the text of an unchanged address has no effect.");
         }
     }
 

@@ -160,7 +160,7 @@ void checkProvider(const Provider& a_oProvider)
 Provider takeProvider(const Json& a_oEntry)
 {
     require(a_oEntry.is_object(), "must be an object");
-    const bool bRefused = a_oEntry.contains("refusal") && a_oEntry["refusal"] != "";
+    const bool bRefused = a_oEntry.contains("refusal") && a_oEntry["refusal"] != Json("");
     for (const char* pField : {"key", "auth", "url"})
     {
         require(a_oEntry.contains(pField) || (bRefused && std::string(pField) != "key"),
