@@ -5,14 +5,16 @@
 #include "cfgctl/text.h"
 #include "platform/base/escape.h"
 #include "platform/base/io.h"
+#include "platform/base/uniquefd.h"
+#include "platform/common/file.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace cfgctl
 {
@@ -21,12 +23,6 @@ namespace
 {
 
 constexpr std::size_t s_uiValueLimit = 64UL * 1024UL;
-
-[[noreturn]] void failReading(const std::string& a_strPath, const std::string& a_strReason)
-{
-    throw Failure("Cannot read " + (a_strPath == "-" ? std::string("standard input") : "'" + a_strPath + "'") + ": " +
-                  a_strReason);
-}
 
 [[noreturn]] void failWriting(const std::string& a_strPath, int a_iError)
 {
@@ -91,48 +87,28 @@ void writeMessage(std::string_view a_strBegin, std::string_view a_strText)
     static_cast<void>(platform::writeAll(STDERR_FILENO, wrapWords(strText, widthOf(STDERR_FILENO), 2) + "\n"));
 }
 
-/// @param a_iFlags how the file is opened; reading waits in any case
-std::string readAll(const std::string& a_strPath, std::size_t a_uiLimit, int a_iFlags)
+std::string readInput(const std::string& a_strPath, std::size_t a_uiLimit, platform::Input a_eInput)
 {
-    const bool bOpen = a_strPath != "-";
-    const platform::UniqueFd oFile(bOpen ? open(a_strPath.c_str(), O_RDONLY | O_CLOEXEC | a_iFlags) : -1);
-    if (bOpen && !oFile.isOpen())
+    platform::FileContent oContent = a_strPath == "-" ? platform::readToEnd(STDIN_FILENO, a_uiLimit)
+                                                      : platform::readFile(a_strPath, a_uiLimit, a_eInput);
+    if (oContent.m_iError != 0)
     {
-        failReading(a_strPath, std::strerror(errno));
+        throw Failure("Cannot read " + (a_strPath == "-" ? std::string("standard input") : "'" + a_strPath + "'") +
+                      ": " + oContent.m_strFailure);
     }
-    const int iFd = bOpen ? oFile.get() : STDIN_FILENO;
-    if (bOpen && a_iFlags != 0)
-    {
-        static_cast<void>(fcntl(iFd, F_SETFL, 0));
-    }
-    std::string strContent;
-    std::array<char, 16384> oBuffer{};
-    ssize_t iRead = 0;
-    while ((iRead = platform::readOnce(iFd, oBuffer.data(), oBuffer.size())) > 0)
-    {
-        strContent.append(oBuffer.data(), static_cast<std::size_t>(iRead));
-        if (strContent.size() > a_uiLimit)
-        {
-            failReading(a_strPath, "it is larger than " + std::to_string(a_uiLimit) + " bytes");
-        }
-    }
-    if (iRead < 0)
-    {
-        failReading(a_strPath, std::strerror(errno));
-    }
-    return strContent;
+    return std::move(oContent.m_strBytes);
 }
 
 } // namespace
 
 std::string readFile(const std::string& a_strPath, std::size_t a_uiLimit)
 {
-    return readAll(a_strPath, a_uiLimit, O_NONBLOCK);
+    return readInput(a_strPath, a_uiLimit, platform::Input::Any);
 }
 
 std::string readValue(const std::string& a_strPath)
 {
-    std::string strValue = readAll(a_strPath, s_uiValueLimit, 0);
+    std::string strValue = readInput(a_strPath, s_uiValueLimit, platform::Input::Awaited);
     dropLineEnd(strValue);
     return strValue;
 }

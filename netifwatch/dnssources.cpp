@@ -1,7 +1,10 @@
 #include "netifwatch/dnssources.h"
 
+#include "platform/common/file.h"
+#include "vadro/sysloglevel.h"
+
 #include <algorithm>
-#include <fstream>
+#include <cerrno>
 #include <sstream>
 
 namespace netifwatch
@@ -24,13 +27,18 @@ std::optional<DnsServer> parseServer(const std::string& a_strText)
     return DnsServer{*oAddress, a_strText.substr(std::min(uiZone + 1, a_strText.size()))};
 }
 
-std::vector<DnsServer> readServers(const std::string& a_strPath)
+/// Of a file that is too large, the first bytes count.
+std::vector<DnsServer> readServers(const std::string& a_strPath, std::vector<std::string>& a_oProblems)
 {
-    std::ifstream oFile(a_strPath, std::ios::binary);
-    std::string strText(s_uiMaxBytes, '\0');
-    oFile.read(strText.data(), static_cast<std::streamsize>(strText.size()));
-    strText.resize(static_cast<std::size_t>(oFile.gcount()));
-    return parseResolvConf(strText);
+    const platform::FileContent oContent = platform::readFile(a_strPath, s_uiMaxBytes);
+    if (oContent.m_iError != 0 && oContent.m_iError != EFBIG && !oContent.isAbsent())
+    {
+        const VAStr oText("Cannot read DNS servers from %s: %s. None is taken from there until it is a readable file.",
+                          a_strPath.c_str(),
+                          oContent.m_strFailure.c_str());
+        a_oProblems.emplace_back(oText);
+    }
+    return parseResolvConf(oContent.m_strBytes);
 }
 
 } // namespace
@@ -54,9 +62,10 @@ std::vector<DnsServer> parseResolvConf(const std::string& a_strText)
     return oServers;
 }
 
-std::vector<DnsServer> readResolvConf(const std::string& a_strPath)
+std::vector<DnsServer>
+readResolvConf(const std::string& a_strPath, std::vector<std::string>& a_oProblems, const std::string& a_strBehindStub)
 {
-    std::vector<DnsServer> oServers = readServers(a_strPath);
+    std::vector<DnsServer> oServers = readServers(a_strPath, a_oProblems);
     const bool bStub = !oServers.empty() &&
                        std::all_of(oServers.begin(),
                                    oServers.end(),
@@ -65,7 +74,7 @@ std::vector<DnsServer> readResolvConf(const std::string& a_strPath)
     {
         return oServers;
     }
-    std::vector<DnsServer> oBehind = readServers(g_pResolvedFile);
+    std::vector<DnsServer> oBehind = readServers(a_strBehindStub, a_oProblems);
     return oBehind.empty() ? oServers : oBehind;
 }
 

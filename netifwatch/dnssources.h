@@ -27,6 +27,7 @@ struct DnsSources
 {
     std::map<int, std::vector<IpAddress>> m_oOfLinks; ///< by interface index, in the order of preference
     std::vector<DnsServer> m_oOfMachine;              ///< for whatever way leads there
+    std::vector<std::string> m_oProblems = {};        ///< what could not be read: sentences for the log
 };
 
 /// Servers by the interface's name, as texts for the table.
@@ -36,12 +37,15 @@ using ServersByName = std::map<std::string, std::vector<std::string>>;
 /// skipped. Pure.
 [[nodiscard]] std::vector<DnsServer> parseResolvConf(const std::string& a_strText);
 
-/// The servers of a file; none if it cannot be read. A file with only servers of this machine usually names
-/// systemd-resolved's stub: then the servers behind the stub are read instead, if their file exists.
-[[nodiscard]] std::vector<DnsServer> readResolvConf(const std::string& a_strPath);
-
 /// Where systemd-resolved writes the servers behind its stub; replaced at every change.
 constexpr const char* g_pResolvedFile = "/run/systemd/resolve/resolv.conf";
+
+/// The servers of a file; none if it does not exist. A file with only servers of this machine usually names
+/// systemd-resolved's stub: then the servers behind the stub are read instead, if their file exists.
+/// @param a_oProblems takes a sentence for each file that exists and cannot be read
+[[nodiscard]] std::vector<DnsServer> readResolvConf(const std::string& a_strPath,
+                                                    std::vector<std::string>& a_oProblems,
+                                                    const std::string& a_strBehindStub = g_pResolvedFile);
 
 /// Asks systemd-resolved over the system bus for its DNS servers: those of links, and those it uses for the whole
 /// machine. Nothing if it does not run (it is not started), does not answer within two seconds, or this program was

@@ -1,10 +1,11 @@
 #include "netifwatch/earliernotes.h"
 
+#include "platform/common/file.h"
 #include "platform/common/log.h"
 #include "platform/common/values.h"
 
 #include <cerrno>
-#include <fstream>
+#include <sstream>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -15,6 +16,8 @@ namespace netifwatch
 using platform::textOf;
 
 constexpr char s_acLogFile[] = "earliernotes";
+
+constexpr std::size_t s_uiMaxBytes = 1024UL * 1024UL; // some ten thousand rows
 
 EarlierNotes::EarlierNotes(const std::vector<std::string>& a_oPaths)
     : m_iModuleId(VADRO_Sysloglevel_registerModul("netifwatch"))
@@ -27,21 +30,22 @@ EarlierNotes::EarlierNotes(const std::vector<std::string>& a_oPaths)
 
 void EarlierNotes::read(const std::string& a_strPath)
 {
-    std::ifstream oStream(a_strPath);
-    if (!oStream && (errno == ENOENT || errno == ENOTDIR))
+    const platform::FileContent oContent = platform::readFile(a_strPath, s_uiMaxBytes);
+    if (oContent.isAbsent())
     {
+        return;
+    }
+    if (oContent.m_iError != 0)
+    {
+        LOG_WARNING("Cannot read %s: %s", a_strPath.c_str(), oContent.m_strFailure.c_str());
         return;
     }
     File oFile;
     oFile.m_strPath = a_strPath;
-    for (std::string strLine; std::getline(oStream, strLine);)
+    std::istringstream oText(oContent.m_strBytes);
+    for (std::string strLine; std::getline(oText, strLine);)
     {
         oFile.m_oLines.insert(std::move(strLine));
-    }
-    if (!oStream.eof())
-    {
-        LOG_WARNING("Cannot read %s: %s", a_strPath.c_str(), std::generic_category().message(errno).c_str());
-        return;
     }
     m_oFiles.push_back(std::move(oFile));
 }

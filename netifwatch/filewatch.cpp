@@ -18,7 +18,8 @@ namespace
 constexpr int s_iMaxLinks = 8;
 constexpr std::uint32_t s_uiFolderEvents =
     IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE | IN_ONLYDIR;
-constexpr std::uint32_t s_uiFileEvents = IN_MODIFY | IN_CLOSE_WRITE | IN_MOVE_SELF | IN_DELETE_SELF | IN_DONT_FOLLOW;
+constexpr std::uint32_t s_uiFileEvents =
+    IN_MODIFY | IN_CLOSE_WRITE | IN_ATTRIB | IN_MOVE_SELF | IN_DELETE_SELF | IN_DONT_FOLLOW;
 
 } // namespace
 

@@ -14,8 +14,8 @@ namespace netifwatch
 {
 
 /// Notices when the content of files may have changed, in whatever way: written, replaced by rename, created, removed,
-/// written through another mount, or the same with a link on the way to them. Best effort: what the kernel does not
-/// report (network file systems) goes unnoticed.
+/// made readable, written through another mount, or the same with a link on the way to them. Best effort: what the
+/// kernel does not report (network file systems) goes unnoticed.
 class FileWatch
 {
 public:

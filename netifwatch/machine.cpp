@@ -66,7 +66,7 @@ DnsSources readSources(const std::string& a_strResolvConf)
     DnsSources oSources = askResolved().value_or(DnsSources());
     if (oSources.m_oOfLinks.empty() && oSources.m_oOfMachine.empty())
     {
-        oSources.m_oOfMachine = readResolvConf(a_strResolvConf);
+        oSources.m_oOfMachine = readResolvConf(a_strResolvConf, oSources.m_oProblems);
     }
     return oSources;
 }
@@ -103,7 +103,9 @@ MachineState readMachine(const Options& a_oOptions)
     }
     if (a_oOptions.m_bDns)
     {
-        oState.m_oServers = assignServers(oState.m_oInterfaces, readSources(a_oOptions.m_strResolvConf), lookUpRoute);
+        const DnsSources oSources = readSources(a_oOptions.m_strResolvConf);
+        oState.m_oServers = assignServers(oState.m_oInterfaces, oSources, lookUpRoute);
+        oState.m_oProblems = oSources.m_oProblems;
     }
     return oState;
 }

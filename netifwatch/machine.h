@@ -15,8 +15,10 @@ namespace netifwatch
 struct MachineState
 {
     Interfaces m_oInterfaces;
-    std::optional<ServersByName> m_oServers; ///< nothing: DNSClientServer is left alone
+    std::optional<ServersByName> m_oServers;   ///< nothing: DNSClientServer is left alone
+    std::vector<std::string> m_oProblems = {}; ///< what could not be read: sentences for the log
 
+    /// Whether the tables should hold the same.
     bool operator==(const MachineState& a_oOther) const
     {
         return m_oInterfaces == a_oOther.m_oInterfaces && m_oServers == a_oOther.m_oServers;

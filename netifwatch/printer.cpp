@@ -3,6 +3,7 @@
 #include "netifwatch/machine.h"
 #include "netifwatch/tableplan.h"
 #include "platform/base/escape.h"
+#include "platform/base/program.h"
 #include "platform/common/valuejson.h"
 
 #include <algorithm>
@@ -23,6 +24,10 @@ constexpr int s_iIndent = 2;
 Tables makeTables(const Options& a_oOptions)
 {
     const MachineState oState = readMachine(a_oOptions);
+    for (const std::string& strProblem : oState.m_oProblems)
+    {
+        platform::complain("netifwatch", strProblem);
+    }
     Tables oTables = {{dbm::Table_StatusNetifWatch, makeIPv4Rows(oState.m_oInterfaces)},
                       {dbm::Table_StatusNetIfIPv6Addresses, makeIPv6Rows(oState.m_oInterfaces, {})}};
     if (oState.m_oServers)

@@ -3,6 +3,7 @@
 #include "netifwatch/machine.h"
 #include "platform/common/log.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace netifwatch
@@ -164,6 +165,7 @@ Reconciler::Outcome Watcher::reconcile()
     {
         const MachineState oState = readMachine(m_oOptions);
         LOG_DEBUG("Looked at %zu interfaces.", oState.m_oInterfaces.size());
+        reportProblems(oState);
         if (m_oSettled && *m_oSettled == oState)
         {
             return Reconciler::Outcome::Unchanged;
@@ -182,6 +184,19 @@ Reconciler::Outcome Watcher::reconcile()
         m_strFailure = oError.what();
         return Reconciler::Outcome::Failed;
     }
+}
+
+/// Once, until they were gone for a look.
+void Watcher::reportProblems(const MachineState& a_oState)
+{
+    for (const std::string& strProblem : a_oState.m_oProblems)
+    {
+        if (std::find(m_oProblems.begin(), m_oProblems.end(), strProblem) == m_oProblems.end())
+        {
+            LOG_WARNING("%s", strProblem.c_str());
+        }
+    }
+    m_oProblems = a_oState.m_oProblems;
 }
 
 void Watcher::settle(Reconciler::Outcome a_eOutcome)

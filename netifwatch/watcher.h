@@ -45,6 +45,7 @@ private:
     void setTimer();
     void look();
     [[nodiscard]] Reconciler::Outcome reconcile();
+    void reportProblems(const MachineState& a_oState);
     void settle(Reconciler::Outcome a_eOutcome);
     void reportFailure();
 
@@ -63,6 +64,7 @@ private:
 
     bool m_bFresh = true;                   // the connection is new, so nothing is known of the rows
     std::optional<MachineState> m_oSettled; // the state that the tables are known to tell
+    std::vector<std::string> m_oProblems;   // of the last look at the machine
     std::string m_strFailure;               // of the last look
     std::string m_strReported;              // the failure that was told last
     unsigned m_uiBusy = 0;                  // times in a row that somebody else had write access

@@ -1,6 +1,7 @@
 #include "platform/base/pidfile.h"
 
 #include "platform/base/io.h"
+#include "platform/common/file.h"
 
 #include <array>
 #include <cerrno>
@@ -17,7 +18,6 @@ namespace platform
 namespace
 {
 
-constexpr int s_iReadFlags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 constexpr int s_iCreateFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 
 int writeNewFile(int a_iDirFd, const std::string& a_strName, std::string_view a_strText)
@@ -61,18 +61,10 @@ std::optional<pid_t> parsePid(std::string_view a_strContents) noexcept
 
 std::optional<pid_t> readPidFile(int a_iDirFd, const std::string& a_strName, int& a_iError)
 {
-    const UniqueFd oFile(::openat(a_iDirFd, a_strName.c_str(), s_iReadFlags));
-    struct stat oStatus
+    const UniqueFd oFile(openRegular(a_iDirFd, a_strName, O_NOFOLLOW));
+    if (!oFile.isOpen())
     {
-    };
-    if (!oFile.isOpen() || fstat(oFile.get(), &oStatus) != 0)
-    {
-        a_iError = errno == ELOOP || errno == ENXIO ? EINVAL : errno; // a link, a socket
-        return std::nullopt;
-    }
-    if (!S_ISREG(oStatus.st_mode))
-    {
-        a_iError = EINVAL;
+        a_iError = errno == ELOOP ? EINVAL : errno; // a link
         return std::nullopt;
     }
     std::array<char, 64> acBuffer{}; // a PID file never fills it

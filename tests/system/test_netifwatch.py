@@ -150,6 +150,13 @@ def test_dns(router):
     expect(f"nameserver {DNS}\nnameserver {DNS_2}\n", ppp0=[DNS], wan1=[DNS, DNS_2])
     expect(f"nameserver {DNS_2}\nnameserver 127.0.0.53\nnameserver fe80::1%ppp0\n", ppp0=["fe80::1"], wan1=[DNS_2])
     ip("route", "del", "default", "dev", "ppp0")
+    # A named pipe is told of once and not waited for; what was known stays.
+    mark = router.watcher.mark()
+    os.mkfifo("/run/pipe")
+    os.rename("/run/pipe", conf)
+    router.watcher.wait_log(f"Cannot read DNS servers from {conf}: it is not a regular file", start=mark)
+    settled(router)
+    assert router.watcher.count("Cannot read DNS servers", start=mark) == 1 and servers(router, "wan1") == [DNS_2]
     expect(f"nameserver {DNS}\n", ppp0=["fe80::1"], wan1=[DNS])  # ppp0 has no server now; its row stays
     ip("route", "add", "default", "via", router.ppp0.peer, "dev", "ppp0", "metric", 200)
     wait_for("the route counts", lambda: servers(router) == [DNS], 40, [router.watcher])

@@ -5,6 +5,8 @@
 #include "tests/unit/support/folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace netifwatch;
 
@@ -71,9 +73,34 @@ TEST(ResolvConf, Lines)
     }
     EXPECT_EQ(parseResolvConf(strMany).size(), 16U);
     const Folder oFolder;
-    EXPECT_TRUE(readResolvConf(oFolder / "missing").empty());
-    EXPECT_TRUE(readResolvConf(oFolder / "").empty());
-    EXPECT_EQ(serversIn(readResolvConf(oFolder.write("resolv.conf", "nameserver 192.0.2.1\n"))), "192.0.2.1 ");
+}
+
+TEST(ResolvConf, FilesThatAreNone)
+{
+    alarm(10); // a pipe without a writer would be waited for
+    const Folder oFolder;
+    const std::string strPipe = oFolder / "pipe";
+    ASSERT_EQ(mkfifo(strPipe.c_str(), 0600), 0);
+    const std::string strStub = oFolder.write("stub", "nameserver 127.0.0.53\n");
+    const std::string strFile = oFolder.write("file", "nameserver 192.0.2.1\n" + std::string(1000000, '#'));
+    const std::vector<std::tuple<std::string, std::string, std::string, std::string>> oCases = {
+        {strFile, strPipe, "192.0.2.1 ", ""},
+        {strStub, strFile, "192.0.2.1 ", ""},
+        {strStub, oFolder / "missing", "127.0.0.53 ", ""},
+        {oFolder / "missing", strFile, "", ""},
+        {oFolder / "", strFile, "", oFolder / "" + ": it is not a regular file"},
+        {"/dev/zero", strFile, "", "/dev/zero: it is not a regular file"},
+        {strPipe, strFile, "", strPipe + ": it is not a regular file"},
+        {strStub, strPipe, "127.0.0.53 ", strPipe + ": it is not a regular file"},
+    };
+    for (const auto& [strPath, strBehind, strServers, strProblem] : oCases)
+    {
+        std::vector<std::string> oProblems;
+        EXPECT_EQ(serversIn(readResolvConf(strPath, oProblems, strBehind)), strServers) << strPath << strBehind;
+        EXPECT_EQ(oProblems.size(), strProblem.empty() ? 0U : 1U) << strPath << strBehind;
+        EXPECT_NE((oProblems.empty() ? "" : oProblems.front()).find(strProblem), std::string::npos) << strProblem;
+    }
+    alarm(0);
 }
 
 // wan0 (2) and wan1 (3) have default routes, lan0 (4) has none; 10.4.0.0/16 is behind lan0, and 10.4.0.1 is this

@@ -9,6 +9,8 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace netifwatch;
 using Outcome = Reconciler::Outcome;
@@ -104,7 +106,11 @@ TEST_F(Reconciling, TakesOverNotedRows)
     {
         insert(m_oOther, s_pDns, pRow);
     }
-    Reconciler oReconciler(m_oSession.getClient(), m_oFilter, {strNotes, m_oFolder / "missing"});
+    const std::string strPipe = m_oFolder / "pipe";
+    ASSERT_EQ(mkfifo(strPipe.c_str(), 0600), 0);
+    alarm(10); // nobody writes to it
+    Reconciler oReconciler(m_oSession.getClient(), m_oFilter, {strNotes, m_oFolder / "missing", strPipe});
+    alarm(0);
     ASSERT_EQ(m_oOther.getClient().getdbaccess(), 0U);
     EXPECT_EQ(oReconciler.reconcile(oState), Outcome::Busy);
     ASSERT_EQ(m_oOther.getClient().dropdbaccess(), 0U);
