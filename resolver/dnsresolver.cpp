@@ -5,13 +5,8 @@
 #include "resolver/answer.h"
 #include "resolver/lookuptables.h"
 
-#include <algorithm>
-#include <array>
 #include <chrono>
-#include <climits>
 #include <exception>
-#include <poll.h>
-#include <sys/time.h>
 
 namespace quorvad
 {
@@ -38,83 +33,6 @@ bool hasResult(int a_iRequestId)
 {
     const std::lock_guard<std::mutex> oLock(s_oMutex);
     return s_oResults.count(a_iRequestId) != 0;
-}
-
-struct PollSet
-{
-    std::array<pollfd, ARES_GETSOCK_MAXNUM> m_oSockets = {};
-    nfds_t m_uiCount = 0;
-};
-
-PollSet activeSockets(ares_channel a_pChannel)
-{
-    std::array<ares_socket_t, ARES_GETSOCK_MAXNUM> oSockets = {};
-    const auto uiBits = static_cast<unsigned>(ares_getsock(a_pChannel, oSockets.data(), ARES_GETSOCK_MAXNUM));
-    PollSet oSet;
-    for (unsigned uiIndex = 0; uiIndex < oSockets.size(); ++uiIndex)
-    {
-        const bool bRead = ARES_GETSOCK_READABLE(uiBits, uiIndex) != 0;
-        const bool bWrite = ARES_GETSOCK_WRITABLE(uiBits, uiIndex) != 0;
-        if (bRead || bWrite)
-        {
-            const int iEvents = (bRead ? POLLIN : 0) | (bWrite ? POLLOUT : 0);
-            oSet.m_oSockets[oSet.m_uiCount++] = {oSockets[uiIndex], static_cast<short>(iEvents), 0};
-        }
-    }
-    return oSet;
-}
-
-int nextTimeoutMs(ares_channel a_pChannel)
-{
-    constexpr int iMillisPerSecond = 1000;
-    timeval oStorage = {};
-    const timeval* pTimeout = ares_timeout(a_pChannel, nullptr, &oStorage);
-    if (pTimeout == nullptr)
-    {
-        return iMillisPerSecond; // nothing is due: check again rather than sleep for ever
-    }
-    // Rounded up, so that the last fraction of a millisecond is not spent spinning.
-    const long long iMillis = pTimeout->tv_sec * 1000LL + (pTimeout->tv_usec + 999) / 1000;
-    return static_cast<int>(std::clamp<long long>(iMillis, 0, INT_MAX));
-}
-
-void processReady(ares_channel a_pChannel, const PollSet& a_oSet)
-{
-    bool bAny = false;
-    for (nfds_t uiIndex = 0; uiIndex < a_oSet.m_uiCount; ++uiIndex)
-    {
-        const pollfd& oSocket = a_oSet.m_oSockets[uiIndex];
-        const bool bError = (oSocket.revents & (POLLERR | POLLHUP)) != 0;
-        const bool bRead = (oSocket.revents & POLLIN) != 0 || (bError && (oSocket.events & POLLIN) != 0);
-        const bool bWrite = (oSocket.revents & POLLOUT) != 0 || (bError && (oSocket.events & POLLOUT) != 0);
-        if (bRead || bWrite)
-        {
-            bAny = true;
-            ares_process_fd(a_pChannel, bRead ? oSocket.fd : ARES_SOCKET_BAD, bWrite ? oSocket.fd : ARES_SOCKET_BAD);
-        }
-    }
-    if (!bAny)
-    {
-        ares_process_fd(a_pChannel, ARES_SOCKET_BAD, ARES_SOCKET_BAD); // time-outs
-    }
-}
-
-/// Waits once for the channel's sockets, at most until c-ares's next timeout, and lets c-ares handle what happened;
-/// completion handlers run inside. False, without waiting, if no query is active on the channel.
-///
-/// Descriptors may have any number. c-ares reports at most ARES_GETSOCK_MAXNUM (16) sockets of a channel, one per
-/// server asked so far; answers of further servers are not heard, but their timeouts still end the query.
-bool driveChannelOnce(ares_channel a_pChannel)
-{
-    PollSet oSet = activeSockets(a_pChannel);
-    if (oSet.m_uiCount == 0)
-    {
-        return false;
-    }
-    // The result does not matter: after a failure or a signal no socket counts as ready, and the loop checks again.
-    (void)poll(oSet.m_oSockets.data(), oSet.m_uiCount, nextTimeoutMs(a_pChannel));
-    processReady(a_pChannel, oSet);
-    return true;
 }
 
 /// One look-up's entries in the tables. c-ares holds a pointer to the id while the query runs, so the destructor ends
@@ -188,7 +106,7 @@ DnsResolver::DnsResolver(const std::string& a_strInterface, const std::string& a
     : m_pChannel(nullptr), m_strInterface(a_strInterface), m_iModuleId(VADRO_Sysloglevel_registerModul("quorvad"))
 {
     LOG_DEBUG("DnsResolver");
-    int iStatus = ares_init(&m_pChannel);
+    int iStatus = m_oSockets.init(m_pChannel);
     if (iStatus != ARES_SUCCESS)
     {
         LOG_ERROR("ares_init failed: %s", ares_strerror(iStatus));
@@ -231,7 +149,7 @@ int DnsResolver::getaddrinfo(const std::string& a_strNode, addrinfo** a_ppResult
 void DnsResolver::resolvLoop(ares_channel a_pChannel, int a_iRequestId)
 {
     LOG_DEBUG("resolvLoop");
-    while (driveChannelOnce(a_pChannel))
+    while (m_oSockets.drive(a_pChannel))
     {
         if (hasResult(a_iRequestId))
         {

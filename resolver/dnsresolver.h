@@ -1,5 +1,7 @@
 #pragma once
 
+#include "resolver/channelsockets.h"
+
 #include <ares.h>
 #include <cstdint>
 #include <netdb.h>
@@ -33,6 +35,7 @@ public:
     ares_channel m_pChannel;
     std::string m_strInterface;
     std::uint32_t m_iModuleId;
+    ChannelSockets m_oSockets;
 };
 
 } // namespace quorvad

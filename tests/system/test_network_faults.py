@@ -13,7 +13,8 @@ from doubles import faultgnudip
 from doubles.faultprovider import PORTS
 from doubles.links import FAULT_ANSWER, FAULT_DNS, add_link, add_rows, start_faults
 
-FAULT_HOST, BLACK_HOLE, DEAD = "fault.example.net", "10.97.0.1", ("10.97.0.2", "10.97.0.3")  # 10.97 drops everything
+FAULT_HOST, BLACK_HOLE = "fault.example.net", "10.97.0.1"  # 10.97 drops everything
+DEAD = [f"10.97.0.{number}" for number in range(2, 20)]
 GOOD, LATE = (1, 200, "good"), 4 + 4  # seconds: deadlines are checked every 4, and a fault takes 10
 
 
@@ -116,9 +117,9 @@ DNS_OUTCOMES = {
     "loop": (NO_NAME, "DNS server returned answer with no data"), "truncated": (GOOD, None), "many": (GOOD, None),
     "noaaaa": (GOOD, None),  # silent when asked for an IPv6 address
     "elsewhere": (GOOD, "another server"),  # its own address, however many look-ups go on
-    # These are interfaces: two dead servers before a live one; a closed port; a list that the libraries refuse; a
+    # These are interfaces: two or 18 dead servers before a live one; a closed port; a list that the libraries refuse; a
     # server that only ppp0 reaches.
-    "dead2": (GOOD, None), "closed": (NO_NAME, NO_DNS), "holes": (GOOD, "no scheduler"), "wan1": (NO_NAME, LATE_DNS)}
+    "dead2": (GOOD, None), "dead18": (TIME, None), "closed": (NO_NAME, NO_DNS), "holes": (GOOD, "no scheduler"), "wan1": (NO_NAME, LATE_DNS)}
 
 
 def test_dns(router):
@@ -128,7 +129,8 @@ def test_dns(router):
     router.ctl("set", "etl", "Id=1", "serial_no=1")
     add_rows(router, "ppp0", router.ppp0.address, [FAULT_DNS])
     add_rows(router, "wan1", router.wan1.address, [FAULT_DNS])
-    links = {"dead2": add_link(router, "dead2", 66, (*DEAD, FAULT_DNS), provider=True),
+    links = {"dead2": add_link(router, "dead2", 66, (*DEAD[:2], FAULT_DNS), provider=True),
+             "dead18": add_link(router, "dead18", 69, (*DEAD, FAULT_DNS), provider=True),
              "closed": add_link(router, "closed", 67, ("10.67.0.1",)),
              "holes": add_link(router, "holes", 68, ("", " ", "1.1.1.1"), provider=True), "wan1": router.wan1}
 
