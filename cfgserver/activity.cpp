@@ -34,12 +34,22 @@ void Activity::leave(const Client& a_oClient)
     m_oClients.erase(std::remove(m_oClients.begin(), m_oClients.end(), &a_oClient), m_oClients.end());
 }
 
-void Activity::noteCommit(Client& a_oClient, const std::vector<std::size_t>& a_oChanged, Clock::time_point a_oNow)
+void Activity::noteCommit(Client& a_oClient,
+                          const std::vector<std::size_t>& a_oChanged,
+                          Clock::time_point a_oNow) noexcept
 {
     a_oClient.m_iCommits += a_oChanged.empty() || a_oClient.m_iCommits == std::numeric_limits<int>::max() ? 0 : 1;
     for (const std::size_t uiTable : a_oChanged)
     {
-        m_oChanges[uiTable] = {true, a_oNow, a_oClient.m_strName};
+        m_oChanges[uiTable].m_bAny = true;
+        m_oChanges[uiTable].m_oWhen = a_oNow;
+        try
+        {
+            m_oChanges[uiTable].m_strBy = a_oClient.m_strName;
+        }
+        catch (const std::bad_alloc&)
+        {
+        }
     }
 }
 

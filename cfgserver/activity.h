@@ -37,7 +37,8 @@ public:
     void enter(const Client& a_oClient) { m_oClients.push_back(&a_oClient); }
     /// Also for one that did not enter.
     void leave(const Client& a_oClient);
-    void noteCommit(Client& a_oClient, const std::vector<std::size_t>& a_oChanged, Clock::time_point a_oNow);
+    /// The commit has taken effect, so this must not fail: without memory, a table's last writer stays as noted before.
+    void noteCommit(Client& a_oClient, const std::vector<std::size_t>& a_oChanged, Clock::time_point a_oNow) noexcept;
 
     /// One of the two tables at this moment.
     [[nodiscard]] Table makeTable(const TableSchema& a_oSchema, Clock::time_point a_oNow) const;

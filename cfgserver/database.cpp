@@ -2,182 +2,15 @@
 
 #include "cfgserver/databasefile.h"
 #include "cfgserver/refusal.h"
+#include "cfgserver/tablesql.h"
 
 #include <SQLiteCpp/Column.h>
-#include <SQLiteCpp/Statement.h>
-#include <SQLiteCpp/Transaction.h>
-
-#include <algorithm>
-#include <functional>
-#include <limits>
-#include <set>
 #include <sqlite3.h>
+
 #include <stdexcept>
 
 namespace cfgserver
 {
-
-namespace
-{
-
-// The SQL of one table. Names come from the schema alone; everything else is bound, never put into a statement. The
-// row's sequence is the primary key "_seq".
-
-std::string name(const std::string& a_strName)
-{
-    return "\"" + a_strName + "\"";
-}
-
-bool isText(const Column& a_oColumn)
-{
-    return a_oColumn.m_oDefault.getType() == korrin::eValueText;
-}
-
-std::string declare(const Column& a_oColumn)
-{
-    return name(a_oColumn.m_strName) + (isText(a_oColumn) ? " TEXT" : " INTEGER");
-}
-
-std::string join(const TableSchema& a_oSchema, const std::function<std::string(const Column&)>& a_oMakeItem)
-{
-    std::string strList;
-    for (const Column& oColumn : a_oSchema.m_oColumns)
-    {
-        strList += ", " + a_oMakeItem(oColumn);
-    }
-    return strList;
-}
-
-std::string nameOf(const Column& a_oColumn)
-{
-    return name(a_oColumn.m_strName);
-}
-
-/// Binds sequence and values to the parameters 1 to n+1.
-void writeRow(SQLite::Database& a_oDatabase, const std::string& a_strQuery, const Row& a_oRow)
-{
-    SQLite::Statement oStatement(a_oDatabase, a_strQuery);
-    oStatement.bind(1, static_cast<std::int64_t>(a_oRow.m_uiSequence));
-    for (std::size_t uiColumn = 0; uiColumn < a_oRow.m_oCells.size(); ++uiColumn)
-    {
-        const int iIndex = static_cast<int>(uiColumn) + 2;
-        const korrin::Value& oValue = a_oRow.m_oCells[uiColumn];
-        if (oValue.getType() == korrin::eValueText)
-        {
-            oStatement.bindNoCopy(iIndex, oValue.getText());
-        }
-        else
-        {
-            oStatement.bind(iIndex, oValue.getInteger());
-        }
-    }
-    oStatement.exec();
-}
-
-korrin::Value readValue(const TableSchema& a_oSchema, const Column& a_oColumn, const SQLite::Column& a_oStored)
-{
-    if (a_oStored.isNull())
-    {
-        return a_oColumn.m_oDefault;
-    }
-    if (a_oStored.isText() && isText(a_oColumn))
-    {
-        return {korrin::eValueText, a_oStored.getString()};
-    }
-    const std::int64_t iValue = a_oStored.getInt64();
-    const bool bFits = iValue >= std::numeric_limits<int>::min() && iValue <= std::numeric_limits<int>::max();
-    checkType(a_oSchema, a_oColumn, a_oStored.isInteger() && bFits ? korrin::eValueInteger : korrin::eValueNull);
-    return {korrin::eValueInteger, static_cast<int>(iValue)};
-}
-
-/// Creates the table, or adds the columns that it lacks.
-void createTable(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
-{
-    a_oDatabase.exec("CREATE TABLE IF NOT EXISTS " + name(a_oSchema.m_strName) + " (_seq INTEGER PRIMARY KEY" +
-                     join(a_oSchema, declare) + ")");
-    std::set<std::string> oPresent;
-    SQLite::Statement oColumns(a_oDatabase, "SELECT name FROM pragma_table_info(?)");
-    oColumns.bind(1, a_oSchema.m_strName);
-    while (oColumns.executeStep())
-    {
-        oPresent.insert(oColumns.getColumn(0).getString());
-    }
-    for (const Column& oColumn : a_oSchema.m_oColumns)
-    {
-        if (oPresent.count(oColumn.m_strName) == 0)
-        {
-            a_oDatabase.exec("ALTER TABLE " + name(a_oSchema.m_strName) + " ADD COLUMN " + declare(oColumn));
-        }
-    }
-}
-
-/// All rows in order; a value that was never written is the column's default. Throws Refusal for a value of
-/// another type than its column's.
-std::vector<RowPtr> readRows(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
-{
-    std::vector<RowPtr> oRows;
-    SQLite::Statement oStatement(
-        a_oDatabase, "SELECT _seq" + join(a_oSchema, nameOf) + " FROM " + name(a_oSchema.m_strName) + " ORDER BY _seq");
-    while (oStatement.executeStep())
-    {
-        Row oRow{static_cast<std::uint64_t>(oStatement.getColumn(0).getInt64()), {}};
-        for (std::size_t uiColumn = 0; uiColumn < a_oSchema.m_oColumns.size(); ++uiColumn)
-        {
-            const SQLite::Column oStored = oStatement.getColumn(static_cast<int>(uiColumn) + 1);
-            oRow.m_oCells.push_back(readValue(a_oSchema, a_oSchema.m_oColumns[uiColumn], oStored));
-        }
-        oRows.push_back(std::make_shared<const Row>(std::move(oRow)));
-    }
-    return oRows;
-}
-
-void insertRow(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, const Row& a_oRow)
-{
-    writeRow(a_oDatabase,
-             "INSERT INTO " + name(a_oSchema.m_strName) + " (_seq" + join(a_oSchema, nameOf) + ") VALUES (?" +
-                 join(a_oSchema, [](const Column&) { return "?"; }) + ")",
-             a_oRow);
-}
-
-void updateRow(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, const Row& a_oRow)
-{
-    writeRow(a_oDatabase,
-             "UPDATE " + name(a_oSchema.m_strName) + " SET _seq=?1" +
-                 join(a_oSchema, [](const Column& a_oColumn) { return nameOf(a_oColumn) + "=?"; }) + " WHERE _seq=?1",
-             a_oRow);
-}
-
-void deleteRow(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, const Row& a_oRow)
-{
-    SQLite::Statement oStatement(a_oDatabase, "DELETE FROM " + name(a_oSchema.m_strName) + " WHERE _seq=?");
-    oStatement.bind(1, static_cast<std::int64_t>(a_oRow.m_uiSequence));
-    oStatement.exec();
-}
-
-/// Keeps the highest Id that each table ever had, for tables whose row with that Id is gone.
-void createHighestIds(SQLite::Database& a_oDatabase)
-{
-    a_oDatabase.exec("CREATE TABLE IF NOT EXISTS _highest (name TEXT PRIMARY KEY, id INTEGER) WITHOUT ROWID");
-}
-
-/// 0 when nothing is stored.
-int readHighestId(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema)
-{
-    SQLite::Statement oStatement(a_oDatabase, "SELECT id FROM _highest WHERE name=?");
-    oStatement.bind(1, a_oSchema.m_strName);
-    const std::int64_t iId = oStatement.executeStep() ? oStatement.getColumn(0).getInt64() : 0;
-    return static_cast<int>(std::clamp<std::int64_t>(iId, 0, std::numeric_limits<int>::max()));
-}
-
-void storeHighestId(SQLite::Database& a_oDatabase, const TableSchema& a_oSchema, int a_iId)
-{
-    SQLite::Statement oStatement(a_oDatabase, "INSERT OR REPLACE INTO _highest (name, id) VALUES (?, ?)");
-    oStatement.bind(1, a_oSchema.m_strName);
-    oStatement.bind(2, a_iId);
-    oStatement.exec();
-}
-
-} // namespace
 
 EKept keptOf(const TableSchema& a_oSchema)
 {
@@ -213,7 +46,7 @@ void Database::accept()
 
 void Database::createMissing()
 {
-    SQLite::Transaction oTransaction(*m_pDatabase);
+    SqlTransaction oTransaction(*m_pDatabase);
     // A version that needs more than new tables and columns converts the old ones here, by user_version.
     for (const TableSchema& oSchema : getSchema())
     {
@@ -262,7 +95,7 @@ void Database::save(const std::vector<TableChange>& a_oChanges)
     }
     try
     {
-        SQLite::Transaction oTransaction(*m_pDatabase); // rolled back unless committed
+        SqlTransaction oTransaction(*m_pDatabase); // rolled back unless committed
         for (const TableChange& oChange : a_oChanges)
         {
             writeRows(oChange);

@@ -30,6 +30,30 @@ int openReserve()
     return ::open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
+/// Whatever goes wrong in the middle of a client's stream ends it: the bytes that were taken from it are gone, and the
+/// rest would be taken for other requests.
+template<typename Action>
+void attempt(Session& a_oSession, const Action& a_oAction) noexcept
+{
+    try
+    {
+        a_oAction(a_oSession);
+    }
+    catch (const std::exception& oError)
+    {
+        a_oSession.fail(oError);
+    }
+}
+
+// Also after a hang-up: what was sent before it is still served.
+void onEvents(Session& a_oSession, std::uint32_t a_uiEvents)
+{
+    if ((a_uiEvents & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
+    {
+        attempt(a_oSession, [](Session& a_oReady) { a_oReady.receive(); });
+    }
+}
+
 } // namespace
 
 Server::Server(platform::EventLoop& a_oLoop, Store& a_oStore, ServiceSocket& a_oSocket, const Limits& a_oLimits)
@@ -116,9 +140,9 @@ void Server::refuseOne()
 
 void Server::pauseAccepting(int a_iError)
 {
-    m_oWarnings.write(__LINE__, "Cannot accept clients, pausing: " + std::generic_category().message(a_iError));
     m_oLoop.modify(m_oSocket.getFd(), 0);
     m_oAcceptAgain.start(s_oAcceptPause);
+    m_oWarnings.write(__LINE__, "Cannot accept clients, pausing: " + std::generic_category().message(a_iError));
 }
 
 void Server::resumeAccepting()
@@ -185,15 +209,6 @@ void Server::limitStrangers()
     }
 }
 
-void Server::onEvents(Session& a_oSession, std::uint32_t a_uiEvents)
-{
-    // Also after a hang-up: what was sent before it is still served.
-    if ((a_uiEvents & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0)
-    {
-        a_oSession.receive();
-    }
-}
-
 void Server::takeTurns()
 {
     forEach([this](Session& a_oSession)
@@ -211,14 +226,7 @@ void Server::forEach(const std::function<void(Session&)>& a_oAction)
 {
     for (const auto& [iFd, pSession] : m_oSessions)
     {
-        try
-        {
-            a_oAction(*pSession);
-        }
-        catch (const std::exception& oError)
-        {
-            pSession->end(std::string("could not be served: ") + oError.what());
-        }
+        attempt(*pSession, a_oAction);
     }
 }
 
@@ -276,18 +284,28 @@ void Server::removeEnded()
 
 void Server::disconnect(Sessions::iterator a_itSession)
 {
-    const Session& oSession = *a_itSession->second;
-    if (!oSession.getFault().empty())
-    {
-        m_oWarnings.write(__LINE__, "Closed " + oSession.describe() + ": it " + oSession.getFault());
-    }
-    else
-    {
-        LOG_DEBUG("%s", ("Left: " + oSession.describe()).c_str());
-    }
-    m_oService.leave(oSession.getClient());
+    logEnd(*a_itSession->second);
+    m_oService.leave(a_itSession->second->getClient());
     m_oLoop.remove(a_itSession->first);
     m_oSessions.erase(a_itSession);
+}
+
+void Server::logEnd(const Session& a_oSession) noexcept
+{
+    try
+    {
+        if (!a_oSession.getFault().empty())
+        {
+            m_oWarnings.write(__LINE__, "Closed " + a_oSession.describe() + ": it " + a_oSession.getFault());
+        }
+        else
+        {
+            LOG_DEBUG("%s", ("Left: " + a_oSession.describe()).c_str());
+        }
+    }
+    catch (const std::bad_alloc&) // the line is lost; the connection must end all the same
+    {
+    }
 }
 
 } // namespace cfgserver

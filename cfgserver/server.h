@@ -33,11 +33,11 @@ private:
     void limitStrangers();
     [[nodiscard]] wire::Reply
     refuse(Session& a_oSession, const wire::Request& a_oHello, const std::string& a_strReason);
-    static void onEvents(Session& a_oSession, std::uint32_t a_uiEvents);
     void takeTurns();
     void forEach(const std::function<void(Session&)>& a_oAction);
     [[nodiscard]] wire::Reply answer(Session& a_oSession, const wire::Request& a_oRequest);
     void disconnect(Sessions::iterator a_itSession);
+    void logEnd(const Session& a_oSession) noexcept;
     void removeEnded();
     [[nodiscard]] int getTimeout() const;
 

@@ -211,4 +211,18 @@ void Session::end(const std::string& a_strFault)
     m_strFault = a_strFault;
 }
 
+void Session::fail(const std::exception& a_oError) noexcept
+{
+    m_bOver = true;
+    try
+    {
+        const bool bMemory = dynamic_cast<const std::bad_alloc*>(&a_oError) != nullptr;
+        m_strFault = std::string("could not be served: ") + (bMemory ? "out of memory" : a_oError.what());
+    }
+    catch (const std::bad_alloc&)
+    {
+        m_strFault = "failed"; // so short that it takes no memory
+    }
+}
+
 } // namespace cfgserver

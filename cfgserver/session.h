@@ -5,6 +5,7 @@
 #include "platform/wire/frame.h"
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <string>
 
@@ -38,7 +39,8 @@ public:
     /// "client 'x' (pid 1, uid 0)".
     [[nodiscard]] std::string describe() const;
 
-    /// Reads what has arrived, at most 64 KiB.
+    /// Reads what has arrived, at most 64 KiB. After an exception of this or the next three, bytes may be lost, and the
+    /// connection must not go on.
     void receive();
     /// Answers up to g_iRequestsPerTurn whole requests.
     void serve(const Answer& a_oAnswer);
@@ -50,6 +52,8 @@ public:
 
     /// Marks the connection for closing; a_strFault is what the client did wrong.
     void end(const std::string& a_strFault = std::string());
+    /// The same for a connection that cannot be served further, even without memory to say why.
+    void fail(const std::exception& a_oError) noexcept;
     /// The same once the replies are sent; no more requests are served.
     void endAfterReplies() { m_bLeaving = true; }
 

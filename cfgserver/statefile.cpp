@@ -28,7 +28,11 @@ bool isInMemory(const std::string& a_strFolder)
 } // namespace
 
 StateFile::StateFile(const std::string& a_strFolder)
-    : m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")), m_strPath(a_strFolder + "/state.db")
+    : m_iModuleId(VADRO_Sysloglevel_registerModul("cfgserver")),
+      m_strPath(a_strFolder + "/state.db"), m_oFiles{m_strPath,
+                                                     m_strPath + "-wal",
+                                                     m_strPath + "-shm",
+                                                     m_strPath + "-journal"}
 {
     if (a_strFolder.empty())
     {
@@ -96,12 +100,12 @@ void StateFile::giveUp(const char* a_pReason)
     m_pDatabase.reset();
 }
 
-void StateFile::remove()
+void StateFile::remove() noexcept
 {
     m_pDatabase.reset();
-    for (const char* pSuffix : {"", "-wal", "-shm", "-journal"})
+    for (const std::string& strFile : m_oFiles)
     {
-        ::unlink((m_strPath + pSuffix).c_str());
+        ::unlink(strFile.c_str());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "cfgserver/database.h"
 
+#include <array>
 #include <map>
 #include <memory>
 #include <string>
@@ -34,10 +35,11 @@ private:
     void load();
     void replace(const std::string& a_strReason);
     void giveUp(const char* a_pReason);
-    void remove();
+    void remove() noexcept;
 
     std::uint32_t m_iModuleId;
     std::string m_strPath;
+    std::array<std::string, 4> m_oFiles;    // it, and what SQLite may leave beside it
     std::unique_ptr<Database> m_pDatabase;  // null if nothing is kept
     std::map<std::string, Table> m_oTables; // by name, as read at the start
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/client/connection.h"
+#include "platform/wire/message.h"
 
 #include <chrono>
 #include <cstdint>
@@ -19,13 +19,14 @@ public:
 
     void connected(const std::string& a_strServiceVersion);
     /// The pause is the one before the next try; none when there will be no try.
-    void lost(const LinkError& a_oError, std::optional<std::chrono::milliseconds> a_oPause);
-    void failedTry(const LinkError& a_oError, std::chrono::milliseconds a_oPause);
+    void lost(const char* a_pReason, std::optional<std::chrono::milliseconds> a_oPause);
+    /// NoAccess: the service's user, which is the reason, is not trusted.
+    void failedTry(wire::Result a_eResult, const char* a_pReason, std::chrono::milliseconds a_oPause);
 
     [[nodiscard]] const std::string& getFailure() const { return m_strFailure; }
 
 private:
-    [[nodiscard]] std::string describe(const LinkError& a_oError) const;
+    [[nodiscard]] std::string describe(wire::Result a_eResult, const char* a_pReason) const;
 
     std::uint32_t m_iModuleId;
     std::string m_strSocketPath;

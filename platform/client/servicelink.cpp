@@ -40,6 +40,12 @@ wire::Request makeGreeting(const LinkSettings& a_oSettings)
     return oHello;
 }
 
+wire::Result resultOf(const std::exception& a_oFailure)
+{
+    const auto* pError = dynamic_cast<const LinkError*>(&a_oFailure);
+    return pError != nullptr ? pError->getResult() : wire::Result::Disconnected;
+}
+
 /// What the service tells of itself. Throws LinkError with the service's reason when it refused.
 const korrin::ValueList& readGreetingReply(const wire::Reply& a_oReply)
 {
@@ -81,13 +87,9 @@ void ServiceLink::connect()
         m_eState = State::Greeting;
         m_oTimer.start(m_oLimits.m_oRequest);
     }
-    catch (const LinkError& e)
+    catch (const std::exception& e) // also: no descriptor left for the loop, or a name that fits no frame
     {
         fail(e);
-    }
-    catch (const std::exception& e) // no descriptor left for the loop, or a name that fits no frame
-    {
-        fail(LinkError(wire::Result::Disconnected, e.what()));
     }
 }
 
@@ -170,15 +172,10 @@ wire::Reply ServiceLink::exchange(const std::string& a_strFrame)
         send(a_strFrame, oDeadline);
         return awaitReply(oDeadline);
     }
-    catch (const LinkError& e)
+    catch (const std::exception& e) // also out of memory: a part of the stream may be lost
     {
         fail(e);
-        return makeFailure(e.getResult(), getFailure());
-    }
-    catch (const std::exception& e) // out of memory: a part of the stream may be lost
-    {
-        fail(LinkError(wire::Result::Disconnected, e.what()));
-        return makeFailure(wire::Result::Disconnected, getFailure());
+        return makeFailure(resultOf(e), getFailure());
     }
 }
 
@@ -210,13 +207,9 @@ void ServiceLink::onReadable()
             finishGreeting(*m_oReply);
         }
     }
-    catch (const LinkError& e)
+    catch (const std::exception& e) // also out of memory: a message may be lost
     {
         fail(e);
-    }
-    catch (const std::exception& e) // out of memory: a message may be lost
-    {
-        fail(LinkError(wire::Result::Disconnected, e.what()));
     }
 }
 
@@ -260,11 +253,13 @@ void ServiceLink::handle(wire::Reply& a_oReply)
     m_oReply = std::move(a_oReply);
 }
 
-void ServiceLink::fail(const LinkError& a_oError)
+// Without memory nothing but the line and the reason may get lost.
+void ServiceLink::fail(const std::exception& a_oError)
 {
     const bool bWasUp = isUp();
+    const wire::Result eResult = resultOf(a_oError);
     close();
-    if (bWasUp && hasServed(a_oError))
+    if (bWasUp && hasServed(eResult))
     {
         m_oBackoff.restart();
     }
@@ -276,21 +271,21 @@ void ServiceLink::fail(const LinkError& a_oError)
     }
     if (bWasUp)
     {
-        m_oReport.lost(a_oError, bRetry ? std::make_optional(oPause) : std::nullopt);
         m_oListener.onLinkDown();
+        m_oReport.lost(a_oError.what(), bRetry ? std::make_optional(oPause) : std::nullopt);
     }
     else
     {
-        m_oReport.failedTry(a_oError, oPause);
+        m_oReport.failedTry(eResult, a_oError.what(), oPause);
     }
 }
 
 // Neither a service that only ever accepts and hangs up has, nor one that greets and then falls silent: each new
 // connection to that one holds its caller up for the whole time limit of a request.
-bool ServiceLink::hasServed(const LinkError& a_oError) const
+bool ServiceLink::hasServed(wire::Result a_eFailure) const
 {
-    return m_bProved || (a_oError.getResult() != wire::Result::TimedOut &&
-                         std::chrono::steady_clock::now() - m_oUpSince >= m_oBackoff.peek());
+    return m_bProved ||
+           (a_eFailure != wire::Result::TimedOut && std::chrono::steady_clock::now() - m_oUpSince >= m_oBackoff.peek());
 }
 
 void ServiceLink::close()

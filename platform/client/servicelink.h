@@ -124,8 +124,8 @@ private:
     void handle(const wire::Notification& a_oNotification);
     void handle(wire::Reply& a_oReply);
 
-    void fail(const LinkError& a_oError);
-    [[nodiscard]] bool hasServed(const LinkError& a_oError) const;
+    void fail(const std::exception& a_oError);
+    [[nodiscard]] bool hasServed(wire::Result a_eFailure) const;
     void close();
 
     EventLoop& m_oLoop;

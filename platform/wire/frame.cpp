@@ -41,7 +41,9 @@ void FrameReader::feed(const char* a_pData, std::size_t a_uiSize)
 {
     if (!m_bBroken)
     {
+        m_bBroken = true; // should the next line throw
         m_strBuffer.append(a_pData, a_uiSize);
+        m_bBroken = false;
     }
 }
 

@@ -37,9 +37,10 @@ public:
     {
         NeedMore, ///< no whole payload yet
         Payload,  ///< a_strPayload was filled
-        Broken    ///< a length of 0 or beyond the limit; the rest cannot be read
+        Broken    ///< a length of 0 or beyond the limit, or bytes lost; the rest cannot be read
     };
 
+    /// Throws std::bad_alloc; with a hole the rest would be cut in wrong places, so it is Broken then.
     void feed(const char* a_pData, std::size_t a_uiSize);
     /// Takes the next payload out. Broken is final.
     [[nodiscard]] State next(std::string& a_strPayload);
