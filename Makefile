@@ -9,7 +9,7 @@ RELEASE := build/release
 CONFIGURE = cmake -DQUORVAD_DEPS_DIR=$(abspath $(DEPS)) --preset
 
 .DEFAULT_GOAL := build
-.PHONY: help build test demo run lint clang format sanitize fuzz bench install package check-package check-reproducible dist clean deps-build deps-test deps-lint deps-clang deps-fuzz deps-package
+.PHONY: help build test demo run lint clang format sanitize fuzz mutants bench install package check-package check-reproducible dist clean deps-build deps-test deps-lint deps-clang deps-fuzz deps-package
 
 help: ## Show this list
 	@awk -F':.*## ' '/^[a-z-]+:.*## / { printf "  make %-18s %s\n", $$1, $$2 }' $(firstword $(MAKEFILE_LIST))
@@ -47,6 +47,9 @@ fuzz: deps-fuzz ## Run each fuzzer for FUZZ_SECONDS (30); inputs that fail stay 
 	@$(CONFIGURE) fuzz
 	@cmake --build --preset fuzz -j $(JOBS)
 	@scripts/fuzz build/fuzz $(FUZZ_SECONDS)
+
+mutants: deps-test ## Put random faults into the sources and see which tests notice (hours; SEED, COUNT=150, FOLDERS)
+	@scripts/mutants --deps $(abspath $(DEPS)) $(addprefix --seed ,$(SEED)) $(addprefix --count ,$(COUNT)) $(FOLDERS)
 
 bench: deps-test ## Measure the programs against the least possible cost (root, 15 minutes; FIGURES="load service" for some)
 	@$(CONFIGURE) release >/dev/null

@@ -87,7 +87,7 @@ TEST(Sysloglevel, NotTwiceIntoTheJournal)
     LogCapture oCapture;
     struct stat oStatus = {};
     ASSERT_EQ(0, fstat(STDERR_FILENO, &oStatus));
-    for (const ino_t uiOther : {0U, 1U})
+    for (const ino_t uiOther : {0U, 1000U}) // the next numbers may be those of the next captures' files
     {
         const std::string strStream = std::to_string(oStatus.st_dev) + ":" + std::to_string(oStatus.st_ino + uiOther);
         setenv("JOURNAL_STREAM", strStream.c_str(), 1);
