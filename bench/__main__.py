@@ -11,7 +11,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-from bench import figures
+from bench import chart, figures
 
 # Scenarios of each figure, with their arguments.
 PLAN = {
@@ -105,7 +105,8 @@ def main(bin_dir, out, *chosen):
         rows += figures.sizes_rows(sizes(bin_dir, out))
     show(rows)
     (out / "figures.json").write_text(json.dumps([row.raw() for row in rows], indent=1))
-    print(f"Raw figures: {out}/figures.json and the files next to it.")
+    (out / "figures.svg").write_text(chart.draw(rows) or "")
+    print(f"Chart: {out}/figures.svg\nRaw figures: {out}/figures.json and the files next to it.")
     return 1 if failed else 0
 
 
