@@ -89,7 +89,7 @@ def updates_rows(raw):
 
 def classes_rows(raw):
     for name, key, most in (("one HTTPS update, hashed folder", "folder", 1.3),
-                            ("one HTTPS update, bundle only", "bundle", None),
+                            ("one HTTPS update, bundle only", "bundle", 1.3),
                             ("one GnuDIP update, server by address", "gnudip_address", 1.5),
                             ("one GnuDIP update, server by name", "gnudip_name", None)):
         yield Row(f"{name}, its class alone: processor", "us", raw[key]["action_cpu"], raw[key]["floor_cpu"], most=most)

@@ -83,7 +83,8 @@ void becomeSingleInstance(const Options& a_oOptions, VADRO_Daemon& a_oDaemon)
 
 void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
              vadro::cfg::NotificationHandler& a_oNotifications,
-             ConfigHandler& a_oHandler)
+             ConfigHandler& a_oHandler,
+             Certificates& a_oCertificates)
 {
     using StatusStore = vadro::basic::SingletonAdapter<StatusInfoLog, vadro::lock::NullMutex>;
     vadro::cfg::common::IConfigClient& oClient = a_oNotifications.getConfigClient();
@@ -96,6 +97,7 @@ void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
         logRecordedSignals();
         a_oNotifications.process();
         LOG_TO(g_iModuleId, debug, "Poll.");
+        a_oCertificates.refresh();
         const std::size_t uiUpdates = a_oHandler.m_oSchedulers.size();
         a_oHandler.process();
         StatusStore::instance().commitChanges(oClient);
@@ -107,9 +109,10 @@ void runLoop(korrin::net::EventDispatcher& a_oDispatcher,
     logRecordedSignals();
 }
 
-/// Owns what needs the connection; all of it is gone when this returns or throws.
+/// Owns what needs the connection, and what lives longer than transfers; all of it is gone when this returns or throws.
 void serve(const Options& a_oOptions)
 {
+    Certificates oCertificates;
     korrin::net::EventDispatcher oDispatcher;
     const DispatcherWakeUp oWakeUp(oDispatcher);
     vadro::cfg::NotificationHandler oNotifications(
@@ -117,7 +120,7 @@ void serve(const Options& a_oOptions)
     ConfigHandler oHandler;
     oNotifications.registerConfigHandler(&oHandler);
     oNotifications.initialize();
-    runLoop(oDispatcher, oNotifications, oHandler);
+    runLoop(oDispatcher, oNotifications, oHandler, oCertificates);
 }
 
 int runGuarded(const Options& a_oOptions)
@@ -156,7 +159,6 @@ int runDaemon(int a_iArgc, char** a_ppArgv)
         parseOptions(oOptions, a_iArgc, a_ppArgv);
         platform::occupyStandardDescriptors();
         cleanEnvironment();
-        chooseCertificates();
         raiseDescriptorLimit();
         platform::keepMemoryPrivate();
         useOneHeap();

@@ -1,11 +1,14 @@
 #include "daemon/certificates.h"
 
+#include "daemon/bundlesplit.h"
+#include "platform/common/file.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <set>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -32,7 +35,7 @@ bool isHashedName(const std::string& a_strName)
 /// Adds the certificates of a file, each as the text between its markers, which is the same in every file.
 void readCertificates(const std::string& a_strFile, std::set<std::string>& a_oCertificates)
 {
-    std::ifstream oFile(a_strFile);
+    std::istringstream oFile(platform::readFile(a_strFile, g_uiMaxBundleBytes).m_strBytes);
     std::string strBody;
     bool bInside = false;
     for (std::string strLine; std::getline(oFile, strLine);)
@@ -86,11 +89,28 @@ CertificateStore findCertificates(const std::string& a_strFolder, const std::str
                                                                        : CertificateStore{"", a_strBundle};
 }
 
-void chooseCertificates()
+Certificates::Certificates()
 {
     const CertificateStore oStore = findCertificates(QUORVAD_CERTIFICATE_FOLDER, QUORVAD_CERTIFICATE_BUNDLE);
-    set("SSL_CERT_DIR", oStore.m_strFolder);
-    set("SSL_CERT_FILE", oStore.m_strBundle);
+    if (!oStore.m_strBundle.empty())
+    {
+        m_oBundle.emplace(oStore.m_strBundle);
+        m_oBundle->refresh();
+    }
+    if (m_oBundle && !m_oBundle->isUsable())
+    {
+        m_oBundle.reset();
+    }
+    set("SSL_CERT_DIR", m_oBundle ? m_oBundle->getFolder() : oStore.m_strFolder);
+    set("SSL_CERT_FILE", m_oBundle ? m_oBundle->getBundle() : oStore.m_strBundle);
+}
+
+void Certificates::refresh()
+{
+    if (m_oBundle)
+    {
+        m_oBundle->refresh();
+    }
 }
 
 } // namespace quorvad

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "daemon/bundlefolder.h"
+
+#include <optional>
 #include <string>
 
 namespace quorvad
@@ -17,8 +20,19 @@ struct CertificateStore
 [[nodiscard]] CertificateStore findCertificates(const std::string& a_strFolder, const std::string& a_strBundle);
 
 /// Tells OpenSSL, through its environment variables, where to look certificates up: in a folder, from which it reads
-/// only the file it needs, or in a bundle, which every transfer parses as a whole at ten times the cost of the rest of
-/// an update. Overrides previous values of these variables. Before other threads exist.
-void chooseCertificates();
+/// only the file it needs. A bundle would be parsed as a whole by every transfer, at ten times the cost of the rest of
+/// an update, so one whose certificates are not in the machine's folder is split into a folder of our own.
+class Certificates
+{
+public:
+    /// Overrides previous values of the variables. Before other threads exist.
+    Certificates();
+
+    /// Follows a bundle that has changed. To be called by the main thread from time to time.
+    void refresh();
+
+private:
+    std::optional<BundleFolder> m_oBundle; ///< none if the machine's folder is used
+};
 
 } // namespace quorvad

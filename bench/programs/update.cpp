@@ -12,7 +12,6 @@
 #include "daemon/certificates.h"
 #include "daemon/environment.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -100,10 +99,7 @@ int main(int argc, char** argv)
         bench::fail("usage: see bench/programs/update.cpp");
     }
     quorvad::cleanEnvironment();
-    if (std::getenv("BENCH_KEEP_STORE") == nullptr) // NOLINT(concurrency-mt-unsafe): no other thread yet
-    {
-        quorvad::chooseCertificates();
-    }
+    const quorvad::Certificates oCertificates;
     run(oWords);
     return 0;
 }

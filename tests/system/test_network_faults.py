@@ -6,7 +6,8 @@ from datetime import datetime
 from pathlib import Path
 
 from sandbox import namespaces
-from sandbox.keys import Authority
+from sandbox.keys import Authority, trust
+from sandbox.processes import wait_for
 from sandbox.router import GNUDIP, GNUDIP_HOST, HTTPS_HOST, START_PERIOD, ip
 
 from doubles import faultgnudip
@@ -70,7 +71,11 @@ def test_providers(router):
     nine = [router.add_account("update-url", f"https://{HTTPS_HOST}/plain/page?{number}", "x") for number in range(9)]
     accounts = {fault: router.add_account("update-url", f"https://{FAULT_HOST}:{PORTS[fault]}/", "x")
                 for fault in HTTPS_OUTCOMES}
+    trust([stranger.root], hashed=False)
     daemon = router.start_daemon()
+    wait_for("certificates", lambda: [*Path("/run").glob("quorvad-certificates.*/current/*.0")], 20)
+    trust([router.authority.root], hashed=False)  # from the next pass on the stranger is unknown
+    router.nudge()
     assert outcomes(router, len(nine) + len(accounts), accounts) == HTTPS_OUTCOMES
     check_punctual(router, nine)
     assert len(router.isp.requests()) == len(nine)  # the redirect was not followed
@@ -79,6 +84,7 @@ def test_providers(router):
     assert "\x1b" not in router.ctl("show", "DynDnsLog").stdout + daemon.log()
     peak, = re.findall(r"VmHWM:\s*(\d+) kB", Path(f"/proc/{daemon.pid}/status").read_text())
     assert int(peak) < 64 << 10, "an endless reply was kept"
+    assert daemon.stop() == 0 and not [*Path("/run").glob("quorvad-*")]
 
 
 LOST = (0, 999, "Connection error")
