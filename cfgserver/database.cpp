@@ -3,14 +3,23 @@
 #include "cfgserver/databasefile.h"
 #include "cfgserver/refusal.h"
 #include "cfgserver/tablesql.h"
+#include "platform/common/log.h"
 
 #include <SQLiteCpp/Column.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <stdexcept>
 
 namespace cfgserver
 {
+
+namespace
+{
+
+constexpr char s_acLogFile[] = "database";
+
+} // namespace
 
 EKept keptOf(const TableSchema& a_oSchema)
 {
@@ -26,17 +35,23 @@ Database::Database(const std::string& a_strPath, EKept a_eKept)
 {
     try
     {
-        m_pDatabase = openDatabase(m_strPath);
-        if (m_eKept == EKept::eUntilReboot)
-        {
-            m_pDatabase->exec("PRAGMA synchronous=OFF; PRAGMA wal_autocheckpoint=64; PRAGMA journal_size_limit=65536");
-        }
-        createMissing();
+        open();
     }
     catch (const SQLite::Exception& oError)
     {
         refuse(m_strPath, oError.getErrorCode(), oError.what());
     }
+}
+
+void Database::open()
+{
+    m_pDatabase = openDatabase(m_strPath);
+    if (m_eKept == EKept::eUntilReboot)
+    {
+        m_pDatabase->exec("PRAGMA synchronous=OFF; PRAGMA wal_autocheckpoint=64; PRAGMA journal_size_limit=65536");
+    }
+    createMissing();
+    m_oPlace = DatabasePlace(m_strPath); // not emplaced: without memory the former one must stay
 }
 
 void Database::accept()
@@ -87,12 +102,39 @@ Table Database::load(const TableSchema& a_oSchema)
     }
 }
 
-void Database::save(const std::vector<TableChange>& a_oChanges)
+bool Database::isInPlace() const noexcept
 {
-    if (a_oChanges.empty())
+    return m_pDatabase && m_oPlace->look() == DatabasePlace::State::InPlace;
+}
+
+void Database::save(const TableChanges& a_oChanges)
+{
+    if (a_oChanges.m_oDifferent.empty())
     {
         return;
     }
+    try
+    {
+        if (isInPlace())
+        {
+            return update(a_oChanges.m_oDifferent);
+        }
+        requirePlace();
+        writeAnew(a_oChanges.m_oAll);
+    }
+    catch (const SQLite::Exception& oError)
+    {
+        const std::string strReason = explain(m_strPath, oError.getErrorCode(), oError.what());
+        throw Refusal(wire::Result::StorageFailed, strReason + "; nothing was written");
+    }
+    catch (const std::runtime_error& oError)
+    {
+        throw Refusal(wire::Result::StorageFailed, std::string(oError.what()) + "; nothing was written");
+    }
+}
+
+void Database::update(const std::vector<TableChange>& a_oChanges)
+{
     try
     {
         SqlTransaction oTransaction(*m_pDatabase); // rolled back unless committed
@@ -105,13 +147,89 @@ void Database::save(const std::vector<TableChange>& a_oChanges)
     }
     catch (const SQLite::Exception& oError)
     {
-        const std::string strReason = explain(m_strPath, oError.getErrorCode(), oError.what());
         if (oError.getErrorCode() == SQLITE_IOERR)
         {
             overwriteRefused();
         }
-        throw Refusal(wire::Result::StorageFailed, strReason + "; nothing was written");
+        throw;
     }
+}
+
+void Database::requirePlace() const
+{
+    switch (m_oPlace->look())
+    {
+    case DatabasePlace::State::Taken:
+        throw std::runtime_error("database file " + m_strPath +
+                                 ": another file was put in its place while it was in use; restart the service to use "
+                                 "that one, or move it away to keep what the service has");
+    case DatabasePlace::State::OtherDisk:
+        throw std::runtime_error("database file " + m_strPath +
+                                 ": its file system was replaced while it was in use; mount that one again, or restart "
+                                 "the service to begin with what is there");
+    default:
+        break;
+    }
+}
+
+void Database::writeAnew(const std::vector<const Table*>& a_oTables)
+{
+    const std::string strNew = makeFileBeside(m_strPath);
+    const std::string strNewLog = strNew + "-wal";
+    try
+    {
+        Database(strNew, m_eKept).fill(a_oTables);
+        if (m_pDatabase)
+        {
+            keepLogOnClose(*m_pDatabase, true);
+            // Makes a file that was moved away complete before its log goes.
+            static_cast<void>(m_pDatabase->tryExec("PRAGMA wal_checkpoint(TRUNCATE)"));
+        }
+        m_oPlace->put(strNew);
+    }
+    catch (...)
+    {
+        ::unlink(strNew.c_str());
+        ::unlink(strNewLog.c_str());
+        throw;
+    }
+    LOG_TO(VADRO_Sysloglevel_registerModul("cfgserver"),
+           warning,
+           "Database file %s was deleted or moved away while it was in use: everything is written to a new one",
+           m_strPath.c_str());
+    m_pDatabase.reset();
+    try
+    {
+        open();
+        accept();
+    }
+    catch (const std::exception&) // what was to be written is on the disk, and the next commit writes it anew again
+    {
+        m_pDatabase.reset();
+    }
+}
+
+/// Into a new file, which then is complete without its log.
+void Database::fill(const std::vector<const Table*>& a_oTables)
+{
+    SqlTransaction oTransaction(*m_pDatabase);
+    for (const Table* pTable : a_oTables)
+    {
+        for (const RowPtr& pRow : pTable->getRows())
+        {
+            insertRow(*m_pDatabase, pTable->getSchema(), *pRow);
+        }
+        if (!pTable->holdsHighestId())
+        {
+            storeHighestId(*m_pDatabase, pTable->getSchema(), pTable->getHighestId());
+        }
+    }
+    oTransaction.commit();
+    if (m_pDatabase->execAndGet("PRAGMA wal_checkpoint(TRUNCATE)").getInt() != 0)
+    {
+        throw std::runtime_error("database file " + m_strPath + ": its log could not be written into it");
+    }
+    accept();
 }
 
 void Database::overwriteRefused()

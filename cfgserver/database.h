@@ -1,10 +1,12 @@
 #pragma once
 
+#include "cfgserver/databaseplace.h"
 #include "cfgserver/table.h"
 
 #include <SQLiteCpp/Database.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,13 @@ struct TableChange
 {
     const Table& m_oBefore;
     const Table& m_oAfter;
+};
+
+/// A transaction of one database.
+struct TableChanges
+{
+    std::vector<TableChange> m_oDifferent;
+    std::vector<const Table*> m_oAll; ///< every table that the database keeps, as it is afterwards
 };
 
 /// How long the rows of a table are kept.
@@ -47,18 +56,29 @@ public:
     void accept();
 
     /// Writes the rows that differ, all tables in one transaction, and returns once they would survive a loss of power.
-    /// Throws Refusal (StorageFailed), with nothing written. Without changes the disk is not touched.
-    void save(const std::vector<TableChange>& a_oChanges);
+    /// If the file was deleted or moved away meanwhile, writes all tables to a new one in its place, and a warning.
+    /// Throws Refusal (StorageFailed), with nothing written, also where another file stands in its place. Without
+    /// changes the disk is not touched.
+    void save(const TableChanges& a_oChanges);
+
+    /// Whether what was saved stands where it will be looked for at the next start.
+    [[nodiscard]] bool isInPlace() const noexcept;
 
 private:
+    void open();
     void createMissing();
+    void update(const std::vector<TableChange>& a_oChanges);
+    void writeAnew(const std::vector<const Table*>& a_oTables);
+    void fill(const std::vector<const Table*>& a_oTables);
+    void requirePlace() const;
     void writeRows(const TableChange& a_oChange);
     void writeHighestId(const TableChange& a_oChange);
     void overwriteRefused();
 
     std::string m_strPath;
     EKept m_eKept;
-    std::unique_ptr<SQLite::Database> m_pDatabase;
+    std::unique_ptr<SQLite::Database> m_pDatabase; // null while one that was written anew cannot be opened
+    std::optional<DatabasePlace> m_oPlace;
 };
 
 } // namespace cfgserver

@@ -6,6 +6,7 @@
 #include <sqlite3.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <stdexcept>
@@ -18,8 +19,6 @@ namespace cfgserver
 
 namespace
 {
-
-constexpr const char* s_pMemory = ":memory:";
 
 constexpr const char* s_pSettings =
     // Of a new file; an older one keeps its 4 KiB. What a commit changes is written in whole pages, and an outcome
@@ -44,16 +43,6 @@ constexpr const char* s_pSettings =
 [[noreturn]] void fail(const std::string& a_strWhat, int a_iError)
 {
     throw std::runtime_error(a_strWhat + ": " + std::generic_category().message(a_iError));
-}
-
-/// Lets a new entry survive a loss of power. Some file systems refuse; nothing better can be done then.
-void syncFolder(const std::string& a_strFolder)
-{
-    const platform::UniqueFd oFolder(::open(a_strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (oFolder.isOpen())
-    {
-        static_cast<void>(::fsync(oFolder.get()));
-    }
 }
 
 std::string resolveFolder(const std::string& a_strFolder)
@@ -200,7 +189,7 @@ void makePrivate(const std::string& a_strPath)
 
 std::string makeDatabaseFile(const std::string& a_strPath)
 {
-    if (a_strPath == s_pMemory)
+    if (a_strPath == g_pMemoryDatabase)
     {
         return a_strPath;
     }
@@ -219,9 +208,29 @@ std::string makeDatabaseFile(const std::string& a_strPath)
     return strPath;
 }
 
+void syncFolder(const std::string& a_strFolder) noexcept
+{
+    const platform::UniqueFd oFolder(::open(a_strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (oFolder.isOpen())
+    {
+        static_cast<void>(::fsync(oFolder.get()));
+    }
+}
+
+std::string makeFileBeside(const std::string& a_strPath)
+{
+    const std::size_t uiSlash = a_strPath.rfind('/');
+    std::string strFile = resolveFolder(a_strPath.substr(0, uiSlash + 1)) + a_strPath.substr(uiSlash) + ".XXXXXX";
+    if (const platform::UniqueFd oFile(::mkostemp(strFile.data(), O_CLOEXEC)); !oFile.isOpen())
+    {
+        fail("cannot create database file " + strFile, errno);
+    }
+    return strFile;
+}
+
 std::unique_ptr<SQLite::Database> openDatabase(const std::string& a_strPath)
 {
-    if (a_strPath != s_pMemory)
+    if (a_strPath != g_pMemoryDatabase)
     {
         checkContent(a_strPath);
         makePrivate(a_strPath);
@@ -229,7 +238,7 @@ std::unique_ptr<SQLite::Database> openDatabase(const std::string& a_strPath)
     auto pDatabase = openForWriting(a_strPath);
     pDatabase->exec(s_pSettings);
     const std::string strMode = pDatabase->execAndGet("PRAGMA journal_mode=WAL").getString();
-    if (strMode != "wal" && a_strPath != s_pMemory)
+    if (strMode != "wal" && a_strPath != g_pMemoryDatabase)
     {
         throw std::runtime_error("database file " + a_strPath +
                                  ": its file system does not support a write-ahead log (only " + strMode +

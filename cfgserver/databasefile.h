@@ -9,6 +9,9 @@
 namespace cfgserver
 {
 
+/// The path of a database that is kept in memory only.
+constexpr const char* g_pMemoryDatabase = ":memory:";
+
 /// Marks the file as ours: the letters "qcfg".
 constexpr int g_iApplicationId = 0x71636667;
 /// Raised by changes that an older service could not read; new tables and columns are not among them.
@@ -29,6 +32,12 @@ class ForeignFile : public std::runtime_error
 /// with the folder's links resolved; ":memory:" as it is. Refuses a file without permission, another user's, and what
 /// is not a regular file.
 [[nodiscard]] std::string makeDatabaseFile(const std::string& a_strPath);
+
+/// A new empty file beside it, mode 0600, in the folder that is created if need be. Returns its path.
+[[nodiscard]] std::string makeFileBeside(const std::string& a_strPath);
+
+/// Lets new entries survive a loss of power. Some file systems refuse; nothing better can be done then.
+void syncFolder(const std::string& a_strFolder) noexcept;
 
 /// Opens the file and makes it and its log accessible to the owner alone. Refuses one that is damaged, another
 /// program's, written by a newer service or used by another process, and a file system without write-ahead logs. The

@@ -1,6 +1,7 @@
 #include "cfgserver/servicesocket.h"
 
 #include "cfgserver/admission.h"
+#include "platform/base/aside.h"
 #include "platform/base/io.h"
 #include "platform/client/connection.h"
 #include "platform/common/log.h"
@@ -25,6 +26,7 @@ using platform::UniqueFd;
 using platform::UnixAddress;
 
 constexpr int s_iBacklog = 64;
+constexpr int s_iTries = 20; // to take the path, when somebody always is faster
 
 [[noreturn]] void fail(const std::string& a_strPath, const std::string& a_strReason)
 {
@@ -56,18 +58,51 @@ int makeSocket(const std::string& a_strPath)
     return iFd;
 }
 
-/// The user and process behind the path; none when nobody listens there.
+/// None when there is nothing.
+std::optional<struct stat> inspect(const std::string& a_strPath)
+{
+    struct stat oStatus = {};
+    if (::lstat(a_strPath.c_str(), &oStatus) == 0)
+    {
+        return oStatus;
+    }
+    if (errno != ENOENT)
+    {
+        failWith(a_strPath, "cannot be inspected", errno);
+    }
+    return std::nullopt;
+}
+
+/// A socket may have several names: its process need not be one that listens here.
+bool isSocket(const struct stat& a_oStatus)
+{
+    return S_ISSOCK(a_oStatus.st_mode) && a_oStatus.st_nlink == 1;
+}
+
+/// The user and process behind the path; none when nobody listens there. A stranger's link is not followed, nor one
+/// that takes the place of a socket meanwhile: they may lead to anybody's.
 std::optional<Peer> findListener(const std::string& a_strPath)
 {
     const UniqueFd oProbe(makeSocket(a_strPath));
-    if (makeAddress(a_strPath).connect(oProbe.get()))
+    const UnixAddress oAddress = makeAddress(a_strPath);
+    const auto oStatus = inspect(a_strPath);
+    if (!oStatus || (platform::isOfStranger(*oStatus) && !isSocket(*oStatus)))
     {
-        return readPeer(oProbe.get());
+        return std::nullopt;
     }
-    struct stat oStatus = {};
-    if (errno == EAGAIN && ::lstat(a_strPath.c_str(), &oStatus) == 0)
+    if (oAddress.connect(oProbe.get()))
     {
-        return Peer{0, oStatus.st_uid, oStatus.st_gid}; // its queue is full: the socket's owner is known at least
+        const auto oNow = inspect(a_strPath);
+        const bool bSame = oNow && oNow->st_dev == oStatus->st_dev && oNow->st_ino == oStatus->st_ino;
+        return bSame ? std::make_optional(readPeer(oProbe.get())) : std::nullopt;
+    }
+    if (errno == EAGAIN)
+    {
+        return Peer{0, oStatus->st_uid, oStatus->st_gid}; // its queue is full: the socket's owner is known at least
+    }
+    if (errno == EPROTOTYPE && platform::mayMoveAside(a_strPath, *oStatus))
+    {
+        return std::nullopt; // no service, whatever it is
     }
     if (errno != ECONNREFUSED && errno != ENOENT)
     {
@@ -109,26 +144,26 @@ void warnOfSquatter(const std::string& a_strPath, const Peer& a_oListener)
 
 void removeStale(const std::string& a_strPath)
 {
-    struct stat oStatus = {};
-    if (::lstat(a_strPath.c_str(), &oStatus) != 0)
+    const auto oStatus = inspect(a_strPath);
+    if (!oStatus)
     {
-        if (errno != ENOENT)
-        {
-            failWith(a_strPath, "cannot be inspected", errno);
-        }
         return;
     }
-    if (!S_ISSOCK(oStatus.st_mode))
+    if (!isSocket(*oStatus))
     {
+        if (platform::mayMoveAside(a_strPath, *oStatus) && platform::moveAside(a_strPath, *oStatus))
+        {
+            return;
+        }
         fail(a_strPath, "path exists and is not a socket; remove it or choose another path");
     }
     if (const auto oSquatter = checkNobodyListens(a_strPath))
     {
         warnOfSquatter(a_strPath, *oSquatter);
     }
-    if (oStatus.st_uid != ::geteuid() && ::geteuid() != 0)
+    if (oStatus->st_uid != ::geteuid() && ::geteuid() != 0)
     {
-        fail(a_strPath, "a stale socket of user " + std::to_string(oStatus.st_uid) + " is in the way; remove it");
+        fail(a_strPath, "a stale socket of user " + std::to_string(oStatus->st_uid) + " is in the way; remove it");
     }
     if (::unlink(a_strPath.c_str()) != 0 && errno != ENOENT)
     {
@@ -154,8 +189,8 @@ ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> 
     }
     try
     {
-        removeStale(m_strPath);
-        bindAndListen();
+        takePath();
+        listen();
     }
     catch (...)
     {
@@ -164,7 +199,7 @@ ServiceSocket::ServiceSocket(const std::string& a_strPath, std::optional<gid_t> 
     }
 }
 
-void ServiceSocket::bindAndListen()
+void ServiceSocket::takePath()
 {
     const UnixAddress oAddress = makeAddress(m_strPath);
     // The path gets the socket's own mode, less the umask: never more than this.
@@ -172,9 +207,16 @@ void ServiceSocket::bindAndListen()
     {
         failWith(m_strPath, "cannot make it private", errno);
     }
-    if (!oAddress.bind(m_oSocket.get()))
+    for (int iTry = 1; removeStale(m_strPath), !oAddress.bind(m_oSocket.get()); ++iTry)
     {
-        failWith(m_strPath, "cannot bind to it", errno);
+        if (errno != EADDRINUSE)
+        {
+            failWith(m_strPath, "cannot bind to it", errno);
+        }
+        if (iTry >= s_iTries)
+        {
+            fail(m_strPath, "other processes keep putting something in its place; end them");
+        }
     }
     struct stat oStatus = {};
     if (::lstat(m_strPath.c_str(), &oStatus) != 0)
@@ -183,6 +225,10 @@ void ServiceSocket::bindAndListen()
     }
     m_uiDevice = oStatus.st_dev;
     m_uiInode = oStatus.st_ino;
+}
+
+void ServiceSocket::listen()
+{
     if (m_oGroup && (::lchown(m_strPath.c_str(), static_cast<uid_t>(-1), *m_oGroup) != 0 ||
                      ::chmod(m_strPath.c_str(), S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP) != 0))
     {

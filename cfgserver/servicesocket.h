@@ -16,8 +16,9 @@ class ServiceSocket
 public:
     /// Listens on a_strPath, mode 0600 from the first moment; with a group, that group's and mode 0660. Replaces a
     /// socket that a dead service of the caller left behind; root replaces anybody's, with a warning also one on which
-    /// somebody listens whom clients do not trust. Throws std::runtime_error that names the path and the reason: used
-    /// by a living process (with its id), not ours, not a socket, path too long.
+    /// somebody listens whom clients do not trust. In a sticky folder root, like the folder's owner, moves aside what
+    /// else a stranger put there. Throws std::runtime_error that names the path and the reason: used by a living
+    /// process (with its id), not ours, not a socket, path too long.
     ServiceSocket(const std::string& a_strPath, std::optional<gid_t> a_oGroup);
     /// Removes the socket unless the path names another one by now.
     ~ServiceSocket();
@@ -28,7 +29,8 @@ public:
     [[nodiscard]] std::optional<gid_t> getGroup() const { return m_oGroup; }
 
 private:
-    void bindAndListen();
+    void takePath();
+    void listen();
     void removeOurs() noexcept;
 
     std::string m_strPath;

@@ -115,7 +115,7 @@ Table StateFile::take(const TableSchema& a_oSchema)
     return oNode.empty() ? Table(a_oSchema) : std::move(oNode.mapped());
 }
 
-void StateFile::save(const std::vector<TableChange>& a_oChanges)
+void StateFile::save(const TableChanges& a_oChanges)
 {
     if (!m_pDatabase)
     {
@@ -128,7 +128,7 @@ void StateFile::save(const std::vector<TableChange>& a_oChanges)
     catch (const std::exception& oError)
     {
         LOG_WARNING("State tables are no longer kept over a restart: %s", oError.what());
-        remove(); // what is in it is out of date
+        m_pDatabase->isInPlace() ? remove() : m_pDatabase.reset(); // what is in it is out of date
     }
 }
 

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] Table take(const TableSchema& a_oSchema);
 
     /// Blocks only for as long as writing to memory takes. After a failure nothing is kept any more.
-    void save(const std::vector<TableChange>& a_oChanges);
+    void save(const TableChanges& a_oChanges);
 
 private:
     void open();

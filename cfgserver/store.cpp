@@ -42,18 +42,24 @@ Store::Store(Database& a_oDatabase, StateFile* a_pState) : m_oDatabase(a_oDataba
 std::vector<std::size_t> Store::commit(Transaction& a_oTransaction)
 {
     std::vector<std::size_t> oChanged;
-    std::vector<TableChange> oChanges; // of the database
-    std::vector<TableChange> oStates;  // of the state file
+    TableChanges oChanges; // of the database
+    TableChanges oStates;  // of the state file
     for (std::size_t uiTable = 0; uiTable < m_oTables.size(); ++uiTable)
     {
         const std::optional<Table>& oEdited = a_oTransaction.m_oEdited[uiTable];
-        if (!oEdited || oEdited->holdsSame(m_oTables[uiTable]))
+        const Table& oBefore = m_oTables[uiTable];
+        const bool bDifferent = oEdited && !oEdited->holdsSame(oBefore);
+        const EKept eKept = keptOf(oBefore.getSchema());
+        TableChanges& oOfKind = eKept == EKept::eForGood ? oChanges : oStates;
+        if (eKept != EKept::eNotAtAll)
         {
-            continue;
+            oOfKind.m_oAll.push_back(bDifferent ? &*oEdited : &oBefore);
         }
-        oChanged.push_back(uiTable);
-        const bool bForGood = keptOf(oEdited->getSchema()) == EKept::eForGood;
-        (bForGood ? oChanges : oStates).push_back({m_oTables[uiTable], *oEdited});
+        if (bDifferent)
+        {
+            oChanged.push_back(uiTable);
+            oOfKind.m_oDifferent.push_back({oBefore, *oEdited});
+        }
     }
     m_oDatabase.save(oChanges);
     if (m_pState != nullptr)

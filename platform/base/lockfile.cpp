@@ -1,9 +1,9 @@
 #include "platform/base/lockfile.h"
 
+#include "platform/base/aside.h"
 #include "platform/common/deadline.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -19,7 +19,7 @@ namespace platform
 namespace
 {
 
-constexpr int s_iTries = 5;
+constexpr int s_iTries = 20; // somebody who always is faster does not keep us for ever
 constexpr std::chrono::milliseconds s_oPause{10};
 
 /// O_CREAT only together with O_EXCL: the kernel refuses root O_CREAT on the file of another user in a sticky folder.
@@ -93,9 +93,8 @@ LockFile::Outcome LockFile::replaceForeign(int a_iError)
     {
         return refuse(std::generic_category().message(a_iError));
     }
-    // Removes a folder only if it is empty, and a link without its target.
-    const bool bMayGo = ::geteuid() == 0 && (oStatus.st_uid != 0 || S_ISREG(oStatus.st_mode));
-    if (bMayGo && std::remove(m_strFile.c_str()) == 0)
+    const bool bRoot = ::geteuid() == 0 && (oStatus.st_uid != 0 || S_ISREG(oStatus.st_mode));
+    if ((bRoot || mayMoveAside(m_strFile, oStatus)) && moveAside(m_strFile, oStatus))
     {
         return Outcome::Again;
     }

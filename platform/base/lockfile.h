@@ -8,7 +8,8 @@ namespace platform
 {
 
 /// An exclusively locked file, mode 0600, that exists only while a process holds it. The kernel releases the lock when
-/// the process ends. Files of other users are not trusted; root replaces them.
+/// the process ends. Files of other users are not trusted; root moves them aside, and
+/// so does the owner of a sticky folder.
 class LockFile
 {
 public:
