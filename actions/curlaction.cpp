@@ -3,11 +3,13 @@
 #include "actions/httpreply.h"
 #include "actions/interfacestate.h"
 #include "actions/outcomereport.h"
+#include "actions/receivelimit.h"
 #include "actions/updateurl.h"
 #include "actions/version.h"
 #include "platform/common/log.h"
 
 #include <algorithm>
+#include <chrono>
 #include <curl/curl.h>
 #include <exception>
 
@@ -15,6 +17,8 @@ namespace quorvad
 {
 
 constexpr char s_acLogFile[] = "curlaction";
+
+constexpr std::chrono::milliseconds s_oAfterTransfer{100}; // libcurl's own limit comes first
 
 CurlAction::CurlAction(const std::string& a_strUrl,
                        const std::string& a_strIpAddr,
@@ -120,6 +124,8 @@ bool CurlAction::execute()
 void CurlAction::performTransfer()
 {
     m_strResponse.clear();
+    // TLS messages that mean nothing are read on and on inside libcurl while they come without a pause.
+    const ReceiveLimit oLimit(std::chrono::seconds(s_iTransferSec) + s_oAfterTransfer);
     const CURLcode eCode = curl_easy_perform(m_pCurl.get());
     if (eCode != CURLE_OK)
     {

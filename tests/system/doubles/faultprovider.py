@@ -1,8 +1,8 @@
 """A faulty provider: python3 -m doubles.faultprovider SETTINGS
 
 SETTINGS is a JSON file {"certificates": {kind: [chain, key]}, "password": of the GnuDIP account, empty for no
-GnuDIP, "dns": address, "answer": address for good names}. Serves one HTTPS fault per port (PORTS), the GnuDIP faults
-(faultgnudip.py) and the DNS faults (faultdns.py) on all addresses of its namespace.
+GnuDIP, "dns": address, "answer": address for good names}. Serves one fault of HTTPS or TLS (faulttls.py) per port
+(PORTS), the GnuDIP faults (faultgnudip.py) and the DNS faults (faultdns.py) on all addresses of its namespace.
 """
 
 import json
@@ -16,7 +16,7 @@ from pathlib import Path
 
 from sandbox import gnudip
 
-from doubles import faultdns, faultgnudip
+from doubles import faultdns, faultgnudip, faulttls
 from doubles.listening import serve
 
 SILENCE = 30  # seconds; longer than any client waits for a reply
@@ -102,15 +102,17 @@ FAULTS = {
     "plain-on-tls": (None, plain_on_tls),
     "plain": (None, says(_OK)),
 }
-PORTS = {"refused": 8000, **{name: port for port, name in enumerate(FAULTS, 8001)}}
+PORTS = {"refused": 8000, **{name: port for port, name in enumerate((*FAULTS, *faulttls.FAULTS), 8001)}}
 
 
 def context(name, certificates):
-    kind = FAULTS[name][0]
+    kind = faulttls.FAULTS.get(name, FAULTS.get(name))[0]
     if kind is None:
         return None
     made = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
     made.load_cert_chain(*certificates[kind])
+    if name in faulttls.FAULTS and faulttls.FAULTS[name][1]:
+        made.maximum_version = ssl.TLSVersion.TLSv1_2
     if name == "old-tls":
         warnings.simplefilter("ignore", DeprecationWarning)
         made.set_ciphers("ALL:@SECLEVEL=0")
@@ -119,6 +121,9 @@ def context(name, certificates):
 
 
 def converse(name, connection, tls):
+    if name in faulttls.FAULTS:
+        faulttls.FAULTS[name][2](connection, tls)
+        return
     if tls:
         connection = tls.wrap_socket(connection, server_side=True)
         print(name, "handshake done:", connection.version(), flush=True)
@@ -128,10 +133,10 @@ def converse(name, connection, tls):
 
 def main(settings):
     settings = json.loads(Path(settings).read_text())
-    for name, port in PORTS.items():
-        if name in FAULTS and FAULTS[name][0] in (None, *settings["certificates"]):
+    for name, (kind, *_) in {**FAULTS, **faulttls.FAULTS}.items():
+        if kind in (None, *settings["certificates"]):
             tls = context(name, settings["certificates"])
-            serve(("", port), lambda connection, name=name, tls=tls: converse(name, connection, tls))
+            serve(("", PORTS[name]), lambda connection, name=name, tls=tls: converse(name, connection, tls))
     if settings["password"]:
         serve(("", gnudip.PORT), faultgnudip.Server(settings["password"]).exchange)
     faultdns.Server(settings["dns"], settings["answer"]).run()

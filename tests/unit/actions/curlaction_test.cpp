@@ -1,8 +1,11 @@
 #include "actions/curlaction.h"
 
 #include "actions/libwrapper.h"
+#include "actions/receivelimit.h"
 #include "support.h"
 
+#include <array>
+#include <cerrno>
 #include <gmock/gmock.h>
 
 using namespace quorvad;
@@ -112,4 +115,24 @@ TEST_F(CurlActionTest, NothingIsReportedWhileTheInterfaceIsDown)
     EXPECT_THAT(logOf([&] { EXPECT_FALSE(oAction.execute()); }),
                 HasSubstr("Interface 'nosuchif0' is down, cannot send HTTPS update."));
     EXPECT_EQ(takeReport(), "");
+}
+
+TEST(ReceiveLimit, EndsWithWaitingDataLeftUnread)
+{
+    std::array<int, 2> aiPair = {};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, aiPair.data()), 0);
+    sendAll(aiPair[0], "ab");
+    char cByte = 0;
+    {
+        const ReceiveLimit oLimit{std::chrono::milliseconds(0)};
+        std::thread([&] { EXPECT_EQ(recv(aiPair[1], &cByte, 1, 0), 1); }).join(); // another thread has its own
+        errno = 0;
+        EXPECT_EQ(recv(aiPair[1], &cByte, 1, 0), -1);
+        EXPECT_EQ(errno, EAGAIN);
+    }
+    const ReceiveLimit oLimit{std::chrono::seconds(60)};
+    EXPECT_EQ(recv(aiPair[1], &cByte, 1, 0), 1);
+    EXPECT_EQ(cByte, 'b');
+    close(aiPair[0]);
+    close(aiPair[1]);
 }
