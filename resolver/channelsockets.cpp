@@ -1,5 +1,7 @@
 #include "resolver/channelsockets.h"
 
+#include "resolver/channeltemplate.h"
+
 #include <algorithm>
 #include <climits>
 #include <exception>
@@ -50,10 +52,7 @@ void processReady(ares_channel a_pChannel, const std::vector<pollfd>& a_oSockets
 // ares_getsock would tell of 16 sockets only, one per server asked so far, and ares_fds of numbers below 1024.
 int ChannelSockets::init(ares_channel& a_pChannel)
 {
-    ares_options oOptions = {};
-    oOptions.sock_state_cb = onState;
-    oOptions.sock_state_cb_data = this;
-    return ares_init_options(&a_pChannel, &oOptions, ARES_OPT_SOCK_STATE_CB);
+    return ChannelTemplate::shared().make(&a_pChannel, onState, this);
 }
 
 void ChannelSockets::onState(void* a_pThis, ares_socket_t a_iSocket, int a_iReadable, int a_iWritable) noexcept
