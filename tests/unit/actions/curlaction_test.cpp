@@ -1,5 +1,6 @@
 #include "actions/curlaction.h"
 
+#include "actions/error.h"
 #include "actions/libwrapper.h"
 #include "actions/receivelimit.h"
 #include "support.h"
@@ -75,15 +76,22 @@ TEST_F(CurlActionTest, ReplyDecidesAndIsReported)
         const char* m_pExpected;
         bool m_bSuccess;
         std::string m_strReported;
+        const char* m_pLog = "";
         const char* m_pUnchanged = "";
-    } aoCases[] = {{"200 OK", "", "", true, ""},
-                   {"200 OK", strLong, "", true, strEscaped},
-                   {"403 Forbidden", "a<b", "", false, "a&lt;b"},
-                   {"302 Found\r\nLocation: /other", "moved", "", false, "moved"},
-                   {"500 Oops", "good\n 1.2.3.4\n", "good 1", true, "good 1.2.3.4"},
-                   {"200 OK", "Good", "good", false, "Good"},
-                   {"200 OK", "", "good", false, ""},
-                   {"200 OK", "no\nchg", "good", true, "nochg", "nochg"}};
+    } aoCases[] = {
+        {"200 OK", "", "", true, ""},
+        {"200 OK", strLong, "", true, strEscaped},
+        {"403 Forbidden", "a<b", "", false, "a&lt;b"},
+        {"302 Found\r\nLocation: /other", "moved", "", false, "moved"},
+        {"500 Oops", "good\n 1.2.3.4\n", "good 1", true, "good 1.2.3.4", "debug HTTPS response: 'good 1.2.3.4'\n"},
+        {"200 OK",
+         "Good",
+         "good",
+         false,
+         "Good",
+         "warning HTTPS response body does not contain expected substring (good)\ninfo Received: 'Good'\n"},
+        {"200 OK", "", "good", false, "", "error HTTPS response is empty\n"},
+        {"200 OK", "no\nchg", "good", true, "nochg", "debug HTTPS response: 'nochg'\n", "nochg"}};
     for (const auto& oCase : aoCases)
     {
         int iRequests = 0;
@@ -101,7 +109,11 @@ TEST_F(CurlActionTest, ReplyDecidesAndIsReported)
             const int iStatus = std::atoi(oCase.m_pStatus);
             for (int iTry = 0; iTry < 2; ++iTry) // an attempt does not affect the next one
             {
-                EXPECT_EQ(oAction.execute(), oCase.m_bSuccess) << oCase.m_pStatus;
+                EXPECT_EQ(logOf([&] { EXPECT_EQ(oAction.execute(), oCase.m_bSuccess) << oCase.m_pStatus; }),
+                          "debug execute\ndebug URL: '" + oAction.getUrl() + "'\ninfo HTTPS update sent\n" +
+                              "info HTTPS response code: " + std::to_string(iStatus) + "\n" + oCase.m_pLog +
+                              "debug Save DynDNS log and status\ndebug logResponse\ndebug updateSnapshot\n" +
+                              "debug updateSnapshot\ndebug push\n");
                 EXPECT_EQ(takeReport(), expectedReport(s_iId, iStatus, oCase.m_strReported, oCase.m_bSuccess));
             }
         }
@@ -115,6 +127,14 @@ TEST_F(CurlActionTest, NothingIsReportedWhileTheInterfaceIsDown)
     EXPECT_THAT(logOf([&] { EXPECT_FALSE(oAction.execute()); }),
                 HasSubstr("Interface 'nosuchif0' is down, cannot send HTTPS update."));
     EXPECT_EQ(takeReport(), "");
+}
+
+TEST_F(CurlActionTest, FailedTransferIsReportedAndThrown)
+{
+    auto oAction = action("http://127.0.0.1:1/");
+    EXPECT_THAT(logOf([&] { EXPECT_THROW(oAction.execute(), Error); }),
+                HasSubstr("error curl_easy_perform() failed: 'Couldn't connect to server'\n"));
+    EXPECT_EQ(takeReport(), expectedReport(s_iId, 0, "Connection error: Couldn't connect to server", false));
 }
 
 TEST(ReceiveLimit, EndsWithWaitingDataLeftUnread)

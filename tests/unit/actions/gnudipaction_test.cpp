@@ -11,6 +11,7 @@
 #include <cstring>
 #include <gmock/gmock.h>
 #include <poll.h>
+#include <regex>
 #include <sys/resource.h>
 #include <vector>
 
@@ -87,11 +88,71 @@ TEST_F(GnudipActionTest, UpdatesThroughDescriptorsAbove1023)
     };
     const LocalServer oServer("127.61.0.5", s_uiPort, oServe);
     auto oAction = action("127.61.0.5");
-    EXPECT_TRUE(oAction.execute());
+    const std::string strLog = logOf([&] { EXPECT_TRUE(oAction.execute()); });
+    EXPECT_EQ(std::regex_replace(strLog, std::regex("id [0-9]+"), "id N"), R"(debug execute
+debug Binding socket to '127.0.0.1'
+debug getaddrinfo
+debug Send query for node '127.61.0.5' with request id N
+debug resolvLoop
+debug c-ares thread reports no active resolving...
+info Connecting to '127.61.0.5:3495' (127.61.0.5)
+debug receiveFromServer
+debug Received: 'XyZ12\x0d\x0a'
+debug bytes: 7
+debug Server reponse: 'XyZ12\x0d\x0a'
+debug string to hash: '5ebe2294ecd0e0f08eab7690d2a6ee69.XyZ12', hash: '5126e033c5707ed9f5713843634a245b'
+debug Sending: 'alice:5126e033c5707ed9f5713843634a245b:dyn.example.org:0' to server
+debug sendToServer
+debug Sent OK
+debug receiveFromServer
+debug Received: '0'
+debug bytes: 1
+debug Server reponse: '0'
+debug updateSnapshot
+debug updateSnapshot
+debug push
+info GnuDIP update sent OK.
+)");
     EXPECT_EQ(oAction.m_iSocket, -1);
     EXPECT_EQ(takeReport(), expectedReport(s_iId, 0, "Success", true));
     // A real query, to a port that nothing listens on.
     EXPECT_FALSE(action("name.example", "127.0.0.1", "127.61.0.53").execute());
+}
+
+TEST_F(GnudipActionTest, BadServersAreReportedAndNamed)
+{
+    const struct
+    {
+        const char* m_pSalt;
+        const char* m_pAnswer;
+        const char* m_pLog;
+        int m_iCode; // -1: no report
+        const char* m_pReported = "Connection error";
+    } aoCases[] = {
+        {"", "", "info Connection closed by the server.\nerror No salt received from GnuDIP server.\n", -1},
+        {"salt", "", "info Connection closed by the server.\nerror Empty response from server\n", 999},
+        {"salt", "reset", "error recv() failed (Connection reset by peer)\nerror Empty response from server\n", 999},
+        {"salt", "ok", "error Failed to parse response from server\n", 999},
+        {"salt", "99999999999", "error Parsed response code is out of integer range.\n", 999},
+        {"salt", " 2:host", "error GnuDIP update failed with code 2 (Host not found)\n", 2, "Host not found"}};
+    for (const auto& oCase : aoCases)
+    {
+        const auto oServe = [&](int a_iPeer)
+        {
+            sendAll(a_iPeer, oCase.m_pSalt);
+            *oCase.m_pSalt != 0 ? readUntil(a_iPeer, "\n") : "";
+            const bool bReset = oCase.m_pAnswer == std::string("reset");
+            const linger oAtOnce = {bReset ? 1 : 0, 0};
+            setsockopt(a_iPeer, SOL_SOCKET, SO_LINGER, &oAtOnce, sizeof(oAtOnce));
+            sendAll(a_iPeer, bReset ? "" : oCase.m_pAnswer);
+        };
+        const LocalServer oServer("127.61.0.6", s_uiPort, oServe);
+        const std::string strLog = logOf([&] { EXPECT_FALSE(action("127.61.0.6").execute()); });
+        const std::regex oQuiet("debug [^\n]*\n|info Connecting [^\n]*\n");
+        EXPECT_EQ(std::regex_replace(strLog, oQuiet, ""), oCase.m_pLog);
+        EXPECT_EQ(takeReport(),
+                  oCase.m_iCode < 0 ? "" : expectedReport(s_iId, oCase.m_iCode, oCase.m_pReported, false));
+    }
 }
 
 TEST_F(GnudipActionTest, ConstructionRefusesBadAccounts)

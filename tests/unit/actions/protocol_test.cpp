@@ -8,12 +8,21 @@ using namespace quorvad;
 
 TEST(Error, TextFollowsTheType)
 {
-    EXPECT_STREQ(Error(Error::ResolvConfLoadFailed).what(), "Failed to load DNS servers from /etc/resolv.XXX.conf");
-    EXPECT_STREQ(Error(Error::GnudipDomainTooShort).what(),
-                 "Username is part of gnuDIP domain => domain must be longer");
-    EXPECT_STREQ(Error(Error::EmptyNameserverList).what(), "Empty list of DNS nameservers");
-    EXPECT_STREQ(Error(static_cast<Error::Type>(9)).what(), "unknown error");
-    EXPECT_STREQ(Error(static_cast<Error::Type>(-1)).what(), "unknown error");
+    for (const auto& [eType, pText] :
+         {std::pair(Error::ResolvConfLoadFailed, "Failed to load DNS servers from /etc/resolv.XXX.conf"),
+          std::pair(Error::CurlEasyInitFailed, "curl_easy_init() failed"),
+          std::pair(Error::CurlEasyPerformFailed, "curl_easy_perform() failed"),
+          std::pair(Error::CurlEasyGetinfoFailed, "curl_easy_getinfo() failed"),
+          std::pair(Error::CurlGlobalInitFailed, "curl_global_init failed"),
+          std::pair(Error::GnudipDomainTooShort, "Username is part of gnuDIP domain => domain must be longer"),
+          std::pair(Error::AresLibInitFailed, "Ares lib init failed"),
+          std::pair(Error::AresChannelInitFailed, "Ares channel init failed"),
+          std::pair(Error::EmptyNameserverList, "Empty list of DNS nameservers"),
+          std::pair(static_cast<Error::Type>(9), "unknown error"),
+          std::pair(static_cast<Error::Type>(-1), "unknown error")})
+    {
+        EXPECT_STREQ(Error(eType).what(), pText);
+    }
 }
 
 TEST(HttpReply, ExcerptsAreCutBeforeTheyAreEscaped)

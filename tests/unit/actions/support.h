@@ -117,11 +117,3 @@ inline std::string expectedReport(int a_iId, int a_iCode, const std::string& a_s
     return strId + "ResponseCode#" + std::to_string(a_iCode) + " Response=" + a_strResponse + " | " + strId +
            "Success#" + (a_bSuccess ? "1 " : "0 ");
 }
-
-/// What a function writes to the log, debug lines included.
-inline std::string logOf(const std::function<void()>& a_oRun)
-{
-    LogCapture oLog;
-    a_oRun();
-    return oLog.take();
-}

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <future>
+#include <regex>
 #include <thread>
 
 using quorvad::CurlAction;
@@ -100,6 +101,151 @@ TEST_F(HandlerTest, RemovesSchedulersThatBecameStale)
     EXPECT_THAT(process(), IsEmpty());
     EXPECT_THAT(m_oLines, Contains("debug Remove stale action for config id 1."));
     EXPECT_THAT(m_oLines, Contains("debug Remove old scheduler for config id '4'."));
+}
+
+// People search the log for these texts. Without the lines of the workers, which come when they like.
+TEST_F(HandlerTest, LogTellsEachStep)
+{
+    rows("DynDns").resize(2); // one account of each kind
+    rows("StatusNetIfIPv6Addresses").clear();
+    const std::string strLog = logOf(
+        [&]
+        {
+            notify("DynDns");
+            m_oHandler.process();
+            rows("DynDns").pop_back();
+            m_oHandler.m_oDynDnsCfgs.erase(2);
+            add("StatusNetIfIPv6Addresses", "Id=1 Addr=2001:db8::1 Name=ppp0");
+            notify("StatusNetIfIPv6Addresses");
+            m_oHandler.process();
+            m_oClient.updatekey("DNSRelay", "Id", "1", makeRow("Enable=1 EnableUserProvidedDnsServer=1"));
+            for (const auto& [pTable, pCell] : {std::pair("DNSClientServer", "IPAddress=10.0.0.9"),
+                                                std::pair("DNSRelay", "UserProvidedDnsServerMode=1"),
+                                                std::pair("StatusNetifWatch", "Addr=10.1.1.9"),
+                                                std::pair("StatusNetifWatch", "IsUp=0")})
+            {
+                change(pTable, "1", pCell);
+                m_oHandler.process();
+            }
+        });
+    const std::regex oVaries("debug \\([0-9]+\\) [^\n]*\n| and [0-9]+ seconds as start period");
+    EXPECT_EQ(std::regex_replace(strLog, oVaries, ""), R"(debug loadFromConfig
+debug Init cache with data from config tables.
+debug updateCachedTables
+debug Initialize DynDNS cfg id 1
+debug Update DynDNS cfg id 1
+debug updateSnapshot
+debug Get IPv4 information for interface 'ppp0'.
+debug updateSnapshot
+debug Initialize DynDNS cfg id 2
+debug Update DynDNS cfg id 2
+debug updateSnapshot
+debug Get IPv4 information for interface 'ppp0'.
+debug updateSnapshot
+debug loadSerialNumber
+debug CPE's serial no.: A1B2
+debug updateSnapshot
+debug updateSnapshot
+debug updateSnapshot
+debug process
+debug Scheduled tasks: 0
+debug User config changed.
+debug Interface ppp0 not found in watch6 table.
+debug DynDns cfg id 1 needs action (DynDns changed)
+debug User config changed.
+debug Interface ppp0 not found in watch6 table.
+debug DynDns cfg id 2 needs action (DynDns changed)
+debug IPv4 config of iface 'ppp0' changed.
+debug DynDns cfg id 1 needs action (iface 'ppp0' Ipv4 settings changed
+debug DynDns cfg id 2 needs action (iface 'ppp0' Ipv4 settings changed
+debug DNS relay config changed.
+debug DynDns cfg id 1 needs action (DNS server changed)
+debug DynDns cfg id 2 needs action (DNS server changed)
+debug Send update for 'alice.dyn.example.org' on interface 'ppp0'...
+debug Nameservers: 10.0.0.1
+debug Action
+debug CurlAction
+debug DNS servers: '10.0.0.1'
+info HTTPS update will be scheduled...
+debug Built scheduler with 4 retries
+debug Send gnudip update for 'alice.dyn.example.org' on interface 'ppp0'...
+debug Nameservers: 10.0.0.1
+debug Action
+debug GnudipAction
+debug DnsResolver
+info GnuDIP update will be scheduled...
+debug Built scheduler with 4 retries
+debug loadFromConfig
+debug Table StatusNetIfIPv6Addresses changed.
+debug updateSnapshot
+debug cached obj changed? YES
+debug process
+debug Scheduled tasks: 2
+debug Check IPv6 config changes of iface 'ppp0'...
+debug IPv6 config of interface 'ppp0' changed.
+debug DynDns cfg id 1 needs action (iface 'ppp0' Ipv6 addr changed)
+debug Remove old scheduler for config id '1'.
+debug Send update for 'alice.dyn.example.org' on interface 'ppp0'...
+debug Nameservers: 10.0.0.1
+debug Action
+debug CurlAction
+debug DNS servers: '10.0.0.1'
+info HTTPS update will be scheduled...
+debug Built scheduler with 4 retries
+debug loadFromConfig
+debug updateSnapshot
+debug updateSnapshot
+debug process
+debug Scheduled tasks: 2
+debug DynDns cfg id 1 needs action (DNS server changed)
+debug Remove old scheduler for config id '1'.
+debug Send update for 'alice.dyn.example.org' on interface 'ppp0'...
+debug Nameservers: 10.0.0.9
+debug Action
+debug CurlAction
+debug DNS servers: '10.0.0.9'
+info HTTPS update will be scheduled...
+debug Built scheduler with 4 retries
+debug loadFromConfig
+debug updateSnapshot
+debug process
+debug Scheduled tasks: 2
+debug DNS relay config changed.
+debug Force user-defined DNS nameservers...
+debug DynDns cfg id 1 needs action (user-defined nameservers changed)
+debug Remove old scheduler for config id '1'.
+debug Send update for 'alice.dyn.example.org' on interface 'ppp0'...
+debug Nameservers: 9.9.9.9,1.1.1.1
+debug Action
+debug CurlAction
+debug DNS servers: '9.9.9.9,1.1.1.1'
+info HTTPS update will be scheduled...
+debug Built scheduler with 4 retries
+debug loadFromConfig
+debug Table StatusNetifWatch changed.
+debug updateSnapshot
+debug cached obj changed? YES
+debug process
+debug Scheduled tasks: 2
+debug IPv4 config of iface 'ppp0' changed.
+debug DynDns cfg id 1 needs action (iface 'ppp0' Ipv4 settings changed
+debug Remove old scheduler for config id '1'.
+debug Send update for 'alice.dyn.example.org' on interface 'ppp0'...
+debug Nameservers: 9.9.9.9,1.1.1.1
+debug Action
+debug CurlAction
+debug DNS servers: '9.9.9.9,1.1.1.1'
+info HTTPS update will be scheduled...
+debug Built scheduler with 4 retries
+debug loadFromConfig
+debug Table StatusNetifWatch changed.
+debug updateSnapshot
+debug cached obj changed? YES
+debug process
+debug Scheduled tasks: 2
+debug Interface 'ppp0' is down, remove possibly stale actions.
+debug Remove scheduled action for config id 1 because iface is down.
+)");
 }
 
 TEST_F(HandlerTest, AccountWaitsForItsInterface)

@@ -4,11 +4,13 @@
 #include "actions/error.h"
 #include "resolver/answer.h"
 #include "resolver/lookuptables.h"
+#include "tests/unit/support/logcapture.h"
 
 #include <arpa/inet.h>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
+#include <regex>
 #include <thread>
 #include <vector>
 
@@ -87,6 +89,26 @@ TEST_F(DnsResolverTest, ConcurrentLookupsGetTheirOwnResults)
     {
         EXPECT_EQ(toGetaddrinfoCode(iStatus), EAI_NONAME);
     }
+}
+
+TEST_F(DnsResolverTest, LogTellsEachStep)
+{
+    const std::string strLog = logOf(
+        []
+        {
+            DnsResolver oResolver("lo", "127.62.0.54"); // nothing listens there
+            resolve(oResolver, "name.example.");
+        });
+    EXPECT_EQ(std::regex_replace(strLog, std::regex("id [0-9]+"), "id N"), R"(debug DnsResolver
+debug getaddrinfo
+debug Send query for node 'name.example.' with request id N
+debug resolvLoop
+debug c-ares thread signaled result for request id N
+warning Failed to resolve for 'name.example.' (Could not contact DNS servers)
+debug ~DnsResolver
+)");
+    EXPECT_EQ(logOf([] { EXPECT_THROW(DnsResolver("lo", "dns.example"), Error); }),
+              "debug DnsResolver\nerror ares_set_servers_csv failed: Misformatted string\n");
 }
 
 TEST_F(DnsResolverTest, RefusesUnusableServerLists)

@@ -54,9 +54,9 @@ TEST(Scheduler, TriesUntilSuccessOrTheEndOfItsTries)
     Case aoCases[] = {{0, 3, [](int) { return stopSignalsBlocked(); }, 1},
                       {0, 3, [](int a_iTry) { return a_iTry == 2; }, 2},
                       {1, 2, [](int) { return false; }, 2},
-                      {0, 1, [](int) -> bool { throw Error(Error::CurlEasyPerformFailed); }, 1},
-                      {0, 1, [](int) -> bool { throw std::runtime_error("odd"); }, 1},
-                      {0, 1, [](int) -> bool { throw 7; }, 1},
+                      {0, 2, [](int) -> bool { throw Error(Error::CurlEasyPerformFailed); }, 2},
+                      {0, 2, [](int) -> bool { throw std::runtime_error("odd"); }, 2},
+                      {0, 2, [](int) -> bool { throw 7; }, 2},
                       {0, 0, [](int) { return true; }, 0},
                       {0, -1, [](int) { return true; }, 0},
                       {INT_MAX, 1, [](int) { return true; }, 0}};
@@ -89,6 +89,9 @@ TEST(Scheduler, TriesUntilSuccessOrTheEndOfItsTries)
                               "error Failed to execute action: 'curl_easy_perform\\(\\) failed'",
                               "error Failed to execute action: 'odd'",
                               "error Failed to execute action: 'unknown exception'",
+                              "debug \\([0-9]+\\) run",
+                              "debug \\([0-9]+\\) exec",
+                              "debug \\([0-9]+\\) stop",
                               "debug \\([0-9]+\\) Timeout => do action...",
                               "debug \\([0-9]+\\) Leave thread func...",
                               "debug \\([0-9]+\\) Thread complete"})

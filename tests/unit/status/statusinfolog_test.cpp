@@ -8,6 +8,7 @@
 #include <thread>
 
 using namespace quorvad;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 static long s_iPausedUs = 0;
@@ -47,7 +48,14 @@ TEST(StatusInfoLog, WritesTheNewestOfEachAccountOnce)
     report(oStore, 5, "t1");
     report(oStore, 3, "t2");
     report(oStore, 3, "t3");
-    oStore.commitChanges(oClient);
+    const std::string strLog = logOf([&] { oStore.commitChanges(oClient); });
+    for (const char* pLines : {"debug For DynDNS id 3 found latest elem ts 't3'\n",
+                               "debug For DynDNS id 5 found latest elem ts 't1'\n",
+                               "debug insertrow (DynDnsId: 3 , ts: 't3')\n",
+                               "debug saveStatus\ndebug updatekey (DynDnsId: 3)\ndebug insertrow (DynDnsId: 5)\n"})
+    {
+        EXPECT_THAT(strLog, HasSubstr(pLines));
+    }
     EXPECT_EQ(oClient.m_oTables["DynDnsLog"].size(), 2U);
     for (const char* pTable : {"DynDnsLog", "DynDnsStatus"})
     {
@@ -77,7 +85,14 @@ TEST(StatusInfoLog, TrimsTheOldestRowsFirst)
         oClient.m_oRefused = {bRefused ? "deleterow DynDnsLog" : ""};
         report(oStore, 1, "t");
         report(oStore, 2, "t");
-        oStore.commitChanges(oClient);
+        const std::string strLog = logOf([&] { oStore.commitChanges(oClient); });
+        EXPECT_THAT(strLog, testing::StartsWith("debug commitChanges\ndebug For DynDNS id "));
+        EXPECT_THAT(strLog,
+                    HasSubstr("debug cleanupDynDnsLog\n" +
+                              (iDeletions == 0 ? "debug insertrow (DynDnsId: "
+                               : bRefused      ? "debug Entries to delete: 7\ndebug insertrow (DynDnsId: "
+                                          : std::string("debug Entries to delete: 7\ndebug deleterow entry no. 1\n"))));
+        EXPECT_EQ(strLog.find("debug deleterow entry no. 7\ndebug insertrow") != std::string::npos, iFirst == 7);
         EXPECT_EQ(oClient.m_oTables["DynDnsLog"].size(), uiAfter);
         EXPECT_EQ(oClient.calls("deleterow DynDnsLog"), iDeletions);
         EXPECT_EQ(oClient.m_oTables["DynDnsLog"].front().getValue("DynDnsId").getInteger(), iFirst);

@@ -3,6 +3,7 @@
 #include "vadro/error/assert.h"
 #include "vadro/sysloglevel.h"
 
+#include <functional>
 #include <gmock/gmock.h>
 
 #include <sstream>
@@ -49,6 +50,19 @@ public:
 private:
     std::vector<std::string> m_oLines;
 };
+
+/// What a function writes to the log, debug lines included: "<level> <text>\n" of each line.
+inline std::string logOf(const std::function<void()>& a_oRun)
+{
+    LogCapture oLog;
+    a_oRun();
+    std::string strLog;
+    for (const std::string& strLine : oLog.lines())
+    {
+        strLog += strLine + '\n';
+    }
+    return strLog;
+}
 
 /// Matches a call that fails the assertion "<type>) at <file>:<line>: <expression>".
 inline auto Asserts(const std::string& a_strText)
