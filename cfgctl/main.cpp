@@ -3,6 +3,7 @@
 #include "cfgctl/errors.h"
 #include "cfgctl/inputoutput.h"
 #include "platform/common/process.h"
+#include "platform/common/reason.h"
 
 #include <csignal>
 
@@ -53,7 +54,7 @@ int main(int a_iCount, char** a_ppArguments)
     }
     catch (const std::exception& oError)
     {
-        cfgctl::complain(oError.what());
+        cfgctl::complain(platform::reasonOf(oError));
         return 1;
     }
 }

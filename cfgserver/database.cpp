@@ -7,6 +7,7 @@
 
 #include <SQLiteCpp/Column.h>
 #include <sqlite3.h>
+#include <system_error>
 #include <unistd.h>
 
 #include <stdexcept>
@@ -18,6 +19,25 @@ namespace
 {
 
 constexpr char s_acLogFile[] = "database";
+
+/// Why the log could not be written, as the system said; 0 if it did not.
+int systemErrorOf(const SQLite::Database& a_oDatabase)
+{
+    int iError = 0;
+    sqlite3_file* pLog = nullptr;
+    ::sqlite3_file_control(a_oDatabase.getHandle(), "main", SQLITE_FCNTL_JOURNAL_POINTER, static_cast<void*>(&pLog));
+    if (pLog != nullptr && pLog->pMethods != nullptr)
+    {
+        pLog->pMethods->xFileControl(pLog, SQLITE_FCNTL_LAST_ERRNO, &iError);
+    }
+    return iError;
+}
+
+std::string reasonOf(const SQLite::Exception& a_oError, const SQLite::Database& a_oDatabase)
+{
+    const int iSystem = a_oError.getErrorCode() == SQLITE_IOERR ? systemErrorOf(a_oDatabase) : 0;
+    return a_oError.what() + (iSystem != 0 ? " (" + std::generic_category().message(iSystem) + ")" : "");
+}
 
 } // namespace
 
@@ -40,6 +60,14 @@ Database::Database(const std::string& a_strPath, EKept a_eKept)
     catch (const SQLite::Exception& oError)
     {
         refuse(m_strPath, oError.getErrorCode(), oError.what());
+    }
+}
+
+Database::~Database()
+{
+    if (!isInPlace())
+    {
+        leavePlace();
     }
 }
 
@@ -104,7 +132,7 @@ Table Database::load(const TableSchema& a_oSchema)
 
 bool Database::isInPlace() const noexcept
 {
-    return m_pDatabase && m_oPlace->look() == DatabasePlace::State::InPlace;
+    return m_pDatabase && m_oPlace && m_oPlace->look() == DatabasePlace::State::InPlace;
 }
 
 void Database::save(const TableChanges& a_oChanges)
@@ -119,6 +147,7 @@ void Database::save(const TableChanges& a_oChanges)
         {
             return update(a_oChanges.m_oDifferent);
         }
+        leavePlace();
         requirePlace();
         writeAnew(a_oChanges.m_oAll);
     }
@@ -147,11 +176,12 @@ void Database::update(const std::vector<TableChange>& a_oChanges)
     }
     catch (const SQLite::Exception& oError)
     {
+        const std::string strReason = explain(m_strPath, oError.getErrorCode(), reasonOf(oError, *m_pDatabase));
         if (oError.getErrorCode() == SQLITE_IOERR)
         {
             overwriteRefused();
         }
-        throw;
+        throw std::runtime_error(strReason);
     }
 }
 
@@ -172,6 +202,17 @@ void Database::requirePlace() const
     }
 }
 
+/// A file that was moved away is made complete, and what is put in its place is not mixed with its log.
+void Database::leavePlace() const noexcept
+{
+    if (m_pDatabase && m_oPlace)
+    {
+        keepLogOnClose(*m_pDatabase, true);
+        static_cast<void>(m_pDatabase->tryExec("PRAGMA wal_checkpoint(TRUNCATE)"));
+        m_oPlace->removeOurLog();
+    }
+}
+
 void Database::writeAnew(const std::vector<const Table*>& a_oTables)
 {
     const std::string strNew = makeFileBeside(m_strPath);
@@ -179,12 +220,6 @@ void Database::writeAnew(const std::vector<const Table*>& a_oTables)
     try
     {
         Database(strNew, m_eKept).fill(a_oTables);
-        if (m_pDatabase)
-        {
-            keepLogOnClose(*m_pDatabase, true);
-            // Makes a file that was moved away complete before its log goes.
-            static_cast<void>(m_pDatabase->tryExec("PRAGMA wal_checkpoint(TRUNCATE)"));
-        }
         m_oPlace->put(strNew);
     }
     catch (...)

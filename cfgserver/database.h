@@ -48,6 +48,9 @@ public:
     /// (databasefile.h tells what of the rest); until accept() the log beside it is not written into it.
     /// @param a_eKept which tables it holds; those that a reboot may lose are written without waiting for a disk
     explicit Database(const std::string& a_strPath, EKept a_eKept = EKept::eForGood);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
 
     /// The stored rows of a table. Throws std::runtime_error if they violate the schema.
     [[nodiscard]] Table load(const TableSchema& a_oSchema);
@@ -71,6 +74,7 @@ private:
     void writeAnew(const std::vector<const Table*>& a_oTables);
     void fill(const std::vector<const Table*>& a_oTables);
     void requirePlace() const;
+    void leavePlace() const noexcept;
     void writeRows(const TableChange& a_oChange);
     void writeHighestId(const TableChange& a_oChange);
     void overwriteRefused();

@@ -57,10 +57,19 @@ DatabasePlace::State DatabasePlace::look() const noexcept
     return bOtherDisk ? State::OtherDisk : State::Gone;
 }
 
+void DatabasePlace::removeOurLog() const noexcept
+{
+    const std::optional<Identity> oFile = identify(m_strFile);
+    const std::optional<Identity> oLog = identify(m_strLog);
+    if ((!oFile || isOther(m_oFile, oFile)) && m_oLog && oLog && !isOther(m_oLog, oLog))
+    {
+        ::unlink(m_strLog.c_str());
+    }
+}
+
 void DatabasePlace::put(const std::string& a_strNewFile)
 {
     const std::optional<Identity> oNew = identify(a_strNewFile);
-    // SQLite would carry the old log over into the new file.
     if (::unlink(m_strLog.c_str()) != 0 && errno != ENOENT)
     {
         throw std::system_error(errno, std::generic_category(), "cannot remove database log " + m_strLog);

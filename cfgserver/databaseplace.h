@@ -26,6 +26,9 @@ public:
     /// Costs two looks at the file system.
     [[nodiscard]] State look() const noexcept;
 
+    /// Removes the log if it is still ours but the file is not: SQLite would carry it over into any file of that name.
+    void removeOurLog() const noexcept;
+
     /// Puts a complete database without a log in the place of one that is gone, so that after a loss of power either
     /// is there. Throws std::runtime_error if that fails, also because another file was faster.
     void put(const std::string& a_strNewFile);
@@ -37,6 +40,7 @@ private:
         ino_t m_uiInode;
     };
     [[nodiscard]] static std::optional<Identity> identify(const std::string& a_strFile) noexcept;
+    /// Both there, and not the same.
     [[nodiscard]] static bool isOther(const std::optional<Identity>& a_oOurs, const std::optional<Identity>& a_oFound);
 
     std::string m_strFile; // empty: in memory

@@ -1,5 +1,7 @@
 #include "cfgserver/session.h"
 
+#include "platform/common/reason.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -216,8 +218,7 @@ void Session::fail(const std::exception& a_oError) noexcept
     m_bOver = true;
     try
     {
-        const bool bMemory = dynamic_cast<const std::bad_alloc*>(&a_oError) != nullptr;
-        m_strFault = std::string("could not be served: ") + (bMemory ? "out of memory" : a_oError.what());
+        m_strFault = std::string("could not be served: ") + platform::reasonOf(a_oError);
     }
     catch (const std::bad_alloc&)
     {

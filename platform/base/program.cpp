@@ -4,6 +4,7 @@
 #include "platform/base/io.h"
 #include "platform/base/servicemanager.h"
 #include "platform/common/log.h"
+#include "platform/common/reason.h"
 #include "vadro/daemon.h"
 
 #include <array>
@@ -131,8 +132,8 @@ int work(std::uint32_t a_uiLog, const std::function<void()>& a_oWork, const std:
     }
     catch (const std::exception& oError)
     {
-        LOG_TO(a_uiLog, error, "%s", oError.what());
-        a_oFailed(oError.what());
+        LOG_TO(a_uiLog, error, "%s", reasonOf(oError));
+        a_oFailed(reasonOf(oError));
         return EXIT_FAILURE;
     }
 }
@@ -183,7 +184,7 @@ int runInBackground(const Program& a_oProgram, const Work& a_oWork)
     }
     catch (const std::exception& oError)
     {
-        complain(a_oProgram.m_strName, oError.what());
+        complain(a_oProgram.m_strName, reasonOf(oError));
         return EXIT_FAILURE;
     }
 }

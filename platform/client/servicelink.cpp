@@ -1,5 +1,7 @@
 #include "platform/client/servicelink.h"
 
+#include "platform/common/reason.h"
+
 #include <utility>
 
 #include <sys/epoll.h>
@@ -272,11 +274,11 @@ void ServiceLink::fail(const std::exception& a_oError)
     if (bWasUp)
     {
         m_oListener.onLinkDown();
-        m_oReport.lost(a_oError.what(), bRetry ? std::make_optional(oPause) : std::nullopt);
+        m_oReport.lost(reasonOf(a_oError), bRetry ? std::make_optional(oPause) : std::nullopt);
     }
     else
     {
-        m_oReport.failedTry(eResult, a_oError.what(), oPause);
+        m_oReport.failedTry(eResult, reasonOf(a_oError), oPause);
     }
 }
 

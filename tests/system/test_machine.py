@@ -8,6 +8,7 @@ import time
 
 import pytest
 
+from sandbox.namespaces import SandboxError
 from sandbox.processes import Failure, wait_for
 from sandbox.router import PID_FILE, START_PERIOD
 from sandbox.shims import Clock
@@ -58,15 +59,24 @@ def test_disk(router):
     router.start_service(env=faults.env)
     router.ctl("add", "DynDns", "Id=1", "Hostname=kept")
     for number, fault in enumerate(({"write": errno.EROFS}, {"write": errno.EIO}, {"sync": errno.EIO})):
+        reason = os.strerror(*fault.values())
         router.ctl("set", "DynDns", "Id=1", f"Hostname=kept-{number}")
         faults.fail(**fault)
         refused = router.ctl("set", "DynDns", "Id=1", "Hostname=refused", check=False)
-        assert refused.returncode == 1 and "disk I/O error; nothing was written" in refused.stderr
+        assert refused.returncode == 1 and f"disk I/O error ({reason}); nothing was written" in refused.stderr
         router.ctl("add", "StatusNetifWatch", "Name=any")  # kept in memory only, so it can be written
         router.service.kill()
         router.start_service()
         assert router.rows("DynDns")[0]["Hostname"] == f"kept-{number}"
         faults.fail()
+    with pytest.raises(SandboxError, match="busy"):  # by itself, a file system may do so all the same
+        disk.set_read_only(True)
+    home, away = disk.folder, router.folder / "away"
+    away.mkdir()
+    disk.move(away)
+    refused = router.ctl("delete", "DynDns", "Id=1", check=False)
+    assert refused.returncode == 1 and "its file system was replaced" in refused.stderr and not list(home.iterdir())
+    disk.move(home)
     router.ctl("delete", "DynDns", "Id=1")
     router.service.stop()
     https, _ = router.start_usual()

@@ -10,7 +10,7 @@ from sandbox.shims import Shim
 
 WITHOUT_URANDOM = ("unshare", "-m", "sh", "-c", 'mount --bind /dev/null /dev/urandom && exec "$@"', "sh")
 HAS_USERS = "4294967295" in Path("/proc/self/uid_map").read_text()  # otherwise the sandbox maps one user only
-_REMOUNT, _READ_ONLY = 0x20, 0x1
+_REMOUNT, _READ_ONLY, _MOVE = 0x20, 0x1, 0x2000
 
 
 def as_user(number, group=1):
@@ -36,6 +36,11 @@ class SmallDisk:
         self.folder = Path(folder)
         self.folder.mkdir()
         mount("tmpfs", self.folder, "tmpfs", data="size=1m")
+
+    def move(self, folder):
+        """Mounts it elsewhere instead, with what is open on it."""
+        mount(self.folder, folder, None, _MOVE)
+        self.folder = Path(folder)
 
     def fill(self):
         with open(self.folder / "ballast", "wb", buffering=0) as out:

@@ -9,7 +9,6 @@
 #include <set>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <tuple>
 
 using namespace cfgserver;
 using namespace samples;
@@ -216,90 +215,6 @@ TEST_F(DatabaseTest, AFailedCommitLeavesDiskAndMemoryAsTheyWere)
         EXPECT_EQ(oStore.commit(oNext).size(), 1U);
     }
     EXPECT_EQ(read("DynDns", "Hostname"), "new");
-}
-
-// SQLite would go on writing to files that the next start does not find. What was committed is read from a copy of the
-// files, as a crash would leave them.
-TEST_F(DatabaseTest, CommitsAreNotLostWithAFileThatIsTakenAway)
-{
-    namespace fs = std::filesystem;
-    const fs::path oHome = m_oFolder / "home";
-    const fs::path oAway = m_oFolder / "away";
-    const std::string strFile = oHome / "config.db";
-    const std::string strLog = strFile + "-wal";
-    const auto stored = [&](const fs::path& a_oFolder)
-    {
-        const fs::path oCopy = m_oFolder / "copy";
-        fs::remove_all(oCopy);
-        fs::copy(a_oFolder, oCopy);
-        Database oDatabase(oCopy / "config.db");
-        return columnOf(Store(oDatabase).getTable(tableOf("DynDns")), "Hostname");
-    };
-    const auto moveAway = [&](const std::string& a_strFile)
-    { fs::rename(a_strFile, oAway / fs::path(a_strFile).filename()); };
-    const char* pTaken = "another file was put in its place";
-    const std::tuple<const char*, std::function<void()>, const char*, fs::path> oCases[] = {
-        {"nothing", [] {}, nullptr, {}},
-        {"file deleted", [&] { fs::remove(strFile); }, "", {}},
-        {"log deleted", [&] { fs::remove(strLog); }, "", {}},
-        {"folder deleted", [&] { fs::remove_all(oHome); }, "", {}},
-        {"file moved", [&] { moveAway(strFile); }, "", {}},
-        {"both moved", [&] { moveAway(strFile), moveAway(strLog); }, "", {}},
-        {"replaced",
-         [&] { std::ofstream(oAway / "x") << "not ours", fs::rename(oAway / "x", strFile); },
-         pTaken,
-         strFile},
-        {"replaced by a link",
-         [&] { moveAway(strFile), fs::create_symlink(oAway / "config.db", strFile); },
-         pTaken,
-         {}},
-        {"log replaced", [&] { fs::remove(strLog), std::ofstream(strLog) << "not ours"; }, pTaken, strLog},
-        {"folder unusable",
-         [&] { fs::remove_all(oHome), std::ofstream(oHome) << "not ours"; },
-         "cannot use database folder",
-         oHome},
-    };
-    for (const auto& [pCase, oHappen, pExpected, oForeign] : oCases)
-    {
-        SCOPED_TRACE(pCase);
-        fs::create_directory(oHome), fs::create_directory(oAway);
-        Database oDatabase(strFile);
-        Store oStore(oDatabase);
-        const auto commit = [&](const char* a_pName)
-        {
-            Transaction oTransaction(oStore);
-            oTransaction.edit(tableOf("DynDns")).insert(row({{"Hostname", text(a_pName)}}));
-            return refusalOf([&] { (void)oStore.commit(oTransaction); }).second;
-        };
-        EXPECT_EQ(commit("one"), "");
-        oHappen();
-        LogCapture oLog;
-        const std::string strRefused = commit("two");
-        const bool bAnew = pExpected != nullptr && *pExpected == '\0';
-        EXPECT_EQ(oLog.take().find("was deleted or moved away while") != std::string::npos, bAnew);
-        if (pExpected == nullptr || bAnew)
-        {
-            EXPECT_EQ(strRefused, "");
-            EXPECT_EQ(stored(oHome), "one,two");
-            EXPECT_EQ(modeOf(strFile), 0600);
-            EXPECT_EQ(commit("three"), "");
-            EXPECT_EQ(stored(oHome), "one,two,three");
-        }
-        else
-        {
-            EXPECT_THAT(strRefused, HasSubstr(pExpected));
-            EXPECT_TRUE(oForeign.empty() || contentOf(oForeign) == "not ours");
-            fs::remove_all(oHome);
-            EXPECT_EQ(commit("two"), "");
-            EXPECT_EQ(stored(oHome), "one,two") << "the disagreement is over";
-        }
-        EXPECT_EQ(std::distance(fs::directory_iterator(oHome), {}), 2) << "the file and its log, nothing else";
-        if (fs::exists(oAway / "config.db"))
-        {
-            EXPECT_EQ(stored(oAway), "one") << "what was moved away is complete";
-        }
-        fs::remove_all(oHome), fs::remove_all(oAway);
-    }
 }
 
 // A power cut leaves the log cut or torn anywhere. Every such state must open with one whole version; a torn database
