@@ -30,6 +30,7 @@ TEST(ConfigObject, ReportsBrokenPreconditions)
     oObject.updateSnapshot(oRow);
     EXPECT_THAT(read, Asserts("1) at confighandler:16: m_oLastSnapshot.hasValue(a_strParamName)"));
     EXPECT_EQ(oObject.getValue("Id").getInteger(), 3);
+    EXPECT_TRUE(quorvad::unsignedOf(oRow, "Enable") == 0 && quorvad::integerOf(oRow, "Retry") == 0);
 }
 
 TEST(ConfigObject, LeavesNothingBehindWhenMoved)

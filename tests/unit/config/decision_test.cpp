@@ -252,11 +252,13 @@ TEST_F(HandlerTest, AccountWaitsForItsInterface)
 {
     const korrin::ValueList oRow = rows("StatusNetifWatch").back();
     rows("StatusNetifWatch").pop_back();
+    add("StatusNetIfIPv6Addresses", "Id=2 Addr=2001:db8::9 Name=eth0");
     notify("DynDns");
     for (int iPass = 0; iPass < 2; ++iPass)
     {
         EXPECT_THAT(process(), ElementsAre(1, 2));
         EXPECT_THAT(m_oLines, Contains("error Interface eth0 not found in watch table."));
+        EXPECT_FALSE(m_oHandler.m_oNetifIPv6.at("ppp0")->m_bChanged) << "it waited for eth0";
     }
     rows("StatusNetifWatch").push_back(oRow);
     notify("StatusNetifWatch");

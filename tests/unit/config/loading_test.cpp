@@ -56,6 +56,11 @@ TEST_F(HandlerTest, UnreadableInterfaceIsForgottenOnlyWhenItsTableChanged)
                 Contains("debug DB entry 'StatusNetifWatch' for 'ppp0' not accessible => delete related cached obj."));
     EXPECT_THAT(oLog.lines(), Contains("debug cached obj changed? NO").Times(2)); // the accounts 2 and 3
     EXPECT_THAT(oLog.lines(), Contains("debug cached obj changed? YES").Times(1));
+    rows("StatusNetIfIPv6Addresses").clear();
+    m_oHandler.updateCachedTables(m_oClient, true);
+    EXPECT_THAT(keysOf(m_oHandler.m_oDynDnsCfgs), ElementsAre(2, 3, 4));
+    EXPECT_THAT(keysOf(m_oHandler.m_oNetifWatch), ElementsAre("eth0"));
+    EXPECT_THAT(m_oHandler.m_oNetifIPv6, IsEmpty());
 }
 
 TEST_F(HandlerTest, ComposesTheServersOfAnInterface)
