@@ -5,6 +5,7 @@ import os
 import random
 import signal
 import time
+from datetime import datetime
 
 import pytest
 
@@ -13,7 +14,9 @@ from sandbox.processes import Failure, wait_for
 from sandbox.router import PID_FILE, START_PERIOD
 from sandbox.shims import Clock
 
-from doubles import machine
+from doubles import faultgnudip, machine
+from doubles.faultprovider import PORTS
+from doubles.links import FAULT_ANSWER, start_faults
 from test_process import QUICK, detached, gone
 
 DAY = 86400
@@ -36,6 +39,22 @@ def test_limits(router):
         daemon = router.start_daemon(prefix=prefix, name=name)
         assert daemon.wait(QUICK) == 1, daemon.tail()
         assert daemon.count(rf" error main:\d+: ({reason})\n"), daemon.tail()
+
+
+def test_memory(router):
+    """Whatever the limit on memory, a program says why it ends, or works and stops."""
+    router.start_usual()
+    outcomes = set()
+    for name, option in (("quorvad", "-f"), ("netifwatch", "--foreground")):
+        for kib in range(9 << 10, 16 << 10, 256):
+            prefix = machine.limited(**{"as": kib << 10})
+            program = router.start_program(f"{name}-{kib}", [*prefix, router.bin / name, option])
+            wait_for("end or start", lambda: not program.running or program.count("Connected to the configuration"), QUICK)
+            status = program.stop(seconds=QUICK)
+            # The dynamic linker's status; and the C++ library's where not even an exception can be made.
+            assert status in (0, 1, 127, -signal.SIGABRT) and program.log(), (kib, status)
+            outcomes.add((name, status))
+    assert {("quorvad", 0), ("quorvad", 1), ("netifwatch", 0)} <= outcomes
 
 
 def test_descriptors(router):
@@ -117,6 +136,36 @@ def test_clock(router):
     assert stamps[0] > stamps[-1]
     # Today's certificate is not valid yesterday.
     assert {row["DynDnsId"]: row["Success"] for row in router.rows("DynDnsStatus")} == {https: 0, gnudip: 1}
+    assert daemon.stop(seconds=QUICK) == 0
+
+
+def test_clock_attempts(router):
+    """Steps during attempts, as far as 1970 and past 2038: both kinds end in time, and their outcomes bear the new time."""
+    clock, offset = Clock(router.folder), 0
+    start_faults(router.isp, "word")
+    router.start_service()
+    router.describe()
+    router.add_account("update-url", f"http://{FAULT_ANSWER}:{PORTS['silent']}/", "x")
+    router.add_account("gnudip", faultgnudip.ADDRESSES["silent-after-salt"], "alice.dyn.example.org", "alice", "word")
+    daemon, mark = router.start_daemon(env=clock.env), 0
+    seen = set()
+    for number, target in enumerate((-DAY, DAY, DAY - int(time.time()), 5844 * DAY)):
+        daemon.wait_log(r"\(\d+\) run\n", times=2, start=mark)
+        for times in (1, 2):  # both tries become due, also one that began to count its period after the first step
+            clock.step(offset + times * DAY)
+            daemon.wait_log(r"action:\d+: execute\n", times=times, start=mark)
+        clock.step(target)
+        offset, stepped = target, time.monotonic()
+        rows = router.wait_rows("DynDnsLog", 30, 2 * (number + 1))
+        assert time.monotonic() - stepped < 10 + 8
+        for row in rows:
+            if row["Id"] not in seen:
+                stamp = datetime.strptime(row["Timestamp"], "%Y-%m-%dT%H:%M:%S%z").timestamp()
+                assert abs(stamp - time.time() - target) < 60, (row, target)
+        seen = {row["Id"] for row in rows}
+        router.ctl("status")
+        router.ctl("log")
+        mark = router.move(f"10.64.0.{77 + number}")
     assert daemon.stop(seconds=QUICK) == 0
 
 
