@@ -47,10 +47,10 @@ FileWatch::~FileWatch()
 void FileWatch::watchAll()
 {
     std::set<int> oWatches;
-    m_oNames.clear();
+    std::set<std::string> oNames; // without memory, what was watched before must stay
     for (const std::string& strPath : m_oPaths)
     {
-        watchPath(strPath, oWatches);
+        watchPath(strPath, oWatches, oNames);
     }
     for (const int iWatch : m_oWatches)
     {
@@ -60,10 +60,11 @@ void FileWatch::watchAll()
         }
     }
     m_oWatches = std::move(oWatches);
+    m_oNames = std::move(oNames);
 }
 
 /// Every link on the way, the file itself and the folder of each; for a missing folder the nearest one above it.
-void FileWatch::watchPath(std::string a_strPath, std::set<int>& a_oWatches)
+void FileWatch::watchPath(std::string a_strPath, std::set<int>& a_oWatches, std::set<std::string>& a_oNames)
 {
     std::error_code oError;
     for (int iLink = 0; iLink <= s_iMaxLinks; ++iLink)
@@ -73,7 +74,7 @@ void FileWatch::watchPath(std::string a_strPath, std::set<int>& a_oWatches)
         {
             oPath = oPath.parent_path();
         }
-        m_oNames.insert(oPath.filename().string());
+        a_oNames.insert(oPath.filename().string());
         watch(oPath.parent_path().string(), s_uiFolderEvents, a_oWatches);
         watch(a_strPath, s_uiFileEvents, a_oWatches);
         const std::filesystem::path oTarget = std::filesystem::read_symlink(a_strPath, oError);
@@ -121,8 +122,8 @@ void FileWatch::onReadable()
     }
     if (bHint)
     {
+        m_oHint(); // first: the events are gone, whatever becomes of the watches
         watchAll();
-        m_oHint();
     }
 }
 

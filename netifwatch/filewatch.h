@@ -28,7 +28,7 @@ public:
 
 private:
     void watchAll();
-    void watchPath(std::string a_strPath, std::set<int>& a_oWatches);
+    void watchPath(std::string a_strPath, std::set<int>& a_oWatches, std::set<std::string>& a_oNames);
     void watch(const std::string& a_strPath, std::uint32_t a_uiEvents, std::set<int>& a_oWatches);
     [[nodiscard]] bool concernsUs(const inotify_event& a_oEvent) const;
     void onReadable();

@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <functional>
 #include <libmnl/libmnl.h>
 #include <linux/if_addr.h>
@@ -61,10 +62,25 @@ Socket openSocket()
     return pSocket;
 }
 
-int passOn(const nlmsghdr* a_pMessage, void* a_pReader)
+struct Reading
 {
-    (*static_cast<Reader*>(a_pReader))(*a_pMessage);
-    return MNL_CB_OK;
+    Reader m_oReader;
+    std::exception_ptr m_pFailure; // no exception may pass through libmnl
+};
+
+int passOn(const nlmsghdr* a_pMessage, void* a_pReading)
+{
+    auto& oReading = *static_cast<Reading*>(a_pReading);
+    try
+    {
+        oReading.m_oReader(*a_pMessage);
+        return MNL_CB_OK;
+    }
+    catch (...)
+    {
+        oReading.m_pFailure = std::current_exception();
+        return MNL_CB_STOP;
+    }
 }
 
 /// Sends a request and gives every message of the reply to the reader.
@@ -79,6 +95,7 @@ Answer ask(nlmsghdr& a_oRequest, Reader a_oReader)
     const unsigned uiPort = mnl_socket_get_portid(pSocket.get());
     const bool bList = (a_oRequest.nlmsg_flags & NLM_F_DUMP) == NLM_F_DUMP;
     std::vector<char> oBuffer(s_uiReplyBytes);
+    Reading oReading{std::move(a_oReader), nullptr};
     for (;;)
     {
         const ssize_t iSize = mnl_socket_recvfrom(pSocket.get(), oBuffer.data(), oBuffer.size());
@@ -91,7 +108,11 @@ Answer ask(nlmsghdr& a_oRequest, Reader a_oReader)
             return Answer::Refused;
         }
         const int iEnd =
-            mnl_cb_run(oBuffer.data(), static_cast<std::size_t>(iSize), s_uiSequence, uiPort, passOn, &a_oReader);
+            mnl_cb_run(oBuffer.data(), static_cast<std::size_t>(iSize), s_uiSequence, uiPort, passOn, &oReading);
+        if (oReading.m_pFailure)
+        {
+            std::rethrow_exception(oReading.m_pFailure);
+        }
         if (iEnd < 0)
         {
             return errno == EINTR ? Answer::Interrupted : Answer::Refused;
