@@ -45,16 +45,18 @@ def test_memory(router):
     """Whatever the limit on memory, a program says why it ends, or works and stops."""
     router.start_usual()
     outcomes = set()
-    for name, option in (("quorvad", "-f"), ("netifwatch", "--foreground")):
-        for kib in range(9 << 10, 16 << 10, 256):
+    own = ("--socket", router.folder / "own.socket", "--database", router.folder / "own.db")
+    for name, options, ready in (("quorvad", (), "Connected to the configuration"), ("cfgserver", own, "Serving "),
+                                 ("netifwatch", (), "Connected to the configuration")):
+        for kib in range(7 << 10, 16 << 10, 256):
             prefix = machine.limited(**{"as": kib << 10})
-            program = router.start_program(f"{name}-{kib}", [*prefix, router.bin / name, option])
-            wait_for("end or start", lambda: not program.running or program.count("Connected to the configuration"), QUICK)
+            program = router.start_program(f"{name}-{kib}", [*prefix, router.bin / name, "--foreground", *options])
+            wait_for("end or start", lambda: not program.running or program.count(ready), QUICK)
             status = program.stop(seconds=QUICK)
             # The dynamic linker's status; and the C++ library's where not even an exception can be made.
             assert status in (0, 1, 127, -signal.SIGABRT) and program.log(), (kib, status)
             outcomes.add((name, status))
-    assert {("quorvad", 0), ("quorvad", 1), ("netifwatch", 0)} <= outcomes
+    assert {("quorvad", 0), ("quorvad", 1), ("netifwatch", 0), ("cfgserver", 0)} <= outcomes
 
 
 def test_descriptors(router):
