@@ -50,7 +50,7 @@ def test_memory(router):
                                  ("netifwatch", (), "Connected to the configuration")):
         for kib in range(7 << 10, 16 << 10, 256):
             prefix = machine.limited(**{"as": kib << 10})
-            program = router.start_program(f"{name}-{kib}", [*prefix, router.bin / name, "--foreground", *options])
+            program = router.start_program(f"{name}-{kib}", [*prefix, router.bin / name, "-f", *options])
             wait_for("end or start", lambda: not program.running or program.count(ready), QUICK)
             status = program.stop(seconds=QUICK)
             # The dynamic linker's status; and the C++ library's where not even an exception can be made.
