@@ -82,8 +82,9 @@ def updates_rows(raw):
     for first, most in ((50, 128), (250, 32)):
         yield Row(f"growth of memory of its own from update {first} to 500", "KiB", own[-1] - own[first // 25 - 1],
                   most=most)
-    for kind, figures, most in (("HTTPS", raw, 1.3), ("GnuDIP", raw["gnudip"], 1.5)):
+    for kind, figures, most in (("HTTPS", raw, 1.2), ("GnuDIP", raw["gnudip"], 1.5)):
         yield Row(f"one {kind} update, whole daemon: processor", "us", figures["cpu_us"], figures["floor_us"], most=most)
+    yield Row("one HTTPS update, whole daemon, against bare ones at once", "us", raw["cpu_us"], raw["together_us"])
     yield Row("written by the service for a round of 25 outcomes", "B", raw["written"])
 
 
@@ -120,7 +121,7 @@ def load_rows(raw):
 def crowd_rows(hanging, raw):
     name = "1000 due at once" + (", every tenth hangs" if hanging else "")
     yield Row(f"{name}: pending, unique memory each", "KiB", raw["pending"]["unique"] / 1000, most=40)
-    yield Row(f"{name}: answered of {raw['expected']}", "", raw["answered"])
+    yield Row(f"{name}: answered of {raw['expected']}", "", raw["answered"], least=raw["expected"])
     yield Row(f"{name}: first to last good answer", "s", raw["seconds"])
     yield Row(f"{name}: peak unique memory", "KiB", raw["peak"]["unique"])
     yield Row(f"{name}: peak descriptors", "", raw["peak"]["descriptors"])

@@ -175,6 +175,8 @@ def updates(bin_dir):
     bench.fill([account(each) for each in range(1, accounts + 1)])
     bench.start_daemon()
     found = rounds_of(bench, accounts, 20, "requests.log", ("https-floor", PAGE, certificate, "ppp0", DNS))
+    found["together_us"] = [us / accounts for us in probes.ask(
+        bench.bin / "bench_update", "https-floors", PAGE, certificate, "ppp0", DNS, 20, accounts)["together_cpu"]]
     bench.fill([account(each, ServiceType="gnudip", ServerAddr=GNUDIP, Hostname="alice.dyn.example.org",
                         AccountUserName="alice") for each in range(1, accounts + 1)])
     return {**found, "gnudip": rounds_of(bench, accounts, 10, f"gnudip-{GNUDIP}.record", (
@@ -278,7 +280,9 @@ def crowd(bin_dir, hanging):
     (isp.folder / "slow.conf").write_text(head + NGINX.format(address=slow, chain=chain, key=key) + "}\n")
     isp.start("slow", [sys.executable, "-m", "bench.slowprovider", "127.0.0.1", "8080", "100"])
     isp.start("slow-nginx", ["nginx", "-e", "stderr", "-p", isp.folder, "-c", "slow.conf"])
-    isp.start_dns("10.99.0.55", {"slow.example.net": slow, "hung.example.net": "10.97.0.1"})
+    isp.add_address("10.99.0.55")
+    isp.start("patientdns", [sys.executable, "-m", "bench.patientdns", "10.99.0.55", f"slow.example.net={slow}",
+                             "hung.example.net=10.97.0.1"])
     router.ctl("set", "DNSClientServer", "Interface=ppp0", "IPAddress=10.99.0.55")
     bench.fill([account(each, Retry=1, ServerAddr=f"https://{'hung' if hung and each % 10 == 0 else 'slow'}.example.net/")
                 for each in range(1, number + 1)])

@@ -72,6 +72,13 @@ std::set<std::string> readFolder(const std::string& a_strFolder)
     return oCertificates;
 }
 
+/// The folder as a list of one. OpenSSL 3 looks up what is in no folder of the list a second time, by reading all names
+/// of the folder that the whole value names; there is none with a colon at its end.
+std::string asList(const std::string& a_strFolder)
+{
+    return a_strFolder.empty() ? "" : a_strFolder + ":";
+}
+
 // An empty value keeps OpenSSL from using its built-in places.
 void set(const char* a_pVariable, const std::string& a_strPath)
 {
@@ -101,7 +108,7 @@ Certificates::Certificates()
     {
         m_oBundle.reset();
     }
-    set("SSL_CERT_DIR", m_oBundle ? m_oBundle->getFolder() : oStore.m_strFolder);
+    set("SSL_CERT_DIR", asList(m_oBundle ? m_oBundle->getFolder() : oStore.m_strFolder));
     set("SSL_CERT_FILE", m_oBundle ? m_oBundle->getBundle() : oStore.m_strBundle);
 }
 

@@ -2,6 +2,7 @@
 // program must do for the same request.
 //   bench_update https URL CERTIFICATE INTERFACE DNS CHUNKS RUNS          daemon's action and floor, by turns
 //   bench_update https-action|https-floor URL CERTIFICATE INTERFACE DNS CHUNKS RUNS   one of them
+//   bench_update https-floors URL CERTIFICATE INTERFACE DNS CHUNKS RUNS   the latter, all runs of a chunk at once
 //   bench_update gnudip SERVER ADDRESS INTERFACE DNS LOCAL CHUNKS RUNS   SERVER is a name or ADDRESS itself
 //   bench_update gnudip-action|gnudip-floor SERVER ADDRESS INTERFACE DNS LOCAL CHUNKS RUNS
 #include "actions/curlaction.h"
@@ -13,6 +14,7 @@
 #include "daemon/environment.h"
 
 #include <cstring>
+#include <thread>
 #include <vector>
 
 namespace
@@ -59,6 +61,20 @@ void compare(const std::function<void()>& a_oAction, const std::function<void()>
     oReport.print();
 }
 
+/// Each on a thread of its own.
+void runAtOnce(const std::function<void()>& a_oWork, int a_iRuns)
+{
+    std::vector<std::thread> oThreads(static_cast<std::size_t>(a_iRuns));
+    for (std::thread& oThread : oThreads)
+    {
+        oThread = std::thread(a_oWork);
+    }
+    for (std::thread& oThread : oThreads)
+    {
+        oThread.join();
+    }
+}
+
 void run(const Words& a_oWords)
 {
     const quorvad::LibWrapper oLibraries;
@@ -76,6 +92,12 @@ void run(const Words& a_oWords)
     else if (strMode == "gnudip")
     {
         compare(oGnudip, oGnudipFloor, iChunks, iRuns);
+    }
+    else if (strMode == "https-floors")
+    {
+        bench::Report oReport;
+        oReport.add("together", bench::measure(iChunks, 1, [&] { runAtOnce(oHttpsFloor, iRuns); }));
+        oReport.print();
     }
     else
     {
