@@ -49,7 +49,7 @@ constexpr const char* g_pResolvedFile = "/run/systemd/resolve/resolv.conf";
 
 /// Asks systemd-resolved over the system bus for its DNS servers: those of links, and those it uses for the whole
 /// machine. Nothing if it does not run (it is not started), does not answer within two seconds, or this program was
-/// built without the bus.
+/// built without the bus. A problem, and no servers, if the library for it cannot be loaded.
 [[nodiscard]] std::optional<DnsSources> askResolved();
 
 } // namespace netifwatch
