@@ -48,7 +48,7 @@ def test_memory(router):
     own = ("--socket", router.folder / "own.socket", "--database", router.folder / "own.db")
     for name, options, ready in (("quorvad", (), "Connected to the configuration"), ("cfgserver", own, "Serving "),
                                  ("netifwatch", (), "Connected to the configuration")):
-        for kib in range(7 << 10, 16 << 10, 256):
+        for kib in range(5 << 10, 16 << 10, 256):
             prefix = machine.limited(**{"as": kib << 10})
             program = router.start_program(f"{name}-{kib}", [*prefix, router.bin / name, "-f", *options])
             wait_for("end or start", lambda: not program.running or program.count(ready), QUICK)
@@ -56,7 +56,9 @@ def test_memory(router):
             # The dynamic linker's status; and the C++ library's where not even an exception can be made.
             assert status in (0, 1, 127, -signal.SIGABRT) and program.log(), (kib, status)
             outcomes.add((name, status))
-    assert {("quorvad", 0), ("quorvad", 1), ("netifwatch", 0), ("cfgserver", 0)} <= outcomes
+    # Each works at the upper end and cannot start at the lower one; what it says between them depends on the machine.
+    works, fails = ({name for name, status in outcomes if bool(status) == failed} for failed in (False, True))
+    assert works == fails == {"quorvad", "cfgserver", "netifwatch"}
 
 
 def test_descriptors(router):
