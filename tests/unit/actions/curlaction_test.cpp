@@ -132,7 +132,7 @@ TEST_F(CurlActionTest, NothingIsReportedWhileTheInterfaceIsDown)
 TEST_F(CurlActionTest, FailedTransferIsReportedAndThrown)
 {
     auto oAction = action("http://127.0.0.1:1/");
-    EXPECT_THAT(logOf([&] { EXPECT_THROW(oAction.execute(), Error); }),
+    EXPECT_THAT(logOf([&] { EXPECT_THROW((void)oAction.execute(), Error); }),
                 HasSubstr("error curl_easy_perform() failed: 'Couldn't connect to server'\n"));
     EXPECT_EQ(takeReport(), expectedReport(s_iId, 0, "Connection error: Couldn't connect to server", false));
 }
