@@ -7,10 +7,10 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
-#include <tuple>
 #include <unistd.h>
 
 namespace quorvad
@@ -26,33 +26,8 @@ constexpr char s_acNext[] = "next";       // the same link before it replaces th
 constexpr std::array<const char*, 2> s_apFolders = {"a", "b"};
 constexpr char s_acBundle[] = "bundle"; // in a folder without certificates: a link to the machine's bundle
 
-bool operator==(const FileStamp& a_oLeft, const FileStamp& a_oRight)
-{
-    const auto toTuple = [](const FileStamp& a_oStamp)
-    {
-        return std::make_tuple(a_oStamp.m_uiDevice,
-                               a_oStamp.m_uiNumber,
-                               a_oStamp.m_iSize,
-                               a_oStamp.m_oWritten.tv_sec,
-                               a_oStamp.m_oWritten.tv_nsec,
-                               a_oStamp.m_oChanged.tv_sec,
-                               a_oStamp.m_oChanged.tv_nsec);
-    };
-    return toTuple(a_oLeft) == toTuple(a_oRight);
-}
-
-FileStamp stampOf(const std::string& a_strFile)
-{
-    struct stat oStatus = {};
-    if (stat(a_strFile.c_str(), &oStatus) != 0)
-    {
-        return {};
-    }
-    return {oStatus.st_dev, oStatus.st_ino, oStatus.st_size, oStatus.st_mtim, oStatus.st_ctim};
-}
-
 /// The next change will have another time: file systems count in steps of up to two seconds.
-bool isSettled(const FileStamp& a_oStamp)
+bool isSettled(const platform::FileStamp& a_oStamp)
 {
     constexpr std::time_t iStepSec = 2;
     return std::abs(std::time(nullptr) - a_oStamp.m_oWritten.tv_sec) > iStepSec;
@@ -101,7 +76,7 @@ void BundleFolder::refresh()
     {
         return;
     }
-    const FileStamp oStamp = stampOf(m_strBundle);
+    const platform::FileStamp oStamp = platform::stampOf(m_strBundle.c_str());
     if (m_oSplit && *m_oSplit == oStamp && isUsable())
     {
         return;

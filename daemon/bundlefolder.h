@@ -1,26 +1,15 @@
 #pragma once
 
 #include "daemon/runtimefolder.h"
+#include "platform/common/file.h"
 
-#include <ctime>
 #include <functional>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace quorvad
 {
-
-/// What differs once a file was changed or replaced; all zero for one that cannot be seen.
-struct FileStamp
-{
-    dev_t m_uiDevice = 0;
-    ino_t m_uiNumber = 0;
-    off_t m_iSize = 0;
-    timespec m_oWritten = {};
-    timespec m_oChanged = {};
-};
 
 /// A hashed folder that holds what a bundle holds, made anew whenever the bundle changes. While the bundle cannot be
 /// split, or there is no room, its place is taken by a folder whose file getBundle() leads to the bundle itself, so
@@ -53,8 +42,8 @@ private:
 
     RuntimeFolder m_oFolder;
     std::string m_strBundle;
-    std::optional<FileStamp> m_oSplit; ///< the bundle before it was read
-    std::string m_strFailure;          ///< why OpenSSL reads the bundle itself
+    std::optional<platform::FileStamp> m_oSplit; ///< the bundle before it was read
+    std::string m_strFailure;                    ///< why OpenSSL reads the bundle itself
 };
 
 } // namespace quorvad

@@ -23,17 +23,6 @@ std::int64_t seconds(clockid_t a_iClock)
     return oNow.tv_sec;
 }
 
-bool isSame(const timespec& a_oOne, const timespec& a_oOther)
-{
-    return a_oOne.tv_sec == a_oOther.tv_sec && a_oOne.tv_nsec == a_oOther.tv_nsec;
-}
-
-bool isSame(const struct stat& a_oOne, const struct stat& a_oOther)
-{
-    return a_oOne.st_dev == a_oOther.st_dev && a_oOne.st_ino == a_oOther.st_ino && a_oOne.st_size == a_oOther.st_size &&
-           isSame(a_oOne.st_mtim, a_oOther.st_mtim) && isSame(a_oOne.st_ctim, a_oOther.st_ctim);
-}
-
 bool isReadable(const char* a_pPath)
 {
     const int iFile = open(a_pPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -92,10 +81,7 @@ ChannelTemplate::Sources ChannelTemplate::look() const
     Sources oFound = {};
     for (std::size_t uiFile = 0; uiFile < m_oPaths.size(); ++uiFile)
     {
-        if (stat(m_oPaths[uiFile], &oFound.m_oFiles[uiFile]) != 0)
-        {
-            oFound.m_oFiles[uiFile] = {};
-        }
+        oFound.m_oFiles[uiFile] = platform::stampOf(m_oPaths[uiFile]);
     }
     utsname oNames = {};
     uname(&oNames); // part of the name is the search list where the files have none
@@ -105,12 +91,8 @@ ChannelTemplate::Sources ChannelTemplate::look() const
 
 bool ChannelTemplate::isCurrent(const Sources& a_oSources) const
 {
-    bool bSame = seconds(CLOCK_MONOTONIC) < m_iGoodUntil && a_oSources.m_strHost == m_oSources.m_strHost;
-    for (std::size_t uiFile = 0; bSame && uiFile < m_oPaths.size(); ++uiFile)
-    {
-        bSame = isSame(a_oSources.m_oFiles[uiFile], m_oSources.m_oFiles[uiFile]);
-    }
-    return bSame;
+    return seconds(CLOCK_MONOTONIC) < m_iGoodUntil && a_oSources.m_strHost == m_oSources.m_strHost &&
+           a_oSources.m_oFiles == m_oSources.m_oFiles;
 }
 
 /// Not when a file has just been changed, or when one cannot be opened, for instance for lack of descriptors: c-ares
@@ -121,7 +103,7 @@ bool ChannelTemplate::mayBeKept(const Sources& a_oSources) const
     bool bMay = true;
     for (std::size_t uiFile = 0; bMay && uiFile < m_oPaths.size(); ++uiFile)
     {
-        bMay = a_oSources.m_oFiles[uiFile].st_ctim.tv_sec < iNow - m_iTickSec && isReadable(m_oPaths[uiFile]);
+        bMay = a_oSources.m_oFiles[uiFile].m_oChanged.tv_sec < iNow - m_iTickSec && isReadable(m_oPaths[uiFile]);
     }
     return bMay;
 }

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "platform/common/file.h"
+
 #include <ares.h>
 #include <array>
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <string>
-#include <sys/stat.h>
 
 namespace quorvad
 {
@@ -41,7 +42,7 @@ private:
     /// What tells whether the settings have changed.
     struct Sources
     {
-        std::array<struct stat, std::tuple_size<Paths>::value> m_oFiles; ///< zeros: not there
+        std::array<platform::FileStamp, std::tuple_size<Paths>::value> m_oFiles;
         std::string m_strHost;
     };
     struct Settings

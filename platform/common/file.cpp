@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <tuple>
 #include <unistd.h>
 
 namespace platform
@@ -115,6 +116,31 @@ FileContent readFile(const std::string& a_strPath, std::size_t a_uiLimit, Input 
     }
     const int iError = errno;
     return {{}, bRegular && iError == EINVAL ? "it is not a regular file" : reasonOf(iError), iError};
+}
+
+bool FileStamp::operator==(const FileStamp& a_oOther) const noexcept
+{
+    const auto toTuple = [](const FileStamp& a_oStamp)
+    {
+        return std::make_tuple(a_oStamp.m_uiDevice,
+                               a_oStamp.m_uiNumber,
+                               a_oStamp.m_iSize,
+                               a_oStamp.m_oWritten.tv_sec,
+                               a_oStamp.m_oWritten.tv_nsec,
+                               a_oStamp.m_oChanged.tv_sec,
+                               a_oStamp.m_oChanged.tv_nsec);
+    };
+    return toTuple(*this) == toTuple(a_oOther);
+}
+
+FileStamp stampOf(const char* a_pPath) noexcept
+{
+    struct stat oStatus = {};
+    if (stat(a_pPath, &oStatus) != 0)
+    {
+        return {};
+    }
+    return {oStatus.st_dev, oStatus.st_ino, oStatus.st_size, oStatus.st_mtim, oStatus.st_ctim};
 }
 
 } // namespace platform

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <ctime>
 #include <string>
+#include <sys/types.h>
 
 // Files that are read by path. Any thread; nothing is kept open.
 namespace platform
@@ -37,5 +39,20 @@ readFile(const std::string& a_strPath, std::size_t a_uiLimit, Input a_eInput = I
 /// fails: EINVAL if it is something else.
 /// @param a_iFlags for open(2), besides those for reading
 [[nodiscard]] int openRegular(int a_iDirFd, const std::string& a_strName, int a_iFlags = 0);
+
+/// What differs once a file was changed or replaced; all zero for one that cannot be seen.
+struct FileStamp
+{
+    dev_t m_uiDevice = 0;
+    ino_t m_uiNumber = 0;
+    off_t m_iSize = 0;
+    timespec m_oWritten = {};
+    timespec m_oChanged = {}; ///< also by another mode, name or time of writing
+
+    bool operator==(const FileStamp& a_oOther) const noexcept;
+};
+
+/// Follows links. Does not block but for the file system.
+[[nodiscard]] FileStamp stampOf(const char* a_pPath) noexcept;
 
 } // namespace platform
